@@ -1,0 +1,423 @@
+#include "indexuser/cuserconfigmanager.h"
+
+#include "indexuser/cpanelgrouplayoutconfig.h"
+#include "indexuser/customstocks_p.h"
+#include "indexuser/leakcheck_p.h"
+#include "indexuser/optionsettings_p.h"
+#include "indexuser/sectorexport_p.h"
+#include "indexuser/sectorfiltertext_p.h"
+#include "indexuser/userconfigfile_p.h"
+#include "indexuser/userparams_p.h"
+#include "platform/formula.h"
+#include "platform/mvcommon.h"
+#include "platform/orderservice.h"
+#include "platform/specialstrategy.h"
+#include "platform/strategybase.h"
+
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/thread.hpp>
+
+#include <map>
+#include <memory>
+#include <new>
+
+template class utils::CSingletonT<KW::CUserConfigManager>;
+
+namespace KW {
+
+namespace {
+
+constexpr char c_szSettingsSection[] = "UiSettingConfig";
+
+// All sections but the layouts and UserParams, in the order of the file. Nobody reads the first.
+const char* const c_apszSections[] = {
+    "ConfigVersion",     "CustomIndex",    "CustomSector",
+    "FormulaCatalog",    "Option",         "GroupIndex",
+    "ExtendDataCatalog", "CustomStock",    "externalDataCatalog",
+    "drawGraph",         "strategyTrade",  "strategyAlgoTrade",
+    "WindDataCatalog",   "interfaceTrade", "specialstrategydata",
+};
+
+// Made with every document and dropped: these names stay taken, and no file holds them.
+const char* const c_apszTakenNames[] = {
+    "investFee",   "SectorFilter",   "InvestCatalog",  "BasketHedges",     "tradeBaskets",
+    "tradeBlacks", "OrderStrategys", "SmartKeyConfig", "QsSmartKeyConfig", "OrderAccountKeys",
+    "fileImport",  "userNames",      "portNum",
+};
+
+template <typename T> T& single()
+{
+    return *utils::CSingletonT<T>::instance();
+}
+
+template <typename T> T& manualSingle()
+{
+    return *utils::CManualSingletonT<T>::instance();
+}
+
+} // namespace
+
+CUserConfigManager::CUserConfigManager()
+    : m_pLayoutConfig(new (std::nothrow) CPanelGroupLayoutConfig)
+{
+    outlivesItsOwner(m_pLayoutConfig);
+}
+
+CUserConfigManager::~CUserConfigManager() = default;
+
+// --- notifications ---
+
+void CUserConfigManager::optionSettingChange()
+{
+    Q_EMIT sigOptionSettingChange();
+}
+
+void CUserConfigManager::smartKeyConfigChange()
+{
+    sigStockListChanged();
+}
+
+void CUserConfigManager::conditionsChange()
+{
+    Q_EMIT sigConditionsChange();
+}
+
+void CUserConfigManager::updateAccerPeriod(int period)
+{
+    sigAccerPeriodChanged(period);
+}
+
+// --- shared settings store and ini file ---
+
+bool CUserConfigManager::writeConfig(QString key, const QString& value)
+{
+    return se::writeConfig(c_szSettingsSection, key.toStdString(), value.toStdString(), false) == 0;
+}
+
+bool CUserConfigManager::readConfig(QString key, QString& value)
+{
+    std::string strValue;
+    if (se::readConfig(c_szSettingsSection, key.toStdString(), strValue, false) != 0) {
+        return false;
+    }
+    value = MV::sToQs(strValue);
+    return true;
+}
+
+void CUserConfigManager::readFN10DisplayConfig()
+{
+    const auto pIni = boost::make_shared<utils::Configuration>(
+        "../config/FormulaServer/formulaserver.ini", true);
+    // A client without a formula server has no such file; the read below then gives its default.
+    pIni->load(std::string());
+    if (pIni->readInt("dbifEnable", "showDBIf", 0) == 1) {
+        single<CUserConfigManager>().m_bDbifEnable = true;
+    }
+}
+
+// --- client parameters ---
+
+paramSettingForClient CUserConfigManager::getParamSettingForClient()
+{
+    return m_clientParam;
+}
+
+void CUserConfigManager::setParamSettingForClient(const paramSettingForClient& param)
+{
+    m_clientParam = param;
+}
+
+void CUserConfigManager::saveSmartKeyboardSetting(int config, const QString& qsConfig)
+{
+    m_clientParam.smartKeyConfig = config;
+    m_clientParam.qsSmartKeyConfig = qsConfig;
+}
+
+void CUserConfigManager::updateDataCenterSetting(se::RPCOptionSettings& settings)
+{
+    std::map<std::string, int> lineCounts { { "mt", settings.m_multiTicklines },
+                                            { "mh", settings.m_multiHourlines },
+                                            { "md", settings.m_multiDaylines },
+                                            { "mm", settings.m_multiMinutelines } };
+    single<CFormulaManager>().setOptionSettings(lineCounts);
+}
+
+// --- plain accessors ---
+
+CPanelGroupLayoutConfig* CUserConfigManager::getLayoutConfig()
+{
+    return m_pLayoutConfig;
+}
+
+void CUserConfigManager::setPanelGroupLayout(int, const CPanelGroupLayoutSetting&)
+{
+    // Kept for callers of old; panel groups are set through the layouts.
+}
+
+void CUserConfigManager::getCustomStockMap(CustomStockMap& stocks)
+{
+    stocks = m_customStockMap;
+}
+
+void CUserConfigManager::setCustomStockMap(CustomStockMap& stocks)
+{
+    m_customStockMap = stocks;
+}
+
+void CUserConfigManager::setFormulaFunctionTreeExpand(bool expand)
+{
+    m_bFormulaFunctionTreeExpand = expand;
+}
+
+bool CUserConfigManager::getFormulaFunctionTreeExpand()
+{
+    return m_bFormulaFunctionTreeExpand;
+}
+
+void CUserConfigManager::setCatalogChange(bool changed)
+{
+    m_bCatalogChange = changed;
+}
+
+bool CUserConfigManager::getCatalogChange()
+{
+    return m_bCatalogChange;
+}
+
+void CUserConfigManager::setSaveSuccess(bool success)
+{
+    m_bSaveSuccess = success;
+}
+
+bool CUserConfigManager::getSaveSuccess()
+{
+    return m_bSaveSuccess;
+}
+
+void CUserConfigManager::setLinkageQuote(bool linkage)
+{
+    m_bLinkageQuote = linkage;
+}
+
+bool CUserConfigManager::getLinkageQuote()
+{
+    return m_bLinkageQuote;
+}
+
+void CUserConfigManager::setCurrentUser(const QString& user)
+{
+    m_strCurrentUser = user;
+}
+
+QString CUserConfigManager::getCurrentUser()
+{
+    return m_strCurrentUser;
+}
+
+// --- own sections ---
+
+void CUserConfigManager::loadOptionSettings(QDomElement& root)
+{
+    if (readOptions(root, m_clientParam) == OptionsFound::Yes) {
+        updateDataCenterSetting(m_clientParam);
+    }
+}
+
+void CUserConfigManager::saveOptionSettings(QDomElement& element, QDomDocument& doc)
+{
+    writeOptions(element, doc, m_clientParam);
+}
+
+void CUserConfigManager::loadCustomStock(QDomElement& root)
+{
+    readCustomStocks(root, m_customStockMap);
+    InstrumentList instruments = allInstruments(m_customStockMap);
+    sigStockListChanged();
+    registerInstruments(instruments);
+}
+
+void CUserConfigManager::saveCustomStock(QDomElement& element, QDomDocument& doc)
+{
+    writeCustomStocks(element, doc, m_customStockMap);
+}
+
+void CUserConfigManager::loadSectorFilterConfig(QDomElement& parent)
+{
+    readSectorFilters(parent, m_sectorFilterMap);
+}
+
+void CUserConfigManager::saveSectorFilterConfig(QDomElement& element, QDomDocument& doc)
+{
+    writeSectorFilters(element, doc, m_sectorFilterMap);
+}
+
+void CUserConfigManager::loadUserParam(QDomElement& root)
+{
+    m_bFormulaFunctionTreeExpand = readFunctionTreeExpand(root, m_bFormulaFunctionTreeExpand);
+}
+
+void CUserConfigManager::saveUserParam(QDomElement& parent, QDomDocument& doc)
+{
+    writeFunctionTreeExpand(parent, doc, m_bFormulaFunctionTreeExpand);
+}
+
+bool CUserConfigManager::exportSectorStock2CVS(QString sector, QString directory)
+{
+    return exportSectorStocks(sector, directory, single<CUserConfigManager>().m_sectorFilterMap);
+}
+
+// --- sections of others ---
+
+void CUserConfigManager::saveExtendData(QDomElement& element, QDomDocument& doc)
+{
+    single<CExtendDataManager>().saveSettings(element, doc);
+}
+
+void CUserConfigManager::saveExternalData(QDomElement& element, QDomDocument& doc)
+{
+    single<CExternalDataManager>().saveSettings(element, doc);
+}
+
+void CUserConfigManager::saveFormulaCatalog(QDomElement& element, QDomDocument& doc)
+{
+    single<CFormulaOperateManager>().saveSettings(element, doc);
+}
+
+void CUserConfigManager::saveGroupSettings(QDomElement& element, QDomDocument& doc)
+{
+    single<CFormulaOperateManager>().saveGroupIndexSettings(element, doc);
+}
+
+void CUserConfigManager::saveSector(QDomElement&, QDomDocument&)
+{
+    single<CSectorManager>().saveSettings();
+}
+
+void CUserConfigManager::saveWindData(QDomElement& element, QDomDocument& doc)
+{
+    single<CWindDataManager>().saveSettings(element, doc);
+}
+
+void CUserConfigManager::saveIndex(QDomElement&, QDomDocument&)
+{
+    // Indices are part of the formula catalogue.
+}
+
+// --- the whole file ---
+
+void CUserConfigManager::loadSettings()
+{
+    const UserDocument file = readLiveFile();
+    QDomElement root = file.document.documentElement();
+    if (file.isValid()) {
+        loadSections(root);
+    } else {
+        logNotReadable();
+        single<CFormulaOperateManager>().loadSettings(root);
+    }
+    readFN10DisplayConfig();
+    m_bNotLoaded = false;
+    single<CFormulaHistoryDataManager>().loadTradeStrategyHistoryData();
+}
+
+void CUserConfigManager::loadSections(QDomElement& root)
+{
+    single<CSectorManager>().loadSettings(root);
+    single<CFormulaOperateManager>().loadSettings(root);
+    single<CFormulaOperateManager>().loadGroupIndexSettings(root);
+    single<CExtendDataManager>().loadSettings(root);
+    single<CExternalDataManager>().loadSettings(root);
+    single<CWindDataManager>().loadSettings(root);
+    loadOptionSettings(root);
+    loadCustomStock(root);
+    loadUserParam(root);
+    if (m_pLayoutConfig) {
+        m_pLayoutConfig->loadSetting(root);
+    }
+    single<CStrategyTradeManager>().loadSettings(root);
+    single<CStrategyTradeManager>().loadAlgoSettings(root);
+    single<CDrawGraphManager>().loadSettings(root);
+    manualSingle<COrderService>().loadSettings(root);
+    manualSingle<CSpecialStrategyManager>().loadSettings(root);
+}
+
+void CUserConfigManager::fillSections(QMap<QString, QDomElement>& sections, QDomDocument& doc)
+{
+    single<CSectorManager>().saveSettings();
+    single<CFormulaOperateManager>().saveSettings(sections["FormulaCatalog"], doc);
+    saveOptionSettings(sections["Option"], doc);
+    single<CFormulaOperateManager>().saveGroupIndexSettings(sections["GroupIndex"], doc);
+    single<CExtendDataManager>().saveSettings(sections["ExtendDataCatalog"], doc);
+    saveCustomStock(sections["CustomStock"], doc);
+    single<CExternalDataManager>().saveSettings(sections["externalDataCatalog"], doc);
+    single<CWindDataManager>().saveSettings(sections["WindDataCatalog"], doc);
+    single<CDrawGraphManager>().saveSettings(sections["drawGraph"], doc);
+    single<CStrategyTradeManager>().saveSettings(sections["strategyTrade"], doc);
+    bool bOmitted = false;
+    single<CStrategyTradeManager>().saveAlgoSettings(sections["strategyAlgoTrade"], doc, bOmitted);
+    if (bOmitted) {
+        sections.remove("strategyAlgoTrade");
+    }
+    manualSingle<COrderService>().saveSettings(sections["interfaceTrade"], doc);
+    manualSingle<CSpecialStrategyManager>().saveSettings(sections["specialstrategydata"], doc);
+}
+
+QDomDocument CUserConfigManager::newDocument()
+{
+    QDomDocument doc;
+    doc.appendChild(doc.createProcessingInstruction("xml", "version=\"1.0\" encoding=\"utf-8\""));
+    QDomElement root = doc.createElement("ICUserConfigFile");
+    QMap<QString, QDomElement> sections;
+    for (const char* pszName : c_apszSections) {
+        sections.insert(pszName, doc.createElement(pszName));
+    }
+    for (const char* pszName : c_apszTakenNames) {
+        doc.createElement(pszName);
+    }
+    sections["ConfigVersion"].setAttribute("version_id", 11);
+    fillSections(sections, doc);
+    if (m_pLayoutConfig) {
+        m_pLayoutConfig->saveSetting(root, doc);
+    }
+    for (const char* pszName : c_apszSections) {
+        if (sections.contains(pszName)) {
+            root.appendChild(sections[pszName]);
+        }
+    }
+    writeFunctionTreeExpand(root, doc, m_bFormulaFunctionTreeExpand);
+    doc.appendChild(root);
+    return doc;
+}
+
+void CUserConfigManager::saveSettings()
+{
+    // Handed over, not shared: from here on only the worker knows the document.
+    auto pDocument = std::make_unique<QDomDocument>(newDocument());
+    m_bSaveSuccess = false;
+    // The worker keeps the single instance alive; any other manager belongs to who made it, and
+    // the worker's last touch of it is the end of saveSync().
+    auto pSelf = boost::atomic_load(&s_pInstance);
+    if (pSelf.get() != this) {
+        pSelf.reset();
+    }
+    boost::thread([this, pSelf, pDocument = std::move(pDocument)] {
+        saveSync(*pDocument);
+    }).detach();
+}
+
+void CUserConfigManager::saveSync(QDomDocument& doc)
+{
+    if (m_bNotLoaded) {
+        logNotLoaded();
+    } else {
+        writeLiveFile(userDocumentText(doc));
+    }
+    m_bSaveSuccess = true;
+}
+
+QString CUserConfigManager::userConfigFilePath(bool temp)
+{
+    return temp ? datedCopyPath() : liveFilePath();
+}
+
+} // namespace KW

@@ -1,0 +1,109 @@
+#include "indexuser/customstocks_p.h"
+
+#include "indexuser/xmlelements_p.h"
+#include "platform/commonutil.h"
+#include "platform/formula.h"
+#include "platform/mvcommon.h"
+
+namespace KW {
+
+namespace {
+
+using rxservice::CInstrumentDetail;
+
+struct StockField {
+    QString strAttribute;
+    std::string CInstrumentDetail::*pField;
+};
+
+const std::vector<StockField>& stockFields()
+{
+    static const std::vector<StockField> s_fields {
+        { QStringLiteral("market"), &CInstrumentDetail::market },
+        { QStringLiteral("code"), &CInstrumentDetail::code },
+        { QStringLiteral("name"), &CInstrumentDetail::name },
+    };
+    return s_fields;
+}
+
+InstrumentList readList(const QDomElement& custom)
+{
+    InstrumentList list;
+    for (const QDomElement& stock : descendants(custom, QStringLiteral("Stock"))) {
+        auto pDetail = std::make_shared<CInstrumentDetail>();
+        for (const StockField& field : stockFields()) {
+            (*pDetail).*field.pField = stock.attribute(field.strAttribute).toStdString();
+        }
+        list.append(std::move(pDetail));
+    }
+    return list;
+}
+
+void writeStock(QDomElement& custom, QDomDocument& doc, const CInstrumentDetail& detail)
+{
+    QDomElement stock = doc.createElement(QStringLiteral("Stock"));
+    for (const StockField& field : stockFields()) {
+        stock.setAttribute(field.strAttribute, MV::sToQs(detail.*field.pField));
+    }
+    custom.appendChild(stock);
+}
+
+void writeList(QDomElement& customs, QDomDocument& doc, int type, const InstrumentList& list)
+{
+    QDomElement custom = doc.createElement(QStringLiteral("Custom"));
+    custom.setAttribute(QStringLiteral("type"), type);
+    for (const auto& pDetail : list) {
+        if (pDetail) {
+            writeStock(custom, doc, *pDetail);
+        }
+    }
+    customs.appendChild(custom);
+}
+
+} // namespace
+
+void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
+{
+    const QDomElement customs = MV::getSubElement(root, QStringLiteral("Customs"));
+    if (customs.isNull()) {
+        return;
+    }
+    stocks.clear();
+    for (const QDomElement& custom : descendants(customs, QStringLiteral("Custom"))) {
+        const int nType = intAttribute(custom, QStringLiteral("type"));
+        if (nType >= 0) {
+            stocks.insert(nType, readList(custom));
+        }
+    }
+}
+
+void writeCustomStocks(QDomElement& parent, QDomDocument& doc, const CustomStockMap& stocks)
+{
+    QDomElement customs = doc.createElement(QStringLiteral("Customs"));
+    for (auto it = stocks.lowerBound(0); it != stocks.end(); ++it) {
+        writeList(customs, doc, it.key(), it.value());
+    }
+    parent.appendChild(customs);
+}
+
+InstrumentList allInstruments(const CustomStockMap& stocks)
+{
+    InstrumentList all;
+    for (const InstrumentList& list : stocks) {
+        all += list;
+    }
+    return all;
+}
+
+void registerInstruments(InstrumentList& instruments)
+{
+    utils::CSingletonT<CSectorManager>::instance()->addStockListToSector(instruments);
+    CStockManager* const pStocks = utils::CSingletonT<CStockManager>::instance();
+    for (const auto& pDetail : qAsConst(instruments)) {
+        if (pDetail) {
+            pStocks->insertCustomDetail(MV::sToQs(pDetail->market + pDetail->code), pDetail);
+        }
+    }
+}
+
+} // namespace KW

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "indexuser/layoutwindows_p.h"
+
+namespace KW {
+
+/// How a list of templates stands in the file.
+struct TemplateFormat {
+    QString strSectionTag;
+    QString strTemplateTag;
+    WindowFormat window;
+};
+
+/// All templates below \a parent, at any depth, in document order.
+QVector<CLayoutTemplate> readTemplates(const QDomElement& parent, const TemplateFormat& format);
+
+/// Appends \a layout to \a parent.
+void writeTemplate(QDomElement& parent, QDomDocument& doc, const TemplateFormat& format,
+                   const CLayoutTemplate& layout);
+
+} // namespace KW

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "indexuser/cpanelgrouplayoutconfig.h"
+
+namespace KW {
+
+/// Whether a window element carries the attribute navtree.
+enum class NavTree { Kept, LeftOut };
+
+/// How a list of windows stands in the file.
+struct WindowFormat {
+    QString strTag;
+    NavTree navTree;
+};
+
+const WindowFormat& layoutWindowFormat();
+
+/// Appends every window found below \a parent, at any depth, to \a windows.
+void readWindows(const QDomElement& parent, const WindowFormat& format,
+                 QVector<CLayoutWindow>& windows);
+
+void writeWindows(QDomElement& parent, QDomDocument& doc, const WindowFormat& format,
+                  const QVector<CLayoutWindow>& windows);
+
+/// The quote layout: windows, or the docked-panel tree of one maximized main window.
+QVector<CLayoutWindow> readQuoteWindows(const QDomElement& indexLayout);
+
+} // namespace KW

@@ -1,0 +1,35 @@
+#include "indexuser/panelgroups_p.h"
+
+#include "indexuser/layoutwindows_p.h"
+#include "indexuser/xmlelements_p.h"
+
+namespace KW {
+
+void readPanelGroups(const QDomElement& positionLayout, const QString& tag, PanelGroupMap& groups)
+{
+    for (const QDomElement& section : descendants(positionLayout, tag)) {
+        for (const QDomElement& item : descendants(section, QStringLiteral("itemLayout"))) {
+            CPanelGroupLayoutSetting setting;
+            setting.m_strKey = item.attribute(QStringLiteral("key"));
+            readWindows(item, layoutWindowFormat(), setting.m_windows);
+            if (!setting.m_windows.isEmpty()) {
+                groups.insert(setting.m_strKey, setting);
+            }
+        }
+    }
+}
+
+void writePanelGroups(QDomElement& positionLayout, QDomDocument& doc, const QString& tag,
+                      const PanelGroupMap& groups)
+{
+    QDomElement section = doc.createElement(tag);
+    for (const CPanelGroupLayoutSetting& setting : groups) {
+        QDomElement item = doc.createElement(QStringLiteral("itemLayout"));
+        item.setAttribute(QStringLiteral("key"), setting.m_strKey);
+        writeWindows(item, doc, layoutWindowFormat(), setting.m_windows);
+        section.appendChild(item);
+    }
+    positionLayout.appendChild(section);
+}
+
+} // namespace KW

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "indexuser/cpanelgrouplayoutconfig.h"
+
+namespace KW {
+
+using PanelGroupMap = QMap<QString, CPanelGroupLayoutSetting>;
+
+/// Merges the groups of every section named \a tag below \a positionLayout into \a groups; a key
+/// read later wins. An entry without windows is no group.
+void readPanelGroups(const QDomElement& positionLayout, const QString& tag, PanelGroupMap& groups);
+
+/// Appends one section named \a tag to \a positionLayout, also for no groups.
+void writePanelGroups(QDomElement& positionLayout, QDomDocument& doc, const QString& tag,
+                      const PanelGroupMap& groups);
+
+} // namespace KW

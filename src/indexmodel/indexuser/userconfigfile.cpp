@@ -1,0 +1,129 @@
+#include "indexuser/userconfigfile_p.h"
+
+#include "indexuser/logline_p.h"
+#include "platform/commonutil.h"
+#include "platform/environment.h"
+#include "platform/indexutil.h"
+#include "platform/mvcommon.h"
+#include "platform/strategybase.h"
+
+#include <QDate>
+#include <QDir>
+#include <QFile>
+
+namespace KW {
+
+namespace {
+
+constexpr char c_szLoad[] = "void __cdecl KW::CUserConfigManager::loadSettings(void)";
+constexpr char c_szSave[] = "void __cdecl KW::CUserConfigManager::saveSync(class QDomDocument &)";
+
+QString inConfigDir(const QString& name)
+{
+    return getConfigDir() + QDir::separator() + name;
+}
+
+std::string toGbk(const QString& path)
+{
+    std::string strPath = path.toStdString();
+    // A path that has no GBK form goes on as it is: the write then tells.
+    utils::safeUtf82Gbk(strPath);
+    return strPath;
+}
+
+const char* outcome(bool success)
+{
+    return success ? "success" : "fail";
+}
+
+template <typename... Args> void logSave(int line, const char* pszTemplate, const Args&... args)
+{
+    logLine(LogLevel::Info, { c_szSave, line }, pszTemplate, args...);
+}
+
+// The paths of one save, for QFile and, in GBK, for the narrow file functions.
+struct SavePaths {
+    QString strDatedCopy = datedCopyPath();
+    std::string strGbkDatedCopy = toGbk(strDatedCopy);
+    QString strLive = liveFilePath();
+    std::string strGbkLive = toGbk(strLive);
+};
+
+// Both retries write the dated copy again, never the live file that their log lines name: what is
+// left of the live file is not put at risk.
+void replaceLiveFile(const SavePaths& paths, std::string& content)
+{
+    const bool bRemoved = QFile::remove(paths.strLive);
+    logSave(261, "[CUserConfigManager] save xml; remove old file {0}, file:{1}", outcome(bRemoved),
+            paths.strGbkLive);
+
+    if (QFile::copy(paths.strDatedCopy, paths.strLive)) {
+        logSave(273, "[CUserConfigManager]save xml; move file end, save success, end file:{0}",
+                paths.strGbkLive);
+        return;
+    }
+    logSave(266, "[CUserConfigManager] save xml; copy file fail, file:{0}", paths.strGbkLive);
+    const bool bWritten = stdWriteFile(paths.strGbkDatedCopy, content, "wb");
+    logSave(269, "[CUserConfigManager] force write file {0}, file:{1}", outcome(bWritten),
+            paths.strGbkLive);
+}
+
+} // namespace
+
+QString liveFilePath()
+{
+    return inConfigDir(QStringLiteral("indexUserConfig.xml"));
+}
+
+QString datedCopyPath()
+{
+    const QString strTemp = inConfigDir(QStringLiteral("Temp"));
+    if (!QDir().exists(strTemp)) {
+        // Without the directory the write into it fails, and that is logged.
+        QDir().mkpath(strTemp);
+    }
+    return strTemp + QDir::separator() + QStringLiteral("indexUserConfig.xml_")
+        + QDate::currentDate().toString(QStringLiteral("yyyyMMdd"));
+}
+
+UserDocument readLiveFile()
+{
+    std::string strContent;
+    // A failed read leaves the content empty, which no reader accepts.
+    if (!stdReadFile(liveFilePath().toLocal8Bit().toStdString(), strContent)) {
+        strContent.clear();
+    }
+    return parseUserDocument(MV::sToQs(strContent));
+}
+
+void writeLiveFile(const QString& xml)
+{
+    std::string strContent = xml.toStdString();
+    // The mirror is a convenience of other modules: without it the file is saved all the same.
+    se::writeConfig("userconfig.xml", strContent);
+
+    const SavePaths paths;
+    if (stdWriteFile(paths.strGbkDatedCopy, strContent, "wb")) {
+        logSave(258, "[CUserConfigManager] save xml; create temp file success, file:{0}",
+                paths.strGbkDatedCopy);
+        replaceLiveFile(paths, strContent);
+        return;
+    }
+    const bool bWritten = stdWriteFile(paths.strGbkDatedCopy, strContent, "wb");
+    logSave(280,
+            "[CUserConfigManager] save xml;create temp file fail, force write file {0}, file:{1}",
+            outcome(bWritten), paths.strGbkLive);
+}
+
+void logNotLoaded()
+{
+    logSave(285, "[CUserConfigManager] is not loaded!");
+}
+
+void logNotReadable()
+{
+    logLine(LogLevel::Error, { c_szLoad, 148 },
+            "[CUserConfigManager] loadSettings error: QDomDocument setContent error");
+}
+
+} // namespace KW

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "indexuser/userdocument.h"
+
+#include <QString>
+
+namespace KW {
+
+/// The user's file, the one that loads read.
+QString liveFilePath();
+
+/// Today's copy in the directory Temp, which is made if it is missing. Later saves of the day
+/// overwrite it; nothing removes the copies of earlier days.
+QString datedCopyPath();
+
+/// Reads the live file. A missing or unreadable one is as invalid as an empty one.
+UserDocument readLiveFile();
+
+/// Writes \a xml to the mirror in the settings store and to the dated copy, then puts the dated
+/// copy in the place of the live file, and logs each step. Any thread; nothing serialises calls.
+void writeLiveFile(const QString& xml);
+
+/// Logs that a save was refused because nothing has been loaded yet.
+void logNotLoaded();
+
+/// Logs that the live file could not be read.
+void logNotReadable();
+
+} // namespace KW

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "indexuser/indexuserexport.h"
+
+#include <QDomDocument>
+#include <QString>
+
+namespace KW {
+
+/// Elements deeper than this, the root being at 1, are neither read nor written: Qt's parser and
+/// writer recurse, and far deeper trees than any real one overflow their stack.
+constexpr int c_nMaxDepth = 512;
+
+/// What parseUserDocument() found.
+struct UserDocument {
+    QDomDocument document; ///< empty when strError is not
+    QString strError; ///< empty when the text was read whole
+    int nLine = 0; ///< where reading ended, from 1; 0 when not known
+    int nColumn = 0;
+
+    bool isValid() const { return strError.isEmpty(); }
+};
+
+/// Reads the text of a user's file. It is whole or not there: no part of a malformed or too deeply
+/// nested text is in the result. Any thread.
+///
+///     const KW::UserDocument file = KW::parseUserDocument(text);
+INDEXUSER_EXPORT UserDocument parseUserDocument(const QString& text);
+
+/// The text to write for \a doc, which parseUserDocument() reads again. What would prevent that is
+/// dropped: elements below c_nMaxDepth (from \a doc itself, too) and the characters NUL, U+FFFE,
+/// U+FFFF and lone surrogates.
+INDEXUSER_EXPORT QString userDocumentText(QDomDocument& doc);
+
+} // namespace KW

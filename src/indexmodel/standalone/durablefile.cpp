@@ -1,0 +1,156 @@
+#include "standalone/durablefile_p.h"
+
+#include "platform/commonutil.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace standalone {
+
+namespace {
+
+QByteArray directoryOf(const QByteArray& path)
+{
+    const int nSlash = path.lastIndexOf('/');
+    return nSlash < 0 ? QByteArray(".") : path.left(nSlash + 1);
+}
+
+class CDescriptor {
+public:
+    explicit CDescriptor(int descriptor)
+        : m_nDescriptor(descriptor)
+    {
+    }
+    CDescriptor(const CDescriptor&) = delete;
+    CDescriptor& operator=(const CDescriptor&) = delete;
+    ~CDescriptor() { close(); }
+
+    bool isOpen() const { return m_nDescriptor >= 0; }
+    int get() const { return m_nDescriptor; }
+    bool sync() { return isOpen() && ::fsync(m_nDescriptor) == 0; }
+
+    bool close()
+    {
+        const int nDescriptor = m_nDescriptor;
+        m_nDescriptor = -1;
+        return nDescriptor < 0 || ::close(nDescriptor) == 0;
+    }
+
+private:
+    int m_nDescriptor;
+};
+
+// A file beside the one to replace; gone again unless it has taken that one's name.
+class CReplacement {
+public:
+    explicit CReplacement(const QByteArray& path)
+        : m_path(directoryOf(path) + ".new-XXXXXX")
+        , m_file(::mkstemp(m_path.data()))
+    {
+    }
+    CReplacement(const CReplacement&) = delete;
+    CReplacement& operator=(const CReplacement&) = delete;
+    ~CReplacement()
+    {
+        if (m_bOurs) {
+            ::unlink(m_path.constData());
+        }
+    }
+
+    bool write(const std::string& content)
+    {
+        std::size_t nWritten = 0;
+        while (nWritten < content.size()) {
+            const ssize_t n
+                = ::write(m_file.get(), content.data() + nWritten, content.size() - nWritten);
+            if (n < 0 && errno != EINTR) {
+                return false;
+            }
+            nWritten += n > 0 ? static_cast<std::size_t>(n) : 0;
+        }
+        return m_bOurs;
+    }
+
+    bool finish() { return m_file.sync() && m_file.close(); }
+
+    bool holds(const std::string& content) const
+    {
+        const CDescriptor file(::open(m_path.constData(), O_RDONLY | O_CLOEXEC));
+        std::string strBlock(1U << 16U, '\0');
+        std::size_t nRead = 0;
+        ssize_t n = 0;
+        while ((n = ::read(file.get(), &strBlock[0], strBlock.size())) > 0) {
+            if (content.compare(nRead, static_cast<std::size_t>(n), strBlock, 0,
+                                static_cast<std::size_t>(n))
+                != 0) {
+                break;
+            }
+            nRead += static_cast<std::size_t>(n);
+        }
+        return n == 0 && nRead == content.size();
+    }
+
+    bool takePlaceOf(const QByteArray& path)
+    {
+        m_bOurs = std::rename(m_path.constData(), path.constData()) != 0;
+        return !m_bOurs;
+    }
+
+private:
+    QByteArray m_path;
+    CDescriptor m_file;
+    bool m_bOurs = m_file.isOpen();
+};
+
+bool syncDirectoryOf(const QByteArray& path)
+{
+    CDescriptor directory(
+        ::open(directoryOf(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return directory.sync() && directory.close();
+}
+
+bool tryReplaceFile(const QByteArray& path, const std::string& content)
+{
+    CReplacement replacement(path);
+    return replacement.write(content) && replacement.finish() && replacement.holds(content)
+        && replacement.takePlaceOf(path) && syncDirectoryOf(path);
+}
+
+} // namespace
+
+bool replaceFile(const QByteArray& path, const std::string& content)
+{
+    errno = 0;
+    if (tryReplaceFile(path, content)) {
+        return true;
+    }
+    const std::string strReason = errno != 0 ? std::strerror(errno) : "it reads back differently";
+    if (g_RXStdLogger) {
+        LOG4CXX_WARN(g_RXStdLogger,
+                     "cannot write file:" << path.constData() << ", reason:" << strReason);
+    }
+    return false;
+}
+
+bool readFile(const QString& path, std::string& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        return false;
+    }
+    content = bytes.toStdString();
+    return true;
+}
+
+} // namespace standalone

@@ -1,0 +1,109 @@
+#include "standalone/standalone.h"
+
+#include "platform/commonutil.h"
+#include "platform/environment.h"
+#include "standalone/foreignsections_p.h"
+#include "standalone/instruments_p.h"
+
+#include <QFile>
+#include <QStandardPaths>
+
+#include <log4cxx/consoleappender.h>
+#include <log4cxx/fileappender.h>
+#include <log4cxx/helpers/transcoder.h>
+#include <log4cxx/level.h>
+#include <log4cxx/patternlayout.h>
+
+#include <mutex>
+
+log4cxx::LoggerPtr g_RXStdLogger;
+
+namespace standalone {
+
+namespace {
+
+// Saves ask for the directory on threads of their own.
+class CConfigDir {
+public:
+    QString get() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_strDirectory;
+    }
+
+    void set(const QString& directory)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_strDirectory = directory;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QString m_strDirectory;
+};
+
+CConfigDir& configDir()
+{
+    return *utils::CManualSingletonT<CConfigDir>::instance();
+}
+
+log4cxx::LayoutPtr lineLayout()
+{
+    return std::make_shared<log4cxx::PatternLayout>(
+        LOG4CXX_STR("%d{yyyy-MM-dd HH:mm:ss.SSS} %-5p %m%n"));
+}
+
+void logTo(const log4cxx::AppenderPtr& pAppender)
+{
+    const log4cxx::LoggerPtr pLogger = log4cxx::Logger::getLogger("RXStdLogger");
+    pLogger->setLevel(log4cxx::Level::getInfo());
+    pLogger->setAdditivity(false);
+    pLogger->removeAllAppenders();
+    pLogger->addAppender(pAppender);
+    g_RXStdLogger = pLogger;
+}
+
+} // namespace
+
+void setConfigDir(const QString& directory)
+{
+    configDir().set(directory);
+}
+
+void logToStderr()
+{
+    logTo(std::make_shared<log4cxx::ConsoleAppender>(lineLayout(), LOG4CXX_STR("System.err")));
+}
+
+bool logToFile(const QString& path)
+{
+    // log4cxx reports a file that it cannot open on the console only.
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        return false;
+    }
+    log4cxx::LogString strPath;
+    log4cxx::helpers::Transcoder::decodeUTF8(path.toStdString(), strPath);
+    logTo(std::make_shared<log4cxx::FileAppender>(lineLayout(), strPath, true));
+    return true;
+}
+
+void forgetAll()
+{
+    utils::CSingletonT<CForeignSections>::release();
+    utils::CSingletonT<CInstruments>::release();
+}
+
+} // namespace standalone
+
+namespace KW {
+
+QString getConfigDir()
+{
+    const QString strDirectory = standalone::configDir().get();
+    return strDirectory.isEmpty()
+        ? QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation)
+        : strDirectory;
+}
+
+} // namespace KW

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/marketdata.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace standalone {
+
+using InstrumentPtr = std::shared_ptr<rxservice::CInstrumentDetail>;
+
+/// What the managers of the formula library have been told.
+struct CInstruments {
+    QHash<QString, InstrumentPtr> customDetails; ///< by market and code, joined
+    QList<InstrumentPtr> customStocks;
+    std::map<std::string, int> lineCounts;
+};
+
+} // namespace standalone

@@ -1,0 +1,80 @@
+#include "platform/mvcommon.h"
+
+#include <cmath>
+#include <memory>
+
+namespace MV {
+
+namespace {
+
+// The parser's own limit; deeper trees overflow the stack when they are copied or written.
+constexpr int c_nMaxDepth = 512;
+
+QDomNode nextInDocument(const QDomNode& node, const QDomNode& top)
+{
+    if (node.hasChildNodes()) {
+        return node.firstChild();
+    }
+    QDomNode last = node;
+    while (last != top && last.nextSibling().isNull()) {
+        last = last.parentNode();
+    }
+    return last == top ? QDomNode() : last.nextSibling();
+}
+
+bool fits(const QDomElement& tree, int levels)
+{
+    QDomElement child = tree.firstChildElement();
+    while (levels > 0 && !child.isNull() && fits(child, levels - 1)) {
+        child = child.nextSiblingElement();
+    }
+    return levels > 0 && child.isNull();
+}
+
+// A docked-panel tree word for word, in a document of its own.
+class CVerbatimLayout : public ILayoutElement {
+public:
+    explicit CVerbatimLayout(const QDomElement& tree)
+    {
+        m_copy.appendChild(m_copy.importNode(tree, true));
+    }
+
+    void toXml(QDomElement& parent, QDomDocument& doc) const override
+    {
+        parent.appendChild(doc.importNode(m_copy.documentElement(), true));
+    }
+
+private:
+    QDomDocument m_copy;
+};
+
+} // namespace
+
+QDomElement getSubElement(const QDomElement& parent, QString name)
+{
+    QDomNode node = nextInDocument(parent, parent);
+    while (!node.isNull() && !(node.isElement() && node.nodeName() == name)) {
+        node = nextInDocument(node, parent);
+    }
+    return node.toElement();
+}
+
+QString sToQs(const std::string& bytes)
+{
+    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+QString formatDoubleNumber(double value, int precision, int, bool, QString invalidText)
+{
+    return std::isfinite(value) ? QString::number(value, 'f', precision) : invalidText;
+}
+
+ILayoutElement* ILayoutElement::fromXml(QDomElement& element)
+{
+    if (element.isNull() || !fits(element, c_nMaxDepth)) {
+        return nullptr;
+    }
+    return std::make_unique<CVerbatimLayout>(element).release();
+}
+
+} // namespace MV

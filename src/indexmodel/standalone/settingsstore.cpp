@@ -1,0 +1,55 @@
+#include "platform/environment.h"
+#include "platform/strategybase.h"
+#include "standalone/durablefile_p.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+
+namespace se {
+
+namespace {
+
+constexpr int c_nOk = 0;
+constexpr int c_nFailed = -1;
+constexpr int c_nLongestName = 120;
+
+// File systems take names of 255 bytes; a longer text is told apart by its digest. A '%' before
+// anything but two digits never comes out of the encoding.
+QByteArray encoded(const std::string& text)
+{
+    const QByteArray bytes = QByteArray::fromStdString(text);
+    const QByteArray name = bytes.toPercentEncoding();
+    return name.size() <= c_nLongestName ? name
+                                         : name.left(20) + "%~"
+            + QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+}
+
+// One file a value, replaced as a whole: readers and writers on other threads need no lock.
+QString valuePath(const std::string& section, const std::string& key)
+{
+    return KW::getConfigDir() + QStringLiteral("/Settings/")
+        + QString::fromLatin1(encoded(section) + '=' + encoded(key));
+}
+
+} // namespace
+
+int writeConfig(const std::string& section, const std::string& key, const std::string& value, bool)
+{
+    const QString strPath = valuePath(section, key);
+    const bool bStored = QDir().mkpath(KW::getConfigDir() + QStringLiteral("/Settings"))
+        && standalone::replaceFile(QFile::encodeName(strPath), value);
+    return bStored ? c_nOk : c_nFailed;
+}
+
+int writeConfig(const std::string& key, const std::string& value)
+{
+    return writeConfig(std::string(), key, value, false);
+}
+
+int readConfig(const std::string& section, const std::string& key, std::string& value, bool)
+{
+    return standalone::readFile(valuePath(section, key), value) ? c_nOk : c_nFailed;
+}
+
+} // namespace se

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "exitstatus.h"
+
+#include <QString>
+#include <QStringList>
+
+// Each command throws CFailure when it cannot do its work.
+
+/// Prints what the user's file in \a configDir holds; \a parts chooses tables, none means all.
+ExitStatus show(const QString& configDir, const QStringList& parts);
+
+/// Walks the road of one change on a copy of the user's file in \a configDir: load, change, save,
+/// load again, compare.
+ExitStatus tour(const QString& configDir);

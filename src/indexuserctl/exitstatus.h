@@ -1,0 +1,10 @@
+#pragma once
+
+/// What the process ends with.
+enum class ExitStatus {
+    Ok = 0,
+    Negative = 1, ///< the answer is no: something differs
+    Usage = 2, ///< words that mean nothing here
+    InputOutput = 3, ///< a file cannot be read or written
+    Damaged = 4, ///< a file is no user file
+};

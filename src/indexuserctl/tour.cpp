@@ -1,0 +1,269 @@
+#include "commands.h"
+
+#include "failure.h"
+#include "texttable.h"
+#include "treefields.h"
+#include "userstate.h"
+
+#include <indexuser/cuserconfigmanager.h>
+#include <indexuser/optionsettings.h>
+#include <standalone/standalone.h>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+
+namespace {
+
+constexpr int c_nSaveTimeoutMs = 30000;
+constexpr int c_nNewListType = 9;
+
+// What the second load has to bring back.
+struct CExpected {
+    CUserState state;
+    QDomDocument file;
+};
+
+void copyUserFile(const QString& from, const QString& to)
+{
+    const QString strName = QStringLiteral("indexUserConfig.xml");
+    QFile file(QDir(from).filePath(strName));
+    if (!file.copy(QDir(to).filePath(strName))) {
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
+    }
+}
+
+void printSummary(const CUserState& state)
+{
+    const QDomElement root = state.layouts.documentElement();
+    CTextTable table({ "held", "count" });
+    table.add({ "options", QString::number(KW::optionTable().size()) });
+    table.add({ "custom stock lists", QString::number(state.stocks.size()) });
+    for (QDomElement section = root.firstChildElement(); !section.isNull();
+         section = section.nextSiblingElement()) {
+        table.add({ section.tagName(), QString::number(section.childNodes().size()) });
+    }
+    table.print("Loaded");
+}
+
+void moveFirstWindow(KW::CPanelGroupLayoutConfig& layouts)
+{
+    const QVector<KW::CLayoutWindow> windows = layouts.getQuoteGroupSetting().m_windows;
+    KW::CLayoutWindow window = windows.isEmpty() ? KW::CLayoutWindow() : windows.last();
+    const QPoint from = window.m_rect.topLeft();
+    window.m_rect.translate(120, 80);
+    layouts.updateQuotePanelSet(window);
+    printLine(QStringLiteral("  quote window of panel group %1: %2,%3 -> %4,%5")
+                  .arg(window.m_nPanelGroupId)
+                  .arg(from.x())
+                  .arg(from.y())
+                  .arg(window.m_rect.left())
+                  .arg(window.m_rect.top()));
+}
+
+void setOption(KW::UserConfigInterface& service)
+{
+    KW::paramSettingForClient options = service.getParamSettingForClient();
+    const int nBefore = options.reportRefreshTime;
+    options.reportRefreshTime = nBefore + 250;
+    service.setParamSettingForClient(options);
+    printLine(QStringLiteral("  option reportRefreshTime: %1 -> %2")
+                  .arg(nBefore)
+                  .arg(options.reportRefreshTime));
+}
+
+void addStockList(KW::UserConfigInterface& service)
+{
+    KW::CustomStockMap stocks;
+    service.getCustomStockMap(stocks);
+    for (const auto& [pszCode, pszName] :
+         { std::pair { "601012", "隆基绿能" }, std::pair { "600900", "长江电力" } }) {
+        auto pDetail = std::make_shared<rxservice::CInstrumentDetail>();
+        pDetail->market = "SH";
+        pDetail->code = pszCode;
+        pDetail->name = pszName;
+        stocks[c_nNewListType].append(pDetail);
+    }
+    service.setCustomStockMap(stocks);
+    printLine(QStringLiteral("  stock list %1: %2")
+                  .arg(QString::number(c_nNewListType), stockText(stocks[c_nNewListType])));
+}
+
+void saveAndWait(KW::UserConfigInterface& service)
+{
+    QElapsedTimer timer;
+    timer.start();
+    service.saveSettings();
+    while (!service.getSaveSuccess()) {
+        if (timer.hasExpired(c_nSaveTimeoutMs)) {
+            throw CFailure(ExitStatus::InputOutput, QStringLiteral("the save does not end"));
+        }
+        QThread::msleep(1);
+    }
+}
+
+void printLog(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("%1: %2").arg(path, file.errorString()));
+    }
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        if (!line.isEmpty()) {
+            printLine(QStringLiteral("  ") + QString::fromUtf8(line));
+        }
+    }
+}
+
+void printFiles(const QString& directory)
+{
+    CTextTable table({ "file", "bytes" });
+    QDirIterator files(directory, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        files.next();
+        table.add({ QDir(directory).relativeFilePath(files.filePath()),
+                    QString::number(files.fileInfo().size()) });
+    }
+    table.print("Files left");
+}
+
+class CComparison {
+public:
+    void add(const QString& field, const QString& expected, const QString& found)
+    {
+        const bool bSame = expected == found;
+        m_nDifferences += bSame ? 0 : 1;
+        m_table.add({ field, bSame ? "same" : "DIFFERS", expected, bSame ? QString() : found });
+    }
+
+    void addTree(const QString& field, const QDomElement& expected, const QDomElement& found)
+    {
+        const TreeFields fields = fieldsOf(expected);
+        const QStringList different = differences(fields, fieldsOf(found));
+        add(field, QStringLiteral("%1 values").arg(fields.size()),
+            different.isEmpty() ? QStringLiteral("%1 values").arg(fields.size())
+                                : different.join(QStringLiteral("; ")));
+    }
+
+    ExitStatus print() const
+    {
+        m_table.print("Read back by a new instance");
+        return m_nDifferences == 0 ? ExitStatus::Ok : ExitStatus::Negative;
+    }
+
+private:
+    CTextTable m_table { { "field", "", "written", "read" } };
+    int m_nDifferences = 0;
+};
+
+void compareOptions(CComparison& comparison, const CUserState& expected, const CUserState& found)
+{
+    const auto& rows = KW::optionTable();
+    for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
+        comparison.add(rows[static_cast<std::size_t>(i)].strAttribute,
+                       optionText(expected.options, i), optionText(found.options, i));
+    }
+}
+
+void compareStocks(CComparison& comparison, const CUserState& expected, const CUserState& found)
+{
+    QList<int> types = expected.stocks.keys();
+    for (const int nType : found.stocks.keys()) {
+        if (!types.contains(nType)) {
+            types.append(nType);
+        }
+    }
+    for (const int nType : types) {
+        comparison.add(QStringLiteral("stock list %1").arg(nType),
+                       stockText(expected.stocks.value(nType)),
+                       stockText(found.stocks.value(nType)));
+    }
+}
+
+void compareLayouts(CComparison& comparison, const CUserState& expected, const CUserState& found)
+{
+    const QDomElement root = found.layouts.documentElement();
+    for (QDomElement section = expected.layouts.documentElement().firstChildElement();
+         !section.isNull(); section = section.nextSiblingElement()) {
+        QDomElement other = root.firstChildElement(section.tagName()).firstChildElement();
+        int nNumber = 0;
+        for (QDomElement child = section.firstChildElement(); !child.isNull();
+             child = child.nextSiblingElement()) {
+            comparison.addTree(
+                QStringLiteral("%1 %2").arg(section.tagName(), QString::number(++nNumber)), child,
+                other);
+            other = other.nextSiblingElement();
+        }
+    }
+}
+
+ExitStatus compare(const CExpected& expected, const CExpected& found)
+{
+    CComparison comparison;
+    compareOptions(comparison, expected.state, found.state);
+    compareStocks(comparison, expected.state, found.state);
+    compareLayouts(comparison, expected.state, found.state);
+    comparison.addTree("all layouts", expected.state.layouts.documentElement(),
+                       found.state.layouts.documentElement());
+    const QDomElement root = found.file.documentElement();
+    for (const QString& name : foreignSections(expected.file)) {
+        comparison.addTree(name, expected.file.documentElement().firstChildElement(name),
+                           root.firstChildElement(name));
+    }
+    return comparison.print();
+}
+
+CExpected changeAndSave(const QString& directory)
+{
+    KW::UserConfigInterface* const pService = KW::UserConfigFactory::getIndexUserConfig();
+    const QDomDocument file = readUserFile(directory);
+    pService->loadSettings();
+    printSummary(stateOf(*pService));
+
+    printLine("\nChanged");
+    moveFirstWindow(*pService->getLayoutConfig());
+    setOption(*pService);
+    addStockList(*pService);
+    CExpected expected { stateOf(*pService), file };
+    saveAndWait(*pService);
+    return expected;
+}
+
+CExpected loadAnew(const QString& directory)
+{
+    utils::CSingletonT<KW::CUserConfigManager>::release();
+    standalone::forgetAll();
+    KW::UserConfigInterface* const pService = KW::UserConfigFactory::getIndexUserConfig();
+    pService->loadSettings();
+    return { stateOf(*pService), readUserFile(directory) };
+}
+
+} // namespace
+
+ExitStatus tour(const QString& configDir)
+{
+    const QTemporaryDir folder;
+    if (!folder.isValid()) {
+        throw CFailure(ExitStatus::InputOutput, folder.errorString());
+    }
+    printLine(QStringLiteral("The road of one change, on a copy of %1").arg(configDir));
+    copyUserFile(configDir, folder.path());
+    standalone::setConfigDir(folder.path());
+    const QString strLog = folder.filePath(QStringLiteral("indexuser.log"));
+    if (!standalone::logToFile(strLog)) {
+        throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: cannot write").arg(strLog));
+    }
+
+    const CExpected expected = changeAndSave(folder.path());
+    printLine("\nLog of the save");
+    printLog(strLog);
+    printFiles(folder.path());
+    const ExitStatus status = compare(expected, loadAnew(folder.path()));
+    printLine(status == ExitStatus::Ok ? "\nAll came back." : "\nNOT all came back.");
+    return status;
+}

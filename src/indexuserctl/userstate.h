@@ -1,0 +1,31 @@
+#pragma once
+
+#include <indexuser/cpanelgrouplayoutconfig.h>
+#include <indexuser/userconfiginterface.h>
+
+#include <QDomDocument>
+#include <QString>
+#include <QStringList>
+
+/// All that the service holds of a user, as plain values.
+struct CUserState {
+    KW::paramSettingForClient options;
+    KW::CustomStockMap stocks;
+    QDomDocument layouts; ///< the six layout sections below one root
+};
+
+/// The user's file of \a directory, read by itself; throws CFailure, with line and column, when it
+/// is not there or damaged. Nothing is handed to the service.
+QDomDocument readUserFile(const QString& directory);
+
+/// What \a service holds now.
+CUserState stateOf(KW::UserConfigInterface& service);
+
+/// The text that an option has in a file.
+QString optionText(const KW::paramSettingForClient& options, int row);
+
+/// One line that names the stocks of a list.
+QString stockText(const KW::CustomStockMap::mapped_type& list);
+
+/// The sections of \a file that other managers own, in the order of the file.
+QStringList foreignSections(const QDomDocument& file);
