@@ -30,7 +30,7 @@ protected:
     /// Saves and waits until the save has ended.
     static void saveAndWait(KW::UserConfigInterface& service);
 
-private Q_SLOTS:
+protected Q_SLOTS:
     void init();
     void cleanup();
 
