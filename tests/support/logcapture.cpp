@@ -13,6 +13,7 @@ namespace {
 struct Capture {
     QMutex mutex;
     QVector<LoggedLine> lines;
+    std::function<void(const QString&)> hook;
     int nExpectedErrors = 0;
 };
 
@@ -38,9 +39,12 @@ protected:
     void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool&) override
     {
         const log4cxx::spi::LocationInfo& location = event->getLocationInformation();
+        const QString strMessage = QString::fromStdString(event->getMessage());
         const QMutexLocker lock(&theCapture().mutex);
-        theCapture().lines.append({ event->getLevel()->toInt(),
-                                    QString::fromStdString(event->getMessage()),
+        if (theCapture().hook) {
+            theCapture().hook(strMessage);
+        }
+        theCapture().lines.append({ event->getLevel()->toInt(), strMessage,
                                     QString::fromUtf8(location.getFileName()),
                                     QString::fromUtf8(t_pszFunction), location.getLineNumber() });
     }
@@ -76,6 +80,7 @@ void start()
     pLogger->setLevel(log4cxx::Level::getInfo());
     g_RXStdLogger = pLogger;
     clear();
+    onMessage(nullptr);
 }
 
 QVector<LoggedLine> lines()
@@ -103,6 +108,12 @@ void clear()
 void setLevel(int level)
 {
     captureLogger()->setLevel(log4cxx::Level::toLevel(level));
+}
+
+void onMessage(const std::function<void(const QString&)>& hook)
+{
+    const QMutexLocker lock(&theCapture().mutex);
+    theCapture().hook = hook;
 }
 
 void expectErrors(int count)

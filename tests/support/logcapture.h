@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QVector>
+
+#include <functional>
 
 /// One record of the shared logger, as it arrived.
 struct LoggedLine {
@@ -20,6 +23,8 @@ QVector<LoggedLine> lines();
 QStringList messages();
 void clear();
 void setLevel(int level);
+/// Called with every message, on the thread that logs it, until the next start().
+void onMessage(const std::function<void(const QString&)>& hook);
 
 /// What init() of a test announces: an ERROR line that is not a defect.
 void expectErrors(int count);

@@ -33,6 +33,9 @@ bool Configuration::load(std::string path)
 {
     m_pContent.reset();
     std::ifstream file(path.empty() ? m_strPath : path, std::ios::binary);
+    if (!file) {
+        return false;
+    }
     skipByteOrderMark(file);
     auto pTree = std::make_shared<ptree>();
     try {

@@ -1,0 +1,322 @@
+#include "librarytest.h"
+
+#include "platform/environment.h"
+#include "platform/formula.h"
+#include "platform/orderservice.h"
+#include "platform/specialstrategy.h"
+#include "standalone/standalone.h"
+
+#include <QStandardPaths>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+template <typename T> T& single()
+{
+    return *utils::CSingletonT<T>::instance();
+}
+
+QDomElement rootOf(const QDomDocument& doc)
+{
+    return doc.documentElement();
+}
+
+int readSwitch(const QString& path)
+{
+    utils::Configuration ini(path.toStdString(), true);
+    ini.load(std::string());
+    return ini.readInt("dbifEnable", "showDBIf", 0);
+}
+
+} // namespace
+
+class tst_siblings : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theConfigurationDirectoryIsTheHostsOrTheUsers();
+    void logLinesGoToTheFile();
+    void aLogFileThatCannotBeWrittenIsTold();
+
+    void anIniEntryIsRead_data();
+    void anIniEntryIsRead();
+    void aMissingIniGivesTheDefault();
+    void anIniIsReadAnewByEveryLoad();
+
+    void subElementsAreFoundDepthFirst();
+    void aMissingSubElementIsNull();
+    void textIsDecodedByLength();
+    void numbersHaveFixedDecimals_data();
+    void numbersHaveFixedDecimals();
+
+    void aForeignSectionIsKeptWordForWord();
+    void aForeignSectionSharesNoNode();
+    void anAbsentSectionStaysEmpty();
+    void anUnreadableFileLeavesTheCatalogue();
+    void absentAlgorithmsStayAbsent();
+    void presentAlgorithmsStayPresent();
+    void everyManagerKeepsItsOwnSection();
+
+    void aPanelTreeIsKeptWordForWord();
+    void noElementIsNoTree();
+    void aTooDeepElementIsNoTree();
+
+    void registeredInstrumentsAreFound();
+};
+
+void tst_siblings::theConfigurationDirectoryIsTheHostsOrTheUsers()
+{
+    standalone::setConfigDir("/some/where");
+    QCOMPARE(KW::getConfigDir(), QString("/some/where"));
+    standalone::setConfigDir(QString());
+    QCOMPARE(KW::getConfigDir(),
+             QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
+}
+
+void tst_siblings::logLinesGoToTheFile()
+{
+    const QString strLog = userDir() + QStringLiteral("/日志.log");
+    QVERIFY(standalone::logToFile(strLog));
+    saveAndWait(service());
+    QVERIFY(readFile(strLog).contains("INFO  [CUserConfigManager] is not loaded!\n"));
+}
+
+void tst_siblings::aLogFileThatCannotBeWrittenIsTold()
+{
+    QVERIFY(!standalone::logToFile(userDir() + "/missing/log"));
+}
+
+void tst_siblings::anIniEntryIsRead_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("value");
+    QTest::newRow("usual") << QByteArray("[dbifEnable]\nshowDBIf=1\n") << 1;
+    QTest::newRow("blanks and line ends") << QByteArray("[dbifEnable]\r\n showDBIf = 1 \r\n") << 1;
+    QTest::newRow("comment") << QByteArray("; c\n[x]\na=b\n[dbifEnable]\nshowDBIf=2\n") << 2;
+    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf[dbifEnable]\nshowDBIf=1\n") << 1;
+    QTest::newRow("other section") << QByteArray("[other]\nshowDBIf=1\n") << 0;
+    QTest::newRow("no section") << QByteArray("showDBIf=1\n") << 0;
+    QTest::newRow("word") << QByteArray("[dbifEnable]\nshowDBIf=yes\n") << 0;
+    QTest::newRow("empty file") << QByteArray("") << 0;
+    QTest::newRow("one byte") << QByteArray("[") << 0;
+    QTest::newRow("no ini") << QByteArray("\x01\x02 nothing") << 0;
+}
+
+void tst_siblings::anIniEntryIsRead()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(int, value);
+    writeFile(userDir() + "/server.ini", content);
+    QCOMPARE(readSwitch(userDir() + "/server.ini"), value);
+}
+
+void tst_siblings::aMissingIniGivesTheDefault()
+{
+    utils::Configuration ini((userDir() + "/missing.ini").toStdString(), true);
+    QVERIFY(!ini.load(std::string()));
+    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 7), 7);
+}
+
+void tst_siblings::anIniIsReadAnewByEveryLoad()
+{
+    const QString strPath = userDir() + "/server.ini";
+    writeFile(strPath, "[dbifEnable]\nshowDBIf=1\n");
+    QCOMPARE(readSwitch(strPath), 1);
+    writeFile(strPath, "[dbifEnable]\nshowDBIf=0\n");
+    QCOMPARE(readSwitch(strPath), 0);
+}
+
+void tst_siblings::subElementsAreFoundDepthFirst()
+{
+    const QDomDocument doc = parsed("<x><a><x n=\"1\"/></a><x n=\"2\"/></x>");
+    QCOMPARE(MV::getSubElement(rootOf(doc), "x").attribute("n"), QString("1"));
+    QCOMPARE(MV::getSubElement(rootOf(doc), "a").tagName(), QString("a"));
+}
+
+void tst_siblings::aMissingSubElementIsNull()
+{
+    const QDomDocument doc = parsed("<x><a/>text<!-- b --><c><a/></c></x>");
+    QVERIFY(MV::getSubElement(rootOf(doc), "b").isNull());
+    QVERIFY(MV::getSubElement(rootOf(doc), "x").isNull());
+    QVERIFY(MV::getSubElement(rootOf(doc).firstChildElement(), "c").isNull());
+    QVERIFY(MV::getSubElement(QDomElement(), "a").isNull());
+}
+
+void tst_siblings::textIsDecodedByLength()
+{
+    QCOMPARE(MV::sToQs(std::string("a\0值", 5)), QString("a") + QChar(0) + QStringLiteral("值"));
+    QCOMPARE(MV::sToQs(std::string()), QString(""));
+}
+
+void tst_siblings::numbersHaveFixedDecimals_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("0.05") << 0.05 << "0.050";
+    QTest::newRow("10") << 10.0 << "10.000";
+    QTest::newRow("-1.0005") << -1.0006 << "-1.001";
+    QTest::newRow("large") << 1e15 << "1000000000000000.000";
+    QTest::newRow("not a number") << std::nan("") << "invalid";
+    QTest::newRow("infinity") << std::numeric_limits<double>::infinity() << "invalid";
+    QTest::newRow("-infinity") << -std::numeric_limits<double>::infinity() << "invalid";
+}
+
+void tst_siblings::numbersHaveFixedDecimals()
+{
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    QCOMPARE(MV::formatDoubleNumber(value, 3, 0, false, "invalid"), text);
+}
+
+void tst_siblings::aForeignSectionIsKeptWordForWord()
+{
+    const QString strSection = "<drawGraph b=\"&lt;1&gt;\"><!-- c --><g><![CDATA[<x>]]></g>"
+                               "<h>text<i/>more</h><?pi data?></drawGraph>";
+    const QDomDocument doc = parsed("<r>" + strSection + "</r>");
+    QDomElement root = rootOf(doc);
+    single<KW::CDrawGraphManager>().loadSettings(root);
+    QDomDocument out;
+    QDomElement element = out.createElement("drawGraph");
+    out.appendChild(element);
+    single<KW::CDrawGraphManager>().saveSettings(element, out);
+    QCOMPARE(out.toString(-1), parsed(strSection).toString(-1));
+}
+
+void tst_siblings::aForeignSectionSharesNoNode()
+{
+    QDomDocument doc = parsed("<r><drawGraph><g/></drawGraph></r>");
+    QDomElement root = rootOf(doc);
+    single<KW::CDrawGraphManager>().loadSettings(root);
+    root.firstChildElement().firstChildElement().setAttribute("changed", 1);
+    for (int i = 0; i < 2; ++i) {
+        QDomDocument out;
+        QDomElement element = out.createElement("drawGraph");
+        out.appendChild(element);
+        single<KW::CDrawGraphManager>().saveSettings(element, out);
+        QCOMPARE(out.toString(-1), QString("<drawGraph><g/></drawGraph>"));
+        element.firstChildElement().setAttribute("changed", 1);
+    }
+}
+
+void tst_siblings::anAbsentSectionStaysEmpty()
+{
+    const QDomDocument first = parsed("<r><drawGraph a=\"1\"/></r>");
+    const QDomDocument second = parsed("<r><other><drawGraph a=\"2\"/></other></r>");
+    for (const QDomDocument& doc : { first, second }) {
+        QDomElement root = rootOf(doc);
+        single<KW::CDrawGraphManager>().loadSettings(root);
+    }
+    QDomDocument out;
+    QDomElement element = out.createElement("drawGraph");
+    single<KW::CDrawGraphManager>().saveSettings(element, out);
+    QVERIFY(!element.hasAttributes() && !element.hasChildNodes());
+}
+
+void tst_siblings::anUnreadableFileLeavesTheCatalogue()
+{
+    const QDomDocument doc = parsed("<r><FormulaCatalog a=\"1\"/></r>");
+    QDomElement root = rootOf(doc);
+    single<KW::CFormulaOperateManager>().loadSettings(root);
+    QDomElement none;
+    single<KW::CFormulaOperateManager>().loadSettings(none);
+    QDomDocument out;
+    QDomElement element = out.createElement("FormulaCatalog");
+    single<KW::CFormulaOperateManager>().saveSettings(element, out);
+    QCOMPARE(element.attribute("a"), QString("1"));
+}
+
+void tst_siblings::absentAlgorithmsStayAbsent()
+{
+    const QDomDocument doc = parsed("<r/>");
+    QDomElement root = rootOf(doc);
+    single<KW::CStrategyTradeManager>().loadAlgoSettings(root);
+    QDomDocument out;
+    QDomElement element = out.createElement("strategyAlgoTrade");
+    bool bOmitted = false;
+    single<KW::CStrategyTradeManager>().saveAlgoSettings(element, out, bOmitted);
+    QVERIFY(bOmitted);
+}
+
+void tst_siblings::presentAlgorithmsStayPresent()
+{
+    const QDomDocument doc = parsed("<r><strategyAlgoTrade/></r>");
+    QDomElement root = rootOf(doc);
+    single<KW::CStrategyTradeManager>().loadAlgoSettings(root);
+    QDomDocument out;
+    QDomElement element = out.createElement("strategyAlgoTrade");
+    bool bOmitted = false;
+    single<KW::CStrategyTradeManager>().saveAlgoSettings(element, out, bOmitted);
+    QVERIFY(!bOmitted);
+}
+
+void tst_siblings::everyManagerKeepsItsOwnSection()
+{
+    const QStringList sections { "FormulaCatalog",      "GroupIndex",      "ExtendDataCatalog",
+                                 "externalDataCatalog", "drawGraph",       "strategyTrade",
+                                 "strategyAlgoTrade",   "WindDataCatalog", "interfaceTrade",
+                                 "specialstrategydata" };
+    QString strXml;
+    for (const QString& name : sections) {
+        strXml += QString("<%1 own=\"%1\"><child of=\"%1\"/></%1>").arg(name);
+    }
+    writeLive(("<ICUserConfigFile>" + strXml + "</ICUserConfigFile>").toUtf8());
+    service().loadSettings();
+    saveAndWait(service());
+    const QDomDocument doc = parsed(readFile(livePath()));
+    for (const QString& name : sections) {
+        const QDomElement section = rootOf(doc).firstChildElement(name);
+        QCOMPARE(section.attribute("own"), name);
+        QCOMPARE(section.firstChildElement("child").attribute("of"), name);
+    }
+}
+
+void tst_siblings::aPanelTreeIsKeptWordForWord()
+{
+    const QString strTree = "<dock a=\"1\"><split><!-- c --><panel name=\"分时\"/></split></dock>";
+    std::unique_ptr<MV::ILayoutElement> pTree;
+    {
+        const QDomDocument doc = parsed(strTree);
+        QDomElement root = rootOf(doc);
+        pTree.reset(MV::ILayoutElement::fromXml(root));
+        root.setAttribute("a", 2);
+    }
+    QDomDocument out = parsed("<w/>");
+    QDomElement window = rootOf(out);
+    pTree->toXml(window, out);
+    QCOMPARE(out.toString(-1), parsed("<w>" + strTree + "</w>").toString(-1));
+}
+
+void tst_siblings::noElementIsNoTree()
+{
+    QDomElement none;
+    QVERIFY(!std::unique_ptr<MV::ILayoutElement>(MV::ILayoutElement::fromXml(none)));
+}
+
+void tst_siblings::aTooDeepElementIsNoTree()
+{
+    QDomDocument doc;
+    QDomElement top = doc.createElement("a");
+    for (int i = 0; i < 20000; ++i) {
+        QDomElement parent = doc.createElement("a");
+        parent.appendChild(top);
+        top = parent;
+    }
+    QVERIFY(!std::unique_ptr<MV::ILayoutElement>(MV::ILayoutElement::fromXml(top)));
+}
+
+void tst_siblings::registeredInstrumentsAreFound()
+{
+    writeLive("<ICUserConfigFile><Customs><Custom type=\"1\">"
+              "<Stock market=\"SH\" code=\"600000\" name=\"浦发银行\"/>"
+              "</Custom></Customs></ICUserConfigFile>");
+    service().loadSettings();
+    const auto pDetail = single<KW::CStockManager>().getInstrumentDetail("SH600000");
+    QVERIFY(pDetail);
+    QCOMPARE(pDetail->name, std::string("浦发银行"));
+    QVERIFY(!single<KW::CStockManager>().getInstrumentDetail("600000"));
+}
+
+QTEST_GUILESS_MAIN(tst_siblings)
+#include "tst_siblings.moc"

@@ -1,0 +1,252 @@
+#include "librarytest.h"
+#include "logcapture.h"
+#include "recording.h"
+
+#include "indexuser/userdocument.h"
+
+namespace {
+
+QString nested(int levels)
+{
+    return QString("<a>").repeated(levels) + QString("</a>").repeated(levels);
+}
+
+// Built from the inside: Qt looks for the document from every node that it appends to.
+QDomDocument nestedDocument(int levels)
+{
+    QDomDocument doc;
+    QDomElement top = doc.createElement("a");
+    for (int i = 1; i < levels; ++i) {
+        QDomElement parent = doc.createElement("a");
+        parent.appendChild(top);
+        top = parent;
+    }
+    doc.appendChild(top);
+    return doc;
+}
+
+int depthOf(const QString& xml)
+{
+    int nDepth = 0;
+    for (QDomElement element = parsed(xml).documentElement(); !element.isNull();
+         element = element.firstChildElement()) {
+        ++nDepth;
+    }
+    return nDepth;
+}
+
+} // namespace
+
+class tst_userdocument : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aWellFormedTextIsWhole();
+    void aMalformedTextIsNotThereAtAll();
+    void anErrorNamesItsPlace();
+    void theDepthLimitIsExact();
+    void depthIsThatOfElements_data();
+    void depthIsThatOfElements();
+    void hostileDepthIsRefused_data();
+    void hostileDepthIsRefused();
+    void aTooDeepFileIsAMalformedFile();
+    void unreadableCharactersAreDropped_data();
+    void unreadableCharactersAreDropped();
+    void allOtherCharactersGoThrough_data();
+    void allOtherCharactersGoThrough();
+    void elementsBelowTheLimitAreCut();
+    void aHundredThousandLevelsAreCut();
+    void textBesideTheCutStays();
+    void aDeepTreeInTheStoreDoesNotBreakASave();
+};
+
+void tst_userdocument::aWellFormedTextIsWhole()
+{
+    const KW::UserDocument file = KW::parseUserDocument("<a><b c=\"1\"/></a>");
+    QVERIFY(file.isValid());
+    QCOMPARE(file.document.toString(-1), QString("<a><b c=\"1\"/></a>"));
+}
+
+void tst_userdocument::aMalformedTextIsNotThereAtAll()
+{
+    for (const char* pszText : { "", "text", "<a>", "<a><b></a>", "<a/><a/>", "<a b=\"1/>" }) {
+        const KW::UserDocument file = KW::parseUserDocument(pszText);
+        QVERIFY2(!file.isValid(), pszText);
+        QVERIFY2(file.document.documentElement().isNull(), pszText);
+    }
+}
+
+void tst_userdocument::anErrorNamesItsPlace()
+{
+    const KW::UserDocument file = KW::parseUserDocument("<a>\n  <b>\n</a>");
+    QCOMPARE(file.strError, QString("tag mismatch"));
+    QCOMPARE(file.nLine, 3);
+    QCOMPARE(file.nColumn, 4);
+}
+
+void tst_userdocument::theDepthLimitIsExact()
+{
+    QVERIFY(KW::parseUserDocument(nested(KW::c_nMaxDepth)).isValid());
+    const KW::UserDocument file = KW::parseUserDocument(nested(KW::c_nMaxDepth + 1));
+    QCOMPARE(file.strError, QString("elements are nested deeper than 512 levels"));
+}
+
+void tst_userdocument::depthIsThatOfElements_data()
+{
+    QTest::addColumn<QString>("piece");
+    const QString strTags = QString("<x>").repeated(600);
+    QTest::newRow("siblings") << QString("<x/>").repeated(600);
+    QTest::newRow("closed siblings") << QString("<x></x>").repeated(600);
+    QTest::newRow("comment") << "<!-- " + strTags + " -->";
+    QTest::newRow("character data") << "<![CDATA[ " + strTags + " ]]>";
+    QTest::newRow("instruction") << "<?pi " + strTags + " ?>";
+    QTest::newRow("attributes") << "<x a='>' b=\"/>\" c='\"'/>"
+            + QString("<y z='>'/>").repeated(600);
+    QTest::newRow("blank before the slash") << QString("<x a='1' />").repeated(600);
+}
+
+void tst_userdocument::depthIsThatOfElements()
+{
+    QFETCH(QString, piece);
+    QVERIFY(KW::parseUserDocument("<a>" + piece + "</a>").isValid());
+    QVERIFY(!KW::parseUserDocument("<a>" + piece + nested(KW::c_nMaxDepth) + "</a>").isValid());
+}
+
+void tst_userdocument::hostileDepthIsRefused_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("open") << QString("<a>").repeated(100000);
+    QTest::newRow("closed") << nested(100000);
+    QTest::newRow("behind a quote in the document type")
+        << "<!DOCTYPE a [<!ENTITY q \"<!--\">]>" + nested(100000) + "<!-- -->";
+    QTest::newRow("behind an apostrophe in the document type")
+        << "<!DOCTYPE a [<!ENTITY q \"<b '\">]>" + nested(100000) + "<!-- ' -->";
+    QTest::newRow("in entities") << "<!DOCTYPE a [<!ENTITY d \"" + nested(400) + "\">]>"
+            + QString("<a>").repeated(200) + "&d;" + QString("</a>").repeated(200);
+    QTest::newRow("unbalanced entities") << "<!DOCTYPE a [<!ENTITY d \""
+            + QString("<a>").repeated(300) + "\">]><a>" + QString("&d;").repeated(300) + "</a>";
+}
+
+void tst_userdocument::hostileDepthIsRefused()
+{
+    QFETCH(QString, text);
+    QVERIFY(!KW::parseUserDocument(text).isValid());
+}
+
+void tst_userdocument::aTooDeepFileIsAMalformedFile()
+{
+    writeLive(nested(50000).toUtf8());
+    logcapture::expectErrors(1);
+    service().loadSettings();
+    QCOMPARE(logcapture::messages(),
+             QStringList("[CUserConfigManager] loadSettings error: QDomDocument setContent error"));
+    QCOMPARE(recording::callsOf("CFormulaOperateManager"),
+             QStringList("CFormulaOperateManager::loadSettings(null)"));
+}
+
+void tst_userdocument::unreadableCharactersAreDropped_data()
+{
+    QTest::addColumn<QString>("character");
+    QTest::newRow("NUL") << QString(QChar(0));
+    QTest::newRow("U+FFFE") << QString(QChar(0xfffe));
+    QTest::newRow("U+FFFF") << QString(QChar(0xffff));
+    QTest::newRow("high surrogate") << QString(QChar(0xd800));
+    QTest::newRow("low surrogate") << QString(QChar(0xdc00));
+    QTest::newRow("surrogates the wrong way round") << QString(QChar(0xdc00)) + QChar(0xd800);
+    QTest::newRow("two high surrogates") << QString(QChar(0xd800)) + QChar(0xd800);
+}
+
+void tst_userdocument::unreadableCharactersAreDropped()
+{
+    QFETCH(QString, character);
+    QDomDocument doc = parsed("<r/>");
+    doc.documentElement().setAttribute("a", "x" + character + "y");
+    doc.documentElement().appendChild(doc.createTextNode("t" + character + "u"));
+    const QByteArray bytes = KW::userDocumentText(doc).toUtf8();
+    const KW::UserDocument file
+        = KW::parseUserDocument(QString::fromUtf8(bytes.constData(), bytes.size()));
+    QVERIFY(file.isValid());
+    QCOMPARE(file.document.documentElement().attribute("a"), QString("xy"));
+    QCOMPARE(file.document.documentElement().text(), QString("tu"));
+}
+
+void tst_userdocument::allOtherCharactersGoThrough_data()
+{
+    QTest::addColumn<QString>("character");
+    for (const uint c :
+         { 0x01u,   0x08u,   0x09u,    0x0au,    0x0du,    0x1fu,    0x22u,    0x26u,   0x27u,
+           0x3cu,   0x3eu,   0x7fu,    0x85u,    0x4e2du,  0xd7ffu,  0xe000u,  0xfdd0u, 0xfeffu,
+           0xfffdu, 0x2028u, 0x10000u, 0x1f600u, 0x1fffeu, 0x20000u, 0x10ffffu }) {
+        QTest::newRow(qPrintable(QString("U+%1").arg(c, 4, 16))) << QString::fromUcs4(&c, 1);
+    }
+}
+
+void tst_userdocument::allOtherCharactersGoThrough()
+{
+    QFETCH(QString, character);
+    QDomDocument doc = parsed("<r/>");
+    doc.documentElement().setAttribute("a", "x" + character + "y");
+    doc.documentElement().appendChild(doc.createTextNode("t" + character + "u"));
+    const QByteArray bytes = KW::userDocumentText(doc).toUtf8();
+    const KW::UserDocument file = KW::parseUserDocument(QString::fromUtf8(bytes));
+    QVERIFY(file.isValid());
+    QCOMPARE(file.document.documentElement().attribute("a"), "x" + character + "y");
+    QCOMPARE(file.document.documentElement().text(), "t" + character + "u");
+}
+
+void tst_userdocument::elementsBelowTheLimitAreCut()
+{
+    QDomDocument doc = nestedDocument(KW::c_nMaxDepth + 5);
+    QCOMPARE(depthOf(KW::userDocumentText(doc)), KW::c_nMaxDepth);
+    QDomDocument justRight = nestedDocument(KW::c_nMaxDepth);
+    QCOMPARE(depthOf(KW::userDocumentText(justRight)), KW::c_nMaxDepth);
+}
+
+void tst_userdocument::aHundredThousandLevelsAreCut()
+{
+    QDomDocument doc = nestedDocument(100000);
+    QCOMPARE(depthOf(KW::userDocumentText(doc)), KW::c_nMaxDepth);
+}
+
+void tst_userdocument::textBesideTheCutStays()
+{
+    QDomDocument doc = nestedDocument(KW::c_nMaxDepth);
+    QDomElement deepest = doc.documentElement();
+    while (!deepest.firstChildElement().isNull()) {
+        deepest = deepest.firstChildElement();
+    }
+    deepest.appendChild(doc.createTextNode("text"));
+    deepest.appendChild(doc.createElement("cut"));
+    const QString strText = KW::userDocumentText(doc);
+    QVERIFY(strText.contains(">text</a>"));
+    QVERIFY(!strText.contains("<cut"));
+}
+
+void tst_userdocument::aDeepTreeInTheStoreDoesNotBreakASave()
+{
+    class CDeepTree : public MV::ILayoutElement {
+    public:
+        void toXml(QDomElement& parent, QDomDocument& doc) const override
+        {
+            QDomElement top = doc.createElement("deep");
+            for (int i = 0; i < 20000; ++i) {
+                QDomElement next = doc.createElement("deep");
+                next.appendChild(top);
+                top = next;
+            }
+            parent.appendChild(top);
+        }
+    };
+    writeLive("<ICUserConfigFile/>");
+    service().loadSettings();
+    KW::CLayoutWindow window;
+    window.m_pItemLayout = std::make_shared<CDeepTree>();
+    service().getLayoutConfig()->addQuotePanelSetting(window);
+    saveAndWait(service());
+    const KW::UserDocument file = KW::parseUserDocument(QString::fromUtf8(readFile(livePath())));
+    QVERIFY(file.isValid());
+    QVERIFY(!file.document.elementsByTagName("UserParams").isEmpty());
+}
+
+QTEST_GUILESS_MAIN(tst_userdocument)
+#include "tst_userdocument.moc"
