@@ -11,6 +11,7 @@
 #include <QTextCodec>
 
 #include <atomic>
+#include <mutex>
 
 log4cxx::LoggerPtr g_RXStdLogger;
 
@@ -19,8 +20,8 @@ namespace recording {
 namespace {
 
 struct Record {
-    QMutex mutex;
-    QStringList calls;
+    std::mutex mutex;
+    std::vector<QString> calls; // not shared with those that ask for a copy
     Answers answers;
     std::atomic<int> nLiveTrees { 0 };
 };
@@ -80,8 +81,9 @@ Answers& answers()
 
 QStringList calls()
 {
-    const QMutexLocker lock(&theRecord().mutex);
-    return theRecord().calls;
+    const std::lock_guard<std::mutex> lock(theRecord().mutex);
+    const std::vector<QString>& all = theRecord().calls;
+    return QStringList(all.begin(), all.end());
 }
 
 QStringList callsOf(const QString& prefix)
@@ -97,8 +99,8 @@ QStringList callsOf(const QString& prefix)
 
 void record(const QString& call)
 {
-    const QMutexLocker lock(&theRecord().mutex);
-    theRecord().calls.append(call);
+    const std::lock_guard<std::mutex> lock(theRecord().mutex);
+    theRecord().calls.push_back(call);
 }
 
 int liveTrees()
@@ -108,7 +110,7 @@ int liveTrees()
 
 void reset()
 {
-    const QMutexLocker lock(&theRecord().mutex);
+    const std::lock_guard<std::mutex> lock(theRecord().mutex);
     theRecord().calls.clear();
     theRecord().answers = Answers();
 }

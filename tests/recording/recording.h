@@ -3,7 +3,6 @@
 #include "platform/formula.h"
 
 #include <QMap>
-#include <QMutex>
 #include <QString>
 #include <QStringList>
 

@@ -2,17 +2,17 @@
 
 #include "platform/commonutil.h"
 
-#include <QMutex>
-#include <QStringList>
-
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/spi/location/locationinfo.h>
+
+#include <mutex>
+#include <vector>
 
 namespace {
 
 struct Capture {
-    QMutex mutex;
-    QVector<LoggedLine> lines;
+    std::mutex mutex;
+    std::vector<LoggedLine> lines; // not shared with those that ask for a copy
     std::function<void(const QString&)> hook;
     int nExpectedErrors = 0;
 };
@@ -40,13 +40,13 @@ protected:
     {
         const log4cxx::spi::LocationInfo& location = event->getLocationInformation();
         const QString strMessage = QString::fromStdString(event->getMessage());
-        const QMutexLocker lock(&theCapture().mutex);
+        const std::lock_guard<std::mutex> lock(theCapture().mutex);
         if (theCapture().hook) {
             theCapture().hook(strMessage);
         }
-        theCapture().lines.append({ event->getLevel()->toInt(), strMessage,
-                                    QString::fromUtf8(location.getFileName()),
-                                    QString::fromUtf8(t_pszFunction), location.getLineNumber() });
+        theCapture().lines.push_back(
+            { event->getLevel()->toInt(), strMessage, QString::fromUtf8(location.getFileName()),
+              QString::fromUtf8(t_pszFunction), location.getLineNumber() });
     }
 };
 
@@ -85,14 +85,16 @@ void start()
 
 QVector<LoggedLine> lines()
 {
-    const QMutexLocker lock(&theCapture().mutex);
-    return theCapture().lines;
+    const std::lock_guard<std::mutex> lock(theCapture().mutex);
+    const std::vector<LoggedLine>& all = theCapture().lines;
+    return QVector<LoggedLine>(all.begin(), all.end());
 }
 
 QStringList messages()
 {
     QStringList texts;
-    for (const LoggedLine& line : lines()) {
+    const QVector<LoggedLine> all = lines();
+    for (const LoggedLine& line : all) {
         texts.append(line.strMessage);
     }
     return texts;
@@ -100,7 +102,7 @@ QStringList messages()
 
 void clear()
 {
-    const QMutexLocker lock(&theCapture().mutex);
+    const std::lock_guard<std::mutex> lock(theCapture().mutex);
     theCapture().lines.clear();
     theCapture().nExpectedErrors = 0;
 }
@@ -112,19 +114,19 @@ void setLevel(int level)
 
 void onMessage(const std::function<void(const QString&)>& hook)
 {
-    const QMutexLocker lock(&theCapture().mutex);
+    const std::lock_guard<std::mutex> lock(theCapture().mutex);
     theCapture().hook = hook;
 }
 
 void expectErrors(int count)
 {
-    const QMutexLocker lock(&theCapture().mutex);
+    const std::lock_guard<std::mutex> lock(theCapture().mutex);
     theCapture().nExpectedErrors = count;
 }
 
 int unexpectedErrors()
 {
-    const QMutexLocker lock(&theCapture().mutex);
+    const std::lock_guard<std::mutex> lock(theCapture().mutex);
     int nErrors = -theCapture().nExpectedErrors;
     for (const LoggedLine& line : theCapture().lines) {
         nErrors += line.nLevel >= log4cxx::Level::ERROR_INT ? 1 : 0;

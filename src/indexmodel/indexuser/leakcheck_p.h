@@ -1,11 +1,11 @@
 #pragma once
 
-#if defined(__has_feature)
+#if defined(__SANITIZE_ADDRESS__)
+#define INDEXUSER_LEAK_CHECKER
+#elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define INDEXUSER_LEAK_CHECKER
 #endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define INDEXUSER_LEAK_CHECKER
 #endif
 
 #ifdef INDEXUSER_LEAK_CHECKER
