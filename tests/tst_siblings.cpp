@@ -1,4 +1,5 @@
 #include "librarytest.h"
+#include "logcapture.h"
 
 #include "platform/environment.h"
 #include "platform/formula.h"
@@ -315,6 +316,7 @@ void tst_siblings::registeredInstrumentsAreFound()
     const auto pDetail = single<KW::CStockManager>().getInstrumentDetail("SH600000");
     QVERIFY(pDetail);
     QCOMPARE(pDetail->name, std::string("浦发银行"));
+    logcapture::expectErrors(1); // there is no file of sectors to look into
     QVERIFY(!single<KW::CStockManager>().getInstrumentDetail("600000"));
 }
 

@@ -13,3 +13,10 @@ ExitStatus show(const QString& configDir, const QStringList& parts);
 /// Walks the road of one change on a copy of the user's file in \a configDir: load, change, save,
 /// load again, compare.
 ExitStatus tour(const QString& configDir);
+
+/// Prints the sectors beside the user's file.
+ExitStatus listSectors();
+
+/// Writes a sector's stocks to a CSV file in \a directory and tells what is in it.
+ExitStatus exportSectorCommand(const QString& sector, const QString& directory,
+                               const QString& filter);

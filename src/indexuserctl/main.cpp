@@ -7,8 +7,11 @@
 #include <QCoreApplication>
 #include <QStandardPaths>
 #include <QTextCodec>
+#include <QVector>
 
+#include <algorithm>
 #include <clocale>
+#include <functional>
 #include <iostream>
 
 namespace {
@@ -23,52 +26,101 @@ void useUtf8()
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 }
 
-void describe(QCommandLineParser& parser)
+struct Request {
+    QString strConfigDir;
+    QStringList words; ///< those behind the command's name
+    QString strFilter; ///< null when there is none
+};
+
+struct Command {
+    QString strName;
+    QString strWords; ///< as --help shows them
+    QString strHelp;
+    int nLeastWords;
+    int nMostWords;
+    std::function<ExitStatus(const Request&)> run;
+};
+
+const QVector<Command>& commands()
 {
-    parser.setApplicationDescription(
-        "Opens the configuration of one user of the quote client.\n"
-        "\n"
-        "Commands:\n"
-        "  show [PART...]  what the file holds: options, stocks, layouts, templates, sections\n"
-        "  tour            the road of one change on a copy: load, change, save, load, compare\n"
-        "\n"
-        "Exit status: 0 ok, 1 something differs, 2 wrong usage, 3 input or output failed,\n"
-        "4 damaged user file.");
-    parser.addHelpOption();
-    parser.addVersionOption();
-    parser.addOption({ "config-dir", "The user's directory (tour: the one to copy from).", "DIR" });
-    parser.addPositionalArgument("command", "What to do.", "COMMAND");
-    parser.addPositionalArgument("arguments", "Its arguments.", "[ARG...]");
+    static const QVector<Command> s_commands {
+        { "show", "[PART...]", "what the file holds: options, stocks, layouts, templates, sections",
+          0, 5, [](const Request& request) { return show(request.strConfigDir, request.words); } },
+        { "sector", "list", "the sectors beside the file", 1, 1,
+          [](const Request& request) {
+              if (request.words.first() != "list") {
+                  throw CFailure(ExitStatus::Usage, "sector: the only word is 'list'");
+              }
+              return listSectors();
+          } },
+        { "export-sector", "CODE DIR [--filter LINE]", "a sector's stocks as a dated CSV file", 2,
+          2,
+          [](const Request& request) {
+              return exportSectorCommand(request.words[0], request.words[1], request.strFilter);
+          } },
+        { "tour", "", "the road of one change on a copy: load, change, save, load, compare", 0, 0,
+          [](const Request& request) { return tour(request.strConfigDir); } },
+    };
+    return s_commands;
 }
 
-QString defaultDirectory(const QString& command)
+void describe(QCommandLineParser& parser)
 {
-    return command == QLatin1String("tour")
-        ? QStringLiteral(INDEXUSERCTL_SAMPLE_USER)
-        : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+    QString strText = "Opens the configuration of one user of the quote client.\n\nCommands:\n";
+    for (const Command& command : commands()) {
+        const QString strUsage = command.strName + ' ' + command.strWords;
+        strText += QStringLiteral("  %1 %2\n").arg(strUsage, -38).arg(command.strHelp);
+    }
+    parser.setApplicationDescription(
+        strText
+        + "\nExit status: 0 ok, 1 something differs or is not there, 2 wrong usage,\n"
+          "3 input or output failed, 4 damaged file.");
+    parser.addOption({ { "h", "help" }, "Shows this text." });
+    parser.addOption({ { "v", "version" }, "Shows the version." });
+    parser.addOption({ "config-dir", "The user's directory (tour: the one to copy from).", "DIR" });
+    parser.addOption(
+        { "filter", "Sector filters: CODE=NAME,ID|INDICATOR|OP|EXTRA|THRESHOLD,...", "LINE" });
+    parser.addPositionalArgument("command", "What to do.", "COMMAND");
+    parser.addPositionalArgument("words", "What the command works on.", "[WORD...]");
+}
+
+const Command& commandOf(const QStringList& words)
+{
+    if (words.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, "no command; see --help");
+    }
+    const auto it = std::find_if(commands().begin(), commands().end(), [&](const Command& each) {
+        return each.strName == words.first();
+    });
+    if (it == commands().end()) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("unknown command '%1'; see --help").arg(words.first()));
+    }
+    if (words.size() - 1 < it->nLeastWords || words.size() - 1 > it->nMostWords) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("usage: %1 %2").arg(it->strName, it->strWords));
+    }
+    return *it;
 }
 
 ExitStatus run(const QCommandLineParser& parser)
 {
-    QStringList words = parser.positionalArguments();
-    if (words.isEmpty()) {
-        throw CFailure(ExitStatus::Usage, "no command; see --help");
+    const QStringList words = parser.positionalArguments();
+    const Command& command = commandOf(words);
+    if (parser.isSet("filter") && command.strName != "export-sector") {
+        throw CFailure(ExitStatus::Usage, "--filter goes with export-sector");
     }
-    const QString strCommand = words.takeFirst();
-    const QString strDirectory
-        = parser.isSet("config-dir") ? parser.value("config-dir") : defaultDirectory(strCommand);
-    standalone::setConfigDir(strDirectory);
+    Request request;
+    request.words = words.mid(1);
+    request.strConfigDir = parser.isSet("config-dir")
+        ? parser.value("config-dir")
+        : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+    if (parser.isSet("filter")) {
+        request.strFilter = parser.value("filter") + "";
+    }
+    standalone::setConfigDir(request.strConfigDir);
     standalone::logToStderr();
-    if (strCommand == QLatin1String("show")) {
-        return show(strDirectory, words);
-    }
-    if (strCommand == QLatin1String("tour") && words.isEmpty()) {
-        return tour(strDirectory);
-    }
-    const QString strMessage = strCommand == QLatin1String("tour")
-        ? QStringLiteral("tour: unknown argument '%1'").arg(words.value(0))
-        : QStringLiteral("unknown command '%1'").arg(strCommand);
-    throw CFailure(ExitStatus::Usage, strMessage + QStringLiteral("; see --help"));
+    return command.run(request);
 }
 
 ExitStatus answer(const QStringList& arguments)
@@ -76,7 +128,7 @@ ExitStatus answer(const QStringList& arguments)
     QCommandLineParser parser;
     describe(parser);
     if (!parser.parse(arguments)) {
-        throw CFailure(ExitStatus::Usage, parser.errorText() + QStringLiteral("; see --help"));
+        throw CFailure(ExitStatus::Usage, parser.errorText() + QStringLiteral(" See --help."));
     }
     if (parser.isSet("help")) {
         std::cout << parser.helpText().toStdString();

@@ -28,9 +28,7 @@ void showOptions(const ShownUser& user)
     const auto& rows = KW::optionTable();
     for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
         const KW::OptionRow& row = rows[static_cast<std::size_t>(i)];
-        const bool bSecret = row.strAttribute == QLatin1String("oaPassword");
-        const QString strValue = optionText(user.state.options, i);
-        table.add({ row.strAttribute, bSecret && !strValue.isEmpty() ? "(hidden)" : strValue,
+        table.add({ row.strAttribute, shownOption(user.state.options, i),
                     row.saved == KW::OptionSaved::Yes ? "yes" : "no" });
     }
     table.print("Options");

@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "failure.h"
+#include "sectors.h"
 #include "texttable.h"
 #include "treefields.h"
 #include "userstate.h"
@@ -27,13 +28,21 @@ struct CExpected {
     QDomDocument file;
 };
 
-void copyUserFile(const QString& from, const QString& to)
+void copyFile(const QString& name, const QString& from, const QString& to)
 {
-    const QString strName = QStringLiteral("indexUserConfig.xml");
-    QFile file(QDir(from).filePath(strName));
-    if (!file.copy(QDir(to).filePath(strName))) {
+    QFile file(QDir(from).filePath(name));
+    if (!file.copy(QDir(to).filePath(name))) {
         throw CFailure(ExitStatus::InputOutput,
                        QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
+    }
+}
+
+void copyUser(const QString& from, const QString& to)
+{
+    copyFile(QStringLiteral("indexUserConfig.xml"), from, to);
+    const QString strSectors = QStringLiteral("sectors.json");
+    if (QFile::exists(QDir(from).filePath(strSectors))) {
+        copyFile(strSectors, from, to);
     }
 }
 
@@ -136,9 +145,13 @@ class CComparison {
 public:
     void add(const QString& field, const QString& expected, const QString& found)
     {
-        const bool bSame = expected == found;
-        m_nDifferences += bSame ? 0 : 1;
-        m_table.add({ field, bSame ? "same" : "DIFFERS", expected, bSame ? QString() : found });
+        addShown(field, expected == found, expected, found);
+    }
+
+    void addShown(const QString& field, bool same, const QString& expected, const QString& found)
+    {
+        m_nDifferences += same ? 0 : 1;
+        m_table.add({ field, same ? "same" : "DIFFERS", expected, same ? QString() : found });
     }
 
     void addTree(const QString& field, const QDomElement& expected, const QDomElement& found)
@@ -165,8 +178,12 @@ void compareOptions(CComparison& comparison, const CUserState& expected, const C
 {
     const auto& rows = KW::optionTable();
     for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
-        comparison.add(rows[static_cast<std::size_t>(i)].strAttribute,
-                       optionText(expected.options, i), optionText(found.options, i));
+        const KW::OptionRow& row = rows[static_cast<std::size_t>(i)];
+        if (row.saved == KW::OptionSaved::Yes) {
+            comparison.addShown(row.strAttribute,
+                                optionText(expected.options, i) == optionText(found.options, i),
+                                shownOption(expected.options, i), shownOption(found.options, i));
+        }
     }
 }
 
@@ -243,6 +260,30 @@ CExpected loadAnew(const QString& directory)
     return { stateOf(*pService), readUserFile(directory) };
 }
 
+// The first sector, without its lighter half.
+void showExport(const QString& directory)
+{
+    const QVector<standalone::Sector> sectors
+        = standalone::readSectors(standalone::sectorsFile()).sectors;
+    if (sectors.isEmpty() || sectors.first().constituents.isEmpty()) {
+        return;
+    }
+    const standalone::Sector& sector = sectors.first();
+    const QString strFilter
+        = QStringLiteral("%1=%2,1|绝对权重|2|0|%3")
+              .arg(sector.code, sector.name)
+              .arg(sector.constituents[sector.constituents.size() / 2].absoluteWeight);
+    const SectorExport result = exportSector(sector.code, directory, strFilter);
+    printLine(QStringLiteral("\nExported sector %1, filter %2").arg(sector.code, strFilter));
+    printLine(QStringLiteral("  %1: %2 lines, %3 stocks left out")
+                  .arg(QDir(directory).relativeFilePath(result.strPath))
+                  .arg(result.lines.size())
+                  .arg(result.nLeftOut));
+    for (const QString& line : result.lines.mid(0, 3)) {
+        printLine(QStringLiteral("  ") + line);
+    }
+}
+
 } // namespace
 
 ExitStatus tour(const QString& configDir)
@@ -252,7 +293,7 @@ ExitStatus tour(const QString& configDir)
         throw CFailure(ExitStatus::InputOutput, folder.errorString());
     }
     printLine(QStringLiteral("The road of one change, on a copy of %1").arg(configDir));
-    copyUserFile(configDir, folder.path());
+    copyUser(configDir, folder.path());
     standalone::setConfigDir(folder.path());
     const QString strLog = folder.filePath(QStringLiteral("indexuser.log"));
     if (!standalone::logToFile(strLog)) {
@@ -264,6 +305,9 @@ ExitStatus tour(const QString& configDir)
     printLog(strLog);
     printFiles(folder.path());
     const ExitStatus status = compare(expected, loadAnew(folder.path()));
+    if (QFile::exists(standalone::sectorsFile())) {
+        showExport(folder.path());
+    }
     printLine(status == ExitStatus::Ok ? "\nAll came back." : "\nNOT all came back.");
     return status;
 }

@@ -74,6 +74,14 @@ QString optionText(const KW::paramSettingForClient& options, int row)
                       KW::optionTable()[static_cast<std::size_t>(row)].field);
 }
 
+QString shownOption(const KW::paramSettingForClient& options, int row)
+{
+    const QString strText = optionText(options, row);
+    const bool bSecret = KW::optionTable()[static_cast<std::size_t>(row)].strAttribute
+        == QLatin1String("oaPassword");
+    return bSecret && !strText.isEmpty() ? QStringLiteral("(hidden)") : strText;
+}
+
 QString stockText(const KW::CustomStockMap::mapped_type& list)
 {
     QStringList stocks;

@@ -21,8 +21,11 @@ QDomDocument readUserFile(const QString& directory);
 /// What \a service holds now.
 CUserState stateOf(KW::UserConfigInterface& service);
 
-/// The text that an option has in a file.
+/// The text that an option has in a file; \a row counts in KW::optionTable().
 QString optionText(const KW::paramSettingForClient& options, int row);
+
+/// The same for people to see: a password is not.
+QString shownOption(const KW::paramSettingForClient& options, int row);
 
 /// One line that names the stocks of a list.
 QString stockText(const KW::CustomStockMap::mapped_type& list);

@@ -88,6 +88,19 @@ bool logToFile(const QString& path)
     return true;
 }
 
+void setSectorsFile(const QString& path)
+{
+    CInstruments* const pInstruments = utils::CSingletonT<CInstruments>::instance();
+    pInstruments->strSectorsFile = path;
+    pInstruments->strReadFrom.clear();
+}
+
+QString sectorsFile()
+{
+    const QString strPath = utils::CSingletonT<CInstruments>::instance()->strSectorsFile;
+    return strPath.isEmpty() ? KW::getConfigDir() + QStringLiteral("/sectors.json") : strPath;
+}
+
 void forgetAll()
 {
     utils::CSingletonT<CForeignSections>::release();

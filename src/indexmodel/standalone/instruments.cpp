@@ -3,13 +3,46 @@
 #include "platform/commonutil.h"
 #include "platform/formula.h"
 
+#include <algorithm>
+
 namespace KW {
 
 namespace {
 
+using standalone::Sector;
+using standalone::SectorConstituent;
+
 standalone::CInstruments& instruments()
 {
     return *utils::CSingletonT<standalone::CInstruments>::instance();
+}
+
+// A file that cannot be read is logged once and then counts as one without sectors.
+const QVector<Sector>& sectors()
+{
+    standalone::CInstruments& known = instruments();
+    const QString strFile = standalone::sectorsFile();
+    if (known.strReadFrom != strFile) {
+        known.strReadFrom = strFile;
+        known.catalogue = standalone::readSectors(strFile);
+        if (!known.catalogue.strError.isEmpty() && g_RXStdLogger) {
+            LOG4CXX_ERROR(g_RXStdLogger, known.catalogue.strError.toStdString());
+        }
+    }
+    return known.catalogue.sectors;
+}
+
+const Sector* findSector(const QString& code)
+{
+    const auto it = std::find_if(sectors().begin(), sectors().end(),
+                                 [&](const Sector& sector) { return sector.code == code; });
+    return it == sectors().end() ? nullptr : &*it;
+}
+
+se::RPCSectorStock toSectorStock(const SectorConstituent& constituent, std::int64_t id)
+{
+    return { id, constituent.market.toStdString(), constituent.code.toStdString(),
+             constituent.absoluteWeight, constituent.previousClose };
 }
 
 } // namespace
@@ -38,13 +71,32 @@ void CStockManager::insertCustomDetail(const QString& key,
 
 std::shared_ptr<rxservice::CInstrumentDetail> CStockManager::getInstrumentDetail(const QString& key)
 {
-    return instruments().customDetails.value(key);
+    if (const auto pDetail = instruments().customDetails.value(key)) {
+        return pDetail;
+    }
+    const Sector* const pSector = findSector(key);
+    if (!pSector) {
+        return nullptr;
+    }
+    auto pDetail = std::make_shared<rxservice::CInstrumentDetail>();
+    pDetail->code = pSector->code.toStdString();
+    pDetail->name = pSector->name.toStdString();
+    return pDetail;
 }
 
-bool CStockManager::getSectorStock(const std::string&, std::vector<se::RPCSectorStock>& stocks)
+bool CStockManager::getSectorStock(const std::string& sector,
+                                   std::vector<se::RPCSectorStock>& stocks)
 {
     stocks.clear();
-    return false;
+    const Sector* const pSector = findSector(QString::fromStdString(sector));
+    if (!pSector) {
+        return false;
+    }
+    for (const SectorConstituent& constituent : pSector->constituents) {
+        const auto nId = static_cast<std::int64_t>(stocks.size()) + 1;
+        stocks.push_back(toSectorStock(constituent, nId));
+    }
+    return true;
 }
 
 void CFormulaManager::setOptionSettings(std::map<std::string, int>& settings)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/marketdata.h"
+#include "standalone/standalone.h"
 
 #include <QHash>
 #include <QList>
@@ -19,6 +20,9 @@ struct CInstruments {
     QHash<QString, InstrumentPtr> customDetails; ///< by market and code, joined
     QList<InstrumentPtr> customStocks;
     std::map<std::string, int> lineCounts;
+    QString strSectorsFile; ///< empty for the one in the user's directory
+    QString strReadFrom; ///< the file that \a catalogue comes from; empty before the first
+    SectorCatalogue catalogue;
 };
 
 } // namespace standalone

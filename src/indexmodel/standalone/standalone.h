@@ -3,6 +3,7 @@
 #include "platform/declspec.h"
 
 #include <QString>
+#include <QVector>
 
 /// What a host tells these stand-ins for the client's libraries before it asks for the service.
 ///
@@ -18,6 +19,38 @@ PLATFORM_API void setConfigDir(const QString& directory);
 /// save. logToFile() appends, and answers false when the file cannot be written.
 PLATFORM_API void logToStderr();
 PLATFORM_API bool logToFile(const QString& path);
+
+/// One stock of a sector.
+struct SectorConstituent {
+    QString market;
+    QString code;
+    QString name;
+    double absoluteWeight = 0.0; ///< as a fraction: 0.05 is five per cent
+    double previousClose = 0.0;
+};
+
+struct Sector {
+    QString code;
+    QString name;
+    QVector<SectorConstituent> constituents;
+};
+
+/// All sectors of a file, or what is wrong with it: never a part of them.
+struct SectorCatalogue {
+    QVector<Sector> sectors;
+    QString strError; ///< names the file and the line and column, or the path of the value
+};
+
+/// Reads a file such as
+///
+///     {"sectors": [{"code": "801010", "name": "Banks", "constituents": [
+///         {"market": "SH", "code": "600000", "name": "SPDB",
+///          "absoluteWeight": 0.05, "previousClose": 10.21}]}]}
+PLATFORM_API SectorCatalogue readSectors(const QString& path);
+
+/// Where sectors come from; empty for sectors.json in the user's directory. Takes effect at once.
+PLATFORM_API void setSectorsFile(const QString& path);
+PLATFORM_API QString sectorsFile();
 
 /// Forgets all that loads and saves have handed over, as a new process would. Not while any runs.
 PLATFORM_API void forgetAll();

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QString>
+
+/// What is wrong with a line of sector filters, by group and item, counted from 1; empty when
+/// nothing is. The library would drop such a piece without a word.
+QString filterLineError(const QString& line);
+
+/// Whether \a line has a group for \a sector.
+bool hasFilterFor(const QString& line, const QString& sector);

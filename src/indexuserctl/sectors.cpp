@@ -1,0 +1,148 @@
+#include "sectors.h"
+
+#include "commands.h"
+#include "failure.h"
+#include "filterline.h"
+#include "texttable.h"
+
+#include <indexuser/cuserconfigmanager.h>
+#include <standalone/standalone.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// The table of filters is for classes derived from the manager to fill.
+class CFilterAccess : public KW::CUserConfigManager {
+public:
+    static void load(KW::CUserConfigManager& manager, const QString& line)
+    {
+        QDomDocument doc;
+        QDomElement root = doc.createElement("filters");
+        QDomElement group = doc.createElement("sectorFilter");
+        group.setAttribute("param", line);
+        root.appendChild(doc.createElement("SectorFilter")).appendChild(group);
+        (manager.*&CFilterAccess::loadSectorFilterConfig)(root);
+    }
+};
+
+QVector<standalone::Sector> allSectors()
+{
+    const standalone::SectorCatalogue catalogue
+        = standalone::readSectors(standalone::sectorsFile());
+    if (!catalogue.strError.isEmpty()) {
+        throw CFailure(QFile::exists(standalone::sectorsFile()) ? ExitStatus::Damaged
+                                                                : ExitStatus::InputOutput,
+                       catalogue.strError);
+    }
+    return catalogue.sectors;
+}
+
+standalone::Sector sectorOf(const QString& code)
+{
+    const QVector<standalone::Sector> sectors = allSectors();
+    const auto it = std::find_if(sectors.begin(), sectors.end(),
+                                 [&](const auto& sector) { return sector.code == code; });
+    if (it == sectors.end()) {
+        throw CFailure(ExitStatus::Negative, QStringLiteral("there is no sector '%1'").arg(code));
+    }
+    if (it->constituents.isEmpty()) {
+        throw CFailure(ExitStatus::Negative, QStringLiteral("sector %1 has no stocks").arg(code));
+    }
+    if (it->name.contains(QLatin1Char('/'))) {
+        throw CFailure(
+            ExitStatus::Damaged,
+            QStringLiteral("sector %1: the name '%2' cannot name a file").arg(code, it->name));
+    }
+    return *it;
+}
+
+void useFilter(const QString& sector, const QString& line)
+{
+    const QString strError = filterLineError(line);
+    if (!strError.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, QStringLiteral("filter: %1").arg(strError));
+    }
+    if (!hasFilterFor(line, sector)) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("filter: no group for sector %1").arg(sector));
+    }
+    CFilterAccess::load(*utils::CSingletonT<KW::CUserConfigManager>::instance(), line);
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (file.error() != QFileDevice::NoError) {
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("%1: %2").arg(path, file.errorString()));
+    }
+    return content;
+}
+
+void move(const QString& from, const QString& to)
+{
+    if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0) {
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("%1: %2").arg(to, std::strerror(errno)));
+    }
+}
+
+} // namespace
+
+// The service answers true whatever became of the file. In a folder of its own there is either the
+// whole file or nothing, and an older file of the day is replaced only by a whole one.
+SectorExport exportSector(const QString& sector, const QString& directory, const QString& filter)
+{
+    const standalone::Sector found = sectorOf(sector);
+    if (!filter.isNull()) {
+        useFilter(sector, filter);
+    }
+    const QTemporaryDir folder(QDir(directory).filePath(QStringLiteral(".export-XXXXXX")));
+    if (!folder.isValid()) {
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("%1: %2").arg(directory, folder.errorString()));
+    }
+    KW::UserConfigFactory::getIndexUserConfig()->exportSectorStock2CVS(sector, folder.path());
+    const QStringList files = QDir(folder.path()).entryList(QDir::Files);
+    if (files.size() != 1) {
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("%1: the file was not written").arg(directory));
+    }
+    SectorExport result;
+    const QString strText = QString::fromUtf8(contentOf(folder.filePath(files.first())));
+    result.lines = strText.isEmpty() ? QStringList() : strText.split(QLatin1Char('\n'));
+    result.nLeftOut = found.constituents.size() - result.lines.size();
+    result.strPath = QDir(directory).filePath(files.first());
+    move(folder.filePath(files.first()), result.strPath);
+    return result;
+}
+
+ExitStatus listSectors()
+{
+    CTextTable table({ "code", "name", "stocks" });
+    for (const standalone::Sector& sector : allSectors()) {
+        table.add({ sector.code, sector.name, QString::number(sector.constituents.size()) });
+    }
+    table.print("Sectors");
+    return ExitStatus::Ok;
+}
+
+ExitStatus exportSectorCommand(const QString& sector, const QString& directory,
+                               const QString& filter)
+{
+    const SectorExport result = exportSector(sector, directory, filter);
+    printLine(QStringLiteral("%1: %2 lines, %3 stocks left out by the filter")
+                  .arg(result.strPath)
+                  .arg(result.lines.size())
+                  .arg(result.nLeftOut));
+    return ExitStatus::Ok;
+}

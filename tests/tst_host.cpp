@@ -1,0 +1,281 @@
+#include "librarytest.h"
+
+#include "filterline.h"
+
+#include <QProcess>
+
+namespace {
+
+struct Outcome {
+    int nStatus;
+    QString strOut;
+    QString strErr;
+};
+
+Outcome runTool(const QStringList& arguments, const QStringList& environment = {})
+{
+    QProcess process;
+    process.setEnvironment(QProcess::systemEnvironment() + environment);
+    process.start(TOOL, arguments);
+    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit) {
+        qFatal("the tool does not end: %s", qPrintable(process.errorString()));
+    }
+    return { process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+             QString::fromUtf8(process.readAllStandardError()) };
+}
+
+} // namespace
+
+class tst_host : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void helpAndVersionGoToStandardOutput_data();
+    void helpAndVersionGoToStandardOutput();
+    void wordsThatMeanNothingAreRefused_data();
+    void wordsThatMeanNothingAreRefused();
+    void showPrintsWhatTheFileHolds();
+    void showPrintsOnePart();
+    void showHidesThePassword();
+    void showWorksInABareLocale();
+    void aMissingFileIsNamed();
+    void aDamagedFileIsNamedWithItsPlace();
+    void theTourBringsAllBack();
+    void theTourLeavesTheOriginalAlone();
+    void theTourGoesWithoutSectorsToo();
+    void sectorsAreListed();
+    void anExportTellsWhatItWrote();
+    void anExportWithoutSectorFails();
+    void anExportThatCannotBeWrittenFails();
+    void aBadFilterWritesNothing();
+    void filterLines_data();
+    void filterLines();
+
+private:
+    Outcome tool(const QStringList& arguments);
+};
+
+Outcome tst_host::tool(const QStringList& arguments)
+{
+    return runTool(QStringList { "--config-dir", SAMPLE_USER } + arguments);
+}
+
+void tst_host::helpAndVersionGoToStandardOutput_data()
+{
+    QTest::addColumn<QString>("argument");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("help") << "--help"
+                          << "Exit status: 0 ok";
+    QTest::newRow("version") << "--version"
+                             << "indexuserctl " VERSION "\n";
+}
+
+void tst_host::helpAndVersionGoToStandardOutput()
+{
+    QFETCH(QString, argument);
+    QFETCH(QString, text);
+    const Outcome outcome = runTool({ argument });
+    QCOMPARE(outcome.nStatus, 0);
+    QVERIFY(outcome.strOut.contains(text));
+    QCOMPARE(outcome.strErr, QString());
+}
+
+void tst_host::wordsThatMeanNothingAreRefused_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("nothing") << QStringList() << "no command; see --help";
+    QTest::newRow("command") << QStringList { "bogus" } << "unknown command 'bogus'; see --help";
+    QTest::newRow("option") << QStringList { "--bogus" } << "Unknown option 'bogus'. See --help.";
+    QTest::newRow("part") << QStringList { "show", "bogus" } << "show: unknown part 'bogus'";
+    QTest::newRow("too many words") << QStringList { "tour", "x" } << "usage: tour";
+    QTest::newRow("too few words")
+        << QStringList { "export-sector", "x" } << "usage: export-sector";
+    QTest::newRow("sector") << QStringList { "sector", "x" } << "the only word is 'list'";
+    QTest::newRow("filter") << QStringList { "show", "--filter", "k=N" }
+                            << "goes with export-sector";
+}
+
+void tst_host::wordsThatMeanNothingAreRefused()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, message);
+    const Outcome outcome = runTool(arguments);
+    QCOMPARE(outcome.nStatus, 2);
+    QVERIFY2(outcome.strErr.startsWith("indexuserctl: ") && outcome.strErr.contains(message),
+             qPrintable(outcome.strErr));
+    QCOMPARE(outcome.strOut, QString());
+}
+
+void tst_host::showPrintsWhatTheFileHolds()
+{
+    const Outcome outcome = tool({ "show" });
+    QCOMPARE(outcome.nStatus, 0);
+    QCOMPARE(outcome.strErr, QString());
+    for (const char* pszText :
+         { "reportRefreshTime", "SH600519 贵州茅台", "IndexLayout", "1920x1040",
+           "FormulaPanelGroupLayout 量价齐升", "LayoutTemplates 早盘",
+           "tradeLayoutTemplates 双账户", "specialstrategydata" }) {
+        QVERIFY2(outcome.strOut.contains(pszText), pszText);
+    }
+}
+
+void tst_host::showPrintsOnePart()
+{
+    const Outcome outcome = tool({ "show", "stocks" });
+    QCOMPARE(outcome.nStatus, 0);
+    QVERIFY(outcome.strOut.contains("Custom stock lists"));
+    QVERIFY(!outcome.strOut.contains("Options"));
+}
+
+void tst_host::showHidesThePassword()
+{
+    const Outcome outcome = tool({ "show", "options" });
+    QVERIFY(outcome.strOut.contains(QRegularExpression("oaPassword +\\(hidden\\)")));
+    QVERIFY(!outcome.strOut.contains("sample-only"));
+    QVERIFY(!tool({ "tour" }).strOut.contains("sample-only"));
+}
+
+void tst_host::showWorksInABareLocale()
+{
+    const QString strDir = userDir() + QStringLiteral("/行情");
+    QVERIFY(QDir().mkpath(strDir));
+    QVERIFY(QFile::copy(SAMPLE_USER "/indexUserConfig.xml", strDir + "/indexUserConfig.xml"));
+    const Outcome outcome = runTool({ "--config-dir", strDir, "show" }, { "LC_ALL=C", "LANG=C" });
+    QCOMPARE(outcome.nStatus, 0);
+    QVERIFY(outcome.strOut.contains(QStringLiteral("浦发银行")));
+}
+
+void tst_host::aMissingFileIsNamed()
+{
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "show" });
+    QCOMPARE(outcome.nStatus, 3);
+    QCOMPARE(outcome.strErr, "indexuserctl: " + livePath() + ": No such file or directory\n");
+}
+
+void tst_host::aDamagedFileIsNamedWithItsPlace()
+{
+    writeLive("<ICUserConfigFile>\n  <Option>\n");
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "show" });
+    QCOMPARE(outcome.nStatus, 4);
+    QCOMPARE(outcome.strErr, "indexuserctl: " + livePath() + ":3:1: unexpected end of file\n");
+    QCOMPARE(outcome.strOut, QString());
+}
+
+void tst_host::theTourBringsAllBack()
+{
+    const Outcome outcome = tool({ "tour" });
+    QCOMPARE(outcome.nStatus, 0);
+    QCOMPARE(outcome.strErr, QString());
+    QVERIFY(outcome.strOut.endsWith("\nAll came back.\n"));
+    QVERIFY(outcome.strOut.contains(QRegularExpression("reportRefreshTime +same +750\n")));
+    QVERIFY(outcome.strOut.contains("-960,60 -> -840,140"));
+    QVERIFY(outcome.strOut.contains("move file end, save success"));
+    QVERIFY(outcome.strOut.contains("Temp/indexUserConfig.xml_"));
+    QVERIFY(outcome.strOut.contains("Exported sector 801780"));
+    QVERIFY(!outcome.strOut.contains("DIFFERS"));
+}
+
+void tst_host::theTourLeavesTheOriginalAlone()
+{
+    const QByteArray before = readFile(SAMPLE_USER "/indexUserConfig.xml");
+    tool({ "tour" });
+    QCOMPARE(readFile(SAMPLE_USER "/indexUserConfig.xml"), before);
+}
+
+void tst_host::theTourGoesWithoutSectorsToo()
+{
+    writeLive(readFile(TEST_DATA "/load/read-only-options.xml"));
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "tour" });
+    QCOMPARE(outcome.nStatus, 0);
+    QVERIFY(!outcome.strOut.contains("Exported"));
+}
+
+void tst_host::sectorsAreListed()
+{
+    const Outcome outcome = tool({ "sector", "list" });
+    QCOMPARE(outcome.nStatus, 0);
+    QVERIFY(outcome.strOut.contains(QStringLiteral("  801780  银行            36\n")));
+    QCOMPARE(runTool({ "--config-dir", userDir(), "sector", "list" }).nStatus, 3);
+    writeFile(userDir() + "/sectors.json", "{");
+    QCOMPARE(runTool({ "--config-dir", userDir(), "sector", "list" }).nStatus, 4);
+}
+
+void tst_host::anExportTellsWhatItWrote()
+{
+    const QString strPath = userDir() + "/My" + QDate::currentDate().toString("yyyyMMdd") + ".csv";
+    const Outcome outcome = tool({ "export-sector", "801780", userDir(), "--filter",
+                                   QStringLiteral("801780=My,1|绝对权重|0|0|0.05") });
+    QCOMPARE(outcome.nStatus, 0);
+    QCOMPARE(outcome.strOut, strPath + ": 5 lines, 31 stocks left out by the filter\n");
+    QCOMPARE(readFile(strPath).count('\n'), 4);
+    QCOMPARE(
+        QDir(userDir()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(),
+        1);
+}
+
+void tst_host::anExportWithoutSectorFails()
+{
+    const Outcome outcome = tool({ "export-sector", "9", userDir() });
+    QCOMPARE(outcome.nStatus, 1);
+    QCOMPARE(outcome.strErr, QString("indexuserctl: there is no sector '9'\n"));
+}
+
+void tst_host::anExportThatCannotBeWrittenFails()
+{
+    const Outcome outcome = tool({ "export-sector", "801780", userDir() + "/missing" });
+    QCOMPARE(outcome.nStatus, 3);
+    QVERIFY(outcome.strErr.contains("/missing: "));
+}
+
+void tst_host::aBadFilterWritesNothing()
+{
+    const Outcome outcome
+        = tool({ "export-sector", "801780", userDir(), "--filter", "801780=My,1|a|0|0|0.05,bad" });
+    QCOMPARE(outcome.nStatus, 2);
+    QVERIFY(outcome.strErr.contains("filter: group 1: item 2: 1 fields instead of"));
+    QCOMPARE(QDir(userDir()).entryList(QDir::Files), QStringList());
+    QCOMPARE(tool({ "export-sector", "801780", userDir(), "--filter", "other=N" }).nStatus, 2);
+    QCOMPARE(tool({ "export-sector", "801780", userDir(), "--filter", "" }).nStatus, 2);
+}
+
+void tst_host::filterLines_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("whole") << QStringLiteral("a=N,1|绝对权重|0|0|0.05:b=M") << "";
+    QTest::newRow("empty") << ""
+                           << "group 1: '' is not of the form key=name,item,...";
+    QTest::newRow("no equals sign") << "a=N:b"
+                                    << "group 2: 'b' is not of the form key=name,item,...";
+    QTest::newRow("two equals signs") << "a=N=M"
+                                      << "group 1: 'a=N=M' is not of the form key=name,item,...";
+    QTest::newRow("name with bars") << "a=1|2|3|4|5"
+                                    << "group 1: the name '1|2|3|4|5' holds '|' or '/'";
+    QTest::newRow("name with a slash") << "a=../x"
+                                       << "group 1: the name '../x' holds '|' or '/'";
+    QTest::newRow("four fields") << "a=N,1|2|3|4"
+                                 << "group 1: item 1: 4 fields instead of "
+                                    "id|indicator|compareOp|extra|threshold";
+    QTest::newRow("id") << "a=N,x|i|0|0|1"
+                        << "group 1: item 1: 'x' is no integer";
+    QTest::newRow("operator") << "a=N,1|i|0|0|1,1|i|>|0|1"
+                              << "group 1: item 2: '>' is no integer";
+    QTest::newRow("threshold") << "a=N,1|i|0|0|1,5"
+                               << "group 1: item 2: 1 fields instead of "
+                                  "id|indicator|compareOp|extra|threshold";
+    QTest::newRow("infinity") << "a=N,1|i|0|0|inf"
+                              << "group 1: item 1: 'inf' is no number";
+    QTest::newRow("twice") << "a=N:a=M"
+                           << "group 2: a second group for 'a'";
+}
+
+void tst_host::filterLines()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, error);
+    QCOMPARE(filterLineError(line), error);
+}
+
+QTEST_GUILESS_MAIN(tst_host)
+#include "tst_host.moc"
