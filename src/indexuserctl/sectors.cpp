@@ -80,7 +80,7 @@ void useFilter(const QString& sector, const QString& line)
 QByteArray contentOf(const QString& path)
 {
     QFile file(path);
-    const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     if (file.error() != QFileDevice::NoError) {
         throw CFailure(ExitStatus::InputOutput,
                        QStringLiteral("%1: %2").arg(path, file.errorString()));

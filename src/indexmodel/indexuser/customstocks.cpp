@@ -30,11 +30,11 @@ InstrumentList readList(const QDomElement& custom)
 {
     InstrumentList list;
     for (const QDomElement& stock : descendants(custom, QStringLiteral("Stock"))) {
-        auto pDetail = std::make_shared<CInstrumentDetail>();
+        const auto pDetail = std::make_shared<CInstrumentDetail>();
         for (const StockField& field : stockFields()) {
             (*pDetail).*field.pField = stock.attribute(field.strAttribute).toStdString();
         }
-        list.append(std::move(pDetail));
+        list.append(pDetail);
     }
     return list;
 }

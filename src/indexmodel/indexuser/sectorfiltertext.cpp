@@ -9,7 +9,7 @@ namespace KW {
 
 namespace {
 
-constexpr QLatin1String c_param("param");
+constexpr char c_szParam[] = "param";
 
 QVector<SectorFilterItem> parseItems(const QStringList& elements)
 {
@@ -76,8 +76,8 @@ void readSectorFilters(const QDomElement& parent, SectorFilterMap& table)
     const QDomElement section = sections.isEmpty() ? QDomElement() : sections.first();
     for (QDomElement child = section.firstChildElement(); !child.isNull();
          child = child.nextSiblingElement()) {
-        if (child.hasAttribute(c_param)) {
-            parseSectorFilters(child.attribute(c_param), table);
+        if (child.hasAttribute(c_szParam)) {
+            parseSectorFilters(child.attribute(c_szParam), table);
         }
     }
 }
@@ -85,7 +85,7 @@ void readSectorFilters(const QDomElement& parent, SectorFilterMap& table)
 void writeSectorFilters(QDomElement& parent, QDomDocument& doc, const SectorFilterMap& table)
 {
     QDomElement element = doc.createElement(QStringLiteral("sectorFilter"));
-    element.setAttribute(c_param, formatSectorFilters(table));
+    element.setAttribute(c_szParam, formatSectorFilters(table));
     parent.appendChild(element);
 }
 

@@ -7,21 +7,21 @@ namespace KW {
 
 namespace {
 
-constexpr QLatin1String c_section("UserParams");
-constexpr QLatin1String c_expand("m_bFormulaFunctionTreeExpand");
+constexpr char c_szSection[] = "UserParams";
+constexpr char c_szExpand[] = "m_bFormulaFunctionTreeExpand";
 
 } // namespace
 
 bool readFunctionTreeExpand(const QDomElement& root, bool current)
 {
-    const QDomElement params = MV::getSubElement(root, c_section);
-    return params.hasAttribute(c_expand) ? intAttribute(params, c_expand) != 0 : current;
+    const QDomElement params = MV::getSubElement(root, c_szSection);
+    return params.hasAttribute(c_szExpand) ? intAttribute(params, c_szExpand) != 0 : current;
 }
 
 void writeFunctionTreeExpand(QDomElement& parent, QDomDocument& doc, bool expand)
 {
-    QDomElement params = doc.createElement(c_section);
-    params.setAttribute(c_expand, expand ? 1 : 0);
+    QDomElement params = doc.createElement(c_szSection);
+    params.setAttribute(c_szExpand, expand ? 1 : 0);
     parent.appendChild(params);
 }
 

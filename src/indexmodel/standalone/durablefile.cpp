@@ -34,7 +34,7 @@ public:
 
     bool isOpen() const { return m_nDescriptor >= 0; }
     int get() const { return m_nDescriptor; }
-    bool sync() { return isOpen() && ::fsync(m_nDescriptor) == 0; }
+    bool sync() const { return isOpen() && ::fsync(m_nDescriptor) == 0; }
 
     bool close()
     {

@@ -66,12 +66,12 @@ void CSectorManager::addStockListToSector(
 void CStockManager::insertCustomDetail(const QString& key,
                                        std::shared_ptr<rxservice::CInstrumentDetail> pDetail)
 {
-    instruments().customDetails.insert(key, std::move(pDetail));
+    instruments().customDetails.insert(key, pDetail);
 }
 
 std::shared_ptr<rxservice::CInstrumentDetail> CStockManager::getInstrumentDetail(const QString& key)
 {
-    if (const auto pDetail = instruments().customDetails.value(key)) {
+    if (auto pDetail = instruments().customDetails.value(key)) {
         return pDetail;
     }
     const Sector* const pSector = findSector(key);

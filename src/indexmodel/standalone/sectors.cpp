@@ -53,7 +53,7 @@ public:
     template <typename T> QVector<T> list(T (*read)(const CValue&)) const
     {
         QVector<T> items;
-        for (const QJsonValue& item : expected(QJsonValue::Array).toArray()) {
+        for (const auto& item : expected(QJsonValue::Array).toArray()) {
             const QString strPath = QStringLiteral("%1[%2]").arg(m_strPath).arg(items.size());
             items.append(read(CValue(item, strPath, m_strError)));
         }

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Arrows point down only, and files stay short. Usage: house.sh ROOT
+set -euo pipefail
+cd "$1"
+status=0
+
+# forbid FOLDER HEADERS WHY
+forbid() {
+    if grep -rnE "#include [<\"]($2)/" "$1"; then
+        echo "$1: $3"
+        status=1
+    fi
+}
+forbid src/indexmodel/platform 'indexuser|standalone' 'declarations know nobody'
+forbid src/indexmodel/indexuser 'standalone' 'the library does not know who supplies its siblings'
+forbid src/indexmodel/standalone 'indexuser' 'siblings do not know the library'
+
+long=$(find src tests examples -name '*.cpp' -o -name '*.h' | xargs wc -l |
+    awk '$2 != "total" && $1 > 500 { print $2 ": " $1 " lines, at most 500" }')
+[ -z "$long" ] || { echo "$long"; status=1; }
+exit $status
