@@ -9,7 +9,7 @@ const char c_szCategories[]
     = "4096,2097152,8192,1,8,64,16,2,256,128,512,16777216,8388608,4194304,4,32,2048,32768,"
       "268435456,536870912";
 
-void compareAllFields(const paramSettingForClient& left, const paramSettingForClient& right)
+void compareBaseFields(const se::RPCOptionSettings& left, const se::RPCOptionSettings& right)
 {
     QCOMPARE(left.reportRefreshTime, right.reportRefreshTime);
     QCOMPARE(left.indexSortUpdate, right.indexSortUpdate);
@@ -24,6 +24,11 @@ void compareAllFields(const paramSettingForClient& left, const paramSettingForCl
     QCOMPARE(left.m_multiHourlines, right.m_multiHourlines);
     QCOMPARE(left.m_multiMinutelines, right.m_multiMinutelines);
     QCOMPARE(left.m_multiTicklines, right.m_multiTicklines);
+}
+
+void compareAllFields(const paramSettingForClient& left, const paramSettingForClient& right)
+{
+    compareBaseFields(left, right);
     QCOMPARE(left.monitorClipboard, right.monitorClipboard);
     QCOMPARE(left.showAllQuoteData, right.showAllQuoteData);
     QCOMPARE(left.formulaDebug, right.formulaDebug);
@@ -88,7 +93,8 @@ class tst_clientparams : public CLibraryTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aNewManagerHoldsTheDefaults();
+    void aNewManagerHoldsTheDefaultsOfTheDataCentre();
+    void aNewManagerHoldsTheDefaultsOfTheClient();
     void theRecordBeginsWithTheDataCentresOptions();
     void aCopyOfARecordIsIndependent();
     void aRecordSetIsTheRecordGot();
@@ -101,7 +107,7 @@ private Q_SLOTS:
     void theDisplaySwitchIsThatOfTheSingleInstance();
 };
 
-void tst_clientparams::aNewManagerHoldsTheDefaults()
+void tst_clientparams::aNewManagerHoldsTheDefaultsOfTheDataCentre()
 {
     const paramSettingForClient param = service().getParamSettingForClient();
     QCOMPARE(param.reportRefreshTime, 500);
@@ -117,6 +123,11 @@ void tst_clientparams::aNewManagerHoldsTheDefaults()
     QCOMPARE(param.m_multiHourlines, 3);
     QCOMPARE(param.m_multiMinutelines, 3);
     QCOMPARE(param.m_multiTicklines, 0);
+}
+
+void tst_clientparams::aNewManagerHoldsTheDefaultsOfTheClient()
+{
+    const paramSettingForClient param = service().getParamSettingForClient();
     QCOMPARE(param.monitorClipboard, 0);
     QCOMPARE(param.showAllQuoteData, 0);
     QCOMPARE(param.formulaDebug, 0);

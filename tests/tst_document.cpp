@@ -4,6 +4,9 @@
 
 #include <QDir>
 
+#include <atomic>
+#include <future>
+
 namespace {
 
 const char c_szMinimal[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?><ICUserConfigFile/>";
@@ -357,17 +360,29 @@ void tst_document::saveSuccessIsFalseUntilTheSaveEnds()
 
 void tst_document::releaseDuringASaveDoesNotLoseIt()
 {
-    for (int i = 0; i < 20; ++i) {
-        writeLive(c_szMinimal);
-        logcapture::clear();
-        service().loadSettings();
-        service().setFormulaFunctionTreeExpand(true);
-        service().saveSettings();
-        utils::CSingletonT<KW::CUserConfigManager>::release();
-        QTRY_VERIFY(!logcapture::messages().isEmpty()
-                    && logcapture::messages().last().contains("save success"));
-        QVERIFY(readFile(livePath()).contains("m_bFormulaFunctionTreeExpand=\"1\""));
-    }
+    writeLive(c_szMinimal);
+    service().loadSettings();
+    service().setFormulaFunctionTreeExpand(true);
+    std::atomic<bool> bDestroyed { false };
+    std::atomic<bool> bDestroyedTooEarly { false };
+    std::promise<void> released;
+    logcapture::onMessage([&](const QString& message) {
+        if (message.contains("create temp file success")) {
+            released.get_future().wait();
+        }
+        bDestroyedTooEarly = bDestroyed.load();
+    });
+    QObject::connect(
+        &manager(), &QObject::destroyed, &manager(), [&] { bDestroyed = true; },
+        Qt::DirectConnection);
+    service().saveSettings();
+    utils::CSingletonT<KW::CUserConfigManager>::release();
+    released.set_value();
+
+    QTRY_VERIFY(bDestroyed);
+    QVERIFY(!bDestroyedTooEarly);
+    QVERIFY(logcapture::messages().last().contains("save success"));
+    QVERIFY(readFile(livePath()).contains("m_bFormulaFunctionTreeExpand=\"1\""));
 }
 
 void tst_document::overlappingSavesLeaveOneOfTheirDocuments()

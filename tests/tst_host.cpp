@@ -1,3 +1,4 @@
+#include "filelimits.h"
 #include "librarytest.h"
 
 #include "filterline.h"
@@ -47,6 +48,8 @@ private Q_SLOTS:
     void anExportTellsWhatItWrote();
     void anExportWithoutSectorFails();
     void anExportThatCannotBeWrittenFails();
+    void anExportThatDoesNotFitFailsAndLeavesNothing();
+    void outputThatCannotBeWrittenIsAFailure();
     void aBadFilterWritesNothing();
     void filterLines_data();
     void filterLines();
@@ -226,6 +229,27 @@ void tst_host::anExportThatCannotBeWrittenFails()
     const Outcome outcome = tool({ "export-sector", "801780", userDir() + "/missing" });
     QCOMPARE(outcome.nStatus, 3);
     QVERIFY(outcome.strErr.contains("/missing: "));
+}
+
+void tst_host::anExportThatDoesNotFitFailsAndLeavesNothing()
+{
+    const CFileSizeLimit limit(100); // inherited by the tool
+    const Outcome outcome = tool({ "export-sector", "801780", userDir() });
+    QCOMPARE(outcome.nStatus, 3);
+    QVERIFY(outcome.strErr.contains(userDir() + ": the file was not written"));
+    QCOMPARE(QDir(userDir()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList());
+}
+
+void tst_host::outputThatCannotBeWrittenIsAFailure()
+{
+    QProcess process;
+    process.setStandardOutputFile("/dev/full");
+    process.start(TOOL, { "--config-dir", SAMPLE_USER, "show" });
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), 3);
+    QCOMPARE(process.readAllStandardError(),
+             QByteArray("indexuserctl: cannot write to standard output\n"));
 }
 
 void tst_host::aBadFilterWritesNothing()

@@ -64,9 +64,8 @@ private Q_SLOTS:
     void withoutOptionNothingChangesAndNobodyIsTold();
     void anOptionWithoutChildrenStillTellsTheEngine();
     void theFirstOptionInTheDocumentIsRead();
-    void laterChildrenOverrideEarlierOnes();
-    void theNameOfTheChildDoesNotMatter();
-    void attributesOfOptionItselfAreIgnored();
+    void allChildrenOfOptionAreRead_data();
+    void allChildrenOfOptionAreRead();
     void numbersAreReadInBaseTen_data();
     void numbersAreReadInBaseTen();
     void booleansAreNumbers_data();
@@ -99,40 +98,15 @@ void tst_options::theTableHasItsOrder()
     for (const OptionRow& row : KW::optionTable()) {
         names.append(row.strAttribute);
     }
-    QCOMPARE(names,
-             QStringList({ "reportRefreshTime",
-                           "indexSortUpdate",
-                           "riseCompareTime",
-                           "delayRefreshTime",
-                           "oMinDataRestorePeroid",
-                           "fMinDataRestorePeroid",
-                           "tickRestoreDay",
-                           "flashKeepDataPeriod",
-                           "graphDisplay",
-                           "monitorClipboard",
-                           "showAllQuoteData",
-                           "formulaDebug",
-                           "InitPopTaskCondition",
-                           "updateposition",
-                           "groupSignalCondition",
-                           "groupSignalRunTime",
-                           "updateF10DateTime",
-                           "smartKeyConfig",
-                           "qsSmartKeyConfig",
-                           "oaAddress",
-                           "oaTableName",
-                           "oaUser",
-                           "oaPassword",
-                           "dividDataTime",
-                           "m_graphDisplay",
-                           "m_multiDaylines",
-                           "m_multiHourlines",
-                           "m_multiMinutelines",
-                           "m_multiTicklines",
-                           "showGradient",
-                           "showParamRank",
-                           "m_bFilterFutureOptCheck",
-                           "wholeQuoter" }));
+    QCOMPARE(names.join(' '),
+             QString("reportRefreshTime indexSortUpdate riseCompareTime delayRefreshTime "
+                     "oMinDataRestorePeroid fMinDataRestorePeroid tickRestoreDay "
+                     "flashKeepDataPeriod graphDisplay monitorClipboard showAllQuoteData "
+                     "formulaDebug InitPopTaskCondition updateposition groupSignalCondition "
+                     "groupSignalRunTime updateF10DateTime smartKeyConfig qsSmartKeyConfig "
+                     "oaAddress oaTableName oaUser oaPassword dividDataTime m_graphDisplay "
+                     "m_multiDaylines m_multiHourlines m_multiMinutelines m_multiTicklines "
+                     "showGradient showParamRank m_bFilterFutureOptCheck wholeQuoter"));
 }
 
 void tst_options::withoutOptionNothingChangesAndNobodyIsTold()
@@ -161,28 +135,29 @@ void tst_options::theFirstOptionInTheDocumentIsRead()
     QCOMPARE(manager.getParamSettingForClient().tickRestoreDay, 1);
 }
 
-void tst_options::laterChildrenOverrideEarlierOnes()
+void tst_options::allChildrenOfOptionAreRead_data()
 {
-    COpenManager manager;
-    load(manager,
-         "<r><Option><Settings reportRefreshTime=\"100\" tickRestoreDay=\"4\"/>"
-         "<Settings reportRefreshTime=\"200\"/></Option></r>");
-    QCOMPARE(manager.getParamSettingForClient().reportRefreshTime, 200);
-    QCOMPARE(manager.getParamSettingForClient().tickRestoreDay, 4);
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<int>("refreshTime");
+    QTest::newRow("a later child overrides an earlier one")
+        << "<Option><Settings reportRefreshTime=\"100\"/><Settings reportRefreshTime=\"200\"/>"
+           "</Option>"
+        << 200;
+    QTest::newRow("attribute by attribute")
+        << "<Option><Settings reportRefreshTime=\"100\"/><Settings oaUser=\"u\"/></Option>" << 100;
+    QTest::newRow("the name of the child does not matter")
+        << "<Option><Anything reportRefreshTime=\"100\"/></Option>" << 100;
+    QTest::newRow("attributes of Option itself are ignored")
+        << "<Option reportRefreshTime=\"100\"/>" << 500;
 }
 
-void tst_options::theNameOfTheChildDoesNotMatter()
+void tst_options::allChildrenOfOptionAreRead()
 {
+    QFETCH(QString, option);
+    QFETCH(int, refreshTime);
     COpenManager manager;
-    load(manager, "<r><Option><Anything reportRefreshTime=\"100\"/></Option></r>");
-    QCOMPARE(manager.getParamSettingForClient().reportRefreshTime, 100);
-}
-
-void tst_options::attributesOfOptionItselfAreIgnored()
-{
-    COpenManager manager;
-    load(manager, "<r><Option reportRefreshTime=\"100\"/></r>");
-    QCOMPARE(manager.getParamSettingForClient().reportRefreshTime, 500);
+    load(manager, "<r>" + option + "</r>");
+    QCOMPARE(manager.getParamSettingForClient().reportRefreshTime, refreshTime);
 }
 
 void tst_options::numbersAreReadInBaseTen_data()

@@ -24,6 +24,18 @@ QDomElement rootOf(const QDomDocument& doc)
     return doc.documentElement();
 }
 
+bool algorithmsAreOmitted(const char* pszLoaded)
+{
+    const QDomDocument doc = parsed(pszLoaded);
+    QDomElement root = rootOf(doc);
+    single<KW::CStrategyTradeManager>().loadAlgoSettings(root);
+    QDomDocument out;
+    QDomElement element = out.createElement("strategyAlgoTrade");
+    bool bOmitted = false;
+    single<KW::CStrategyTradeManager>().saveAlgoSettings(element, out, bOmitted);
+    return bOmitted;
+}
+
 int readSwitch(const QString& path)
 {
     utils::Configuration ini(path.toStdString(), true);
@@ -230,26 +242,12 @@ void tst_siblings::anUnreadableFileLeavesTheCatalogue()
 
 void tst_siblings::absentAlgorithmsStayAbsent()
 {
-    const QDomDocument doc = parsed("<r/>");
-    QDomElement root = rootOf(doc);
-    single<KW::CStrategyTradeManager>().loadAlgoSettings(root);
-    QDomDocument out;
-    QDomElement element = out.createElement("strategyAlgoTrade");
-    bool bOmitted = false;
-    single<KW::CStrategyTradeManager>().saveAlgoSettings(element, out, bOmitted);
-    QVERIFY(bOmitted);
+    QVERIFY(algorithmsAreOmitted("<r/>"));
 }
 
 void tst_siblings::presentAlgorithmsStayPresent()
 {
-    const QDomDocument doc = parsed("<r><strategyAlgoTrade/></r>");
-    QDomElement root = rootOf(doc);
-    single<KW::CStrategyTradeManager>().loadAlgoSettings(root);
-    QDomDocument out;
-    QDomElement element = out.createElement("strategyAlgoTrade");
-    bool bOmitted = false;
-    single<KW::CStrategyTradeManager>().saveAlgoSettings(element, out, bOmitted);
-    QVERIFY(!bOmitted);
+    QVERIFY(!algorithmsAreOmitted("<r><strategyAlgoTrade/></r>"));
 }
 
 void tst_siblings::everyManagerKeepsItsOwnSection()

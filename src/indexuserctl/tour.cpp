@@ -223,6 +223,8 @@ ExitStatus compare(const CExpected& expected, const CExpected& found)
 {
     CComparison comparison;
     compareOptions(comparison, expected.state, found.state);
+    comparison.add("function tree expanded", expected.state.bFunctionTreeExpand ? "1" : "0",
+                   found.state.bFunctionTreeExpand ? "1" : "0");
     compareStocks(comparison, expected.state, found.state);
     compareLayouts(comparison, expected.state, found.state);
     comparison.addTree("all layouts", expected.state.layouts.documentElement(),

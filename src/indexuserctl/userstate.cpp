@@ -62,6 +62,7 @@ CUserState stateOf(KW::UserConfigInterface& service)
     CUserState state;
     state.options = service.getParamSettingForClient();
     service.getCustomStockMap(state.stocks);
+    state.bFunctionTreeExpand = service.getFormulaFunctionTreeExpand();
     QDomElement root = state.layouts.createElement(QStringLiteral("layouts"));
     service.getLayoutConfig()->saveSetting(root, state.layouts);
     state.layouts.appendChild(root);

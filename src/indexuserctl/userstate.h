@@ -11,6 +11,7 @@
 struct CUserState {
     KW::paramSettingForClient options;
     KW::CustomStockMap stocks;
+    bool bFunctionTreeExpand = false;
     QDomDocument layouts; ///< the six layout sections below one root
 };
 

@@ -38,32 +38,12 @@ private:
     P& m_param;
 };
 
-void readRows(const QDomElement& element, P& param)
-{
-    for (const OptionRow& row : optionTable()) {
-        if (element.hasAttribute(row.strAttribute)) {
-            std::visit(COptionReader(element, row.strAttribute, param), row.field);
-        }
-    }
-}
+constexpr auto Yes = OptionSaved::Yes;
+constexpr auto No = OptionSaved::No;
 
-void setAttribute(QDomElement& element, const QString& name, const QString& value)
+std::vector<OptionRow> tableRows()
 {
-    element.setAttribute(name, value);
-}
-
-void setAttribute(QDomElement& element, const QString& name, int value)
-{
-    element.setAttribute(name, value);
-}
-
-} // namespace
-
-const std::vector<OptionRow>& optionTable()
-{
-    constexpr auto Yes = OptionSaved::Yes;
-    constexpr auto No = OptionSaved::No;
-    static const std::vector<OptionRow> s_table {
+    return {
         { QStringLiteral("reportRefreshTime"), &P::reportRefreshTime, Yes },
         { QStringLiteral("indexSortUpdate"), &P::indexSortUpdate, Yes },
         { QStringLiteral("riseCompareTime"), &P::riseCompareTime, Yes },
@@ -99,6 +79,32 @@ const std::vector<OptionRow>& optionTable()
         { QStringLiteral("m_bFilterFutureOptCheck"), &P::m_bFilterFutureOptCheck, Yes },
         { QStringLiteral("wholeQuoter"), &P::wholeQuoter, Yes },
     };
+}
+
+void readRows(const QDomElement& element, P& param)
+{
+    for (const OptionRow& row : optionTable()) {
+        if (element.hasAttribute(row.strAttribute)) {
+            std::visit(COptionReader(element, row.strAttribute, param), row.field);
+        }
+    }
+}
+
+void setAttribute(QDomElement& element, const QString& name, const QString& value)
+{
+    element.setAttribute(name, value);
+}
+
+void setAttribute(QDomElement& element, const QString& name, int value)
+{
+    element.setAttribute(name, value);
+}
+
+} // namespace
+
+const std::vector<OptionRow>& optionTable()
+{
+    static const std::vector<OptionRow> s_table = tableRows();
     return s_table;
 }
 
