@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 // Each command throws CFailure when it cannot do its work.
 
 /// Prints what the user's file in \a configDir holds; \a parts chooses tables, none means all.
@@ -19,4 +21,4 @@ ExitStatus listSectors();
 
 /// Writes a sector's stocks to a CSV file in \a directory and tells what is in it.
 ExitStatus exportSectorCommand(const QString& sector, const QString& directory,
-                               const QString& filter);
+                               const std::optional<QString>& filter);

@@ -13,6 +13,7 @@
 #include <clocale>
 #include <functional>
 #include <iostream>
+#include <optional>
 
 namespace {
 
@@ -29,7 +30,7 @@ void useUtf8()
 struct Request {
     QString strConfigDir;
     QStringList words; ///< those behind the command's name
-    QString strFilter; ///< null when there is none
+    std::optional<QString> filter;
 };
 
 struct Command {
@@ -56,7 +57,7 @@ const QVector<Command>& commands()
         { "export-sector", "CODE DIR [--filter LINE]", "a sector's stocks as a dated CSV file", 2,
           2,
           [](const Request& request) {
-              return exportSectorCommand(request.words[0], request.words[1], request.strFilter);
+              return exportSectorCommand(request.words[0], request.words[1], request.filter);
           } },
         { "tour", "", "the road of one change on a copy: load, change, save, load, compare", 0, 0,
           [](const Request& request) { return tour(request.strConfigDir); } },
@@ -116,7 +117,7 @@ ExitStatus run(const QCommandLineParser& parser)
         ? parser.value("config-dir")
         : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
     if (parser.isSet("filter")) {
-        request.strFilter = parser.value("filter") + "";
+        request.filter = parser.value("filter");
     }
     standalone::setConfigDir(request.strConfigDir);
     standalone::logToStderr();

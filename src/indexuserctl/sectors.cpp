@@ -100,11 +100,12 @@ void move(const QString& from, const QString& to)
 
 // The service answers true whatever became of the file. In a folder of its own there is either the
 // whole file or nothing, and an older file of the day is replaced only by a whole one.
-SectorExport exportSector(const QString& sector, const QString& directory, const QString& filter)
+SectorExport exportSector(const QString& sector, const QString& directory,
+                          const std::optional<QString>& filter)
 {
     const standalone::Sector found = sectorOf(sector);
-    if (!filter.isNull()) {
-        useFilter(sector, filter);
+    if (filter) {
+        useFilter(sector, *filter);
     }
     const QTemporaryDir folder(QDir(directory).filePath(QStringLiteral(".export-XXXXXX")));
     if (!folder.isValid()) {
@@ -137,7 +138,7 @@ ExitStatus listSectors()
 }
 
 ExitStatus exportSectorCommand(const QString& sector, const QString& directory,
-                               const QString& filter)
+                               const std::optional<QString>& filter)
 {
     const SectorExport result = exportSector(sector, directory, filter);
     printLine(QStringLiteral("%1: %2 lines, %3 stocks left out by the filter")

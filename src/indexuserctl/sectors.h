@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /// What an export has written.
 struct SectorExport {
     QString strPath;
@@ -11,5 +13,6 @@ struct SectorExport {
 };
 
 /// Writes the stocks of \a sector to a dated file in \a directory, through the service. \a filter
-/// is a line of sector filters; null for none. Throws CFailure, and then nothing is written.
-SectorExport exportSector(const QString& sector, const QString& directory, const QString& filter);
+/// is a line of sector filters. Throws CFailure, and then nothing is written.
+SectorExport exportSector(const QString& sector, const QString& directory,
+                          const std::optional<QString>& filter);
