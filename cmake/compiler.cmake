@@ -13,3 +13,6 @@ if(INDEXUSER_SANITIZE)
         -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${INDEXUSER_SANITIZE})
 endif()
+
+# What Qt's tools generate is not ours to check; one check has to stay.
+file(WRITE ${CMAKE_BINARY_DIR}/.clang-tidy "Checks: '-*,cppcoreguidelines-avoid-goto'\n")

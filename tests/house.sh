@@ -11,9 +11,10 @@ forbid() {
         status=1
     fi
 }
-forbid src/indexmodel/platform 'indexuser|standalone' 'declarations know nobody'
-forbid src/indexmodel/indexuser 'standalone' 'the library does not know who supplies its siblings'
-forbid src/indexmodel/standalone 'indexuser' 'siblings do not know the library'
+forbid src/indexmodel/platform 'indexuser|standalone|inspect' 'declarations know nobody'
+forbid src/indexmodel/indexuser 'standalone|inspect' 'the library does not know who supplies its siblings'
+forbid src/indexmodel/standalone 'indexuser|inspect' 'siblings do not know the library'
+forbid src/indexmodel/inspect 'standalone' 'whoever links supplies the siblings'
 
 long=$(find src tests examples -name '*.cpp' -o -name '*.h' | xargs wc -l |
     awk '$2 != "total" && $1 > 500 { print $2 ": " $1 " lines, at most 500" }')

@@ -44,6 +44,10 @@ private Q_SLOTS:
     void theTourBringsAllBack();
     void theTourLeavesTheOriginalAlone();
     void theTourGoesWithoutSectorsToo();
+    void snapshotsAreListed();
+    void recoveryTellsWhatItDid();
+    void recoveryWithLossHasAStatusOfItsOwn();
+    void recoveryWithoutCopyFails();
     void sectorsAreListed();
     void anExportTellsWhatItWrote();
     void anExportWithoutSectorFails();
@@ -192,6 +196,55 @@ void tst_host::theTourGoesWithoutSectorsToo()
     const Outcome outcome = runTool({ "--config-dir", userDir(), "tour" });
     QCOMPARE(outcome.nStatus, 0);
     QVERIFY(!outcome.strOut.contains("Exported"));
+}
+
+void tst_host::snapshotsAreListed()
+{
+    QVERIFY(QDir().mkpath(userDir() + "/Temp"));
+    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", "<a/>");
+    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240201", "<a");
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "snapshot", "list" });
+    QCOMPARE(outcome.nStatus, 0);
+    QVERIFY(outcome.strOut.contains(QRegularExpression("2024-02-01  2      damaged  .*:1:3: ")));
+    QVERIFY(outcome.strOut.contains("2024-01-31  4      whole\n"));
+}
+
+void tst_host::recoveryTellsWhatItDid()
+{
+    const QStringList arguments { "--config-dir", userDir(), "recover" };
+    const QString strCopy = userDir() + "/Temp/indexUserConfig.xml_20240131";
+    QVERIFY(QDir().mkpath(userDir() + "/Temp"));
+    writeFile(strCopy, "<a/>");
+    QVERIFY(runTool(arguments + QStringList("--dry-run"))
+                .strOut.contains("would bring back " + strCopy));
+    QVERIFY(!QFile::exists(livePath()));
+    const Outcome outcome = runTool(arguments);
+    QCOMPARE(outcome.nStatus, 0);
+    QCOMPARE(outcome.strOut,
+             livePath() + ": No such file or directory\nbrought back " + strCopy + '\n');
+    QCOMPARE(runTool(arguments).strOut, livePath() + ": whole, nothing to recover\n");
+}
+
+void tst_host::recoveryWithLossHasAStatusOfItsOwn()
+{
+    const QString strCopy = userDir() + "/Temp/indexUserConfig.xml_20240131";
+    QVERIFY(QDir().mkpath(userDir() + "/Temp"));
+    writeFile(strCopy, "<a/>");
+    QFile copy(strCopy);
+    QVERIFY(copy.open(QIODevice::ReadWrite));
+    QVERIFY(copy.setFileTime(QDateTime(QDate(2024, 1, 31), QTime(9, 0)),
+                             QFileDevice::FileModificationTime));
+    writeLive("<damaged");
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "recover" });
+    QCOMPARE(outcome.nStatus, 6);
+    QVERIFY(outcome.strOut.contains("lost: what was changed after that copy was saved"));
+}
+
+void tst_host::recoveryWithoutCopyFails()
+{
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "recover" });
+    QCOMPARE(outcome.nStatus, 1);
+    QVERIFY(outcome.strErr.contains("there is no whole dated copy"));
 }
 
 void tst_host::sectorsAreListed()

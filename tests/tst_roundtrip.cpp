@@ -1,20 +1,20 @@
 #include "librarytest.h"
 #include "logcapture.h"
 
-#include "treefields.h"
+#include "inspect/treefields.h"
 
 namespace {
 
 const char c_szSample[] = SAMPLE_USER "/indexUserConfig.xml";
 
-TreeFields fieldsOfFile(const QByteArray& bytes)
+inspect::TreeFields fieldsOfFile(const QByteArray& bytes)
 {
-    return fieldsOf(parsed(QString::fromUtf8(bytes)).documentElement());
+    return inspect::fieldsOf(parsed(QString::fromUtf8(bytes)).documentElement());
 }
 
 void compareTrees(const QByteArray& found, const QByteArray& expected)
 {
-    const QStringList different = differences(fieldsOfFile(expected), fieldsOfFile(found));
+    const QStringList different = inspect::differences(fieldsOfFile(expected), fieldsOfFile(found));
     QVERIFY2(different.isEmpty(), qPrintable(different.join('\n')));
 }
 

@@ -58,6 +58,7 @@ class tst_sectorexport : public CLibraryTest {
 private Q_SLOTS:
     void anEmptySectorIsFalseAndWritesNothing();
     void theFileIsNamedAfterTheSector();
+    void anExportCallsItsSiblingsInOrder();
     void anUnknownSectorNamesItsFileByItsCode();
     void aFilterNamesTheFile();
     void linesHaveTwoEmptyColumnsAndNoLastBreak();
@@ -94,6 +95,17 @@ void tst_sectorexport::theFileIsNamedAfterTheSector()
     QVERIFY(service().exportSectorStock2CVS("801010", "D:/out"));
     QCOMPARE(written(),
              QStringList(QString("QWriteFile(D:/out/Banks%1.csv,A,B,,0.000,)").arg(today())));
+}
+
+void tst_sectorexport::anExportCallsItsSiblingsInOrder()
+{
+    recording::answers().sectorStocks = { stock("A", "B") };
+    QVERIFY(service().exportSectorStock2CVS("s", "out"));
+    QCOMPARE(
+        recording::calls(),
+        QStringList({ "CStockManager::getSectorStock(s)", "CStockManager::getInstrumentDetail(s)",
+                      QStringLiteral("formatDoubleNumber(3,0,false,非法值)"),
+                      QString("QWriteFile(out/s%1.csv,A,B,,0.000,)").arg(today()) }));
 }
 
 void tst_sectorexport::anUnknownSectorNamesItsFileByItsCode()

@@ -48,6 +48,7 @@ void tst_service::concurrentFirstCallsGetOneService()
 {
     std::vector<UserConfigInterface*> found(8);
     std::vector<std::thread> threads;
+    threads.reserve(found.size());
     for (UserConfigInterface*& pFound : found) {
         threads.emplace_back([&] { pFound = KW::UserConfigFactory::getIndexUserConfig(); });
     }
@@ -116,6 +117,7 @@ void tst_service::releaseLeavesTheLayoutsAlive()
 void tst_service::concurrentCallsAndReleasesAreSafe()
 {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([] {
             for (int n = 0; n < 500; ++n) {

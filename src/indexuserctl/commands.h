@@ -2,6 +2,8 @@
 
 #include "exitstatus.h"
 
+#include <inspect/recovery.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -15,6 +17,12 @@ ExitStatus show(const QString& configDir, const QStringList& parts);
 /// Walks the road of one change on a copy of the user's file in \a configDir: load, change, save,
 /// load again, compare.
 ExitStatus tour(const QString& configDir);
+
+/// Prints the dated copies of \a configDir.
+ExitStatus listSnapshots(const QString& configDir);
+
+/// Brings the newest whole dated copy back if the live file is missing or damaged.
+ExitStatus recoverUser(const QString& configDir, inspect::RecoveryMode mode);
 
 /// Prints the sectors beside the user's file.
 ExitStatus listSectors();

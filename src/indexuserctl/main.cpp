@@ -31,6 +31,7 @@ struct Request {
     QString strConfigDir;
     QStringList words; ///< those behind the command's name
     std::optional<QString> filter;
+    inspect::RecoveryMode mode = inspect::RecoveryMode::Do;
 };
 
 struct Command {
@@ -42,6 +43,14 @@ struct Command {
     std::function<ExitStatus(const Request&)> run;
 };
 
+void requireList(const QString& command, const QString& word)
+{
+    if (word != "list") {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("%1: the only word is 'list'").arg(command));
+    }
+}
+
 const QVector<Command>& commands()
 {
     static const QVector<Command> s_commands {
@@ -49,9 +58,7 @@ const QVector<Command>& commands()
           0, 5, [](const Request& request) { return show(request.strConfigDir, request.words); } },
         { "sector", "list", "the sectors beside the file", 1, 1,
           [](const Request& request) {
-              if (request.words.first() != "list") {
-                  throw CFailure(ExitStatus::Usage, "sector: the only word is 'list'");
-              }
+              requireList("sector", request.words.first());
               return listSectors();
           } },
         { "export-sector", "CODE DIR [--filter LINE]", "a sector's stocks as a dated CSV file", 2,
@@ -59,6 +66,13 @@ const QVector<Command>& commands()
           [](const Request& request) {
               return exportSectorCommand(request.words[0], request.words[1], request.filter);
           } },
+        { "snapshot", "list", "the dated copies: date, size, whole or damaged", 1, 1,
+          [](const Request& request) {
+              requireList("snapshot", request.words.first());
+              return listSnapshots(request.strConfigDir);
+          } },
+        { "recover", "[--dry-run]", "brings the newest whole dated copy back if need be", 0, 0,
+          [](const Request& request) { return recoverUser(request.strConfigDir, request.mode); } },
         { "tour", "", "the road of one change on a copy: load, change, save, load, compare", 0, 0,
           [](const Request& request) { return tour(request.strConfigDir); } },
     };
@@ -75,12 +89,13 @@ void describe(QCommandLineParser& parser)
     parser.setApplicationDescription(
         strText
         + "\nExit status: 0 ok, 1 something differs or is not there, 2 wrong usage,\n"
-          "3 input or output failed, 4 damaged file.");
+          "3 input or output failed, 4 damaged file, 6 recovered with loss.");
     parser.addOption({ { "h", "help" }, "Shows this text." });
     parser.addOption({ { "v", "version" }, "Shows the version." });
     parser.addOption({ "config-dir", "The user's directory (tour: the one to copy from).", "DIR" });
     parser.addOption(
         { "filter", "Sector filters: CODE=NAME,ID|INDICATOR|OP|EXTRA|THRESHOLD,...", "LINE" });
+    parser.addOption({ "dry-run", "Only tells what would be done." });
     parser.addPositionalArgument("command", "What to do.", "COMMAND");
     parser.addPositionalArgument("words", "What the command works on.", "[WORD...]");
 }
@@ -104,18 +119,28 @@ const Command& commandOf(const QStringList& words)
     return *it;
 }
 
+void requireOptionOf(const QCommandLineParser& parser, const QString& option,
+                     const Command& command, const QString& owner)
+{
+    if (parser.isSet(option) && command.strName != owner) {
+        throw CFailure(ExitStatus::Usage, QStringLiteral("--%1 goes with %2").arg(option, owner));
+    }
+}
+
 ExitStatus run(const QCommandLineParser& parser)
 {
     const QStringList words = parser.positionalArguments();
     const Command& command = commandOf(words);
-    if (parser.isSet("filter") && command.strName != "export-sector") {
-        throw CFailure(ExitStatus::Usage, "--filter goes with export-sector");
-    }
+    requireOptionOf(parser, "filter", command, "export-sector");
+    requireOptionOf(parser, "dry-run", command, "recover");
     Request request;
     request.words = words.mid(1);
     request.strConfigDir = parser.isSet("config-dir")
         ? parser.value("config-dir")
         : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+    if (parser.isSet("dry-run")) {
+        request.mode = inspect::RecoveryMode::DryRun;
+    }
     if (parser.isSet("filter")) {
         request.filter = parser.value("filter");
     }

@@ -2,11 +2,11 @@
 
 #include "failure.h"
 #include "texttable.h"
-#include "treefields.h"
 #include "userstate.h"
 
 #include <indexuser/optionsettings.h>
 #include <indexuser/userconfigfactory.h>
+#include <inspect/treefields.h>
 
 #include <functional>
 
@@ -46,7 +46,7 @@ void showStocks(const ShownUser& user)
 int panelCount(const QDomElement& window)
 {
     int nCount = 0;
-    const TreeFields fields = fieldsOf(window);
+    const inspect::TreeFields fields = inspect::fieldsOf(window);
     for (auto it = fields.begin(); it != fields.end(); ++it) {
         nCount += it.key().contains(QLatin1Char('/')) && !it.key().contains(QLatin1Char('@'));
     }
@@ -114,7 +114,7 @@ void showSections(const ShownUser& user)
     CTextTable table({ "section", "fields" });
     for (const QString& name : foreignSections(user.file)) {
         const QDomElement section = user.file.documentElement().firstChildElement(name);
-        table.add({ name, QString::number(fieldsOf(section).size()) });
+        table.add({ name, QString::number(inspect::fieldsOf(section).size()) });
     }
     table.print("Sections of other managers");
 }

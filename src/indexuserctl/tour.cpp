@@ -3,11 +3,11 @@
 #include "failure.h"
 #include "sectors.h"
 #include "texttable.h"
-#include "treefields.h"
 #include "userstate.h"
 
 #include <indexuser/cuserconfigmanager.h>
 #include <indexuser/optionsettings.h>
+#include <inspect/treefields.h>
 #include <standalone/standalone.h>
 
 #include <QDir>
@@ -156,8 +156,8 @@ public:
 
     void addTree(const QString& field, const QDomElement& expected, const QDomElement& found)
     {
-        const TreeFields fields = fieldsOf(expected);
-        const QStringList different = differences(fields, fieldsOf(found));
+        const inspect::TreeFields fields = inspect::fieldsOf(expected);
+        const QStringList different = inspect::differences(fields, inspect::fieldsOf(found));
         add(field, QStringLiteral("%1 values").arg(fields.size()),
             different.isEmpty() ? QStringLiteral("%1 values").arg(fields.size())
                                 : different.join(QStringLiteral("; ")));

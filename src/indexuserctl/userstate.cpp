@@ -3,10 +3,8 @@
 #include "failure.h"
 
 #include <indexuser/optionsettings.h>
-#include <indexuser/userdocument.h>
+#include <inspect/userfile.h>
 
-#include <QDir>
-#include <QFile>
 #include <QSet>
 
 namespace {
@@ -36,25 +34,14 @@ const QSet<QString>& ownSections()
 
 QDomDocument readUserFile(const QString& directory)
 {
-    const QString strPath = QDir(directory).filePath(QStringLiteral("indexUserConfig.xml"));
-    QFile file(strPath);
-    if (!file.open(QIODevice::ReadOnly)) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("%1: %2").arg(strPath, file.errorString()));
+    const inspect::UserFile file = inspect::readUserFile(inspect::livePath(directory));
+    if (file.state == inspect::FileState::Damaged) {
+        throw CFailure(ExitStatus::Damaged, file.strError);
     }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("%1: %2").arg(strPath, file.errorString()));
+    if (file.state != inspect::FileState::Whole) {
+        throw CFailure(ExitStatus::InputOutput, file.strError);
     }
-    const KW::UserDocument parsed = KW::parseUserDocument(QString::fromUtf8(bytes));
-    if (!parsed.isValid()) {
-        throw CFailure(ExitStatus::Damaged,
-                       QStringLiteral("%1:%2:%3: %4")
-                           .arg(strPath, QString::number(parsed.nLine),
-                                QString::number(parsed.nColumn), parsed.strError));
-    }
-    return parsed.document;
+    return file.document;
 }
 
 CUserState stateOf(KW::UserConfigInterface& service)

@@ -59,6 +59,8 @@ log4cxx::LoggerPtr captureLogger()
 
 // A location gives back only parts of the signature that it is made of. This definition goes before
 // the library's own and keeps the whole for the record that is logged next on this thread.
+// Other names than in its header, whose own would hide the members here.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 log4cxx::spi::LocationInfo::LocationInfo(const char* const pszFile, const char* const pszShort,
                                          const char* const pszFunction, int line)
     : lineNumber(line)

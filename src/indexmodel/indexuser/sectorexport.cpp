@@ -93,14 +93,13 @@ bool exportSectorStocks(const QString& sector, const QString& directory,
     }
     const auto it = filters.find(sector);
     const bool bFiltered = it != filters.end();
-
+    QString strPath = exportPath(directory, bFiltered ? it->name : sectorName(sector));
     QStringList lines;
     for (const se::RPCSectorStock& stock : stocks) {
         if (!bFiltered || passesAll(stock, it->items)) {
             lines.append(csvLine(stock));
         }
     }
-    QString strPath = exportPath(directory, bFiltered ? it->name : sectorName(sector));
     QString strContent = lines.join(QLatin1Char('\n'));
     // The result says that there were stocks; who needs the file looks whether it is there.
     QWriteFile(strPath, strContent);

@@ -3,6 +3,9 @@
 #include <QDomElement>
 #include <QMap>
 #include <QString>
+#include <QStringList>
+
+namespace inspect {
 
 /// The values of a tree by their path, such as "LayoutWindow[2]@left": every attribute and every
 /// text, comment and instruction, and an empty value for each element. Two trees are equal exactly
@@ -13,3 +16,5 @@ TreeFields fieldsOf(const QDomElement& tree);
 
 /// The paths at which \a left and \a right differ, with both values, one a line.
 QStringList differences(const TreeFields& left, const TreeFields& right);
+
+} // namespace inspect

@@ -1,6 +1,6 @@
-#include "treefields.h"
+#include "inspect/treefields.h"
 
-#include <QStringList>
+namespace inspect {
 
 namespace {
 
@@ -58,3 +58,5 @@ QStringList differences(const TreeFields& left, const TreeFields& right)
     }
     return found;
 }
+
+} // namespace inspect

@@ -1,0 +1,85 @@
+#include "inspect/recovery.h"
+
+#include "platform/commonutil.h"
+#include "platform/indexutil.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace inspect {
+
+namespace {
+
+// A save copies the dated file to the live one at once, so a live file this much younger holds
+// something that the dated copy does not.
+constexpr qint64 c_nSecondsOfASave = 10;
+
+bool isYounger(const QString& live, const Snapshot& source)
+{
+    const QDateTime saved = QFileInfo(source.strPath).lastModified();
+    return saved.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
+}
+
+QString nameAside(const QString& live)
+{
+    const QString strStem = live + QStringLiteral(".damaged-")
+        + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    QString strName = strStem;
+    for (int i = 2; QFileInfo::exists(strName); ++i) {
+        strName = QStringLiteral("%1-%2").arg(strStem).arg(i);
+    }
+    return strName;
+}
+
+bool bringBack(const Snapshot& source, const QString& live)
+{
+    std::string strContent;
+    std::string strGbkLive = live.toStdString();
+    return KW::stdReadFile(source.strPath.toLocal8Bit().toStdString(), strContent)
+        && utils::safeUtf82Gbk(strGbkLive) == 0 && KW::stdWriteFile(strGbkLive, strContent, "wb");
+}
+
+// Between its two steps there is no live file, and the next call goes on from there.
+Recovery carriedOut(Recovery recovery, const QString& live)
+{
+    if (!recovery.strSetAside.isEmpty() && !QFile::rename(live, recovery.strSetAside)) {
+        recovery.strError = live + QStringLiteral(": cannot be set aside");
+        recovery.strSetAside.clear();
+        recovery.result = RecoveryResult::Failed;
+    } else if (!bringBack(recovery.source, live)) {
+        recovery.strError = live + QStringLiteral(": cannot be written");
+        recovery.result = RecoveryResult::Failed;
+    }
+    return recovery;
+}
+
+} // namespace
+
+Recovery recover(const QString& configDir, RecoveryMode mode)
+{
+    const QString strLive = livePath(configDir);
+    const UserFile file = readUserFile(strLive);
+    if (file.state == FileState::Whole) {
+        return {};
+    }
+    if (file.state == FileState::Unreadable) {
+        return { RecoveryResult::Failed, {}, {}, file.strError };
+    }
+    const QVector<Snapshot> all = snapshots(configDir);
+    const auto it = std::find_if(all.begin(), all.end(), [](const Snapshot& snapshot) {
+        return snapshot.state == FileState::Whole;
+    });
+    if (it == all.end()) {
+        return { RecoveryResult::NoSnapshot, {}, {}, file.strError };
+    }
+    const bool bDamaged = file.state == FileState::Damaged;
+    const bool bLoss = bDamaged && isYounger(strLive, *it);
+    const Recovery plan { bLoss ? RecoveryResult::RecoveredWithLoss : RecoveryResult::Recovered,
+                          *it, bDamaged ? nameAside(strLive) : QString(), file.strError };
+    return mode == RecoveryMode::Do ? carriedOut(plan, strLive) : plan;
+}
+
+} // namespace inspect

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "inspect/snapshots.h"
+
+namespace inspect {
+
+enum class RecoveryResult {
+    NothingToDo, ///< the live file is whole
+    Recovered,
+    RecoveredWithLoss, ///< what was saved after the dated copy is only in the file set aside
+    NoSnapshot, ///< there is no whole dated copy to bring back; nothing was touched
+    Failed, ///< the system refused; a later attempt finds what it needs
+};
+
+struct Recovery {
+    RecoveryResult result = RecoveryResult::NothingToDo;
+    Snapshot source; ///< the dated copy that was, or would be, brought back
+    QString strSetAside; ///< where the damaged file is now; empty if there was none
+    QString strError; ///< what was wrong with the live file, or why recovery failed
+};
+
+enum class RecoveryMode { Do, DryRun };
+
+/// Brings the newest whole dated copy back if the live file is missing or damaged. The damaged file
+/// is kept beside it under a name with the time. A whole file is never touched, nor is one that
+/// cannot be read, and a second call finds nothing to do. For a client before its first load; not
+/// while a save runs.
+///
+///     const inspect::Recovery recovery = inspect::recover(dir, inspect::RecoveryMode::Do);
+Recovery recover(const QString& configDir, RecoveryMode mode);
+
+} // namespace inspect

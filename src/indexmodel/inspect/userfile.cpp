@@ -1,0 +1,36 @@
+#include "inspect/userfile.h"
+
+#include "indexuser/userdocument.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace inspect {
+
+UserFile readUserFile(const QString& path)
+{
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (file.error() != QFileDevice::NoError) {
+        const bool bThere = file.exists();
+        return { bThere ? FileState::Unreadable : FileState::Missing,
+                 {},
+                 path + ": " + file.errorString() };
+    }
+    const KW::UserDocument parsed
+        = KW::parseUserDocument(QString::fromUtf8(bytes.constData(), bytes.size()));
+    if (!parsed.isValid()) {
+        return { FileState::Damaged,
+                 {},
+                 QStringLiteral("%1:%2:%3: ").arg(path).arg(parsed.nLine).arg(parsed.nColumn)
+                     + parsed.strError };
+    }
+    return { FileState::Whole, parsed.document, {} };
+}
+
+QString livePath(const QString& configDir)
+{
+    return QDir(configDir).filePath(QStringLiteral("indexUserConfig.xml"));
+}
+
+} // namespace inspect
