@@ -37,6 +37,7 @@ private Q_SLOTS:
     void wordsThatMeanNothingAreRefused();
     void showPrintsWhatTheFileHolds();
     void showPrintsOnePart();
+    void showNamesTemplatesWithoutWindows();
     void showHidesThePassword();
     void showWorksInABareLocale();
     void aMissingFileIsNamed();
@@ -99,6 +100,8 @@ void tst_host::wordsThatMeanNothingAreRefused_data()
     QTest::newRow("too few words")
         << QStringList { "export-sector", "x" } << "usage: export-sector";
     QTest::newRow("sector") << QStringList { "sector", "x" } << "the only word is 'list'";
+    QTest::newRow("directory") << QStringList { "--config-dir", "", "show" }
+                               << "--config-dir: a directory is wanted";
     QTest::newRow("filter") << QStringList { "show", "--filter", "k=N" }
                             << "goes with export-sector";
 }
@@ -135,6 +138,14 @@ void tst_host::showPrintsOnePart()
     QVERIFY(!outcome.strOut.contains("Options"));
 }
 
+void tst_host::showNamesTemplatesWithoutWindows()
+{
+    writeLive(readFile(TEST_DATA "/load/double-template-names.xml"));
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "show", "templates" });
+    QVERIFY(outcome.strOut.contains(QRegularExpression("LayoutTemplates A +0")));
+    QVERIFY(outcome.strOut.contains(QRegularExpression("LayoutTemplates A +none")));
+}
+
 void tst_host::showHidesThePassword()
 {
     const Outcome outcome = tool({ "show", "options" });
@@ -167,6 +178,7 @@ void tst_host::aDamagedFileIsNamedWithItsPlace()
     QCOMPARE(outcome.nStatus, 4);
     QCOMPARE(outcome.strErr, "indexuserctl: " + livePath() + ":3:1: unexpected end of file\n");
     QCOMPARE(outcome.strOut, QString());
+    QCOMPARE(runTool({ "--config-dir", userDir(), "tour" }).strErr, outcome.strErr);
 }
 
 void tst_host::theTourBringsAllBack()

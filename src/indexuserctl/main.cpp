@@ -138,6 +138,9 @@ ExitStatus run(const QCommandLineParser& parser)
     request.strConfigDir = parser.isSet("config-dir")
         ? parser.value("config-dir")
         : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+    if (request.strConfigDir.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
+    }
     if (parser.isSet("dry-run")) {
         request.mode = inspect::RecoveryMode::DryRun;
     }

@@ -102,8 +102,11 @@ void showTemplates(const ShownUser& user)
     for (const char* pszSection : { "LayoutTemplates", "tradeLayoutTemplates" }) {
         for (QDomElement each = root.firstChildElement(pszSection).firstChildElement();
              !each.isNull(); each = each.nextSiblingElement()) {
-            addWindows(table, QStringLiteral("%1 %2").arg(pszSection, each.attribute("name")),
-                       each);
+            const QString strLabel = pszSection + (' ' + each.attribute("name"));
+            if (!each.hasChildNodes()) {
+                table.add({ strLabel, "none" });
+            }
+            addWindows(table, strLabel, each);
         }
     }
     table.print("Layout templates");

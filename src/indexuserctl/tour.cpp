@@ -237,10 +237,9 @@ ExitStatus compare(const CExpected& expected, const CExpected& found)
     return comparison.print();
 }
 
-CExpected changeAndSave(const QString& directory)
+CExpected changeAndSave(const QDomDocument& file)
 {
     KW::UserConfigInterface* const pService = KW::UserConfigFactory::getIndexUserConfig();
-    const QDomDocument file = readUserFile(directory);
     pService->loadSettings();
     printSummary(stateOf(*pService));
 
@@ -295,6 +294,7 @@ ExitStatus tour(const QString& configDir)
         throw CFailure(ExitStatus::InputOutput, folder.errorString());
     }
     printLine(QStringLiteral("The road of one change, on a copy of %1").arg(configDir));
+    const QDomDocument file = readUserFile(configDir);
     copyUser(configDir, folder.path());
     standalone::setConfigDir(folder.path());
     const QString strLog = folder.filePath(QStringLiteral("indexuser.log"));
@@ -302,7 +302,7 @@ ExitStatus tour(const QString& configDir)
         throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: cannot write").arg(strLog));
     }
 
-    const CExpected expected = changeAndSave(folder.path());
+    const CExpected expected = changeAndSave(file);
     printLine("\nLog of the save");
     printLog(strLog);
     printFiles(folder.path());
