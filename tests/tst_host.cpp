@@ -46,9 +46,12 @@ private Q_SLOTS:
     void theTourLeavesTheOriginalAlone();
     void theTourGoesWithoutSectorsToo();
     void snapshotsAreListed();
+    void filesAreCompared();
+    void datedCopiesAreCompared();
     void recoveryTellsWhatItDid();
     void recoveryWithLossHasAStatusOfItsOwn();
     void recoveryWithoutCopyFails();
+    void settingsAreStoredAndRead();
     void sectorsAreListed();
     void anExportTellsWhatItWrote();
     void anExportWithoutSectorFails();
@@ -99,7 +102,7 @@ void tst_host::wordsThatMeanNothingAreRefused_data()
     QTest::newRow("too many words") << QStringList { "tour", "x" } << "usage: tour";
     QTest::newRow("too few words")
         << QStringList { "export-sector", "x" } << "usage: export-sector";
-    QTest::newRow("sector") << QStringList { "sector", "x" } << "the only word is 'list'";
+    QTest::newRow("sector") << QStringList { "sector", "x" } << "usage: sector list";
     QTest::newRow("directory") << QStringList { "--config-dir", "", "show" }
                                << "--config-dir: a directory is wanted";
     QTest::newRow("filter") << QStringList { "show", "--filter", "k=N" }
@@ -221,6 +224,40 @@ void tst_host::snapshotsAreListed()
     QVERIFY(outcome.strOut.contains("2024-01-31  4      whole\n"));
 }
 
+void tst_host::filesAreCompared()
+{
+    QByteArray changed = readFile(SAMPLE_USER "/indexUserConfig.xml");
+    changed.replace("left=\"-960\"", "left=\"-840\"").replace("sample-only", "secret");
+    writeLive(changed);
+    const QString strSample = SAMPLE_USER "/indexUserConfig.xml";
+    const Outcome same = runTool({ "diff", strSample, strSample });
+    QCOMPARE(same.nStatus, 0);
+    QCOMPARE(same.strOut, QString("no differences\n"));
+    const Outcome differs = runTool({ "diff", strSample, livePath() });
+    QCOMPARE(differs.nStatus, 1);
+    QVERIFY(differs.strOut.contains("2 differences"));
+    QVERIFY(differs.strOut.contains(
+        QRegularExpression("  IndexLayout/LayoutWindow\\[103\\]@left +-960 +-840\n")));
+    QVERIFY(differs.strOut.contains("(hidden)") && !differs.strOut.contains("secret"));
+    QCOMPARE(runTool({ "diff", strSample, userDir() + "/missing" }).nStatus, 3);
+}
+
+void tst_host::datedCopiesAreCompared()
+{
+    QVERIFY(QDir().mkpath(userDir() + "/Temp"));
+    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", "<r a=\"1\"/>");
+    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240201", "<r a=\"1\"/>");
+    writeLive("<r a=\"2\"/>");
+    const auto diff = [&](const QStringList& dates) {
+        return runTool(QStringList { "--config-dir", userDir(), "snapshot", "diff" } + dates)
+            .nStatus;
+    };
+    QCOMPARE(diff({ "20240131", "2024-02-01" }), 0);
+    QCOMPARE(diff({ "2024-02-01" }), 1);
+    QCOMPARE(diff({ "2024-02-02" }), 1);
+    QCOMPARE(diff({}), 2);
+}
+
 void tst_host::recoveryTellsWhatItDid()
 {
     const QStringList arguments { "--config-dir", userDir(), "recover" };
@@ -257,6 +294,19 @@ void tst_host::recoveryWithoutCopyFails()
     const Outcome outcome = runTool({ "--config-dir", userDir(), "recover" });
     QCOMPARE(outcome.nStatus, 1);
     QVERIFY(outcome.strErr.contains("there is no whole dated copy"));
+}
+
+void tst_host::settingsAreStoredAndRead()
+{
+    const auto setting = [&](const QStringList& words) {
+        return runTool(QStringList { "--config-dir", userDir(), "setting" } + words);
+    };
+    QCOMPARE(setting({ "get", "k" }).nStatus, 1);
+    QCOMPARE(setting({ "set", "k", QStringLiteral("值 1") }).nStatus, 0);
+    QCOMPARE(setting({ "get", "k" }).strOut, QStringLiteral("值 1\n"));
+    QCOMPARE(setting({ "set", "k" }).nStatus, 2);
+    const CFileSizeLimit limit(1);
+    QCOMPARE(setting({ "set", "k", "more than a byte" }).nStatus, 3);
 }
 
 void tst_host::sectorsAreListed()

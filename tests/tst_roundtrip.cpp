@@ -9,12 +9,17 @@ const char c_szSample[] = SAMPLE_USER "/indexUserConfig.xml";
 
 inspect::TreeFields fieldsOfFile(const QByteArray& bytes)
 {
-    return inspect::fieldsOf(parsed(QString::fromUtf8(bytes)).documentElement());
+    return inspect::fieldsOf(parsed(QString::fromUtf8(bytes)).documentElement(),
+                             inspect::FieldNames::ByPosition);
 }
 
 void compareTrees(const QByteArray& found, const QByteArray& expected)
 {
-    const QStringList different = inspect::differences(fieldsOfFile(expected), fieldsOfFile(found));
+    QStringList different;
+    for (const inspect::Difference& each :
+         inspect::differences(fieldsOfFile(expected), fieldsOfFile(found))) {
+        different.append(inspect::toText(each));
+    }
     QVERIFY2(different.isEmpty(), qPrintable(different.join('\n')));
 }
 

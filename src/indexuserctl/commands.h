@@ -21,6 +21,18 @@ ExitStatus tour(const QString& configDir);
 /// Prints the dated copies of \a configDir.
 ExitStatus listSnapshots(const QString& configDir);
 
+/// Prints the values that two user files do not share; Negative if there are any.
+ExitStatus diffFiles(const QString& left, const QString& right);
+
+/// The same for the dated copy of the first date and that of the second, or the live file.
+ExitStatus diffSnapshots(const QString& configDir, const QStringList& dates);
+
+/// Prints a text of the shared settings store; throws when there is no such key.
+ExitStatus getSetting(const QString& key);
+
+/// Stores a text in the shared settings store and reads it again.
+ExitStatus setSetting(const QString& key, const QString& value);
+
 /// Brings the newest whole dated copy back if the live file is missing or damaged.
 ExitStatus recoverUser(const QString& configDir, inspect::RecoveryMode mode);
 

@@ -43,12 +43,35 @@ struct Command {
     std::function<ExitStatus(const Request&)> run;
 };
 
-void requireList(const QString& command, const QString& word)
+ExitStatus snapshot(const Request& request)
 {
-    if (word != "list") {
-        throw CFailure(ExitStatus::Usage,
-                       QStringLiteral("%1: the only word is 'list'").arg(command));
+    if (request.words == QStringList("list")) {
+        return listSnapshots(request.strConfigDir);
     }
+    if (request.words.first() == "diff" && request.words.size() > 1) {
+        return diffSnapshots(request.strConfigDir, request.words.mid(1));
+    }
+    throw CFailure(ExitStatus::Usage, "usage: snapshot list | diff DATE [DATE]");
+}
+
+ExitStatus setting(const Request& request)
+{
+    const QString strVerb = request.words.first();
+    if (strVerb == "get" && request.words.size() == 2) {
+        return getSetting(request.words[1]);
+    }
+    if (strVerb == "set" && request.words.size() == 3) {
+        return setSetting(request.words[1], request.words[2]);
+    }
+    throw CFailure(ExitStatus::Usage, "usage: setting get KEY | set KEY VALUE");
+}
+
+ExitStatus sector(const Request& request)
+{
+    if (request.words != QStringList("list")) {
+        throw CFailure(ExitStatus::Usage, "usage: sector list");
+    }
+    return listSectors();
 }
 
 const QVector<Command>& commands()
@@ -56,23 +79,20 @@ const QVector<Command>& commands()
     static const QVector<Command> s_commands {
         { "show", "[PART...]", "what the file holds: options, stocks, layouts, templates, sections",
           0, 5, [](const Request& request) { return show(request.strConfigDir, request.words); } },
-        { "sector", "list", "the sectors beside the file", 1, 1,
-          [](const Request& request) {
-              requireList("sector", request.words.first());
-              return listSectors();
-          } },
+        { "sector", "list", "the sectors beside the file", 1, 1, sector },
         { "export-sector", "CODE DIR [--filter LINE]", "a sector's stocks as a dated CSV file", 2,
           2,
           [](const Request& request) {
               return exportSectorCommand(request.words[0], request.words[1], request.filter);
           } },
-        { "snapshot", "list", "the dated copies: date, size, whole or damaged", 1, 1,
-          [](const Request& request) {
-              requireList("snapshot", request.words.first());
-              return listSnapshots(request.strConfigDir);
-          } },
+        { "snapshot", "list | diff DATE [DATE]",
+          "the dated copies, or what changed from one to another or to the file", 1, 3, snapshot },
+        { "diff", "FILE FILE", "what two files do not share, value by value", 2, 2,
+          [](const Request& request) { return diffFiles(request.words[0], request.words[1]); } },
         { "recover", "[--dry-run]", "brings the newest whole dated copy back if need be", 0, 0,
           [](const Request& request) { return recoverUser(request.strConfigDir, request.mode); } },
+        { "setting", "get KEY | set KEY VALUE", "a text of the shared settings store", 2, 3,
+          setting },
         { "tour", "", "the road of one change on a copy: load, change, save, load, compare", 0, 0,
           [](const Request& request) { return tour(request.strConfigDir); } },
     };

@@ -46,7 +46,7 @@ void showStocks(const ShownUser& user)
 int panelCount(const QDomElement& window)
 {
     int nCount = 0;
-    const inspect::TreeFields fields = inspect::fieldsOf(window);
+    const inspect::TreeFields fields = inspect::fieldsOf(window, inspect::FieldNames::ByPosition);
     for (auto it = fields.begin(); it != fields.end(); ++it) {
         nCount += it.key().contains(QLatin1Char('/')) && !it.key().contains(QLatin1Char('@'));
     }
@@ -117,7 +117,9 @@ void showSections(const ShownUser& user)
     CTextTable table({ "section", "fields" });
     for (const QString& name : foreignSections(user.file)) {
         const QDomElement section = user.file.documentElement().firstChildElement(name);
-        table.add({ name, QString::number(inspect::fieldsOf(section).size()) });
+        table.add({ name,
+                    QString::number(
+                        inspect::fieldsOf(section, inspect::FieldNames::ByPosition).size()) });
     }
     table.print("Sections of other managers");
 }

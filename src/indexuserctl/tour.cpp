@@ -156,11 +156,15 @@ public:
 
     void addTree(const QString& field, const QDomElement& expected, const QDomElement& found)
     {
-        const inspect::TreeFields fields = inspect::fieldsOf(expected);
-        const QStringList different = inspect::differences(fields, inspect::fieldsOf(found));
-        add(field, QStringLiteral("%1 values").arg(fields.size()),
-            different.isEmpty() ? QStringLiteral("%1 values").arg(fields.size())
-                                : different.join(QStringLiteral("; ")));
+        const inspect::TreeFields fields
+            = inspect::fieldsOf(expected, inspect::FieldNames::ByPosition);
+        QStringList different;
+        for (const inspect::Difference& difference : inspect::differences(
+                 fields, inspect::fieldsOf(found, inspect::FieldNames::ByPosition))) {
+            different.append(inspect::toText(difference));
+        }
+        addShown(field, different.isEmpty(), QStringLiteral("%1 values").arg(fields.size()),
+                 different.join("; "));
     }
 
     ExitStatus print() const

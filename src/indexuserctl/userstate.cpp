@@ -32,9 +32,9 @@ const QSet<QString>& ownSections()
 
 } // namespace
 
-QDomDocument readUserFile(const QString& directory)
+QDomDocument wholeFile(const QString& path)
 {
-    const inspect::UserFile file = inspect::readUserFile(inspect::livePath(directory));
+    const inspect::UserFile file = inspect::readUserFile(path);
     if (file.state == inspect::FileState::Damaged) {
         throw CFailure(ExitStatus::Damaged, file.strError);
     }
@@ -42,6 +42,11 @@ QDomDocument readUserFile(const QString& directory)
         throw CFailure(ExitStatus::InputOutput, file.strError);
     }
     return file.document;
+}
+
+QDomDocument readUserFile(const QString& directory)
+{
+    return wholeFile(inspect::livePath(directory));
 }
 
 CUserState stateOf(KW::UserConfigInterface& service)

@@ -15,6 +15,9 @@ struct CUserState {
     QDomDocument layouts; ///< the six layout sections below one root
 };
 
+/// The document of a file; throws as readUserFile() does.
+QDomDocument wholeFile(const QString& path);
+
 /// The user's file of \a directory, read by itself; throws CFailure, with line and column, when it
 /// is not there or damaged. Nothing is handed to the service.
 QDomDocument readUserFile(const QString& directory);

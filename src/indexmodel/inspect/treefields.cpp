@@ -1,62 +1,148 @@
 #include "inspect/treefields.h"
 
+#include <QHash>
+#include <QSet>
+#include <QStringList>
+
 namespace inspect {
 
 namespace {
+
+// What tells the entries of a list apart; for other elements the first of the last row serves.
+QStringList identityAttributes(const QDomElement& element)
+{
+    static const QMap<QString, QStringList> s_attributes {
+        { "LayoutWindow", { "panelgroup_id" } },
+        { "LayoutWindowTemplate", { "panelgroup_id" } },
+        { "tradeWindowTemplate", { "panelgroup_id" } },
+        { "Stock", { "market", "code" } },
+        { "Custom", { "type" } },
+    };
+    const auto it = s_attributes.find(element.tagName());
+    if (it != s_attributes.end()) {
+        return *it;
+    }
+    for (const char* pszName : { "key", "name", "id" }) {
+        if (element.hasAttribute(pszName)) {
+            return { pszName };
+        }
+    }
+    return {};
+}
+
+QString identityOf(const QDomNode& node)
+{
+    const QDomElement element = node.toElement();
+    QString strIdentity;
+    for (const QString& name : identityAttributes(element)) {
+        strIdentity += element.attribute(name);
+    }
+    return strIdentity;
+}
 
 QString nodeName(const QDomNode& node)
 {
     return node.isElement() ? node.nodeName() : QStringLiteral("#%1").arg(node.nodeType());
 }
 
-void collect(const QDomNode& node, const QString& path, TreeFields& fields)
+class CCollector {
+public:
+    explicit CCollector(FieldNames names)
+        : m_names(names)
+    {
+    }
+
+    void collect(const QDomNode& node, const QString& path)
+    {
+        m_fields.insert(path, node.nodeValue());
+        const QDomNamedNodeMap attributes = node.attributes();
+        for (int i = 0; i < attributes.size(); ++i) {
+            const QDomNode attribute = attributes.item(i);
+            m_fields.insert(path + '@' + attribute.nodeName(), attribute.nodeValue());
+        }
+        int nPosition = 0;
+        QHash<QString, int> seen;
+        for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling()) {
+            collect(child, path + '/' + nameOf(child, ++nPosition, seen));
+        }
+    }
+
+    const TreeFields& fields() const { return m_fields; }
+
+private:
+    QString nameOf(const QDomNode& child, int position, QHash<QString, int>& seen) const
+    {
+        const QString strName = nodeName(child);
+        if (m_names == FieldNames::ByPosition) {
+            return strName + '[' + QString::number(position) + ']';
+        }
+        const QString strIdentity = identityOf(child);
+        const QString strFirst
+            = strIdentity.isEmpty() ? strName : strName + '[' + strIdentity + ']';
+        const int nTimes = ++seen[strFirst];
+        return nTimes == 1 ? strFirst : strFirst + " #" + QString::number(nTimes);
+    }
+
+    FieldNames m_names;
+    TreeFields m_fields;
+};
+
+std::optional<QString> valueOf(const TreeFields& fields, const QString& path)
 {
-    fields.insert(path, node.nodeValue());
-    const QDomNamedNodeMap attributes = node.attributes();
-    for (int i = 0; i < attributes.size(); ++i) {
-        const QDomNode attribute = attributes.item(i);
-        fields.insert(path + QLatin1Char('@') + attribute.nodeName(), attribute.nodeValue());
-    }
-    int nChild = 0;
-    for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        collect(child,
-                QStringLiteral("%1/%2[%3]").arg(path, nodeName(child), QString::number(++nChild)),
-                fields);
-    }
+    const auto it = fields.find(path);
+    return it == fields.end() ? std::nullopt : std::make_optional(*it);
 }
 
-QString shown(const TreeFields& fields, const QString& path)
+bool isBelow(const QString& path, const QSet<QString>& elements)
 {
-    return fields.contains(path) ? QLatin1Char('"') + fields.value(path) + QLatin1Char('"')
-                                 : QStringLiteral("(absent)");
+    for (int i = 0; i < path.size(); ++i) {
+        const bool bEnd = path.at(i) == QLatin1Char('/') || path.at(i) == QLatin1Char('@');
+        if (bEnd && elements.contains(path.left(i))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+QString shown(const std::optional<QString>& value)
+{
+    return value ? '"' + *value + '"' : QStringLiteral("(absent)");
 }
 
 } // namespace
 
-TreeFields fieldsOf(const QDomElement& tree)
+TreeFields fieldsOf(const QDomElement& tree, FieldNames names)
 {
-    TreeFields fields;
+    CCollector collector(names);
     if (!tree.isNull()) {
-        collect(tree, tree.tagName(), fields);
+        collector.collect(tree, tree.tagName());
     }
-    return fields;
+    return collector.fields();
 }
 
-QStringList differences(const TreeFields& left, const TreeFields& right)
+QVector<Difference> differences(const TreeFields& left, const TreeFields& right)
 {
-    QStringList found;
-    TreeFields all = left;
-    for (auto it = right.begin(); it != right.end(); ++it) {
-        all.insert(it.key(), it.value());
-    }
-    for (auto it = all.begin(); it != all.end(); ++it) {
-        const QString strLeft = shown(left, it.key());
-        const QString strRight = shown(right, it.key());
-        if (strLeft != strRight) {
-            found.append(QStringLiteral("%1: %2 -> %3").arg(it.key(), strLeft, strRight));
+    QStringList paths = left.keys() + right.keys();
+    paths.sort();
+    paths.removeDuplicates();
+    QSet<QString> onlyInOne;
+    QVector<Difference> found;
+    for (const QString& path : qAsConst(paths)) {
+        const Difference difference { path, valueOf(left, path), valueOf(right, path) };
+        if (difference.left == difference.right || isBelow(path, onlyInOne)) {
+            continue;
+        }
+        found.append(difference);
+        if (!difference.left || !difference.right) {
+            onlyInOne.insert(path);
         }
     }
     return found;
+}
+
+QString toText(const Difference& difference)
+{
+    return difference.strPath + ": " + shown(difference.left) + " -> " + shown(difference.right);
 }
 
 } // namespace inspect

@@ -3,18 +3,35 @@
 #include <QDomElement>
 #include <QMap>
 #include <QString>
-#include <QStringList>
+#include <QVector>
+
+#include <optional>
 
 namespace inspect {
 
-/// The values of a tree by their path, such as "LayoutWindow[2]@left": every attribute and every
-/// text, comment and instruction, and an empty value for each element. Two trees are equal exactly
-/// if their fields are; the order of attributes does not count.
+/// The values of a tree by their path: every attribute and every text, comment and instruction, and
+/// an empty value for each element. The order of attributes does not count.
 using TreeFields = QMap<QString, QString>;
 
-TreeFields fieldsOf(const QDomElement& tree);
+enum class FieldNames {
+    ByPosition, ///< "LayoutWindow[2]@left": two trees are equal exactly if these fields are
+    ByIdentity, ///< "LayoutWindow[103]@left", by panel group, name, key, type or code: what comes
+                ///< before an entry does not change its name, and order does not count
+};
 
-/// The paths at which \a left and \a right differ, with both values, one a line.
-QStringList differences(const TreeFields& left, const TreeFields& right);
+TreeFields fieldsOf(const QDomElement& tree, FieldNames names);
+
+/// One value that two trees do not share.
+struct Difference {
+    QString strPath;
+    std::optional<QString> left; ///< none where the left tree has no such value
+    std::optional<QString> right;
+};
+
+/// All differences by path. An element that only one tree has counts once, without its content.
+QVector<Difference> differences(const TreeFields& left, const TreeFields& right);
+
+/// One line for people.
+QString toText(const Difference& difference);
 
 } // namespace inspect
