@@ -60,6 +60,7 @@ private Q_SLOTS:
     void theDepthLimitIsExact();
     void depthIsThatOfElements_data();
     void depthIsThatOfElements();
+    void aDocumentTypeIsNoObstacle();
     void hostileDepthIsRefused_data();
     void hostileDepthIsRefused();
     void aTooDeepFileIsAMalformedFile();
@@ -123,6 +124,15 @@ void tst_userdocument::depthIsThatOfElements()
     QFETCH(QString, piece);
     QVERIFY(KW::parseUserDocument("<a>" + piece + "</a>").isValid());
     QVERIFY(!KW::parseUserDocument("<a>" + piece + nested(KW::c_nMaxDepth) + "</a>").isValid());
+}
+
+void tst_userdocument::aDocumentTypeIsNoObstacle()
+{
+    const QString strText = "<!DOCTYPE a [<!ENTITY e \"<b/>\"> <!-- ' -->]><a>"
+        + QString("<c>&e;</c>").repeated(600) + "</a>";
+    const KW::UserDocument file = KW::parseUserDocument(strText);
+    QVERIFY2(file.isValid(), qPrintable(file.strError));
+    QCOMPARE(file.document.elementsByTagName("b").size(), 600);
 }
 
 void tst_userdocument::hostileDepthIsRefused_data()
