@@ -191,7 +191,7 @@ void tst_host::theTourBringsAllBack()
     QCOMPARE(outcome.strErr, QString());
     QVERIFY(outcome.strOut.endsWith("\nAll came back.\n"));
     QVERIFY(outcome.strOut.contains(QRegularExpression("reportRefreshTime +same +750\n")));
-    QVERIFY(outcome.strOut.contains("-960,60 -> -840,140"));
+    QVERIFY(outcome.strOut.contains("panel group 6000: 0,0 -> 120,80"));
     QVERIFY(outcome.strOut.contains("move file end, save success"));
     QVERIFY(outcome.strOut.contains("Temp/indexUserConfig.xml_"));
     QVERIFY(outcome.strOut.contains("Exported sector 801780"));

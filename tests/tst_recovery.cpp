@@ -23,6 +23,7 @@ private Q_SLOTS:
     void aDamagedFileIsSetAside();
     void aDamagedCopyIsPassedOver();
     void aYoungerDamagedFileIsALoss();
+    void aFileThatCannotBeSetAsideStays();
     void withoutWholeCopyNothingIsTouched();
     void aSecondCallFindsNothingToDo();
     void aDryRunChangesNothing();
@@ -131,7 +132,9 @@ void tst_recovery::aDamagedCopyIsPassedOver()
 {
     writeCopy("20240131", "<damaged");
     writeCopy("20240130", "<whole/>");
-    QCOMPARE(recovered().source.date, QDate(2024, 1, 30));
+    const Recovery recovery = recovered();
+    QCOMPARE(recovery.source.date, QDate(2024, 1, 30));
+    QCOMPARE(recovery.result, RecoveryResult::RecoveredWithLoss);
     QCOMPARE(readFile(livePath()), QByteArray("<whole/>"));
 }
 
@@ -140,6 +143,22 @@ void tst_recovery::aYoungerDamagedFileIsALoss()
     writeCopy("20240131", "<copy/>", 3600);
     writeLive("<damaged");
     QCOMPARE(recovered().result, RecoveryResult::RecoveredWithLoss);
+}
+
+void tst_recovery::aFileThatCannotBeSetAsideStays()
+{
+    writeLive("<damaged");
+    writeCopy("20240131", "<copy/>");
+    {
+        const CReadOnlyDirectory readOnly(
+            userDir(),
+            { livePath(), userDir() + "/Temp", userDir() + "/Temp/indexUserConfig.xml_20240131" });
+        const Recovery recovery = recovered();
+        QCOMPARE(recovery.result, RecoveryResult::Failed);
+        QVERIFY(recovery.strError.startsWith(livePath() + ": cannot be set aside: "));
+    }
+    QCOMPARE(readFile(livePath()), QByteArray("<damaged"));
+    QCOMPARE(setAside(), QStringList());
 }
 
 void tst_recovery::withoutWholeCopyNothingIsTouched()

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "filecontent.h"
 #include "filterline.h"
 #include "texttable.h"
 
@@ -75,17 +76,6 @@ void useFilter(const QString& sector, const QString& line)
                        QStringLiteral("filter: no group for sector %1").arg(sector));
     }
     CFilterAccess::load(*utils::CSingletonT<KW::CUserConfigManager>::instance(), line);
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    if (file.error() != QFileDevice::NoError) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("%1: %2").arg(path, file.errorString()));
-    }
-    return content;
 }
 
 void move(const QString& from, const QString& to)

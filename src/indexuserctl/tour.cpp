@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "failure.h"
+#include "filecontent.h"
 #include "sectors.h"
 #include "texttable.h"
 #include "userstate.h"
@@ -61,10 +62,9 @@ void printSummary(const CUserState& state)
 
 void moveFirstWindow(KW::CPanelGroupLayoutConfig& layouts)
 {
-    const QVector<KW::CLayoutWindow> windows = layouts.getQuoteGroupSetting().m_windows;
-    KW::CLayoutWindow window = windows.isEmpty() ? KW::CLayoutWindow() : windows.last();
+    KW::CLayoutWindow window = layouts.getQuoteGroupSetting().m_windows.value(0);
     const QPoint from = window.m_rect.topLeft();
-    window.m_rect.translate(120, 80);
+    window.m_rect = QRect(120, 80, 1280, 720);
     layouts.updateQuotePanelSet(window);
     printLine(QStringLiteral("  quote window of panel group %1: %2,%3 -> %4,%5")
                   .arg(window.m_nPanelGroupId)
@@ -78,7 +78,7 @@ void setOption(KW::UserConfigInterface& service)
 {
     KW::paramSettingForClient options = service.getParamSettingForClient();
     const int nBefore = options.reportRefreshTime;
-    options.reportRefreshTime = nBefore + 250;
+    options.reportRefreshTime = nBefore == 750 ? 500 : 750;
     service.setParamSettingForClient(options);
     printLine(QStringLiteral("  option reportRefreshTime: %1 -> %2")
                   .arg(nBefore)
@@ -117,12 +117,7 @@ void saveAndWait(KW::UserConfigInterface& service)
 
 void printLog(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("%1: %2").arg(path, file.errorString()));
-    }
-    for (const QByteArray& line : file.readAll().split('\n')) {
+    for (const QByteArray& line : contentOf(path).split('\n')) {
         if (!line.isEmpty()) {
             printLine(QStringLiteral("  ") + QString::fromUtf8(line));
         }

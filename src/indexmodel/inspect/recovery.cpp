@@ -45,8 +45,9 @@ bool bringBack(const Snapshot& source, const QString& live)
 // Between its two steps there is no live file, and the next call goes on from there.
 Recovery carriedOut(Recovery recovery, const QString& live)
 {
-    if (!recovery.strSetAside.isEmpty() && !QFile::rename(live, recovery.strSetAside)) {
-        recovery.strError = live + QStringLiteral(": cannot be set aside");
+    QFile file(live);
+    if (!recovery.strSetAside.isEmpty() && !file.rename(recovery.strSetAside)) {
+        recovery.strError = live + QStringLiteral(": cannot be set aside: ") + file.errorString();
         recovery.strSetAside.clear();
         recovery.result = RecoveryResult::Failed;
     } else if (!bringBack(recovery.source, live)) {
@@ -76,7 +77,7 @@ Recovery recover(const QString& configDir, RecoveryMode mode)
         return { RecoveryResult::NoSnapshot, {}, {}, file.strError };
     }
     const bool bDamaged = file.state == FileState::Damaged;
-    const bool bLoss = bDamaged && isYounger(strLive, *it);
+    const bool bLoss = it != all.begin() || (bDamaged && isYounger(strLive, *it));
     const Recovery plan { bLoss ? RecoveryResult::RecoveredWithLoss : RecoveryResult::Recovered,
                           *it, bDamaged ? nameAside(strLive) : QString(), file.strError };
     return mode == RecoveryMode::Do ? carriedOut(plan, strLive) : plan;

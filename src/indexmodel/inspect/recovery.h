@@ -7,7 +7,7 @@ namespace inspect {
 enum class RecoveryResult {
     NothingToDo, ///< the live file is whole
     Recovered,
-    RecoveredWithLoss, ///< what was saved after the dated copy is only in the file set aside
+    RecoveredWithLoss, ///< what was saved after the dated copy is only in damaged files
     NoSnapshot, ///< there is no whole dated copy to bring back; nothing was touched
     Failed, ///< the system refused; a later attempt finds what it needs
 };

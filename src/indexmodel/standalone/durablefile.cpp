@@ -52,7 +52,7 @@ class CReplacement {
 public:
     explicit CReplacement(const QByteArray& path)
         : m_path(directoryOf(path) + ".new-XXXXXX")
-        , m_file(::mkstemp(m_path.data()))
+        , m_file(::mkostemp(m_path.data(), O_CLOEXEC))
     {
     }
     CReplacement(const CReplacement&) = delete;
@@ -70,7 +70,7 @@ public:
         while (nWritten < content.size()) {
             const ssize_t n
                 = ::write(m_file.get(), content.data() + nWritten, content.size() - nWritten);
-            if (n < 0 && errno != EINTR) {
+            if (n == 0 || (n < 0 && errno != EINTR)) {
                 return false;
             }
             nWritten += n > 0 ? static_cast<std::size_t>(n) : 0;

@@ -99,9 +99,9 @@ bool CStockManager::getSectorStock(const std::string& sector,
     return true;
 }
 
-void CFormulaManager::setOptionSettings(std::map<std::string, int>& settings)
+void CFormulaManager::setOptionSettings(std::map<std::string, int>&)
 {
-    instruments().lineCounts = settings;
+    // No formula draws lines here, so nobody wants to know how many.
 }
 
 void CFormulaHistoryDataManager::loadTradeStrategyHistoryData()

@@ -7,9 +7,7 @@
 #include <QList>
 #include <QString>
 
-#include <map>
 #include <memory>
-#include <string>
 
 namespace standalone {
 
@@ -19,7 +17,6 @@ using InstrumentPtr = std::shared_ptr<rxservice::CInstrumentDetail>;
 struct CInstruments {
     QHash<QString, InstrumentPtr> customDetails; ///< by market and code, joined
     QList<InstrumentPtr> customStocks;
-    std::map<std::string, int> lineCounts;
     QString strSectorsFile; ///< empty for the one in the user's directory
     QString strReadFrom; ///< the file that \a catalogue comes from; empty before the first
     SectorCatalogue catalogue;

@@ -64,7 +64,7 @@ private:
     QJsonValue expected(QJsonValue::Type type) const
     {
         if (m_value.type() != type && m_strError.isEmpty()) {
-            m_strError = QStringLiteral("%1: %2 is wanted, here is %3")
+            m_strError = QStringLiteral(": %1: %2 is wanted, here is %3")
                              .arg(m_strPath.isEmpty() ? QStringLiteral("the root") : m_strPath,
                                   typeName(type), typeName(m_value.type()));
         }
@@ -91,7 +91,7 @@ Sector readSector(const CValue& value)
 QString placeOf(const QByteArray& text, int offset)
 {
     const QByteArray before = text.left(offset);
-    return QStringLiteral("%1:%2")
+    return QStringLiteral(":%1:%2: ")
         .arg(before.count('\n') + 1)
         .arg(offset - before.lastIndexOf('\n'));
 }
@@ -101,7 +101,7 @@ SectorCatalogue parseSectors(const QByteArray& text)
     QJsonParseError parseError;
     const QJsonDocument doc = QJsonDocument::fromJson(text, &parseError);
     if (parseError.error != QJsonParseError::NoError) {
-        return { {}, placeOf(text, parseError.offset) + ": " + parseError.errorString() };
+        return { {}, placeOf(text, parseError.offset) + parseError.errorString() };
     }
     QString strError;
     const QJsonValue root = doc.isObject() ? QJsonValue(doc.object()) : QJsonValue(doc.array());
@@ -120,7 +120,7 @@ SectorCatalogue readSectors(const QString& path)
     }
     SectorCatalogue catalogue = parseSectors(text);
     if (!catalogue.strError.isEmpty()) {
-        catalogue.strError.prepend(path + ':' + (catalogue.strError.at(0).isDigit() ? "" : " "));
+        catalogue.strError.prepend(path);
     }
     return catalogue;
 }

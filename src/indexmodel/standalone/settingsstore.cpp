@@ -15,7 +15,7 @@ constexpr int c_nFailed = -1;
 constexpr int c_nLongestName = 120;
 
 // File systems take names of 255 bytes; a longer text is told apart by its digest. A '%' before
-// anything but two digits never comes out of the encoding.
+// anything but two hexadecimal digits never comes out of the encoding.
 QByteArray encoded(const std::string& text)
 {
     const QByteArray bytes = QByteArray::fromStdString(text);

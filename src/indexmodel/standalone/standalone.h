@@ -52,7 +52,8 @@ PLATFORM_API SectorCatalogue readSectors(const QString& path);
 PLATFORM_API void setSectorsFile(const QString& path);
 PLATFORM_API QString sectorsFile();
 
-/// Forgets all that loads and saves have handed over, as a new process would. Not while any runs.
+/// Forgets setSectorsFile() and all that loads and saves have handed over, as a new process would.
+/// Not while any runs.
 PLATFORM_API void forgetAll();
 
 } // namespace standalone
