@@ -1,7 +1,8 @@
 # Sourced by ./run and ./test: what a bare Debian 12 machine needs, and quiet builds.
 # shellcheck shell=bash
 
-packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev libfmt-dev)
+packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev libfmt-dev
+    libcli11-dev)
 
 installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q ' ok installed$'; }
 

@@ -7,8 +7,8 @@
 
 using inspect::FileState;
 using inspect::Recovery;
-using inspect::RecoveryMode;
 using inspect::RecoveryResult;
+using inspect::RunMode;
 
 class tst_recovery : public CLibraryTest {
     Q_OBJECT
@@ -34,7 +34,7 @@ private Q_SLOTS:
 private:
     /// A dated copy of the day \a date, last written \a secondsAgo.
     void writeCopy(const QString& date, const QByteArray& content, int secondsAgo = 0);
-    Recovery recovered(RecoveryMode mode = RecoveryMode::Do) const;
+    Recovery recovered(RunMode mode = RunMode::Do) const;
     QStringList setAside() const;
 };
 
@@ -49,7 +49,7 @@ void tst_recovery::writeCopy(const QString& date, const QByteArray& content, int
                              QFileDevice::FileModificationTime));
 }
 
-Recovery tst_recovery::recovered(RecoveryMode mode) const
+Recovery tst_recovery::recovered(RunMode mode) const
 {
     return inspect::recover(userDir(), mode);
 }
@@ -184,7 +184,7 @@ void tst_recovery::aDryRunChangesNothing()
 {
     writeLive("<damaged");
     writeCopy("20240131", "<copy/>");
-    const Recovery recovery = recovered(RecoveryMode::DryRun);
+    const Recovery recovery = recovered(RunMode::DryRun);
     QCOMPARE(recovery.result, RecoveryResult::Recovered);
     QVERIFY(!recovery.strSetAside.isEmpty());
     QCOMPARE(readFile(livePath()), QByteArray("<damaged"));

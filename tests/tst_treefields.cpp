@@ -33,7 +33,7 @@ private Q_SLOTS:
     void everyKindOfChangeIsSeen_data();
     void everyKindOfChangeIsSeen();
     void anInsertedEntryIsOneDifference();
-    void orderCountsByPositionOnly();
+    void theOrderOfTheSameEntriesIsOneDifference();
     void aNullTreeHasNoFields();
 };
 
@@ -45,7 +45,8 @@ void tst_treefields::fieldsAreNamed_data()
     QTest::newRow("windows")
         << "<r><LayoutWindow panelgroup_id=\"7\"/><LayoutWindow panelgroup_id=\"7\"/></r>"
         << QStringList { "r/LayoutWindow[1]@panelgroup_id", "r/LayoutWindow[2]@panelgroup_id" }
-        << QStringList { "r/LayoutWindow[7] #2@panelgroup_id", "r/LayoutWindow[7]@panelgroup_id" };
+        << QStringList { "r/LayoutWindow[7] #2@panelgroup_id", "r/LayoutWindow[7]@panelgroup_id",
+                         "r@(order)" };
     QTest::newRow("stocks") << "<r><Stock market=\"SH\" code=\"1\"/></r>"
                             << QStringList { "r/Stock[1]@code", "r/Stock[1]@market" }
                             << QStringList { "r/Stock[SH1]@code", "r/Stock[SH1]@market" };
@@ -115,11 +116,12 @@ void tst_treefields::anInsertedEntryIsOneDifference()
              QStringList("r/Stock[SZ0]: (absent) -> \"\""));
 }
 
-void tst_treefields::orderCountsByPositionOnly()
+void tst_treefields::theOrderOfTheSameEntriesIsOneDifference()
 {
     const QString strLeft = "<r><x name=\"a\"/><x name=\"b\"/></r>";
     const QString strRight = "<r><x name=\"b\"/><x name=\"a\"/></r>";
-    QCOMPARE(compared(strLeft, strRight, FieldNames::ByIdentity), QStringList());
+    QCOMPARE(compared(strLeft, strRight, FieldNames::ByIdentity),
+             QStringList("r@(order): \"x[a], x[b]\" -> \"x[b], x[a]\""));
     QCOMPARE(compared(strLeft, strRight, FieldNames::ByPosition).size(), 2);
 }
 

@@ -3,42 +3,72 @@
 #include "exitstatus.h"
 
 #include <inspect/recovery.h>
+#include <inspect/userrecords.h>
+#include <standalone/standalone.h>
 
 #include <QString>
 #include <QStringList>
 
 #include <optional>
 
-// Each command throws CFailure when it cannot do its work.
+enum class Format { Text, Json };
+enum class Secrets { Masked, Shown };
 
-/// Prints what the user's file in \a configDir holds; \a parts chooses tables, none means all.
-ExitStatus show(const QString& configDir, const QStringList& parts);
+/// What the command line asks for; a command looks at what it declares in the table of commands.
+struct Request {
+    QString strConfigDir;
+    QStringList words; ///< those behind the command's name
+    Format format = Format::Text;
+    Secrets secrets = Secrets::Masked;
+    inspect::RunMode mode = inspect::RunMode::Do;
+    inspect::LayoutSide side = inspect::LayoutSide::Quote;
+    std::optional<QString> templateName;
+    std::optional<QString> filter;
+    QString strOut;
+    standalone::LogLines log = standalone::LogLines::Errors;
 
-/// Walks the road of one change on a copy of the user's file in \a configDir: load, change, save,
-/// load again, compare.
-ExitStatus tour(const QString& configDir);
+    bool isDryRun() const { return mode == inspect::RunMode::DryRun; }
+};
 
-/// Prints the dated copies of \a configDir.
-ExitStatus listSnapshots(const QString& configDir);
+// Each command prints its answer, or throws CFailure when it cannot do its work.
 
-/// Prints the values that two user files do not share; Negative if there are any.
-ExitStatus diffFiles(const QString& left, const QString& right);
+ExitStatus show(const Request& request);
+ExitStatus tour(const Request& request);
+ExitStatus check(const Request& request);
+ExitStatus report(const Request& request);
+ExitStatus diffFiles(const Request& request);
+ExitStatus recoverUser(const Request& request);
 
-/// The same for the dated copy of the first date and that of the second, or the live file.
-ExitStatus diffSnapshots(const QString& configDir, const QStringList& dates);
+ExitStatus listOptions(const Request& request);
+ExitStatus getOption(const Request& request);
+ExitStatus setOptions(const Request& request);
 
-/// Prints a text of the shared settings store; throws when there is no such key.
-ExitStatus getSetting(const QString& key);
+ExitStatus listStocks(const Request& request);
+ExitStatus addStock(const Request& request);
+ExitStatus removeStock(const Request& request);
+ExitStatus importStocks(const Request& request);
+ExitStatus exportStocks(const Request& request);
 
-/// Stores a text in the shared settings store and reads it again.
-ExitStatus setSetting(const QString& key, const QString& value);
+ExitStatus listTemplates(const Request& request);
+ExitStatus saveTemplate(const Request& request);
+ExitStatus applyTemplate(const Request& request);
+ExitStatus renameTemplate(const Request& request);
+ExitStatus deleteTemplate(const Request& request);
+ExitStatus exportTemplate(const Request& request);
+ExitStatus importTemplates(const Request& request);
 
-/// Brings the newest whole dated copy back if the live file is missing or damaged.
-ExitStatus recoverUser(const QString& configDir, inspect::RecoveryMode mode);
+ExitStatus showLayout(const Request& request);
+ExitStatus drawLayout(const Request& request);
 
-/// Prints the sectors beside the user's file.
-ExitStatus listSectors();
+ExitStatus listSnapshots(const Request& request);
+ExitStatus showSnapshot(const Request& request);
+ExitStatus diffSnapshots(const Request& request);
+ExitStatus restoreSnapshot(const Request& request);
 
-/// Writes a sector's stocks to a CSV file in \a directory and tells what is in it.
-ExitStatus exportSectorCommand(const QString& sector, const QString& directory,
-                               const std::optional<QString>& filter);
+ExitStatus getSetting(const Request& request);
+ExitStatus setSetting(const Request& request);
+
+ExitStatus listSectors(const Request& request);
+ExitStatus exportSectorCommand(const Request& request);
+
+ExitStatus printManual(const Request& request);

@@ -1,10 +1,10 @@
 #include "sectors.h"
 
-#include "commands.h"
 #include "failure.h"
-#include "filecontent.h"
-#include "filterline.h"
-#include "texttable.h"
+#include "output.h"
+#include "wholefile.h"
+
+#include <inspect/filterline.h>
 
 #include <indexuser/cuserconfigmanager.h>
 #include <standalone/standalone.h>
@@ -67,11 +67,11 @@ standalone::Sector sectorOf(const QString& code)
 
 void useFilter(const QString& sector, const QString& line)
 {
-    const QString strError = filterLineError(line);
+    const QString strError = inspect::filterLineError(line);
     if (!strError.isEmpty()) {
         throw CFailure(ExitStatus::Usage, QStringLiteral("filter: %1").arg(strError));
     }
-    if (!hasFilterFor(line, sector)) {
+    if (!inspect::hasFilterFor(line, sector)) {
         throw CFailure(ExitStatus::Usage,
                        QStringLiteral("filter: no group for sector %1").arg(sector));
     }
@@ -91,7 +91,7 @@ void move(const QString& from, const QString& to)
 // The service answers true whatever became of the file. In a folder of its own there is either the
 // whole file or nothing, and an older file of the day is replaced only by a whole one.
 SectorExport exportSector(const QString& sector, const QString& directory,
-                          const std::optional<QString>& filter)
+                          const std::optional<QString>& filter, inspect::RunMode mode)
 {
     const standalone::Sector found = sectorOf(sector);
     if (filter) {
@@ -113,27 +113,30 @@ SectorExport exportSector(const QString& sector, const QString& directory,
     result.lines = strText.isEmpty() ? QStringList() : strText.split(QLatin1Char('\n'));
     result.nLeftOut = found.constituents.size() - result.lines.size();
     result.strPath = QDir(directory).filePath(files.first());
-    move(folder.filePath(files.first()), result.strPath);
+    if (mode == inspect::RunMode::Do) {
+        move(folder.filePath(files.first()), result.strPath);
+    }
     return result;
 }
 
-ExitStatus listSectors()
+ExitStatus listSectors(const Request& request)
 {
-    CTextTable table({ "code", "name", "stocks" });
+    Table table { "sectors", "Sectors", { "code", "name", "stocks" } };
     for (const standalone::Sector& sector : allSectors()) {
-        table.add({ sector.code, sector.name, QString::number(sector.constituents.size()) });
+        table.rows.append({ sector.code, sector.name, sector.constituents.size() });
     }
-    table.print("Sectors");
+    print({ table }, request.format);
     return ExitStatus::Ok;
 }
 
-ExitStatus exportSectorCommand(const QString& sector, const QString& directory,
-                               const std::optional<QString>& filter)
+ExitStatus exportSectorCommand(const Request& request)
 {
-    const SectorExport result = exportSector(sector, directory, filter);
-    printLine(QStringLiteral("%1: %2 lines, %3 stocks left out by the filter")
-                  .arg(result.strPath)
-                  .arg(result.lines.size())
-                  .arg(result.nLeftOut));
+    const SectorExport result
+        = exportSector(request.words[0], request.words[1], request.filter, request.mode);
+    printLine(
+        QStringLiteral("%1%2: %3 lines, %4 stocks left out by the filter")
+            .arg(request.isDryRun() ? QStringLiteral("would write ") : QString(), result.strPath)
+            .arg(result.lines.size())
+            .arg(result.nLeftOut));
     return ExitStatus::Ok;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <inspect/recovery.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -13,6 +15,7 @@ struct SectorExport {
 };
 
 /// Writes the stocks of \a sector to a dated file in \a directory, through the service. \a filter
-/// is a line of sector filters. Throws CFailure, and then nothing is written.
+/// is a line of sector filters; a dry run leaves no file. Throws CFailure, and then nothing is
+/// written.
 SectorExport exportSector(const QString& sector, const QString& directory,
-                          const std::optional<QString>& filter);
+                          const std::optional<QString>& filter, inspect::RunMode mode);

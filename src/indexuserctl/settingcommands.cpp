@@ -1,29 +1,54 @@
-#include "commands.h"
-
 #include "failure.h"
-#include "texttable.h"
+#include "output.h"
 
 #include <indexuser/userconfigfactory.h>
 #include <indexuser/userconfiginterface.h>
 
-ExitStatus getSetting(const QString& key)
+namespace {
+
+std::optional<QString> settingOf(const QString& key)
 {
     QString strValue;
-    if (!KW::UserConfigFactory::getIndexUserConfig()->readConfig(key, strValue)) {
-        throw CFailure(ExitStatus::Negative, QStringLiteral("there is no setting '%1'").arg(key));
+    const bool bThere = KW::UserConfigFactory::getIndexUserConfig()->readConfig(key, strValue);
+    return bThere ? std::make_optional(strValue) : std::nullopt;
+}
+
+} // namespace
+
+ExitStatus getSetting(const Request& request)
+{
+    const QString strKey = request.words.first();
+    const std::optional<QString> value = settingOf(strKey);
+    if (!value) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("there is no setting '%1'").arg(strKey));
     }
-    printLine(strValue);
+    if (request.format == Format::Json) {
+        print({ Table { "settings", {}, { "key", "value" }, { { strKey, *value } } } },
+              request.format);
+    } else {
+        printLine(*value);
+    }
     return ExitStatus::Ok;
 }
 
-ExitStatus setSetting(const QString& key, const QString& value)
+ExitStatus setSetting(const Request& request)
 {
-    KW::UserConfigInterface* const pService = KW::UserConfigFactory::getIndexUserConfig();
-    QString strRead;
-    if (!pService->writeConfig(key, value) || !pService->readConfig(key, strRead)
-        || strRead != value) {
+    const QString strKey = request.words[0];
+    const QString strValue = request.words[1];
+    if (request.isDryRun()) {
+        const std::optional<QString> before = settingOf(strKey);
+        print({ Table { "differences",
+                        "Setting",
+                        { "value", "left", "right" },
+                        { { strKey, before ? QJsonValue(*before) : QJsonValue(), strValue } } } },
+              request.format);
+        return ExitStatus::Ok;
+    }
+    if (!KW::UserConfigFactory::getIndexUserConfig()->writeConfig(strKey, strValue)
+        || settingOf(strKey) != strValue) {
         throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("the setting '%1' was not stored").arg(key));
+                       QStringLiteral("the setting '%1' was not stored").arg(strKey));
     }
     return ExitStatus::Ok;
 }

@@ -1,162 +1,178 @@
-#include "commands.h"
+#include "shownuser.h"
 
 #include "failure.h"
-#include "texttable.h"
-#include "userstate.h"
+#include "wholefile.h"
 
-#include <indexuser/optionsettings.h>
-#include <indexuser/userconfigfactory.h>
-#include <inspect/treefields.h>
+#include <inspect/closest.h>
+#include <inspect/optionvalues.h>
 
-#include <functional>
+#include <QJsonArray>
+
+#include <algorithm>
 
 namespace {
 
-struct ShownUser {
-    QDomDocument file;
-    CUserState state;
-};
+using inspect::UserRecords;
 
-struct ShowPart {
+struct ShownPart {
     QString strName;
-    std::function<void(const ShownUser&)> print;
+    Table (*table)(const UserRecords& records, Secrets secrets);
 };
 
-void showOptions(const ShownUser& user)
+Table templateTable(const UserRecords& records)
 {
-    CTextTable table({ "option", "value", "saved" });
-    const auto& rows = KW::optionTable();
-    for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
-        const KW::OptionRow& row = rows[static_cast<std::size_t>(i)];
-        table.add({ row.strAttribute, shownOption(user.state.options, i),
-                    row.saved == KW::OptionSaved::Yes ? "yes" : "no" });
+    using inspect::LayoutSide;
+    return windowTable("templates", "Layout templates",
+                       inspect::templatesOf(records, LayoutSide::Quote)
+                           + inspect::templatesOf(records, LayoutSide::Trade));
+}
+
+Table sectionTable(const UserRecords& records)
+{
+    Table table { "sections", "Sections of other managers", { "section", "elements", "reader" } };
+    for (const QDomElement& section : records.sections) {
+        table.rows.append(
+            { section.tagName(), section.elementsByTagName("*").size(),
+              inspect::isKnownSection(section.tagName()) ? "its manager" : "nobody" });
     }
-    table.print("Options");
+    return table;
 }
 
-void showStocks(const ShownUser& user)
+const QVector<ShownPart>& parts()
 {
-    CTextTable table({ "type", "count", "stocks" });
-    for (auto it = user.state.stocks.begin(); it != user.state.stocks.end(); ++it) {
-        table.add({ QString::number(it.key()), QString::number(it->size()), stockText(*it) });
-    }
-    table.print("Custom stock lists");
-}
-
-int panelCount(const QDomElement& window)
-{
-    int nCount = 0;
-    const inspect::TreeFields fields = inspect::fieldsOf(window, inspect::FieldNames::ByPosition);
-    for (auto it = fields.begin(); it != fields.end(); ++it) {
-        nCount += it.key().contains(QLatin1Char('/')) && !it.key().contains(QLatin1Char('@'));
-    }
-    return nCount;
-}
-
-QString yesNo(const QDomElement& element, const QString& attribute)
-{
-    return element.attribute(attribute) == QLatin1String("1") ? "yes" : "no";
-}
-
-void addWindows(CTextTable& table, const QString& owner, const QDomElement& parent)
-{
-    for (QDomElement window = parent.firstChildElement(); !window.isNull();
-         window = window.nextSiblingElement()) {
-        table.add({ owner, window.attribute("screen_id"), yesNo(window, "is_main"),
-                    yesNo(window, "maximized"),
-                    QStringLiteral("%1,%2 %3x%4")
-                        .arg(window.attribute("left"), window.attribute("top"),
-                             window.attribute("width"), window.attribute("height")),
-                    window.attribute("panelgroup_id"), QString::number(panelCount(window)),
-                    window.attribute("navtree") });
-    }
-}
-
-CTextTable windowTable(const QString& owner)
-{
-    return CTextTable(
-        { owner, "screen", "main", "maximized", "place and size", "group", "panels", "navtree" });
-}
-
-void showLayouts(const ShownUser& user)
-{
-    CTextTable table = windowTable("layout");
-    const QDomElement root = user.state.layouts.documentElement();
-    for (const char* pszLayout : { "DefaultLayout", "IndexLayout", "tradePanelGroup" }) {
-        addWindows(table, pszLayout, root.firstChildElement(pszLayout));
-    }
-    const QDomElement groups = root.firstChildElement("IndexPositionLayout");
-    for (const char* pszGroups : { "FormulaPanelGroupLayout", "ValuePanelGroupLayout" }) {
-        for (QDomElement item = groups.firstChildElement(pszGroups).firstChildElement();
-             !item.isNull(); item = item.nextSiblingElement()) {
-            addWindows(table, QStringLiteral("%1 %2").arg(pszGroups, item.attribute("key")), item);
-        }
-    }
-    table.print("Layouts");
-}
-
-void showTemplates(const ShownUser& user)
-{
-    CTextTable table = windowTable("template");
-    const QDomElement root = user.state.layouts.documentElement();
-    for (const char* pszSection : { "LayoutTemplates", "tradeLayoutTemplates" }) {
-        for (QDomElement each = root.firstChildElement(pszSection).firstChildElement();
-             !each.isNull(); each = each.nextSiblingElement()) {
-            const QString strLabel = pszSection + (' ' + each.attribute("name"));
-            if (!each.hasChildNodes()) {
-                table.add({ strLabel, "none" });
-            }
-            addWindows(table, strLabel, each);
-        }
-    }
-    table.print("Layout templates");
-}
-
-void showSections(const ShownUser& user)
-{
-    CTextTable table({ "section", "fields" });
-    for (const QString& name : foreignSections(user.file)) {
-        const QDomElement section = user.file.documentElement().firstChildElement(name);
-        table.add({ name,
-                    QString::number(
-                        inspect::fieldsOf(section, inspect::FieldNames::ByPosition).size()) });
-    }
-    table.print("Sections of other managers");
-}
-
-const QVector<ShowPart>& showParts()
-{
-    static const QVector<ShowPart> s_parts { { "options", showOptions },
-                                             { "stocks", showStocks },
-                                             { "layouts", showLayouts },
-                                             { "templates", showTemplates },
-                                             { "sections", showSections } };
+    static const QVector<ShownPart> s_parts {
+        { "options",
+          [](const UserRecords& records, Secrets secrets) {
+              return optionTable(records.options, secrets);
+          } },
+        { "stocks",
+          [](const UserRecords& records, Secrets) { return stockTable(records.stocks); } },
+        { "layouts",
+          [](const UserRecords& records, Secrets) {
+              return windowTable("layouts", "Layouts", inspect::layoutsOf(records));
+          } },
+        { "templates", [](const UserRecords& records, Secrets) { return templateTable(records); } },
+        { "sections", [](const UserRecords& records, Secrets) { return sectionTable(records); } },
+    };
     return s_parts;
+}
+
+QString shownOption(const KW::paramSettingForClient& options, const KW::OptionRow& row,
+                    Secrets secrets)
+{
+    const QString strText = inspect::optionText(options, row);
+    const bool bHidden = secrets == Secrets::Masked && inspect::isSecret(row.strAttribute);
+    return bHidden && !strText.isEmpty() ? QStringLiteral("(hidden)") : strText;
+}
+
+// An option as JSON has it: numbers and switches are no texts.
+QJsonValue optionValue(const KW::paramSettingForClient& options, const KW::OptionRow& row,
+                       Secrets secrets)
+{
+    const QString strText = shownOption(options, row, secrets);
+    return inspect::kindOf(row) == inspect::OptionKind::Text ? QJsonValue(strText)
+                                                             : QJsonValue(strText.toInt());
+}
+
+QJsonArray stockNames(const KW::CustomStockMap::mapped_type& list)
+{
+    QJsonArray names;
+    for (const auto& pDetail : list) {
+        names.append(QString::fromStdString(pDetail->market + pDetail->code + ' ' + pDetail->name));
+    }
+    return names;
+}
+
+QVector<QJsonValue> windowRow(const QString& layout, const inspect::Window& window)
+{
+    return { layout,
+             window.nScreenId,
+             window.bMain,
+             window.bMaximized,
+             window.rect.x(),
+             window.rect.y(),
+             window.rect.width(),
+             window.rect.height(),
+             window.nPanelGroupId,
+             QJsonArray::fromStringList(inspect::panelNames(window.panels)),
+             window.strNavTree };
 }
 
 } // namespace
 
-ExitStatus show(const QString& configDir, const QStringList& parts)
+Table optionTable(const KW::paramSettingForClient& options, Secrets secrets)
 {
-    QStringList known;
-    for (const ShowPart& part : showParts()) {
-        known.append(part.strName);
+    Table table { "options", "Options", { "option", "saved", "value", "default" } };
+    const KW::paramSettingForClient defaults;
+    for (const KW::OptionRow& row : KW::optionTable()) {
+        table.rows.append({ row.strAttribute, row.saved == KW::OptionSaved::Yes,
+                            optionValue(options, row, secrets),
+                            optionValue(defaults, row, secrets) });
     }
-    for (const QString& part : parts) {
-        if (!known.contains(part)) {
+    return table;
+}
+
+Table stockTable(const KW::CustomStockMap& stocks)
+{
+    Table table { "stocks", "Custom stock lists", { "list", "count", "stocks" } };
+    for (auto it = stocks.begin(); it != stocks.end(); ++it) {
+        table.rows.append({ it.key(), it->size(), stockNames(*it) });
+    }
+    return table;
+}
+
+Table windowTable(const QString& name, const QString& title,
+                  const QVector<inspect::Layout>& layouts)
+{
+    Table table { name,
+                  title,
+                  { "layout", "screen", "main", "maximized", "left", "top", "width", "height",
+                    "group", "panels", "navtree" } };
+    for (const inspect::Layout& layout : layouts) {
+        const QString strLabel = (layout.strSection + ' ' + layout.strName).trimmed();
+        for (const inspect::Window& window : layout.windows) {
+            table.rows.append(windowRow(strLabel, window));
+        }
+        if (layout.windows.isEmpty()) {
+            QVector<QJsonValue> row(table.columns.size(), QJsonValue(QString()));
+            row[0] = strLabel;
+            row[1] = "no windows";
+            table.rows.append(row);
+        }
+    }
+    return table;
+}
+
+ExitStatus showUser(const Request& request, const UserRecords& records, const QStringList& wanted)
+{
+    for (const QString& part : wanted) {
+        if (!shownParts().contains(part)) {
             throw CFailure(ExitStatus::Usage,
-                           QStringLiteral("show: unknown part '%1'; parts are %2")
-                               .arg(part, known.join(QStringLiteral(", "))));
+                           QStringLiteral("there is no part '%1'%2; parts are %3")
+                               .arg(part, inspect::didYouMean(part, shownParts()),
+                                    shownParts().join(QStringLiteral(", "))));
         }
     }
-    ShownUser user { readUserFile(configDir), {} };
-    KW::UserConfigInterface* const pService = KW::UserConfigFactory::getIndexUserConfig();
-    pService->loadSettings();
-    user.state = stateOf(*pService);
-    for (const ShowPart& part : showParts()) {
-        if (parts.isEmpty() || parts.contains(part.strName)) {
-            part.print(user);
+    QVector<Table> tables;
+    for (const ShownPart& part : parts()) {
+        if (wanted.isEmpty() || wanted.contains(part.strName)) {
+            tables.append(part.table(records, request.secrets));
         }
     }
+    print(tables, request.format);
     return ExitStatus::Ok;
+}
+
+QStringList shownParts()
+{
+    QStringList names;
+    for (const ShownPart& part : parts()) {
+        names.append(part.strName);
+    }
+    return names;
+}
+
+ExitStatus show(const Request& request)
+{
+    return showUser(request, inspect::recordsOf(liveFile(request).document), request.words);
 }

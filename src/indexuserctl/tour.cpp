@@ -1,33 +1,28 @@
-#include "commands.h"
-
+#include "difftable.h"
+#include "edit.h"
 #include "failure.h"
-#include "filecontent.h"
 #include "sectors.h"
-#include "texttable.h"
-#include "userstate.h"
+#include "shownuser.h"
+#include "wholefile.h"
 
 #include <indexuser/cuserconfigmanager.h>
-#include <indexuser/optionsettings.h>
-#include <inspect/treefields.h>
+#include <inspect/optionvalues.h>
+#include <inspect/screens.h>
 #include <standalone/standalone.h>
 
 #include <QDir>
 #include <QDirIterator>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QThread>
+
+#include <algorithm>
 
 namespace {
 
-constexpr int c_nSaveTimeoutMs = 30000;
-constexpr int c_nNewListType = 9;
+using inspect::LayoutSide;
+using inspect::UserRecords;
 
-// What the second load has to bring back.
-struct CExpected {
-    CUserState state;
-    QDomDocument file;
-};
+constexpr int c_nNewListType = 9;
 
 void copyFile(const QString& name, const QString& from, const QString& to)
 {
@@ -47,17 +42,18 @@ void copyUser(const QString& from, const QString& to)
     }
 }
 
-void printSummary(const CUserState& state)
+void printLoaded(const UserRecords& records)
 {
-    const QDomElement root = state.layouts.documentElement();
-    CTextTable table({ "held", "count" });
-    table.add({ "options", QString::number(KW::optionTable().size()) });
-    table.add({ "custom stock lists", QString::number(state.stocks.size()) });
-    for (QDomElement section = root.firstChildElement(); !section.isNull();
-         section = section.nextSiblingElement()) {
-        table.add({ section.tagName(), QString::number(section.childNodes().size()) });
-    }
-    table.print("Loaded");
+    Table table { "loaded", "Loaded", { "held", "count" } };
+    table.rows = {
+        { "options", inspect::optionNames().size() },
+        { "custom stock lists", records.stocks.size() },
+        { "windows", inspect::windowsOf(records).size() },
+        { "quote templates", inspect::templatesOf(records, LayoutSide::Quote).size() },
+        { "trade templates", inspect::templatesOf(records, LayoutSide::Trade).size() },
+        { "sections of other managers", records.sections.size() },
+    };
+    print({ table }, Format::Text);
 }
 
 void moveFirstWindow(KW::CPanelGroupLayoutConfig& layouts)
@@ -74,7 +70,7 @@ void moveFirstWindow(KW::CPanelGroupLayoutConfig& layouts)
                   .arg(window.m_rect.top()));
 }
 
-void setOption(KW::UserConfigInterface& service)
+void setRefreshTime(KW::UserConfigInterface& service)
 {
     KW::paramSettingForClient options = service.getParamSettingForClient();
     const int nBefore = options.reportRefreshTime;
@@ -98,21 +94,7 @@ void addStockList(KW::UserConfigInterface& service)
         stocks[c_nNewListType].append(pDetail);
     }
     service.setCustomStockMap(stocks);
-    printLine(QStringLiteral("  stock list %1: %2")
-                  .arg(QString::number(c_nNewListType), stockText(stocks[c_nNewListType])));
-}
-
-void saveAndWait(KW::UserConfigInterface& service)
-{
-    QElapsedTimer timer;
-    timer.start();
-    service.saveSettings();
-    while (!service.getSaveSuccess()) {
-        if (timer.hasExpired(c_nSaveTimeoutMs)) {
-            throw CFailure(ExitStatus::InputOutput, QStringLiteral("the save does not end"));
-        }
-        QThread::msleep(1);
-    }
+    printLine(QStringLiteral("  stock list %1: two stocks").arg(c_nNewListType));
 }
 
 void printLog(const QString& path)
@@ -126,138 +108,56 @@ void printLog(const QString& path)
 
 void printFiles(const QString& directory)
 {
-    CTextTable table({ "file", "bytes" });
+    Table table { "files", "Files left", { "file", "bytes" } };
     QDirIterator files(directory, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         files.next();
-        table.add({ QDir(directory).relativeFilePath(files.filePath()),
-                    QString::number(files.fileInfo().size()) });
+        table.rows.append(
+            { QDir(directory).relativeFilePath(files.filePath()), files.fileInfo().size() });
     }
-    table.print("Files left");
+    print({ table }, Format::Text);
 }
 
-class CComparison {
-public:
-    void add(const QString& field, const QString& expected, const QString& found)
-    {
-        addShown(field, expected == found, expected, found);
-    }
-
-    void addShown(const QString& field, bool same, const QString& expected, const QString& found)
-    {
-        m_nDifferences += same ? 0 : 1;
-        m_table.add({ field, same ? "same" : "DIFFERS", expected, same ? QString() : found });
-    }
-
-    void addTree(const QString& field, const QDomElement& expected, const QDomElement& found)
-    {
-        const inspect::TreeFields fields
-            = inspect::fieldsOf(expected, inspect::FieldNames::ByPosition);
-        QStringList different;
-        for (const inspect::Difference& difference : inspect::differences(
-                 fields, inspect::fieldsOf(found, inspect::FieldNames::ByPosition))) {
-            different.append(inspect::toText(difference));
-        }
-        addShown(field, different.isEmpty(), QStringLiteral("%1 values").arg(fields.size()),
-                 different.join("; "));
-    }
-
-    ExitStatus print() const
-    {
-        m_table.print("Read back by a new instance");
-        return m_nDifferences == 0 ? ExitStatus::Ok : ExitStatus::Negative;
-    }
-
-private:
-    CTextTable m_table { { "field", "", "written", "read" } };
-    int m_nDifferences = 0;
-};
-
-void compareOptions(CComparison& comparison, const CUserState& expected, const CUserState& found)
+UserRecords changeAndSave(const QDomDocument& file)
 {
-    const auto& rows = KW::optionTable();
-    for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
-        const KW::OptionRow& row = rows[static_cast<std::size_t>(i)];
-        if (row.saved == KW::OptionSaved::Yes) {
-            comparison.addShown(row.strAttribute,
-                                optionText(expected.options, i) == optionText(found.options, i),
-                                shownOption(expected.options, i), shownOption(found.options, i));
-        }
-    }
-}
-
-void compareStocks(CComparison& comparison, const CUserState& expected, const CUserState& found)
-{
-    QList<int> types = expected.stocks.keys();
-    for (const int nType : found.stocks.keys()) {
-        if (!types.contains(nType)) {
-            types.append(nType);
-        }
-    }
-    for (const int nType : types) {
-        comparison.add(QStringLiteral("stock list %1").arg(nType),
-                       stockText(expected.stocks.value(nType)),
-                       stockText(found.stocks.value(nType)));
-    }
-}
-
-void compareLayouts(CComparison& comparison, const CUserState& expected, const CUserState& found)
-{
-    const QDomElement root = found.layouts.documentElement();
-    for (QDomElement section = expected.layouts.documentElement().firstChildElement();
-         !section.isNull(); section = section.nextSiblingElement()) {
-        QDomElement other = root.firstChildElement(section.tagName()).firstChildElement();
-        int nNumber = 0;
-        for (QDomElement child = section.firstChildElement(); !child.isNull();
-             child = child.nextSiblingElement()) {
-            comparison.addTree(
-                QStringLiteral("%1 %2").arg(section.tagName(), QString::number(++nNumber)), child,
-                other);
-            other = other.nextSiblingElement();
-        }
-    }
-}
-
-ExitStatus compare(const CExpected& expected, const CExpected& found)
-{
-    CComparison comparison;
-    compareOptions(comparison, expected.state, found.state);
-    comparison.add("function tree expanded", expected.state.bFunctionTreeExpand ? "1" : "0",
-                   found.state.bFunctionTreeExpand ? "1" : "0");
-    compareStocks(comparison, expected.state, found.state);
-    compareLayouts(comparison, expected.state, found.state);
-    comparison.addTree("all layouts", expected.state.layouts.documentElement(),
-                       found.state.layouts.documentElement());
-    const QDomElement root = found.file.documentElement();
-    for (const QString& name : foreignSections(expected.file)) {
-        comparison.addTree(name, expected.file.documentElement().firstChildElement(name),
-                           root.firstChildElement(name));
-    }
-    return comparison.print();
-}
-
-CExpected changeAndSave(const QDomDocument& file)
-{
-    KW::UserConfigInterface* const pService = KW::UserConfigFactory::getIndexUserConfig();
-    pService->loadSettings();
-    printSummary(stateOf(*pService));
+    KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
+    service.loadSettings();
+    printLoaded(inspect::recordsOf(service, file));
 
     printLine("\nChanged");
-    moveFirstWindow(*pService->getLayoutConfig());
-    setOption(*pService);
-    addStockList(*pService);
-    CExpected expected { stateOf(*pService), file };
-    saveAndWait(*pService);
+    moveFirstWindow(*service.getLayoutConfig());
+    setRefreshTime(service);
+    addStockList(service);
+    const UserRecords expected = inspect::savedForm(inspect::recordsOf(service, file));
+    saveAndWait(service);
     return expected;
 }
 
-CExpected loadAnew(const QString& directory)
+UserRecords loadAnew(const Request& request)
 {
     utils::CSingletonT<KW::CUserConfigManager>::release();
     standalone::forgetAll();
-    KW::UserConfigInterface* const pService = KW::UserConfigFactory::getIndexUserConfig();
-    pService->loadSettings();
-    return { stateOf(*pService), readUserFile(directory) };
+    KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
+    service.loadSettings();
+    return inspect::recordsOf(service, liveFile(request).document);
+}
+
+ExitStatus compare(const UserRecords& expected, const UserRecords& found)
+{
+    const QVector<inspect::Difference> differences = inspect::differences(expected, found);
+    Table table { "compared", "Read back by a new instance", { "part", "state" } };
+    for (const QString& part : shownParts()) {
+        const bool bDiffers = std::any_of(
+            differences.begin(), differences.end(),
+            [&](const inspect::Difference& each) { return inspect::partOf(each) == part; });
+        table.rows.append({ part, bDiffers ? "DIFFERS" : "same" });
+    }
+    print({ table }, Format::Text);
+    if (differences.isEmpty()) {
+        return ExitStatus::Ok;
+    }
+    print({ diffTable(differences, "written", "read", Secrets::Masked) }, Format::Text);
+    return ExitStatus::Negative;
 }
 
 // The first sector, without its lighter half.
@@ -273,7 +173,8 @@ void showExport(const QString& directory)
         = QStringLiteral("%1=%2,1|绝对权重|2|0|%3")
               .arg(sector.code, sector.name)
               .arg(sector.constituents[sector.constituents.size() / 2].absoluteWeight);
-    const SectorExport result = exportSector(sector.code, directory, strFilter);
+    const SectorExport result
+        = exportSector(sector.code, directory, strFilter, inspect::RunMode::Do);
     printLine(QStringLiteral("\nExported sector %1, filter %2").arg(sector.code, strFilter));
     printLine(QStringLiteral("  %1: %2 lines, %3 stocks left out")
                   .arg(QDir(directory).relativeFilePath(result.strPath))
@@ -286,26 +187,28 @@ void showExport(const QString& directory)
 
 } // namespace
 
-ExitStatus tour(const QString& configDir)
+ExitStatus tour(const Request& original)
 {
     const QTemporaryDir folder;
     if (!folder.isValid()) {
         throw CFailure(ExitStatus::InputOutput, folder.errorString());
     }
-    printLine(QStringLiteral("The road of one change, on a copy of %1").arg(configDir));
-    const QDomDocument file = readUserFile(configDir);
-    copyUser(configDir, folder.path());
+    printLine(QStringLiteral("The road of one change, on a copy of %1").arg(original.strConfigDir));
+    const QDomDocument file = liveFile(original).document;
+    copyUser(original.strConfigDir, folder.path());
+    Request request = original;
+    request.strConfigDir = folder.path();
     standalone::setConfigDir(folder.path());
     const QString strLog = folder.filePath(QStringLiteral("indexuser.log"));
     if (!standalone::logToFile(strLog)) {
         throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: cannot write").arg(strLog));
     }
 
-    const CExpected expected = changeAndSave(file);
+    const UserRecords expected = changeAndSave(file);
     printLine("\nLog of the save");
     printLog(strLog);
     printFiles(folder.path());
-    const ExitStatus status = compare(expected, loadAnew(folder.path()));
+    const ExitStatus status = compare(expected, loadAnew(request));
     if (QFile::exists(standalone::sectorsFile())) {
         showExport(folder.path());
     }

@@ -23,9 +23,9 @@ bool isYounger(const QString& live, const Snapshot& source)
     return saved.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
 }
 
-QString nameAside(const QString& live)
+QString nameAside(const QString& live, const char* pszWhy)
 {
-    const QString strStem = live + QStringLiteral(".damaged-")
+    const QString strStem = live + QLatin1Char('.') + pszWhy + QLatin1Char('-')
         + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString strName = strStem;
     for (int i = 2; QFileInfo::exists(strName); ++i) {
@@ -34,12 +34,24 @@ QString nameAside(const QString& live)
     return strName;
 }
 
-bool bringBack(const Snapshot& source, const QString& live)
+bool readAll(const QString& path, std::string& content)
+{
+    return KW::stdReadFile(path.toLocal8Bit().toStdString(), content);
+}
+
+bool copyFile(const QString& from, const QString& to)
 {
     std::string strContent;
-    std::string strGbkLive = live.toStdString();
-    return KW::stdReadFile(source.strPath.toLocal8Bit().toStdString(), strContent)
-        && utils::safeUtf82Gbk(strGbkLive) == 0 && KW::stdWriteFile(strGbkLive, strContent, "wb");
+    std::string strGbkTo = to.toStdString();
+    return readAll(from, strContent) && utils::safeUtf82Gbk(strGbkTo) == 0
+        && KW::stdWriteFile(strGbkTo, strContent, "wb");
+}
+
+bool sameContent(const QString& left, const QString& right)
+{
+    std::string strLeft;
+    std::string strRight;
+    return readAll(left, strLeft) && readAll(right, strRight) && strLeft == strRight;
 }
 
 // Between its two steps there is no live file, and the next call goes on from there.
@@ -50,7 +62,7 @@ Recovery carriedOut(Recovery recovery, const QString& live)
         recovery.strError = live + QStringLiteral(": cannot be set aside: ") + file.errorString();
         recovery.strSetAside.clear();
         recovery.result = RecoveryResult::Failed;
-    } else if (!bringBack(recovery.source, live)) {
+    } else if (!copyFile(recovery.source.strPath, live)) {
         recovery.strError = live + QStringLiteral(": cannot be written");
         recovery.result = RecoveryResult::Failed;
     }
@@ -59,7 +71,7 @@ Recovery carriedOut(Recovery recovery, const QString& live)
 
 } // namespace
 
-Recovery recover(const QString& configDir, RecoveryMode mode)
+Recovery recover(const QString& configDir, RunMode mode)
 {
     const QString strLive = livePath(configDir);
     const UserFile file = readUserFile(strLive);
@@ -79,8 +91,28 @@ Recovery recover(const QString& configDir, RecoveryMode mode)
     const bool bDamaged = file.state == FileState::Damaged;
     const bool bLoss = it != all.begin() || (bDamaged && isYounger(strLive, *it));
     const Recovery plan { bLoss ? RecoveryResult::RecoveredWithLoss : RecoveryResult::Recovered,
-                          *it, bDamaged ? nameAside(strLive) : QString(), file.strError };
-    return mode == RecoveryMode::Do ? carriedOut(plan, strLive) : plan;
+                          *it, bDamaged ? nameAside(strLive, "damaged") : QString(),
+                          file.strError };
+    return mode == RunMode::Do ? carriedOut(plan, strLive) : plan;
+}
+
+Recovery restore(const QString& configDir, const Snapshot& snapshot, RunMode mode)
+{
+    const QString strLive = livePath(configDir);
+    if (sameContent(strLive, snapshot.strPath)) {
+        return { RecoveryResult::NothingToDo, snapshot, {}, {} };
+    }
+    Recovery plan { RecoveryResult::Recovered, snapshot, nameAside(strLive, "replaced"), {} };
+    if (mode == RunMode::DryRun) {
+        return plan;
+    }
+    for (const auto& [strFrom, strTo] :
+         { std::pair { strLive, plan.strSetAside }, std::pair { snapshot.strPath, strLive } }) {
+        if (!copyFile(strFrom, strTo)) {
+            return { RecoveryResult::Failed, snapshot, {}, strTo + ": cannot be written" };
+        }
+    }
+    return plan;
 }
 
 } // namespace inspect

@@ -19,14 +19,19 @@ struct Recovery {
     QString strError; ///< what was wrong with the live file, or why recovery failed
 };
 
-enum class RecoveryMode { Do, DryRun };
+enum class RunMode { Do, DryRun };
 
 /// Brings the newest whole dated copy back if the live file is missing or damaged. The damaged file
 /// is kept beside it under a name with the time. A whole file is never touched, nor is one that
 /// cannot be read, and a second call finds nothing to do. For a client before its first load; not
 /// while a save runs.
 ///
-///     const inspect::Recovery recovery = inspect::recover(dir, inspect::RecoveryMode::Do);
-Recovery recover(const QString& configDir, RecoveryMode mode);
+///     const inspect::Recovery recovery = inspect::recover(dir, inspect::RunMode::Do);
+Recovery recover(const QString& configDir, RunMode mode);
+
+/// Puts the bytes of a whole dated copy in the place of a whole live file, which is kept beside it
+/// under a name with the time (strSetAside). At every moment there is a whole live file. Results
+/// are NothingToDo when both are the same, Recovered and Failed.
+Recovery restore(const QString& configDir, const Snapshot& snapshot, RunMode mode);
 
 } // namespace inspect

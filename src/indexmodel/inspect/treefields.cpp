@@ -45,6 +45,34 @@ QString nodeName(const QDomNode& node)
     return node.isElement() ? node.nodeName() : QStringLiteral("#%1").arg(node.nodeType());
 }
 
+// No attribute has a name like this.
+const QString& orderMark()
+{
+    static const QString s_mark = QStringLiteral("@(order)");
+    return s_mark;
+}
+
+bool sameEntries(const std::optional<QString>& left, const std::optional<QString>& right)
+{
+    if (!left || !right) {
+        return false;
+    }
+    const auto sorted = [](const QString& order) {
+        QStringList names = order.split(QStringLiteral(", "));
+        names.sort();
+        return names;
+    };
+    return sorted(*left) == sorted(*right);
+}
+
+// An order is news only where the entries are the same; others are reported by themselves.
+bool isReported(const Difference& difference)
+{
+    return difference.left != difference.right
+        && (!difference.strPath.endsWith(orderMark())
+            || sameEntries(difference.left, difference.right));
+}
+
 class CCollector {
 public:
     explicit CCollector(FieldNames names)
@@ -60,10 +88,14 @@ public:
             const QDomNode attribute = attributes.item(i);
             m_fields.insert(path + '@' + attribute.nodeName(), attribute.nodeValue());
         }
-        int nPosition = 0;
+        QStringList names;
         QHash<QString, int> seen;
         for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling()) {
-            collect(child, path + '/' + nameOf(child, ++nPosition, seen));
+            names.append(nameOf(child, names.size() + 1, seen));
+            collect(child, path + '/' + names.last());
+        }
+        if (m_names == FieldNames::ByIdentity && names.size() > 1) {
+            m_fields.insert(path + orderMark(), names.join(QStringLiteral(", ")));
         }
     }
 
@@ -129,7 +161,7 @@ QVector<Difference> differences(const TreeFields& left, const TreeFields& right)
     QVector<Difference> found;
     for (const QString& path : qAsConst(paths)) {
         const Difference difference { path, valueOf(left, path), valueOf(right, path) };
-        if (difference.left == difference.right || isBelow(path, onlyInOne)) {
+        if (!isReported(difference) || isBelow(path, onlyInOne)) {
             continue;
         }
         found.append(difference);

@@ -16,7 +16,7 @@ using TreeFields = QMap<QString, QString>;
 enum class FieldNames {
     ByPosition, ///< "LayoutWindow[2]@left": two trees are equal exactly if these fields are
     ByIdentity, ///< "LayoutWindow[103]@left", by panel group, name, key, type or code: what comes
-                ///< before an entry does not change its name, and order does not count
+                ///< before an entry does not change its name, and its order is a field of its own
 };
 
 TreeFields fieldsOf(const QDomElement& tree, FieldNames names);
@@ -28,7 +28,8 @@ struct Difference {
     std::optional<QString> right;
 };
 
-/// All differences by path. An element that only one tree has counts once, without its content.
+/// All differences by path. An element that only one tree has counts once, without its content; the
+/// order of entries counts only where both trees have the same ones.
 QVector<Difference> differences(const TreeFields& left, const TreeFields& right);
 
 /// One line for people.

@@ -15,17 +15,19 @@ UserFile readUserFile(const QString& path)
         const bool bThere = file.exists();
         return { bThere ? FileState::Unreadable : FileState::Missing,
                  {},
-                 path + ": " + file.errorString() };
+                 path + ": " + file.errorString(),
+                 {} };
     }
-    const KW::UserDocument parsed
-        = KW::parseUserDocument(QString::fromUtf8(bytes.constData(), bytes.size()));
+    const QString strText = QString::fromUtf8(bytes.constData(), bytes.size());
+    const KW::UserDocument parsed = KW::parseUserDocument(strText);
     if (!parsed.isValid()) {
         return { FileState::Damaged,
                  {},
                  QStringLiteral("%1:%2:%3: ").arg(path).arg(parsed.nLine).arg(parsed.nColumn)
-                     + parsed.strError };
+                     + parsed.strError,
+                 {} };
     }
-    return { FileState::Whole, parsed.document, {} };
+    return { FileState::Whole, parsed.document, {}, strText };
 }
 
 QString livePath(const QString& configDir)

@@ -17,6 +17,7 @@ struct UserFile {
     FileState state = FileState::Missing;
     QDomDocument document; ///< empty unless the file is whole
     QString strError; ///< names the file and, if it is damaged, line and column; empty if whole
+    QString strText; ///< what was read of a whole file
 };
 
 /// Any thread.

@@ -53,10 +53,10 @@ log4cxx::LayoutPtr lineLayout()
         LOG4CXX_STR("%d{yyyy-MM-dd HH:mm:ss.SSS} %-5p %m%n"));
 }
 
-void logTo(const log4cxx::AppenderPtr& pAppender)
+void logTo(const log4cxx::AppenderPtr& pAppender, const log4cxx::LevelPtr& pLevel)
 {
     const log4cxx::LoggerPtr pLogger = log4cxx::Logger::getLogger("RXStdLogger");
-    pLogger->setLevel(log4cxx::Level::getInfo());
+    pLogger->setLevel(pLevel);
     pLogger->setAdditivity(false);
     pLogger->removeAllAppenders();
     pLogger->addAppender(pAppender);
@@ -70,9 +70,10 @@ void setConfigDir(const QString& directory)
     configDir().set(directory);
 }
 
-void logToStderr()
+void logToStderr(LogLines lines)
 {
-    logTo(std::make_shared<log4cxx::ConsoleAppender>(lineLayout(), LOG4CXX_STR("System.err")));
+    logTo(std::make_shared<log4cxx::ConsoleAppender>(lineLayout(), LOG4CXX_STR("System.err")),
+          lines == LogLines::All ? log4cxx::Level::getInfo() : log4cxx::Level::getError());
 }
 
 bool logToFile(const QString& path)
@@ -84,7 +85,8 @@ bool logToFile(const QString& path)
     }
     log4cxx::LogString strPath;
     log4cxx::helpers::Transcoder::decodeUTF8(path.toStdString(), strPath);
-    logTo(std::make_shared<log4cxx::FileAppender>(lineLayout(), strPath, true));
+    logTo(std::make_shared<log4cxx::FileAppender>(lineLayout(), strPath, true),
+          log4cxx::Level::getInfo());
     return true;
 }
 

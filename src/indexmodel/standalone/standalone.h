@@ -8,16 +8,18 @@
 /// What a host tells these stand-ins for the client's libraries before it asks for the service.
 ///
 ///     standalone::setConfigDir(QStringLiteral("/home/user/quotes"));
-///     standalone::logToStderr();
+///     standalone::logToStderr(standalone::LogLines::All);
 namespace standalone {
 
 /// The user's directory; empty for the application's own below the user's configuration location.
 /// Any thread.
 PLATFORM_API void setConfigDir(const QString& directory);
 
-/// Where log lines go, from INFO upwards; nowhere until one of these is called, before any load or
-/// save. logToFile() appends, and answers false when the file cannot be written.
-PLATFORM_API void logToStderr();
+enum class LogLines { Errors, All };
+
+/// Where log lines go; nowhere until one of these is called, before any load or save. logToFile()
+/// appends lines from INFO upwards, and answers false when the file cannot be written.
+PLATFORM_API void logToStderr(LogLines lines);
 PLATFORM_API bool logToFile(const QString& path);
 
 /// One stock of a sector.

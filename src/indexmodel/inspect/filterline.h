@@ -2,9 +2,12 @@
 
 #include <QString>
 
+namespace inspect {
 /// What is wrong with a line of sector filters, by group and item, counted from 1; empty when
 /// nothing is. The library would drop such a piece without a word.
 QString filterLineError(const QString& line);
 
 /// Whether \a line has a group for \a sector.
 bool hasFilterFor(const QString& line, const QString& sector);
+
+} // namespace inspect

@@ -1,9 +1,11 @@
-#include "filterline.h"
+#include "inspect/filterline.h"
 
 #include <QSet>
 #include <QStringList>
 
 #include <cmath>
+
+namespace inspect {
 
 namespace {
 
@@ -93,3 +95,5 @@ bool hasFilterFor(const QString& line, const QString& sector)
     }
     return false;
 }
+
+} // namespace inspect

@@ -1,0 +1,410 @@
+#include "inspect/check.h"
+
+#include "inspect/fileformat_p.h"
+#include "inspect/filterline.h"
+#include "inspect/optionvalues.h"
+#include "inspect/screens.h"
+
+#include <platform/mvcommon.h>
+
+#include <QMap>
+
+#include <algorithm>
+
+namespace inspect {
+
+namespace {
+
+QString quoted(const QDomElement& element, const QString& attribute)
+{
+    return QStringLiteral("%1=\"%2\"").arg(attribute, element.attribute(attribute));
+}
+
+QString pathOf(const QDomElement& element)
+{
+    QStringList tags;
+    for (QDomElement each = element; !each.isNull(); each = each.parentNode().toElement()) {
+        tags.prepend(each.tagName());
+    }
+    return tags.join(QLatin1Char('/'));
+}
+
+bool isWord(const QString& value)
+{
+    static const QStringList s_words { "true", "false", "yes", "no", "on", "off" };
+    return s_words.contains(value.toLower());
+}
+
+// An older form of the quote layout: the panels of one window without the window.
+bool isSingleWindow(const QDomElement& element)
+{
+    return element.tagName() == QLatin1String("IndexLayout")
+        && element.elementsByTagName(QStringLiteral("LayoutWindow")).isEmpty();
+}
+
+class CChecker {
+public:
+    CChecker(const QString& text, const QDomDocument& document)
+        : m_positions(text)
+        , m_root(document.documentElement())
+    {
+    }
+
+    QVector<Finding> run();
+
+private:
+    struct Place {
+        QDomElement element;
+        int nIndex;
+    };
+
+    void add(const Place& at, const char* pszRule, Effect effect, const QString& text,
+             const QString& attribute = {});
+    void walkAll(const QDomElement& parent);
+    void walk(const QDomElement& element, const ElementRule* pRule);
+    void walkRoot();
+    void walkChildren(const Place& at, const ElementRule& rule);
+    void walkSection(const QDomElement& section);
+    void checkContent(const Place& at, const QDomNode& node);
+    void checkAttributes(const Place& at, const ElementRule& rule);
+    void checkValue(const Place& at, const AttributeRule& rule);
+    void checkNeeded(const Place& at, const ElementRule& rule);
+    void checkSpecial(const Place& at);
+    void checkWindow(const Place& at);
+    void checkGroup(const Place& at);
+    void checkTemplate(const Place& at);
+    void checkStockList(const Place& at);
+    void checkOptions(const Place& at);
+    void checkFilters(const Place& at);
+    void checkUnique(const Place& at, const QString& attribute, const char* pszRule, Effect effect,
+                     const QString& text);
+    void checkPlace(const Place& at);
+    void checkScreens();
+
+    CTextPositions m_positions;
+    QDomElement m_root;
+    int m_nElements = 0;
+    QVector<Finding> m_findings;
+    QVector<Place> m_windows;
+    QMap<QString, int> m_seen; // entries of lists by list and name
+};
+
+void CChecker::add(const Place& at, const char* pszRule, Effect effect, const QString& text,
+                   const QString& attribute)
+{
+    const TextPosition position = attribute.isEmpty()
+        ? m_positions.ofElement(at.nIndex)
+        : m_positions.ofAttribute(at.nIndex, attribute);
+    m_findings.append({ position, pszRule, effect, pathOf(at.element), text });
+}
+
+QVector<Finding> CChecker::run()
+{
+    walkRoot();
+    checkScreens();
+    std::stable_sort(m_findings.begin(), m_findings.end(), [](const auto& left, const auto& right) {
+        return std::pair(left.position.nLine, left.position.nColumn)
+            < std::pair(right.position.nLine, right.position.nColumn);
+    });
+    return m_findings;
+}
+
+void CChecker::walkRoot()
+{
+    const Place at { m_root, m_nElements++ };
+    if (m_root.tagName() != QLatin1String("ICUserConfigFile")) {
+        add(at, "root", Effect::Changed, "the root is saved as ICUserConfigFile");
+    }
+    checkAttributes(at, ElementRule());
+    for (QDomNode node = m_root.firstChild(); !node.isNull(); node = node.nextSibling()) {
+        if (node.isElement()) {
+            walkSection(node.toElement());
+        } else {
+            checkContent(at, node);
+        }
+    }
+}
+
+void CChecker::walkSection(const QDomElement& section)
+{
+    const Place at { section, m_nElements };
+    if (!isKnownSection(section.tagName())) {
+        add(at, "section", Effect::Dropped, section.tagName() + " is a section that nobody reads");
+        if (section.tagName() == QLatin1String("SectorFilter")) {
+            checkFilters(at);
+        }
+    } else if (m_root.firstChildElement(section.tagName()) != section) {
+        add(at, "second-section", Effect::Dropped, "only the first such section is read");
+    } else {
+        walk(section, ruleOf(section.tagName()));
+        return;
+    }
+    walk(section, nullptr);
+}
+
+// Without a rule the content is somebody else's, or lost with its parent.
+void CChecker::walk(const QDomElement& element, const ElementRule* pRule)
+{
+    const Place at { element, m_nElements++ };
+    checkPlace(at);
+    if (pRule == nullptr) {
+        if (element.tagName() == windowTagOf(pathOf(element).section('/', 1, 1))) {
+            add(at, "inner-window", Effect::Changed, "is read as one more window of its layout");
+        }
+        walkAll(element);
+        return;
+    }
+    checkAttributes(at, *pRule);
+    checkNeeded(at, *pRule);
+    checkSpecial(at);
+    walkChildren(at, *pRule);
+}
+
+void CChecker::walkAll(const QDomElement& parent)
+{
+    for (QDomElement child = parent.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        walk(child, nullptr);
+    }
+}
+
+void CChecker::walkChildren(const Place& at, const ElementRule& rule)
+{
+    // The child of a window is its panel tree, which is somebody else's.
+    const bool bWindow = isWindowTag(at.element.tagName()) || isSingleWindow(at.element);
+    const bool bOption = at.element.tagName() == QLatin1String("Option");
+    for (QDomNode node = at.element.firstChild(); !node.isNull(); node = node.nextSibling()) {
+        const QDomElement child = node.toElement();
+        if (child.isNull()) {
+            checkContent(at, node);
+        } else if (bOption) {
+            walk(child, &settingsRule());
+        } else if (rule.children.contains(child.tagName())) {
+            walk(child, ruleOf(child.tagName()));
+        } else {
+            if (!bWindow) {
+                add({ child, m_nElements }, "element", Effect::Dropped,
+                    child.tagName() + " is not read here");
+            }
+            walk(child, nullptr);
+        }
+    }
+}
+
+void CChecker::checkContent(const Place& at, const QDomNode& node)
+{
+    if (node.isComment()) {
+        add(at, "comment", Effect::Dropped, "a comment in a section of the service");
+    } else if (node.isText() && !node.nodeValue().trimmed().isEmpty()) {
+        add(at, "text", Effect::Dropped, "text that is not read here");
+    }
+}
+
+void CChecker::checkAttributes(const Place& at, const ElementRule& rule)
+{
+    const QDomNamedNodeMap attributes = at.element.attributes();
+    for (int i = 0; i < attributes.size(); ++i) {
+        const QString strName = attributes.item(i).nodeName();
+        const AttributeRule* const pRule = rule.attribute(strName);
+        if (pRule == nullptr) {
+            add(at, "attribute", Effect::Dropped, strName + " is not read here", strName);
+        } else {
+            checkValue(at, *pRule);
+        }
+    }
+}
+
+void CChecker::checkValue(const Place& at, const AttributeRule& rule)
+{
+    const QString strValue = at.element.attribute(rule.strName);
+    const QString strText = quoted(at.element, rule.strName);
+    bool bOk = false;
+    const int nValue = strValue.toInt(&bOk);
+    if (rule.kind == ValueKind::Text) {
+        return;
+    }
+    if (!bOk && rule.kind == ValueKind::Switch && isWord(strValue)) {
+        add(at, "word-boolean", Effect::Changed, strText + " is a word and reads as 0",
+            rule.strName);
+    } else if (!bOk) {
+        add(at, "number", Effect::Changed, strText + " is no number and reads as 0", rule.strName);
+    } else if (rule.kind == ValueKind::Switch && nValue != 0 && nValue != 1) {
+        add(at, "switch", Effect::Changed, strText + " reads as 1", rule.strName);
+    }
+}
+
+void CChecker::checkNeeded(const Place& at, const ElementRule& rule)
+{
+    QStringList missing;
+    for (const AttributeRule& each : rule.attributes) {
+        if (each.presence == Presence::Needed && !at.element.hasAttribute(each.strName)) {
+            missing.append(each.strName);
+        }
+    }
+    if (!missing.isEmpty()) {
+        add(at, "missing", Effect::Changed,
+            missing.join(QStringLiteral(", ")) + ": missing, which reads as 0 or an empty text");
+    }
+}
+
+void CChecker::checkSpecial(const Place& at)
+{
+    using Check = void (CChecker::*)(const Place&);
+    static const QMap<QString, Check> s_checks {
+        { "LayoutWindow", &CChecker::checkWindow },
+        { "LayoutWindowTemplate", &CChecker::checkWindow },
+        { "tradeWindowTemplate", &CChecker::checkWindow },
+        { "itemLayout", &CChecker::checkGroup },
+        { "LayoutTemplate", &CChecker::checkTemplate },
+        { "tradeLayoutTemplate", &CChecker::checkTemplate },
+        { "Custom", &CChecker::checkStockList },
+    };
+    const auto it = s_checks.find(at.element.tagName());
+    if (it != s_checks.end()) {
+        (this->**it)(at);
+    } else if (at.element.parentNode().nodeName() == QLatin1String("Option")) {
+        checkOptions(at);
+    } else if (at.element.attribute(QStringLiteral("version_id"), "11").toInt() != 11) {
+        add(at, "version", Effect::Changed, "the version is saved as 11", "version_id");
+    } else if (isSingleWindow(at.element)) {
+        add(at, "single-window", Effect::Changed, "becomes one maximized main window on screen 1");
+    }
+}
+
+void CChecker::checkWindow(const Place& at)
+{
+    m_windows.append(at);
+    const QDomNode child = at.element.firstChild();
+    if (!child.isNull() && !child.nextSibling().isNull()) {
+        add(at, "window-children", Effect::Dropped,
+            "the window has more than one child, so its panels are not read");
+    } else if (!child.isNull() && !child.isElement()) {
+        add(at, "window-children", Effect::Dropped, "the child of the window is no panel tree");
+    }
+}
+
+void CChecker::checkGroup(const Place& at)
+{
+    checkUnique(at, "key", "double-key", Effect::Merged, "the last panel group of this key wins");
+    if (at.element.elementsByTagName("LayoutWindow").isEmpty()) {
+        add(at, "no-windows", Effect::Dropped, "a panel group without windows");
+    }
+}
+
+void CChecker::checkTemplate(const Place& at)
+{
+    checkUnique(at, "name", "double-name", Effect::Kept,
+                "a second template of this name: only the first can be restored");
+}
+
+void CChecker::checkStockList(const Place& at)
+{
+    checkUnique(at, "type", "double-type", Effect::Merged, "the last list of this type wins");
+    if (at.element.attribute("type").toInt() < 0) {
+        add(at, "negative-type", Effect::Dropped, "lists of negative types are not read", "type");
+    }
+}
+
+void CChecker::checkUnique(const Place& at, const QString& attribute, const char* pszRule,
+                           Effect effect, const QString& text)
+{
+    const QString strValue = at.element.attribute(attribute);
+    // Texts that are no numbers all mean list 0.
+    const QString strEntry
+        = attribute == QLatin1String("type") ? QString::number(strValue.toInt()) : strValue;
+    const QString strList = at.element.parentNode().nodeName() + '/';
+    if (++m_seen[strList + strEntry] == 2) {
+        add(at, pszRule, effect, quoted(at.element, attribute) + ": " + text, attribute);
+    }
+}
+
+void CChecker::checkOptions(const Place& at)
+{
+    if (at.element.tagName() != QLatin1String("Settings")) {
+        add(at, "settings-name", Effect::Changed, "is saved as Settings");
+    }
+    if (!at.element.previousSiblingElement().isNull()) {
+        add(at, "second-settings", Effect::Merged, "its options override those before");
+    }
+    for (const KW::OptionRow& row : KW::optionTable()) {
+        if (row.saved == KW::OptionSaved::No && at.element.hasAttribute(row.strAttribute)) {
+            add(at, "read-only-option", Effect::Dropped,
+                row.strAttribute + " is read, but never saved", row.strAttribute);
+        }
+    }
+    const QString strFirst = at.element.attribute("graphDisplay");
+    if (at.element.hasAttribute("m_graphDisplay") && !strFirst.isNull()
+        && at.element.attribute("m_graphDisplay") != strFirst) {
+        add(at, "graph-display", Effect::Merged, "m_graphDisplay wins over graphDisplay",
+            "graphDisplay");
+    }
+}
+
+void CChecker::checkFilters(const Place& at)
+{
+    int nIndex = at.nIndex + 1;
+    for (QDomElement child = at.element.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        const QString strError = filterLineError(child.attribute("param"));
+        if (child.hasAttribute("param") && !strError.isEmpty()) {
+            add({ child, nIndex }, "filter", Effect::Changed, strError, "param");
+        }
+        nIndex += 1 + child.elementsByTagName("*").size();
+    }
+}
+
+// Readers take the first element of their name, wherever it stands.
+void CChecker::checkPlace(const Place& at)
+{
+    static const QStringList s_names { "DefaultLayout",   "IndexLayout",
+                                       "LayoutTemplates", "IndexPositionLayout",
+                                       "tradePanelGroup", "tradeLayoutTemplates",
+                                       "Option",          "UserParams" };
+    if (s_names.contains(at.element.tagName()) && at.element.parentNode() != m_root
+        && MV::getSubElement(m_root, at.element.tagName()) == at.element) {
+        add(at, "section-place", Effect::Changed, "is read as the section of that name");
+    }
+}
+
+void CChecker::checkScreens()
+{
+    QVector<Window> windows;
+    for (const Place& at : qAsConst(m_windows)) {
+        windows.append(windowOf(at.element));
+    }
+    const QVector<Screen> screens = screensOf(windows);
+    for (int i = 0; i < windows.size(); ++i) {
+        if (isOffScreen(windows[i], screens)) {
+            const QRectF& rect = windows[i].rect;
+            add(m_windows[i], "off-screen", Effect::Kept,
+                QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
+                    .arg(rect.x())
+                    .arg(rect.y())
+                    .arg(rect.width())
+                    .arg(rect.height()));
+        }
+    }
+}
+
+} // namespace
+
+QString effectName(Effect effect)
+{
+    static const QMap<Effect, QString> s_names { { Effect::Dropped, "dropped" },
+                                                 { Effect::Changed, "changed" },
+                                                 { Effect::Merged, "merged" },
+                                                 { Effect::Kept, "kept" } };
+    return s_names.value(effect);
+}
+
+CheckedFile check(const QString& path)
+{
+    CheckedFile checked;
+    checked.file = readUserFile(path);
+    if (checked.file.state == FileState::Whole) {
+        checked.findings = CChecker(checked.file.strText, checked.file.document).run();
+    }
+    return checked;
+}
+
+} // namespace inspect

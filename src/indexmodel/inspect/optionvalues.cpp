@@ -1,0 +1,121 @@
+#include "inspect/optionvalues.h"
+
+#include "inspect/closest.h"
+
+#include <algorithm>
+
+namespace inspect {
+
+namespace {
+
+using Options = KW::paramSettingForClient;
+
+QString textOf(const QString& value)
+{
+    return value;
+}
+
+QString textOf(int value)
+{
+    return QString::number(value);
+}
+
+bool isControl(QChar c)
+{
+    return c.category() == QChar::Other_Control;
+}
+
+class COptionSetter {
+public:
+    COptionSetter(Options& options, const QString& value)
+        : m_options(options)
+        , m_strValue(value)
+    {
+    }
+
+    QString operator()(std::int32_t Options::*pField) const
+    {
+        bool bOk = false;
+        const int nValue = m_strValue.toInt(&bOk);
+        if (!bOk) {
+            return QStringLiteral("'%1' is no whole number from -2147483648 to 2147483647")
+                .arg(m_strValue);
+        }
+        m_options.*pField = nValue;
+        return {};
+    }
+
+    QString operator()(bool Options::*pField) const
+    {
+        if (m_strValue != QLatin1String("0") && m_strValue != QLatin1String("1")) {
+            return QStringLiteral("'%1' is neither 0 nor 1").arg(m_strValue);
+        }
+        m_options.*pField = m_strValue == QLatin1String("1");
+        return {};
+    }
+
+    QString operator()(QString Options::*pField) const
+    {
+        if (std::any_of(m_strValue.begin(), m_strValue.end(), isControl)) {
+            return QStringLiteral("the text holds a control character");
+        }
+        m_options.*pField = m_strValue;
+        return {};
+    }
+
+private:
+    Options& m_options;
+    const QString& m_strValue;
+};
+
+} // namespace
+
+OptionKind kindOf(const KW::OptionRow& row)
+{
+    // In the order of the variant's alternatives.
+    return static_cast<OptionKind>(row.field.index());
+}
+
+const KW::OptionRow* findOption(const QString& name)
+{
+    const auto& rows = KW::optionTable();
+    const auto it = std::find_if(rows.begin(), rows.end(), [&](const KW::OptionRow& row) {
+        return row.strAttribute == name;
+    });
+    return it == rows.end() ? nullptr : &*it;
+}
+
+QStringList optionNames()
+{
+    QStringList names;
+    for (const KW::OptionRow& row : KW::optionTable()) {
+        names.append(row.strAttribute);
+    }
+    return names;
+}
+
+QString optionText(const KW::paramSettingForClient& options, const KW::OptionRow& row)
+{
+    return std::visit([&](auto pField) { return textOf(options.*pField); }, row.field);
+}
+
+bool isSecret(const QString& option)
+{
+    return option == QLatin1String("oaPassword");
+}
+
+QString setOption(KW::paramSettingForClient& options, const QString& name, const QString& value)
+{
+    const KW::OptionRow* const pRow = findOption(name);
+    if (pRow == nullptr) {
+        return QStringLiteral("there is no option '%1'").arg(name)
+            + didYouMean(name, optionNames());
+    }
+    if (pRow->saved == KW::OptionSaved::No) {
+        return QStringLiteral("%1 is read from a file, but never saved").arg(name);
+    }
+    const QString strError = std::visit(COptionSetter(options, value), pRow->field);
+    return strError.isEmpty() ? strError : name + ": " + strError;
+}
+
+} // namespace inspect

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "inspect/userrecords.h"
+
+namespace inspect {
+
+enum class ScreenSource {
+    Maximized, ///< a maximized window shows its size
+    Windows, ///< at least as large as its windows together
+};
+
+/// A screen as far as the windows on it tell: a file does not describe screens.
+struct Screen {
+    int nId = 0;
+    QRectF rect; ///< pixels of the whole desktop
+    ScreenSource source = ScreenSource::Windows;
+};
+
+/// The screens of \a windows, by number. Windows without a size, or farther out than any desktop
+/// reaches, tell nothing.
+QVector<Screen> screensOf(const QVector<Window>& windows);
+
+/// All windows of a user, current ones and templates.
+QVector<Window> windowsOf(const UserRecords& records);
+
+/// Whether no part of \a window lies on any of \a screens.
+bool isOffScreen(const Window& window, const QVector<Screen>& screens);
+
+} // namespace inspect

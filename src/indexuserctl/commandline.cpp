@@ -1,0 +1,255 @@
+#include "commandline.h"
+
+#include "failure.h"
+
+#include <inspect/closest.h>
+
+#include <QRegularExpression>
+#include <QStandardPaths>
+
+#include <CLI/CLI.hpp>
+
+#include <map>
+#include <memory>
+
+namespace {
+
+constexpr char c_szName[] = "indexuserctl";
+
+// Where the parser puts what it reads of one command.
+struct Slots {
+    const Command* pCommand;
+    CLI::App* pApp;
+    std::vector<std::vector<std::string>> words;
+    std::map<QString, std::string> values;
+    std::map<QString, bool> switches;
+};
+
+QString bare(QString word)
+{
+    return word.remove('[').remove(']').remove(QStringLiteral("..."));
+}
+
+void addWord(CLI::App& app, const QString& word, std::vector<std::string>& slot)
+{
+    const bool bMany = word.contains(QStringLiteral("..."));
+    const bool bOptional = word.startsWith('[');
+    app.add_option(bare(word).replace('=', '-').toStdString(), slot, "")
+        ->expected(1, bMany ? CLI::detail::expected_max_vector_size : 1)
+        ->allow_extra_args(bMany)
+        ->required(!bOptional);
+}
+
+void addOption(CLI::App& app, const QString& name, Slots& slots)
+{
+    const CommandOption& option = commandOption(name);
+    const std::string strHelp = option.strHelp.toStdString();
+    if (option.strValue.isEmpty()) {
+        app.add_flag(name.toStdString(), slots.switches[name], strHelp);
+        return;
+    }
+    app.add_option(name.toStdString(), slots.values[name], strHelp)
+        ->type_name(option.strValue.toStdString())
+        ->required(name == QLatin1String("--out"));
+}
+
+CLI::App& subcommand(CLI::App& parent, const QString& name)
+{
+    const std::string strName = name.toStdString();
+    const auto found
+        = parent.get_subcommands([&](const CLI::App* pApp) { return pApp->get_name() == strName; });
+    CLI::App* const pApp = found.empty() ? parent.add_subcommand(strName) : found.front();
+    pApp->fallthrough();
+    return *pApp;
+}
+
+class CParser {
+public:
+    CParser()
+        : m_app("", c_szName)
+    {
+        m_app.set_help_flag("-h,--help", "shows this text");
+        m_app.set_version_flag("-v,--version", std::string(c_szName) + ' ' + INDEXUSER_VERSION);
+        m_app.add_option("--config-dir", m_strConfigDir, "the user's directory")->type_name("DIR");
+        m_app.add_flag("--log", m_bLog, "all log lines on stderr, not only errors");
+        m_app.require_subcommand(1);
+        for (const Command& command : commands()) {
+            add(command);
+        }
+    }
+
+    CommandLine parse(const QStringList& words)
+    {
+        std::vector<std::string> reversed;
+        for (const QString& word : words) {
+            reversed.insert(reversed.begin(), word.toStdString());
+        }
+        try {
+            m_app.parse(std::move(reversed));
+        } catch (const CLI::CallForVersion& version) {
+            return { nullptr, {}, QString::fromStdString(version.what()) + '\n' };
+        } catch (const CLI::CallForHelp&) {
+            return { nullptr, {}, help() };
+        } catch (const CLI::ParseError& error) {
+            throw CFailure(ExitStatus::Usage, QString::fromStdString(error.what()) + usage());
+        }
+        return result();
+    }
+
+private:
+    void add(const Command& command)
+    {
+        const QStringList names = command.strName.split(' ');
+        CLI::App* pApp = &subcommand(m_app, names.first());
+        if (names.size() > 1) {
+            pApp->require_subcommand(1);
+            pApp = &subcommand(*pApp, names.last());
+        }
+        pApp->description(command.strHelp.toStdString());
+        m_slots.push_back(std::make_unique<Slots>());
+        Slots& slots = *m_slots.back();
+        slots.pCommand = &command;
+        slots.pApp = pApp;
+        slots.words.resize(static_cast<std::size_t>(command.words.size()));
+        for (int i = 0; i < command.words.size(); ++i) {
+            addWord(*pApp, command.words[i], slots.words[static_cast<std::size_t>(i)]);
+        }
+        for (const QString& name : command.options) {
+            addOption(*pApp, name, slots);
+        }
+    }
+
+    const Slots* parsed() const
+    {
+        for (const auto& pSlots : m_slots) {
+            if (pSlots->pApp->parsed()) {
+                return pSlots.get();
+            }
+        }
+        return nullptr;
+    }
+
+    QString usage() const
+    {
+        const Slots* const pSlots = parsed();
+        return pSlots == nullptr
+            ? QStringLiteral("; see --help")
+            : QStringLiteral("; usage: %1 %2").arg(c_szName, usageOf(*pSlots->pCommand));
+    }
+
+    QString help() const
+    {
+        const Slots* const pSlots = parsed();
+        if (pSlots == nullptr) {
+            return helpText();
+        }
+        QString strText = QStringLiteral("%1 %2\n\n  %3\n")
+                              .arg(c_szName, usageOf(*pSlots->pCommand), pSlots->pCommand->strHelp);
+        for (const QString& name : pSlots->pCommand->options) {
+            strText += QStringLiteral("  %1  %2\n").arg(name, -16).arg(commandOption(name).strHelp);
+        }
+        return strText;
+    }
+
+    CommandLine result() const
+    {
+        const Slots& slots = *parsed();
+        CommandLine line;
+        line.pCommand = slots.pCommand;
+        line.request.strConfigDir = m_strConfigDir
+            ? QString::fromStdString(*m_strConfigDir)
+            : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+        line.request.log = m_bLog ? standalone::LogLines::All : standalone::LogLines::Errors;
+        for (const auto& words : slots.words) {
+            for (const std::string& word : words) {
+                line.request.words.append(QString::fromStdString(word));
+            }
+        }
+        for (const QString& name : slots.pCommand->options) {
+            if (slots.pApp->count(name.toStdString()) > 0) {
+                const auto it = slots.values.find(name);
+                commandOption(name).apply(
+                    line.request,
+                    it == slots.values.end() ? QString() : QString::fromStdString(it->second));
+            }
+        }
+        return line;
+    }
+
+    CLI::App m_app;
+    std::optional<std::string> m_strConfigDir;
+    bool m_bLog = false;
+    std::vector<std::unique_ptr<Slots>> m_slots;
+};
+
+QStringList commandNames()
+{
+    QStringList names;
+    for (const Command& command : commands()) {
+        names.append(command.strName);
+    }
+    return names;
+}
+
+QStringList plainWords(const QStringList& words)
+{
+    QStringList plain;
+    for (int i = 0; i < words.size(); ++i) {
+        if (words[i] == QLatin1String("--config-dir")) {
+            ++i;
+        } else if (!words[i].startsWith('-')) {
+            plain.append(words[i]);
+        }
+    }
+    return plain;
+}
+
+// Of a word that is no command the parser only says that it expected another one.
+void requireKnownCommand(const QStringList& words)
+{
+    const QStringList plain = plainWords(words);
+    const QStringList names = commandNames();
+    const QString strPair = plain.mid(0, 2).join(' ');
+    const bool bGroup
+        = !names.filter(QRegularExpression('^' + QRegularExpression::escape(plain.value(0)) + ' '))
+               .isEmpty();
+    const bool bKnown = plain.isEmpty() || names.contains(plain.first())
+        || (bGroup && (plain.size() == 1 || names.contains(strPair)));
+    if (!bKnown) {
+        const QString strName = bGroup ? strPair : plain.first();
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("there is no command '%1'%2; see --help")
+                           .arg(strName, inspect::didYouMean(strName, names)));
+    }
+}
+
+} // namespace
+
+CommandLine parseCommandLine(const QStringList& words)
+{
+    requireKnownCommand(words);
+    CommandLine line = CParser().parse(words);
+    if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
+    }
+    return line;
+}
+
+QString helpText()
+{
+    QString strText = QStringLiteral("Opens, checks, compares, repairs and draws the configuration "
+                                     "of one user of the quote client.\n\nCommands:\n");
+    for (const Command& command : commands()) {
+        strText += QStringLiteral("  %1\n      %2\n").arg(usageOf(command), command.strHelp);
+    }
+    strText += QStringLiteral("\nFor all of them:\n"
+                              "  --config-dir DIR  the user's directory\n"
+                              "  --log             all log lines on stderr, not only errors\n"
+                              "  --help, -h        what a command takes\n"
+                              "  --version, -v\n\nExit status:\n");
+    for (const StatusText& text : statusTexts()) {
+        strText
+            += QStringLiteral("  %1  %2\n").arg(static_cast<int>(text.status)).arg(text.strMeaning);
+    }
+    return strText + QStringLiteral("\nColour only on a terminal, and never with NO_COLOR set.\n");
+}

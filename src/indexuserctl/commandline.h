@@ -1,0 +1,18 @@
+#pragma once
+
+#include "commandtable.h"
+
+#include <QStringList>
+
+/// What the words of a command line mean.
+struct CommandLine {
+    const Command* pCommand = nullptr; ///< null: there is only \c strText to print
+    Request request;
+    QString strText; ///< help or version
+};
+
+/// Reads the words behind the name of the tool; throws CFailure when they mean nothing here.
+CommandLine parseCommandLine(const QStringList& words);
+
+/// All commands, options and exit statuses in few lines.
+QString helpText();

@@ -1,0 +1,75 @@
+#include "edit.h"
+
+#include "difftable.h"
+#include "failure.h"
+#include "wholefile.h"
+
+#include <inspect/userdifferences.h>
+
+#include <indexuser/userconfigfactory.h>
+
+#include <QElapsedTimer>
+#include <QThread>
+
+namespace {
+
+constexpr int c_nSaveTimeoutMs = 30000;
+
+inspect::UserFile editableFile(const Request& request)
+{
+    try {
+        return liveFile(request);
+    } catch (const CFailure& failure) {
+        throw CFailure(failure.status(),
+                       QString::fromUtf8(failure.what()) + "; 'recover' brings a dated copy back");
+    }
+}
+
+// A save replaces the live file in two steps, and the service says "done" after either.
+void requireSaved(const Request& request, const inspect::UserRecords& expected)
+{
+    const inspect::UserFile file = inspect::readUserFile(inspect::livePath(request.strConfigDir));
+    if (file.state != inspect::FileState::Whole) {
+        throw CFailure(ExitStatus::InputOutput,
+                       "the save failed: " + file.strError
+                           + "; the document is in its dated copy, 'recover' brings it back");
+    }
+    const auto differences = inspect::differences(expected, inspect::recordsOf(file.document));
+    if (!differences.isEmpty()) {
+        throw CFailure(ExitStatus::InputOutput,
+                       "the save failed: the file does not hold the change: "
+                           + inspect::toText(differences.first()));
+    }
+}
+
+} // namespace
+
+ExitStatus edit(const Request& request, const Change& change)
+{
+    const QDomDocument file = editableFile(request).document;
+    KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
+    service.loadSettings();
+    change(service);
+    const inspect::UserRecords expected = inspect::savedForm(inspect::recordsOf(service, file));
+    const auto differences = inspect::differences(inspect::recordsOf(file), expected);
+    print({ diffTable(differences, "the file", "the change", request.secrets) }, request.format);
+    if (!differences.isEmpty() && !request.isDryRun()) {
+        saveAndWait(service);
+        requireSaved(request, expected);
+        printLine("\nsaved " + inspect::livePath(request.strConfigDir));
+    }
+    return ExitStatus::Ok;
+}
+
+void saveAndWait(KW::UserConfigInterface& service)
+{
+    QElapsedTimer timer;
+    timer.start();
+    service.saveSettings();
+    while (!service.getSaveSuccess()) {
+        if (timer.hasExpired(c_nSaveTimeoutMs)) {
+            throw CFailure(ExitStatus::InputOutput, QStringLiteral("the save does not end"));
+        }
+        QThread::msleep(1);
+    }
+}

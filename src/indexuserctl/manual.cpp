@@ -1,0 +1,55 @@
+#include "commandtable.h"
+#include "output.h"
+
+namespace {
+
+QString escaped(QString text)
+{
+    text.replace('\\', QLatin1String("\\e")).replace('-', QLatin1String("\\-"));
+    // A line that begins with one of these would be a request.
+    return text.startsWith('.') || text.startsWith('\'') ? "\\&" + text : text;
+}
+
+void entry(const QString& tag, const QString& text)
+{
+    printLine(".TP\n.B " + escaped(tag) + '\n' + escaped(text));
+}
+
+void printOptions()
+{
+    QStringList names;
+    for (const Command& command : commands()) {
+        names += command.options;
+    }
+    names.removeDuplicates();
+    entry("--config-dir DIR", "the user's directory");
+    entry("--log", "all log lines on stderr, not only errors");
+    for (const QString& name : names) {
+        const CommandOption& option = commandOption(name);
+        entry((option.strName + ' ' + option.strValue).trimmed(), option.strHelp);
+    }
+}
+
+} // namespace
+
+ExitStatus printManual(const Request& request)
+{
+    Q_UNUSED(request)
+    printLine(".TH INDEXUSERCTL 1 \"\" \"indexuser " INDEXUSER_VERSION "\"");
+    printLine(".SH NAME\nindexuserctl \\- opens, checks, compares, repairs and draws a user's "
+              "configuration");
+    printLine(".SH SYNOPSIS\n.B indexuserctl\n[\\-\\-config\\-dir DIR] COMMAND ...");
+    printLine(".SH COMMANDS");
+    for (const Command& command : commands()) {
+        entry(usageOf(command), command.strHelp);
+    }
+    printLine(".SH OPTIONS");
+    printOptions();
+    printLine(".SH EXIT STATUS");
+    for (const StatusText& text : statusTexts()) {
+        entry(QString::number(static_cast<int>(text.status)), text.strMeaning);
+    }
+    printLine(".SH ENVIRONMENT");
+    entry("NO_COLOR", "no colour, even on a terminal, unless it is empty");
+    return ExitStatus::Ok;
+}

@@ -1,0 +1,135 @@
+#include "difftable.h"
+#include "failure.h"
+#include "shownuser.h"
+#include "wholefile.h"
+
+#include <inspect/snapshots.h>
+
+#include <algorithm>
+
+namespace {
+
+QString stateName(inspect::FileState state)
+{
+    switch (state) {
+    case inspect::FileState::Whole:
+        return QStringLiteral("whole");
+    case inspect::FileState::Damaged:
+        return QStringLiteral("damaged");
+    case inspect::FileState::Missing:
+    case inspect::FileState::Unreadable:
+        break;
+    }
+    return QStringLiteral("unreadable");
+}
+
+inspect::Snapshot snapshotOf(const Request& request, const QString& date)
+{
+    const QDate wanted = QDate::fromString(QString(date).remove('-'), "yyyyMMdd");
+    const QVector<inspect::Snapshot> all = inspect::snapshots(request.strConfigDir);
+    const auto it = std::find_if(all.begin(), all.end(), [&](const inspect::Snapshot& snapshot) {
+        return snapshot.date == wanted;
+    });
+    if (!wanted.isValid() || it == all.end()) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("there is no dated copy of '%1'").arg(date));
+    }
+    return *it;
+}
+
+// What was changed after the copy; why that cannot be said.
+QString changesSince(const inspect::Snapshot& snapshot, const inspect::UserFile& live)
+{
+    if (snapshot.state != inspect::FileState::Whole) {
+        return snapshot.strError;
+    }
+    if (live.state != inspect::FileState::Whole) {
+        return QStringLiteral("the file of now is not whole");
+    }
+    const inspect::UserFile copy = inspect::readUserFile(snapshot.strPath);
+    return inspect::summary(
+        inspect::differences(inspect::recordsOf(copy.document), inspect::recordsOf(live.document)));
+}
+
+void printRecovery(const inspect::Recovery& recovery, const Request& request)
+{
+    if (!recovery.strError.isEmpty()) {
+        printLine(recovery.strError);
+    }
+    if (!recovery.strSetAside.isEmpty()) {
+        printLine((request.isDryRun() ? "would be set aside as " : "set aside as ")
+                  + recovery.strSetAside);
+    }
+    printLine((request.isDryRun() ? "would bring back " : "brought back ")
+              + recovery.source.strPath);
+    if (recovery.result == inspect::RecoveryResult::RecoveredWithLoss) {
+        printLine("lost: what was changed after that copy was saved");
+    }
+}
+
+} // namespace
+
+ExitStatus listSnapshots(const Request& request)
+{
+    const inspect::UserFile live = inspect::readUserFile(inspect::livePath(request.strConfigDir));
+    Table table { "snapshots", "Dated copies", { "date", "bytes", "state", "changed since" } };
+    for (const inspect::Snapshot& snapshot : inspect::snapshots(request.strConfigDir)) {
+        table.rows.append({ snapshot.date.toString(Qt::ISODate), snapshot.nBytes,
+                            stateName(snapshot.state), changesSince(snapshot, live) });
+    }
+    print({ table }, request.format);
+    return ExitStatus::Ok;
+}
+
+ExitStatus showSnapshot(const Request& request)
+{
+    const QString strPath = snapshotOf(request, request.words.first()).strPath;
+    return showUser(request, inspect::recordsOf(wholeFile(strPath).document), request.words.mid(1));
+}
+
+ExitStatus diffSnapshots(const Request& request)
+{
+    const QString strLeft = snapshotOf(request, request.words.first()).strPath;
+    return printDifferences(request, strLeft,
+                            request.words.size() > 1 ? snapshotOf(request, request.words[1]).strPath
+                                                     : inspect::livePath(request.strConfigDir));
+}
+
+ExitStatus restoreSnapshot(const Request& request)
+{
+    const inspect::Snapshot snapshot = snapshotOf(request, request.words.first());
+    printDifferences(request, inspect::livePath(request.strConfigDir), snapshot.strPath);
+    const inspect::Recovery recovery
+        = inspect::restore(request.strConfigDir, snapshot, request.mode);
+    if (recovery.result == inspect::RecoveryResult::Failed) {
+        throw CFailure(ExitStatus::InputOutput, recovery.strError);
+    }
+    if (recovery.result == inspect::RecoveryResult::NothingToDo) {
+        printLine("the file and the dated copy are the same");
+    } else {
+        printRecovery(recovery, request);
+    }
+    return ExitStatus::Ok;
+}
+
+ExitStatus recoverUser(const Request& request)
+{
+    const inspect::Recovery recovery = inspect::recover(request.strConfigDir, request.mode);
+    switch (recovery.result) {
+    case inspect::RecoveryResult::NothingToDo:
+        printLine(inspect::livePath(request.strConfigDir) + ": whole, nothing to recover");
+        return ExitStatus::Ok;
+    case inspect::RecoveryResult::Recovered:
+        printRecovery(recovery, request);
+        return ExitStatus::Ok;
+    case inspect::RecoveryResult::RecoveredWithLoss:
+        printRecovery(recovery, request);
+        return ExitStatus::RecoveredWithLoss;
+    case inspect::RecoveryResult::NoSnapshot:
+        throw CFailure(ExitStatus::Negative,
+                       recovery.strError + QStringLiteral("; there is no whole dated copy"));
+    case inspect::RecoveryResult::Failed:
+        break;
+    }
+    throw CFailure(ExitStatus::InputOutput, recovery.strError);
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "commands.h"
+
+#include <inspect/userfile.h>
+
+/// A user file that is there and whole; throws CFailure otherwise, with line and column.
+inspect::UserFile wholeFile(const QString& path);
+
+/// The live file of the user's directory.
+inspect::UserFile liveFile(const Request& request);
+
+/// All bytes of a file; throws CFailure when it cannot be read whole.
+QByteArray contentOf(const QString& path);

@@ -1,0 +1,133 @@
+#include "librarytest.h"
+
+#include <inspect/drawing.h>
+#include <inspect/userfile.h>
+
+// Screens as windows show them, and the picture of a layout.
+class tst_drawing : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aMaximizedWindowShowsItsScreen();
+    void otherwiseAScreenIsAsLargeAsItsWindows();
+    void windowsThatNoDesktopReachesShowNothing();
+    void aWindowIsOffScreenOnlyWhenNoPartOfItShows();
+    void windowsAreDrawnToScale();
+    void splittersShareTheirPlace();
+    void theDrawingNamesWhatItShows();
+    void aDrawingWithoutWindowsIsStillOne();
+
+private:
+    static inspect::Window window(int screen, const QRectF& rect, bool maximized = false);
+    static QVector<QRectF> rects(const QByteArray& svg, const QString& cssClass);
+};
+
+inspect::Window tst_drawing::window(int screen, const QRectF& rect, bool maximized)
+{
+    inspect::Window window;
+    window.nScreenId = screen;
+    window.rect = rect;
+    window.bMaximized = maximized;
+    return window;
+}
+
+QVector<QRectF> tst_drawing::rects(const QByteArray& svg, const QString& cssClass)
+{
+    QVector<QRectF> found;
+    const QDomDocument doc = parsed(QString::fromUtf8(svg));
+    const QDomNodeList all = doc.elementsByTagName("rect");
+    for (int i = 0; i < all.size(); ++i) {
+        const QDomElement rect = all.at(i).toElement();
+        const auto number = [&](const char* pszName) { return rect.attribute(pszName).toDouble(); };
+        if (rect.attribute("class") == cssClass) {
+            found.append({ number("x"), number("y"), number("width"), number("height") });
+        }
+    }
+    return found;
+}
+
+void tst_drawing::aMaximizedWindowShowsItsScreen()
+{
+    const auto screens
+        = inspect::screensOf({ window(2, { 100, 0, 5000, 50 }), window(2, { 0, 0, 800, 600 }, true),
+                               window(2, { 900, 0, 5, 5 }) });
+    QCOMPARE(screens.size(), 1);
+    QCOMPARE(screens[0].nId, 2);
+    QCOMPARE(screens[0].rect, QRectF(0, 0, 800, 600));
+    QCOMPARE(screens[0].source, inspect::ScreenSource::Maximized);
+}
+
+void tst_drawing::otherwiseAScreenIsAsLargeAsItsWindows()
+{
+    const auto screens
+        = inspect::screensOf({ window(3, { -100, 0, 50, 50 }), window(3, { 0, 10, 50, 90 }) });
+    QCOMPARE(screens[0].rect, QRectF(-100, 0, 150, 100));
+    QCOMPARE(screens[0].source, inspect::ScreenSource::Windows);
+}
+
+void tst_drawing::windowsThatNoDesktopReachesShowNothing()
+{
+    QVERIFY(inspect::screensOf({ window(1, { -32000, -32000, 160, 28 }), window(1, { 0, 0, 0, 0 }),
+                                 window(1, { 0, 0, 2147483647.0, 9 }) })
+                .isEmpty());
+}
+
+void tst_drawing::aWindowIsOffScreenOnlyWhenNoPartOfItShows()
+{
+    const auto screens = inspect::screensOf({ window(1, { 0, 0, 100, 100 }, true) });
+    QVERIFY(!inspect::isOffScreen(window(2, { 99, 99, 50, 50 }), screens));
+    QVERIFY(inspect::isOffScreen(window(1, { 100, 0, 50, 50 }), screens));
+    QVERIFY(!inspect::isOffScreen(window(1, { 0, 0, 0, 0 }, true), screens));
+}
+
+void tst_drawing::windowsAreDrawnToScale()
+{
+    const QVector<inspect::Window> windows { window(1, { 0, 0, 1000, 500 }, true),
+                                             window(1, { 500, 100, 250, 200 }) };
+    const auto found
+        = rects(inspect::toSvg({ "title", windows, inspect::screensOf(windows) }), "window");
+    QCOMPARE(found.size(), 2);
+    const qreal nScale = found[0].width() / 1000;
+    QVERIFY(qAbs(found[1].width() - 250 * nScale) < 0.2);
+    QVERIFY(qAbs(found[1].height() - 200 * nScale) < 0.2);
+    QVERIFY(qAbs(found[1].x() - found[0].x() - 500 * nScale) < 0.2);
+    QVERIFY(qAbs(found[1].y() - found[0].y() - 100 * nScale) < 0.2);
+}
+
+void tst_drawing::splittersShareTheirPlace()
+{
+    const QDomDocument tree = parsed("<Dock><Splitter orientation='vertical' ratio='0.25'>"
+                                     "<Panel name='a'/><Panel name='b'/></Splitter></Dock>");
+    inspect::Window all = window(1, { 0, 0, 1000, 500 }, true);
+    all.panels = tree.documentElement();
+    const auto found
+        = rects(inspect::toSvg({ "title", { all }, inspect::screensOf({ all }) }), "panel");
+    QCOMPARE(found.size(), 2);
+    QCOMPARE(found[0].width(), found[1].width());
+    QVERIFY(found[1].top() > found[0].bottom());
+    QVERIFY(qAbs(found[1].height() / found[0].height() - 3) < 0.1);
+}
+
+void tst_drawing::theDrawingNamesWhatItShows()
+{
+    const inspect::UserFile file = inspect::readUserFile(TEST_DATA "/inspect/three-screens.xml");
+    const inspect::UserRecords records = inspect::recordsOf(file.document);
+    const QByteArray svg
+        = inspect::toSvg({ QStringLiteral("我的布局"), inspect::layoutsOf(records)[1].windows,
+                           inspect::screensOf(inspect::windowsOf(records)) });
+    const QString strText = parsed(QString::fromUtf8(svg)).documentElement().text();
+    for (const char* pszText :
+         { "我的布局", "screen 2 1920,-200 2560x1400", "screen 3, at least -1180,60 700x900",
+           "group 6000 ★ main □ maximized", "首页/自选股", "期权T型报价 | [期货套利]",
+           "公告 & 新闻", "off every screen:", "group 106 · 丢失的窗口 — 9000,300 800x600" }) {
+        QVERIFY2(strText.contains(pszText), pszText);
+    }
+}
+
+void tst_drawing::aDrawingWithoutWindowsIsStillOne()
+{
+    QVERIFY(rects(inspect::toSvg({ "none", {}, {} }), "window").isEmpty());
+}
+
+QTEST_GUILESS_MAIN(tst_drawing)
+#include "tst_drawing.moc"

@@ -1,0 +1,281 @@
+#include "librarytest.h"
+#include "toolrun.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QXmlStreamReader>
+
+// What the host prints for programs, browsers, shells and terminals.
+class tst_hostanswers : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyReadingCommandSpeaksJson_data();
+    void everyReadingCommandSpeaksJson();
+    void theSameDocumentGivesTheSameBytes();
+    void oneOptionIsPrintedBare();
+    void checkNamesLineAndColumn();
+    void checkSumsUpManyFiles();
+    void checkEndsWithTheWorst_data();
+    void checkEndsWithTheWorst();
+    void aDrawingIsOneImage();
+    void aDrawingOfATemplateThatIsNotThereFails();
+    void theReportStandsAlone();
+    void colourIsForTerminals();
+    void progressIsForTerminals();
+    void completion_data();
+    void completion();
+    void theManPageTellsWhatHelpTells();
+    void theReadmeTellsTheTruth();
+
+private:
+    static Outcome tool(const QStringList& arguments);
+    Outcome onTerminal(const QString& arguments, const QStringList& environment = {});
+};
+
+Outcome tst_hostanswers::tool(const QStringList& arguments)
+{
+    return runTool(QStringList { "--config-dir", SAMPLE_USER } + arguments);
+}
+
+Outcome tst_hostanswers::onTerminal(const QString& arguments, const QStringList& environment)
+{
+    const QString strCommand = QStringLiteral(TOOL " --config-dir " SAMPLE_USER " ") + arguments;
+    return runProgram("script", { "-qec", strCommand, "/dev/null" }, environment, userDir());
+}
+
+void tst_hostanswers::everyReadingCommandSpeaksJson_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<QString>("table");
+    QTest::addColumn<int>("rows");
+    QTest::newRow("show") << QStringList { "show" } << "options" << 33;
+    QTest::newRow("option list") << QStringList { "option", "list" } << "options" << 33;
+    QTest::newRow("option get") << QStringList { "option", "get", "oaUser" } << "options" << 1;
+    QTest::newRow("stock list") << QStringList { "stock", "list" } << "stocks" << 4;
+    QTest::newRow("template list") << QStringList { "template", "list" } << "templates" << 3;
+    QTest::newRow("trade templates")
+        << QStringList { "template", "list", "--trade" } << "templates" << 1;
+    QTest::newRow("layout show") << QStringList { "layout", "show" } << "windows" << 4;
+    QTest::newRow("trade layout") << QStringList { "layout", "show", "--trade" } << "windows" << 2;
+    QTest::newRow("template") << QStringList { "layout", "show", "--template", "早盘" } << "windows"
+                              << 2;
+    QTest::newRow("snapshot list") << QStringList { "snapshot", "list" } << "snapshots" << 0;
+    QTest::newRow("diff") << QStringList { "diff", SAMPLE_USER "/indexUserConfig.xml",
+                                           SAMPLE_USER "/indexUserConfig.xml" }
+                          << "differences" << 0;
+    QTest::newRow("check") << QStringList { "check" } << "files" << 1;
+    QTest::newRow("sector list") << QStringList { "sector", "list" } << "sectors" << 2;
+}
+
+void tst_hostanswers::everyReadingCommandSpeaksJson()
+{
+    QFETCH(QStringList, words);
+    QFETCH(QString, table);
+    QFETCH(int, rows);
+    const Outcome outcome = tool(words + QStringList("--json"));
+    QCOMPARE(outcome.strErr, QString());
+    QCOMPARE(outcome.nStatus, 0);
+    const QJsonObject object = QJsonDocument::fromJson(outcome.strOut.toUtf8()).object();
+    QCOMPARE(object["schema"].toInt(), 1);
+    QVERIFY(object[table].isArray());
+    QCOMPARE(object[table].toArray().size(), rows);
+    QVERIFY(!outcome.strOut.contains("sample-only"));
+}
+
+void tst_hostanswers::theSameDocumentGivesTheSameBytes()
+{
+    writeLive(readFile(SAMPLE_USER "/indexUserConfig.xml"));
+    QByteArray first;
+    for (const char* pszValue : { "3", "2", "3", "2" }) {
+        const QString strSet = QStringLiteral("tickRestoreDay=%1").arg(pszValue);
+        QCOMPARE(runTool({ "--config-dir", userDir(), "option", "set", strSet }).nStatus, 0);
+        if (first.isEmpty()) {
+            first = readFile(livePath());
+        } else if (QByteArray(pszValue) == "3") {
+            QCOMPARE(readFile(livePath()), first);
+        }
+    }
+}
+
+void tst_hostanswers::oneOptionIsPrintedBare()
+{
+    QCOMPARE(tool({ "option", "get", "oaTableName" }).strOut, QStringLiteral("研究报告\n"));
+    QCOMPARE(tool({ "option", "get", "oaPassword" }).strOut, QString("(hidden)\n"));
+    QCOMPARE(tool({ "option", "get", "oaPassword", "--show-secrets" }).strOut,
+             QString("sample-only\n"));
+}
+
+void tst_hostanswers::checkNamesLineAndColumn()
+{
+    const QString strFile = TEST_DATA "/load/word-booleans.xml";
+    const Outcome outcome = tool({ "check", strFile });
+    QCOMPARE(outcome.nStatus, 1);
+    QVERIFY(outcome.strOut.startsWith(strFile + ":2:18: changed: "));
+    QVERIFY(outcome.strOut.contains(
+        ":3:23: changed: showGradient=\"true\" is a word and reads as 0 [word-boolean]\n"));
+}
+
+void tst_hostanswers::checkSumsUpManyFiles()
+{
+    writeFile(userDir() + "/damaged.xml", "<a>\n<b></a>");
+    const Outcome outcome
+        = tool({ "check", SAMPLE_USER "/indexUserConfig.xml", userDir() + "/damaged.xml",
+                 userDir() + "/missing.xml", TEST_DATA "/load/word-booleans.xml" });
+    QCOMPARE(outcome.nStatus, 3);
+    QVERIFY(outcome.strOut.contains("/damaged.xml:2:"));
+    QVERIFY(outcome.strOut.endsWith(
+        "\n4 files: 1 in order, 1 with findings, 1 damaged, 1 unreadable\n"));
+    QCOMPARE(outcome.strErr, QString());
+}
+
+void tst_hostanswers::checkEndsWithTheWorst_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("status");
+    QTest::newRow("in order") << QByteArray("<ICUserConfigFile/>") << 0;
+    QTest::newRow("findings") << QByteArray("<other/>") << 1;
+    QTest::newRow("damaged") << QByteArray("<other") << 4;
+}
+
+void tst_hostanswers::checkEndsWithTheWorst()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(int, status);
+    writeLive(content);
+    QCOMPARE(tool({ "check", livePath() }).nStatus, status);
+    QCOMPARE(tool({ "check", SAMPLE_USER "/indexUserConfig.xml", livePath() }).nStatus, status);
+}
+
+void tst_hostanswers::aDrawingIsOneImage()
+{
+    const QString strPath = userDir() + "/a.svg";
+    const QStringList words { "layout", "draw", "--template", "早盘", "--out", strPath };
+    QVERIFY(tool(words + QStringList("--dry-run")).strOut.startsWith("would write " + strPath));
+    QVERIFY(!QFile::exists(strPath));
+    const Outcome outcome = tool(words);
+    QCOMPARE(outcome.nStatus, 0);
+    QDomDocument svg;
+    QVERIFY(svg.setContent(readFile(strPath)));
+    QCOMPARE(svg.documentElement().tagName(), QString("svg"));
+    QVERIFY(svg.documentElement().text().contains(QStringLiteral("LayoutTemplates 早盘")));
+}
+
+void tst_hostanswers::aDrawingOfATemplateThatIsNotThereFails()
+{
+    const Outcome outcome = tool({ "layout", "draw", "--template", "早", "--out", "/dev/null" });
+    QCOMPARE(outcome.nStatus, 1);
+    QVERIFY(outcome.strErr.contains(QStringLiteral("did you mean '早盘'?")));
+}
+
+void tst_hostanswers::theReportStandsAlone()
+{
+    const QString strPath = userDir() + "/a.html";
+    QCOMPARE(tool({ "report", "--out", strPath }).nStatus, 0);
+    const QString strHtml = QString::fromUtf8(readFile(strPath));
+    for (const char* pszText : { "<!DOCTYPE html>", "贵州茅台", "tradeLayoutTemplates 双账户",
+                                 "specialstrategydata", "<svg", "(hidden)" }) {
+        QVERIFY2(strHtml.contains(pszText), pszText);
+    }
+    QVERIFY(!strHtml.contains("sample-only"));
+    QVERIFY(!strHtml.contains("src=") && !strHtml.contains("href="));
+    writeLive("<a");
+    QCOMPARE(runTool({ "--config-dir", userDir(), "report", "--out", strPath }).nStatus, 4);
+}
+
+void tst_hostanswers::colourIsForTerminals()
+{
+    QVERIFY(onTerminal("show stocks").strOut.contains("\033["));
+    QVERIFY(!onTerminal("show stocks", { "NO_COLOR=1" }).strOut.contains("\033["));
+    QVERIFY(!tool({ "show", "stocks" }).strOut.contains("\033["));
+}
+
+void tst_hostanswers::progressIsForTerminals()
+{
+    const QString strFile = SAMPLE_USER "/indexUserConfig.xml";
+    QVERIFY(onTerminal("check " + strFile + ' ' + strFile).strOut.contains("] 2/2"));
+    QCOMPARE(tool({ "check", strFile, strFile }).strErr, QString());
+}
+
+void tst_hostanswers::completion_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<QString>("found");
+    const QStringList user { "complete", "--config-dir", SAMPLE_USER };
+    QTest::newRow("command") << QStringList { "complete", "temp" } << "template\n";
+    QTest::newRow("second word") << QStringList { "complete", "layout", "" } << "show\ndraw\n";
+    QTest::newRow("template") << user + QStringList { "template", "apply", "期" } << "期权\n";
+    QTest::newRow("trade template")
+        << user + QStringList { "template", "apply", "--trade", "" } << "双账户\n";
+    QTest::newRow("--template") << user + QStringList { "layout", "draw", "--template", "早" }
+                                << "早盘\n";
+    QTest::newRow("option") << QStringList { "complete", "option", "set", "a=1", "tick" }
+                            << "tickRestoreDay=\n";
+    QTest::newRow("option to read")
+        << QStringList { "complete", "option", "get", "tick" } << "tickRestoreDay\n";
+    QTest::newRow("flag") << QStringList { "complete", "check", "--j" } << "--json\n";
+    QTest::newRow("part") << QStringList { "complete", "show", "st" } << "stocks\n";
+    QTest::newRow("sector") << user + QStringList { "export-sector", "8017" } << "801780\n";
+    QTest::newRow("file") << QStringList { "complete", "check", "" } << "";
+    QTest::newRow("nonsense") << QStringList { "complete", "nonsense", "x" } << "";
+}
+
+void tst_hostanswers::completion()
+{
+    QFETCH(QStringList, words);
+    QFETCH(QString, found);
+    const Outcome outcome = runTool(words);
+    QCOMPARE(outcome.nStatus, 0);
+    QCOMPARE(outcome.strOut, found);
+    QCOMPARE(outcome.strErr, QString());
+}
+
+void tst_hostanswers::theManPageTellsWhatHelpTells()
+{
+    const Outcome page = tool({ "manual" });
+    QCOMPARE(page.nStatus, 0);
+    const QString strPage = QString(page.strOut).remove('\\');
+    QVERIFY(strPage.startsWith(".TH INDEXUSERCTL 1"));
+    const QString strHelp = tool({ "--help" }).strOut;
+    int nCommands = 0;
+    for (const QString& line : strHelp.split('\n')) {
+        if (line.startsWith("  ") && !line.startsWith("   ") && !line.startsWith("  -")
+            && !line.at(2).isDigit()) {
+            QVERIFY2(strPage.contains("\n.B " + line.trimmed() + '\n'), qPrintable(line));
+            ++nCommands;
+        }
+    }
+    QVERIFY(nCommands > 30);
+    for (const char* pszStatus : { "0\nok", "1\nthe answer is no", "2\nwrong usage", "3\na file",
+                                   "4\na file is damaged", "6\nrecovered" }) {
+        QVERIFY2(strPage.contains(QString("\n.B ") + pszStatus), pszStatus);
+    }
+}
+
+// Runs the examples in their order, in a directory like the one that a newcomer stands in.
+void tst_hostanswers::theReadmeTellsTheTruth()
+{
+    QVERIFY(QFile::link(SAMPLE_USER "/..", userDir() + "/examples"));
+    QVERIFY(QDir().mkpath(userDir() + "/user"));
+    QVERIFY(
+        QFile::copy(SAMPLE_USER "/indexUserConfig.xml", userDir() + "/user/indexUserConfig.xml"));
+    QVERIFY(QFile::copy(SAMPLE_USER "/sectors.json", userDir() + "/user/sectors.json"));
+    writeFile(userDir() + "/run", "#!/bin/sh\nexec " TOOL " --config-dir user \"$@\"\n");
+    QVERIFY(QFile::setPermissions(userDir() + "/run", QFileDevice::Permissions(0x7700)));
+    int nExamples = 0;
+    for (const QString& line : QString::fromUtf8(readFile(README)).split('\n')) {
+        if (line.startsWith("    ./run ") && !line.contains("ARGS")) {
+            const QString strCommand
+                = QString(line).replace("TODAY", QDate::currentDate().toString(Qt::ISODate));
+            const Outcome outcome = runProgram("bash", { "-c", strCommand }, {}, userDir());
+            const int nExpected = line.contains("# exit 1") ? 1 : 0;
+            QVERIFY2(outcome.nStatus == nExpected, qPrintable(line + '\n' + outcome.strErr));
+            ++nExamples;
+        }
+    }
+    QVERIFY(nExamples > 15);
+}
+
+QTEST_GUILESS_MAIN(tst_hostanswers)
+#include "tst_hostanswers.moc"
