@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 
 packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev libfmt-dev
-    libcli11-dev)
+    libcli11-dev librapidcheck-dev)
 
 installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q ' ok installed$'; }
 

@@ -15,6 +15,7 @@ private Q_SLOTS:
     void theSampleUserIsInOrder();
     void whatASaveWroteIsInOrder();
     void attributesAreFoundInTheirTags();
+    void bytesThatAreNoUtf8AreFound();
     void withADocumentTypePlacesAreNotKnown();
     void damagedFilesHaveNoFindings();
     void whatIsNotFoundIsKept_data();
@@ -219,6 +220,16 @@ void tst_check::attributesAreFoundInTheirTags()
     QCOMPARE(found[1].position.nLine, 5);
     QCOMPARE(found[1].position.nColumn, 6);
     QCOMPARE(found[1].strPath, QString("ICUserConfigFile/UserParams"));
+}
+
+void tst_check::bytesThatAreNoUtf8AreFound()
+{
+    writeLive("<ICUserConfigFile>\n<GroupIndex a='\xc6\xd6'/></ICUserConfigFile>");
+    const auto found = inspect::check(livePath()).findings;
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found[0].strRule, QString("encoding"));
+    QCOMPARE(found[0].position.nLine, 2);
+    QCOMPARE(found[0].position.nColumn, 16);
 }
 
 void tst_check::withADocumentTypePlacesAreNotKnown()

@@ -120,9 +120,10 @@ void tst_hostanswers::checkNamesLineAndColumn()
 void tst_hostanswers::checkSumsUpManyFiles()
 {
     writeFile(userDir() + "/damaged.xml", "<a>\n<b></a>");
-    const Outcome outcome
-        = tool({ "check", SAMPLE_USER "/indexUserConfig.xml", userDir() + "/damaged.xml",
-                 userDir() + "/missing.xml", TEST_DATA "/load/word-booleans.xml" });
+    const QString strSample = SAMPLE_USER "/indexUserConfig.xml";
+    const QString strFindings = TEST_DATA "/load/word-booleans.xml";
+    const Outcome outcome = tool({ "check", strSample, userDir() + "/damaged.xml",
+                                   userDir() + "/missing.xml", strFindings });
     QCOMPARE(outcome.nStatus, 3);
     QVERIFY(outcome.strOut.contains("/damaged.xml:2:"));
     QVERIFY(outcome.strOut.endsWith(

@@ -17,7 +17,7 @@ namespace {
 std::shared_ptr<rxservice::CInstrumentDetail> stock(const char* pszMarket, const char* pszCode,
                                                     const char* pszName)
 {
-    const auto pDetail = std::make_shared<rxservice::CInstrumentDetail>();
+    auto pDetail = std::make_shared<rxservice::CInstrumentDetail>();
     pDetail->market = pszMarket;
     pDetail->code = pszCode;
     pDetail->name = pszName;

@@ -71,7 +71,7 @@ public:
         m_app.set_help_flag("-h,--help", "shows this text");
         m_app.set_version_flag("-v,--version", std::string(c_szName) + ' ' + INDEXUSER_VERSION);
         m_app.add_option("--config-dir", m_strConfigDir, "the user's directory")->type_name("DIR");
-        m_app.add_flag("--log", m_bLog, "all log lines on stderr, not only errors");
+        m_app.add_flag("--log", m_bLog, "all log lines on stderr, not only problems");
         m_app.require_subcommand(1);
         for (const Command& command : commands()) {
             add(command);
@@ -159,7 +159,7 @@ private:
         line.request.strConfigDir = m_strConfigDir
             ? QString::fromStdString(*m_strConfigDir)
             : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
-        line.request.log = m_bLog ? standalone::LogLines::All : standalone::LogLines::Errors;
+        line.request.log = m_bLog ? standalone::LogLines::All : standalone::LogLines::Problems;
         for (const auto& words : slots.words) {
             for (const std::string& word : words) {
                 line.request.words.append(QString::fromStdString(word));
@@ -244,7 +244,7 @@ QString helpText()
     }
     strText += QStringLiteral("\nFor all of them:\n"
                               "  --config-dir DIR  the user's directory\n"
-                              "  --log             all log lines on stderr, not only errors\n"
+                              "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
                               "  --version, -v\n\nExit status:\n");
     for (const StatusText& text : statusTexts()) {

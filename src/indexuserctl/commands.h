@@ -25,7 +25,7 @@ struct Request {
     std::optional<QString> templateName;
     std::optional<QString> filter;
     QString strOut;
-    standalone::LogLines log = standalone::LogLines::Errors;
+    standalone::LogLines log = standalone::LogLines::Problems;
 
     bool isDryRun() const { return mode == inspect::RunMode::DryRun; }
 };

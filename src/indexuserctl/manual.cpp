@@ -23,7 +23,7 @@ void printOptions()
     }
     names.removeDuplicates();
     entry("--config-dir DIR", "the user's directory");
-    entry("--log", "all log lines on stderr, not only errors");
+    entry("--log", "all log lines on stderr, not only problems");
     for (const QString& name : names) {
         const CommandOption& option = commandOption(name);
         entry((option.strName + ' ' + option.strValue).trimmed(), option.strHelp);

@@ -55,7 +55,7 @@ QString cellText(const QJsonValue& value)
         return QString::number(value.toDouble(), 'g', 15);
     case QJsonValue::Array: {
         QStringList parts;
-        for (const QJsonValue& each : value.toArray()) {
+        for (const auto& each : value.toArray()) {
             parts.append(cellText(each));
         }
         return parts.join(QStringLiteral(", "));

@@ -38,7 +38,7 @@ Table sectionTable(const UserRecords& records)
     return table;
 }
 
-const QVector<ShownPart>& parts()
+const QVector<ShownPart>& allParts()
 {
     static const QVector<ShownPart> s_parts {
         { "options",
@@ -143,9 +143,9 @@ Table windowTable(const QString& name, const QString& title,
     return table;
 }
 
-ExitStatus showUser(const Request& request, const UserRecords& records, const QStringList& wanted)
+ExitStatus showUser(const Request& request, const UserRecords& records, const QStringList& parts)
 {
-    for (const QString& part : wanted) {
+    for (const QString& part : parts) {
         if (!shownParts().contains(part)) {
             throw CFailure(ExitStatus::Usage,
                            QStringLiteral("there is no part '%1'%2; parts are %3")
@@ -154,8 +154,8 @@ ExitStatus showUser(const Request& request, const UserRecords& records, const QS
         }
     }
     QVector<Table> tables;
-    for (const ShownPart& part : parts()) {
-        if (wanted.isEmpty() || wanted.contains(part.strName)) {
+    for (const ShownPart& part : allParts()) {
+        if (parts.isEmpty() || parts.contains(part.strName)) {
             tables.append(part.table(records, request.secrets));
         }
     }
@@ -166,7 +166,7 @@ ExitStatus showUser(const Request& request, const UserRecords& records, const QS
 QStringList shownParts()
 {
     QStringList names;
-    for (const ShownPart& part : parts()) {
+    for (const ShownPart& part : allParts()) {
         names.append(part.strName);
     }
     return names;

@@ -128,7 +128,7 @@ UserRecords changeAndSave(const QDomDocument& file)
     moveFirstWindow(*service.getLayoutConfig());
     setRefreshTime(service);
     addStockList(service);
-    const UserRecords expected = inspect::savedForm(inspect::recordsOf(service, file));
+    UserRecords expected = inspect::savedForm(inspect::recordsOf(service, file));
     saveAndWait(service);
     return expected;
 }
@@ -187,17 +187,17 @@ void showExport(const QString& directory)
 
 } // namespace
 
-ExitStatus tour(const Request& original)
+ExitStatus tour(const Request& request)
 {
     const QTemporaryDir folder;
     if (!folder.isValid()) {
         throw CFailure(ExitStatus::InputOutput, folder.errorString());
     }
-    printLine(QStringLiteral("The road of one change, on a copy of %1").arg(original.strConfigDir));
-    const QDomDocument file = liveFile(original).document;
-    copyUser(original.strConfigDir, folder.path());
-    Request request = original;
-    request.strConfigDir = folder.path();
+    printLine(QStringLiteral("The road of one change, on a copy of %1").arg(request.strConfigDir));
+    const QDomDocument file = liveFile(request).document;
+    copyUser(request.strConfigDir, folder.path());
+    Request onCopy = request;
+    onCopy.strConfigDir = folder.path();
     standalone::setConfigDir(folder.path());
     const QString strLog = folder.filePath(QStringLiteral("indexuser.log"));
     if (!standalone::logToFile(strLog)) {
@@ -208,7 +208,7 @@ ExitStatus tour(const Request& original)
     printLine("\nLog of the save");
     printLog(strLog);
     printFiles(folder.path());
-    const ExitStatus status = compare(expected, loadAnew(request));
+    const ExitStatus status = compare(expected, loadAnew(onCopy));
     if (QFile::exists(standalone::sectorsFile())) {
         showExport(folder.path());
     }

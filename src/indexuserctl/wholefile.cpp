@@ -6,7 +6,7 @@
 
 inspect::UserFile wholeFile(const QString& path)
 {
-    const inspect::UserFile file = inspect::readUserFile(path);
+    inspect::UserFile file = inspect::readUserFile(path);
     if (file.state == inspect::FileState::Damaged) {
         throw CFailure(ExitStatus::Damaged, file.strError);
     }

@@ -79,8 +79,11 @@ QString datedCopyPath()
 {
     const QString strTemp = inConfigDir(QStringLiteral("Temp"));
     if (!QDir().exists(strTemp)) {
-        // Without the directory the write into it fails, and that is logged.
+        // Without the directory the write into it fails, and that is logged. It is the user's own,
+        // like the copies in it.
         QDir().mkpath(strTemp);
+        QFile::setPermissions(
+            strTemp, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
     return strTemp + QDir::separator() + QStringLiteral("indexUserConfig.xml_")
         + QDate::currentDate().toString(QStringLiteral("yyyyMMdd"));

@@ -45,7 +45,8 @@ bool isSingleWindow(const QDomElement& element)
 class CChecker {
 public:
     CChecker(const QString& text, const QDomDocument& document)
-        : m_positions(text)
+        : m_strText(text)
+        , m_positions(text)
         , m_root(document.documentElement())
     {
     }
@@ -80,7 +81,9 @@ private:
                      const QString& text);
     void checkPlace(const Place& at);
     void checkScreens();
+    void checkEncoding();
 
+    QString m_strText;
     CTextPositions m_positions;
     QDomElement m_root;
     int m_nElements = 0;
@@ -100,6 +103,7 @@ void CChecker::add(const Place& at, const char* pszRule, Effect effect, const QS
 
 QVector<Finding> CChecker::run()
 {
+    checkEncoding();
     walkRoot();
     checkScreens();
     std::stable_sort(m_findings.begin(), m_findings.end(), [](const auto& left, const auto& right) {
@@ -107,6 +111,16 @@ QVector<Finding> CChecker::run()
             < std::pair(right.position.nLine, right.position.nColumn);
     });
     return m_findings;
+}
+
+// Bytes that are no UTF-8 were replaced when the file was read.
+void CChecker::checkEncoding()
+{
+    const int nOffset = m_strText.indexOf(QChar(QChar::ReplacementCharacter));
+    if (nOffset >= 0) {
+        m_findings.append({ m_positions.ofOffset(nOffset), "encoding", Effect::Changed,
+                            m_root.tagName(), "the file is not UTF-8 throughout" });
+    }
 }
 
 void CChecker::walkRoot()

@@ -144,7 +144,7 @@ QString readRecord(CCsvReader& reader, KW::CustomStockMap& stocks)
     if (!fields) {
         return QStringLiteral("a quote that is not closed, or text behind one that is");
     }
-    const QString strError = fieldError(*fields);
+    QString strError = fieldError(*fields);
     if (strError.isEmpty()) {
         append(*fields, stocks);
     }

@@ -87,7 +87,7 @@ CTextPositions::CTextPositions(const QString& text)
 
 TextPosition CTextPositions::ofElement(int index) const
 {
-    return index < m_tags.size() ? at(m_tags[index].nBegin) : TextPosition();
+    return index < m_tags.size() ? ofOffset(m_tags[index].nBegin) : TextPosition();
 }
 
 TextPosition CTextPositions::ofAttribute(int index, const QString& name) const
@@ -100,14 +100,14 @@ TextPosition CTextPositions::ofAttribute(int index, const QString& name) const
     while ((i = findUnquoted(m_strText, i, tag.nEnd, QLatin1Char('='))) < tag.nEnd) {
         const int nName = nameBefore(m_strText, i, tag.nBegin);
         if (m_strText.midRef(nName, i - nName).trimmed() == name) {
-            return at(nName);
+            return ofOffset(nName);
         }
         ++i;
     }
-    return at(tag.nBegin);
+    return ofOffset(tag.nBegin);
 }
 
-TextPosition CTextPositions::at(int offset) const
+TextPosition CTextPositions::ofOffset(int offset) const
 {
     const auto next = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset);
     const int nLine = static_cast<int>(next - m_lineStarts.begin());

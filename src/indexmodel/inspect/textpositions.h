@@ -23,6 +23,7 @@ public:
 
     /// The tag of the element that is the \a index-th in document order, the root being 0.
     TextPosition ofElement(int index) const;
+    TextPosition ofOffset(int offset) const;
     /// The attribute \a name in that tag; the tag itself when it is not there.
     TextPosition ofAttribute(int index, const QString& name) const;
 
@@ -31,8 +32,6 @@ private:
         int nBegin;
         int nEnd;
     };
-
-    TextPosition at(int offset) const;
 
     QString m_strText;
     QVector<Tag> m_tags;

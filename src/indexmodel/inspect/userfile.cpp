@@ -10,7 +10,14 @@ namespace inspect {
 UserFile readUserFile(const QString& path)
 {
     QFile file(path);
-    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const bool bOpen = file.open(QIODevice::ReadOnly);
+    if (bOpen && file.size() > c_nMaxFileBytes) {
+        return { FileState::Damaged,
+                 {},
+                 QStringLiteral("%1: larger than %2 bytes").arg(path).arg(c_nMaxFileBytes),
+                 {} };
+    }
+    const QByteArray bytes = bOpen ? file.readAll() : QByteArray();
     if (file.error() != QFileDevice::NoError) {
         const bool bThere = file.exists();
         return { bThere ? FileState::Unreadable : FileState::Missing,

@@ -20,6 +20,9 @@ struct UserFile {
     QString strText; ///< what was read of a whole file
 };
 
+/// A file larger than this is no user's, and is called damaged unread.
+constexpr qint64 c_nMaxFileBytes = 256LL * 1024 * 1024;
+
 /// Any thread.
 ///
 ///     const inspect::UserFile file = inspect::readUserFile(path);

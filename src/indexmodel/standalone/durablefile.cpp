@@ -2,7 +2,9 @@
 
 #include "platform/commonutil.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <cstdio>
@@ -10,6 +12,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace standalone {
@@ -20,6 +23,21 @@ QByteArray directoryOf(const QByteArray& path)
 {
     const int nSlash = path.lastIndexOf('/');
     return nSlash < 0 ? QByteArray(".") : path.left(nSlash + 1);
+}
+
+// A signal is no failure.
+template <typename Call> auto retried(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+int openFile(const QByteArray& path, int flags)
+{
+    return retried([&] { return ::open(path.constData(), flags | O_CLOEXEC); });
 }
 
 class CDescriptor {
@@ -34,13 +52,17 @@ public:
 
     bool isOpen() const { return m_nDescriptor >= 0; }
     int get() const { return m_nDescriptor; }
-    bool sync() const { return isOpen() && ::fsync(m_nDescriptor) == 0; }
+    bool sync() const
+    {
+        return isOpen() && retried([this] { return ::fsync(m_nDescriptor); }) == 0;
+    }
 
     bool close()
     {
         const int nDescriptor = m_nDescriptor;
         m_nDescriptor = -1;
-        return nDescriptor < 0 || ::close(nDescriptor) == 0;
+        // Interrupted or not, the descriptor is gone.
+        return nDescriptor < 0 || ::close(nDescriptor) == 0 || errno == EINTR;
     }
 
 private:
@@ -52,7 +74,7 @@ class CReplacement {
 public:
     explicit CReplacement(const QByteArray& path)
         : m_path(directoryOf(path) + ".new-XXXXXX")
-        , m_file(::mkostemp(m_path.data(), O_CLOEXEC))
+        , m_file(retried([this] { return ::mkostemp(m_path.data(), O_CLOEXEC); }))
     {
     }
     CReplacement(const CReplacement&) = delete;
@@ -68,12 +90,13 @@ public:
     {
         std::size_t nWritten = 0;
         while (nWritten < content.size()) {
-            const ssize_t n
-                = ::write(m_file.get(), content.data() + nWritten, content.size() - nWritten);
-            if (n == 0 || (n < 0 && errno != EINTR)) {
+            const ssize_t n = retried([&] {
+                return ::write(m_file.get(), content.data() + nWritten, content.size() - nWritten);
+            });
+            if (n <= 0) {
                 return false;
             }
-            nWritten += n > 0 ? static_cast<std::size_t>(n) : 0;
+            nWritten += static_cast<std::size_t>(n);
         }
         return m_bOurs;
     }
@@ -82,11 +105,12 @@ public:
 
     bool holds(const std::string& content) const
     {
-        const CDescriptor file(::open(m_path.constData(), O_RDONLY | O_CLOEXEC));
+        const CDescriptor file(openFile(m_path, O_RDONLY));
         std::string strBlock(1U << 16U, '\0');
+        const auto readBlock = [&] { return ::read(file.get(), &strBlock[0], strBlock.size()); };
         std::size_t nRead = 0;
         ssize_t n = 0;
-        while ((n = ::read(file.get(), &strBlock[0], strBlock.size())) > 0) {
+        while ((n = retried(readBlock)) > 0) {
             if (content.compare(nRead, static_cast<std::size_t>(n), strBlock, 0,
                                 static_cast<std::size_t>(n))
                 != 0) {
@@ -99,7 +123,8 @@ public:
 
     bool takePlaceOf(const QByteArray& path)
     {
-        m_bOurs = std::rename(m_path.constData(), path.constData()) != 0;
+        m_bOurs
+            = retried([&] { return std::rename(m_path.constData(), path.constData()); }) != 0;
         return !m_bOurs;
     }
 
@@ -111,8 +136,7 @@ private:
 
 bool syncDirectoryOf(const QByteArray& path)
 {
-    CDescriptor directory(
-        ::open(directoryOf(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    CDescriptor directory(openFile(directoryOf(path), O_RDONLY | O_DIRECTORY));
     return directory.sync() && directory.close();
 }
 
@@ -139,10 +163,18 @@ bool replaceFile(const QByteArray& path, const std::string& content)
     return false;
 }
 
+bool makeDirectory(const QString& path)
+{
+    return QDir(path).exists()
+        || (makeDirectory(QFileInfo(path).path())
+            // Another thread may be first.
+            && (::mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0 || errno == EEXIST));
+}
+
 bool readFile(const QString& path, std::string& content)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!file.open(QIODevice::ReadOnly) || file.size() > c_nMaxFileBytes) {
         return false;
     }
     const QByteArray bytes = file.readAll();

@@ -73,14 +73,15 @@ void setConfigDir(const QString& directory)
 void logToStderr(LogLines lines)
 {
     logTo(std::make_shared<log4cxx::ConsoleAppender>(lineLayout(), LOG4CXX_STR("System.err")),
-          lines == LogLines::All ? log4cxx::Level::getInfo() : log4cxx::Level::getError());
+          lines == LogLines::All ? log4cxx::Level::getInfo() : log4cxx::Level::getWarn());
 }
 
 bool logToFile(const QString& path)
 {
     // log4cxx reports a file that it cannot open on the console only.
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)
+        || !file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)) {
         return false;
     }
     log4cxx::LogString strPath;

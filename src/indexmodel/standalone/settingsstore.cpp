@@ -37,7 +37,7 @@ QString valuePath(const std::string& section, const std::string& key)
 int writeConfig(const std::string& section, const std::string& key, const std::string& value, bool)
 {
     const QString strPath = valuePath(section, key);
-    const bool bStored = QDir().mkpath(KW::getConfigDir() + QStringLiteral("/Settings"))
+    const bool bStored = standalone::makeDirectory(KW::getConfigDir() + QStringLiteral("/Settings"))
         && standalone::replaceFile(QFile::encodeName(strPath), value);
     return bStored ? c_nOk : c_nFailed;
 }

@@ -15,10 +15,11 @@ namespace standalone {
 /// Any thread.
 PLATFORM_API void setConfigDir(const QString& directory);
 
-enum class LogLines { Errors, All };
+enum class LogLines { Problems, All };
 
-/// Where log lines go; nowhere until one of these is called, before any load or save. logToFile()
-/// appends lines from INFO upwards, and answers false when the file cannot be written.
+/// Where log lines go; nowhere until one of these is called, before any load or save. Problems are
+/// warnings and errors. logToFile() appends all lines, and answers false when the file cannot be
+/// written.
 PLATFORM_API void logToStderr(LogLines lines);
 PLATFORM_API bool logToFile(const QString& path);
 

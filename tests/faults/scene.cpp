@@ -1,0 +1,142 @@
+#include "scene.h"
+
+#include <inspect/userrecords.h>
+
+#include <QDate>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+
+namespace {
+
+constexpr char c_szDamaged[] = "<ICUserConfigFile><damaged";
+
+QByteArray generation(int number)
+{
+    QFile sample(QStringLiteral(SAMPLE_USER "/indexUserConfig.xml"));
+    if (!sample.open(QIODevice::ReadOnly)) {
+        qFatal("%s", qPrintable(sample.errorString()));
+    }
+    return sample.readAll().replace("reportRefreshTime=\"500\"",
+                                    "reportRefreshTime=\"" + QByteArray::number(number) + '"');
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+CScene::CScene()
+{
+    if (!m_directory.isValid() || !m_logs.isValid()) {
+        qFatal("no temporary directory");
+    }
+}
+
+QString CScene::livePath() const
+{
+    return m_directory.filePath(QStringLiteral("indexUserConfig.xml"));
+}
+
+QString CScene::datedPath() const
+{
+    return m_directory.filePath(QStringLiteral("Temp/indexUserConfig.xml_")
+                                + QDate::currentDate().toString(QStringLiteral("yyyyMMdd")));
+}
+
+void CScene::beforeSave()
+{
+    clear();
+    write(livePath(), generation(1));
+    write(datedPath(), generation(1));
+}
+
+void CScene::beforeRecovery()
+{
+    clear();
+    write(livePath(), c_szDamaged);
+    write(datedPath(), generation(1));
+}
+
+Run CScene::save(const Fault& fault)
+{
+    return run(QStringLiteral(SAVEDRIVER), { m_directory.path(), "2", "1" }, fault, "0");
+}
+
+Run CScene::recover(const Fault& fault)
+{
+    return run(QStringLiteral(TOOL), { "--config-dir", m_directory.path(), "recover" }, fault, "1");
+}
+
+QStringList CScene::calls() const
+{
+    QStringList found;
+    for (const QByteArray& line : contentOf(m_logs.filePath("calls")).split('\n')) {
+        if (!line.isEmpty()) {
+            found.append(QString::fromUtf8(line).section(' ', 1));
+        }
+    }
+    return found;
+}
+
+int CScene::generationOf(const QString& path)
+{
+    const inspect::UserFile file = inspect::readUserFile(path);
+    return file.state == inspect::FileState::Whole
+        ? inspect::recordsOf(file.document).options.reportRefreshTime
+        : 0;
+}
+
+bool CScene::damagedIsKept() const
+{
+    for (const QFileInfo& file : QDir(m_directory.path()).entryInfoList(QDir::Files)) {
+        if (contentOf(file.filePath()) == c_szDamaged) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Run CScene::run(const QString& program, const QStringList& arguments, const Fault& fault,
+                const char* pszArmed)
+{
+    const QString strLog = m_logs.filePath(QStringLiteral("calls"));
+    QFile::remove(strLog);
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LD_PRELOAD", SHIM);
+    environment.insert("FAULT_ROOT", m_directory.path());
+    environment.insert("FAULT_ARMED", pszArmed);
+    environment.insert("FAULT_AT", QString::number(fault.nAt));
+    environment.insert("FAULT_ACTION", fault.strAction);
+    environment.insert("FAULT_ERRNO", QString::number(fault.nErrno));
+    environment.insert("FAULT_ON", fault.bOn ? "1" : "0");
+    environment.insert("FAULT_LOG", strLog);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    if (!process.waitForFinished(60000)) {
+        qFatal("%s does not end under call %d, %s %d", qPrintable(program), fault.nAt,
+               qPrintable(fault.strAction), fault.nErrno);
+    }
+    return { process.exitStatus() == QProcess::CrashExit, process.exitCode(),
+             QString::fromUtf8(process.readAllStandardError()) };
+}
+
+void CScene::write(const QString& path, const QByteArray& content) const
+{
+    QFile file(path);
+    if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly)
+        || file.write(content) != content.size() || !file.flush()) {
+        qFatal("%s: %s", qPrintable(path), qPrintable(file.errorString()));
+    }
+}
+
+void CScene::clear()
+{
+    QDir directory(m_directory.path());
+    directory.removeRecursively();
+    directory.mkpath(m_directory.path());
+}
