@@ -2,7 +2,9 @@
 # shellcheck shell=bash
 
 packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev libfmt-dev
-    libcli11-dev librapidcheck-dev)
+    libcli11-dev)
+# What the tests need besides: libFuzzer comes with Clang.
+test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev)
 
 installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q ' ok installed$'; }
 

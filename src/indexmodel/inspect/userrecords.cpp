@@ -5,6 +5,7 @@
 #include <indexuser/cpanelgrouplayoutconfig.h>
 #include <indexuser/customstocks_p.h>
 #include <indexuser/optionsettings_p.h>
+#include <indexuser/userdocument.h>
 #include <indexuser/userparams_p.h>
 #include <indexuser/xmlelements_p.h>
 
@@ -139,7 +140,9 @@ UserRecords savedForm(const UserRecords& records)
             seen.insert(section.tagName());
         }
     }
-    return recordsOf(documentOf(saved));
+    // Through text, which leaves out what would make a file unreadable.
+    QDomDocument doc = documentOf(saved);
+    return recordsOf(KW::parseUserDocument(KW::userDocumentText(doc)).document);
 }
 
 QDomDocument documentOf(const UserRecords& records)

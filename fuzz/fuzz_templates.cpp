@@ -1,0 +1,38 @@
+// A file of templates through import, export and import again.
+
+#include "fuzzkit.h"
+
+#include <indexuser/cpanelgrouplayoutconfig.h>
+#include <indexuser/userdocument.h>
+
+namespace {
+
+QString exported(KW::CPanelGroupLayoutConfig& layouts)
+{
+    QDomDocument doc;
+    QDomElement root = doc.createElement("LayoutTemplates");
+    doc.appendChild(root);
+    for (const QString& name : layouts.getQuoteLayoutTemplate()) {
+        layouts.saveSingleLayoutTemplates(name, root, doc);
+    }
+    return KW::userDocumentText(doc);
+}
+
+QString throughAStore(const QString& text)
+{
+    const KW::UserDocument file = KW::parseUserDocument(text);
+    KW::CPanelGroupLayoutConfig layouts;
+    QDomElement container = file.document.documentElement();
+    layouts.loadSingleLayoutTemplates(QString(), container);
+    return exported(layouts);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const QString strOnce = throughAStore(
+        QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<int>(size)));
+    fuzzkit::require(throughAStore(strOnce) == strOnce, strOnce);
+    return 0;
+}
