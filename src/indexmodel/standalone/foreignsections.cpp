@@ -23,9 +23,7 @@ void CForeignSections::load(const QDomElement& root, const QString& name)
     m_sections.remove(name);
     const QDomElement section = root.firstChildElement(name);
     if (!section.isNull()) {
-        QDomDocument copy;
-        copy.appendChild(copy.importNode(section, true));
-        m_sections.insert(name, copy);
+        m_sections.insert(name, { root.ownerDocument(), section });
     }
 }
 
@@ -36,7 +34,7 @@ bool CForeignSections::contains(const QString& name) const
 
 void CForeignSections::save(const QString& name, QDomElement& element, QDomDocument& doc) const
 {
-    const QDomElement section = m_sections.value(name).documentElement();
+    const QDomElement section = m_sections.value(name).element;
     copyAttributes(section, element);
     for (QDomNode child = section.firstChild(); !child.isNull(); child = child.nextSibling()) {
         element.appendChild(doc.importNode(child, true));

@@ -7,7 +7,8 @@
 
 namespace standalone {
 
-/// Keeps sections of the user's file word for word, each in a document of its own.
+/// Keeps sections of the user's file word for word. They stay in the document of the file, which
+/// nobody changes after a load: copies of them would double the time that a load takes.
 class CForeignSections {
 public:
     /// Takes over the child \a name of \a root, or its absence. A null root changes nothing.
@@ -17,7 +18,12 @@ public:
     void save(const QString& name, QDomElement& element, QDomDocument& doc) const;
 
 private:
-    QMap<QString, QDomDocument> m_sections;
+    struct Section {
+        QDomDocument document; ///< has to live as long as its element
+        QDomElement element;
+    };
+
+    QMap<QString, Section> m_sections;
 };
 
 } // namespace standalone

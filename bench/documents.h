@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDomDocument>
+#include <QPair>
+#include <QString>
+#include <QVector>
+
+namespace bench {
+
+/// How much a user has; templates and sections of other managers are in proportion.
+struct Size {
+    const char* pszName;
+    int nWindows;
+    int nStocks;
+};
+
+constexpr Size c_sizes[] = { { "S", 5, 50 }, { "M", 50, 2000 }, { "L", 500, 50000 } };
+
+const Size& sizeOf(const QString& name);
+
+/// The document of a user of that size, built with bare QDom calls.
+QDomDocument buildDocument(const Size& size);
+
+/// The same as a file.
+QByteArray userFile(const Size& size);
+
+/// The same as keys and values, for stores that know nothing else: "CustomStock/3/17/name".
+using Settings = QVector<QPair<QString, QString>>;
+Settings settingsOf(const Size& size);
+
+} // namespace bench

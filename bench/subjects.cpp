@@ -1,0 +1,91 @@
+#include "subjects.h"
+
+#include <indexuser/cpanelgrouplayoutconfig.h>
+#include <platform/indexutil.h>
+#include <standalone/standalone.h>
+
+#include <QFile>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <sched.h>
+
+namespace bench {
+
+CLibrary::CLibrary(const Size& size)
+    : m_size(size)
+    , m_directory(QStringLiteral("bench-XXXXXX"))
+    , m_nElements(elementCount(buildDocument(size)))
+{
+    require(m_directory.isValid(), "no temporary directory");
+    standalone::setConfigDir(m_directory.path());
+    writeDurably(livePath(), userFile(size));
+    renew();
+}
+
+QString CLibrary::livePath() const
+{
+    return m_directory.filePath(QStringLiteral("indexUserConfig.xml"));
+}
+
+KW::UserConfigInterface& CLibrary::service()
+{
+    return *KW::UserConfigFactory::getIndexUserConfig();
+}
+
+void CLibrary::renew()
+{
+    delete service().getLayoutConfig(); // it outlives its manager, which here would add up
+    utils::CSingletonT<KW::CUserConfigManager>::release();
+    standalone::forgetAll();
+    service();
+}
+
+void CLibrary::saveAndWait()
+{
+    service().saveSettings();
+    while (!service().getSaveSuccess()) {
+        ::sched_yield();
+    }
+}
+
+void CLibrary::requireSaved() const
+{
+    QFile file(livePath());
+    QDomDocument doc;
+    require(file.open(QIODevice::ReadOnly) && doc.setContent(&file), "the file is not whole");
+    require(elementCount(doc) == m_nElements, "the file does not hold the user");
+}
+
+void CLibrary::requireLoaded()
+{
+    KW::CustomStockMap stocks;
+    service().getCustomStockMap(stocks);
+    int nStocks = 0;
+    for (const auto& list : stocks) {
+        nStocks += list.size();
+    }
+    require(nStocks == m_size.nStocks, "not all stocks were loaded");
+}
+
+void writeDurably(const QString& path, const QByteArray& content)
+{
+    std::string strContent = content.toStdString();
+    require(KW::stdWriteFile(path.toStdString(), strContent, "wb"), "cannot write");
+}
+
+void require(bool holds, const char* pszMessage)
+{
+    if (!holds) {
+        std::fprintf(stderr, "bench: %s\n", pszMessage);
+        std::exit(1);
+    }
+}
+
+int elementCount(const QDomDocument& doc)
+{
+    return doc.elementsByTagName("*").size();
+}
+
+} // namespace bench

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "documents.h"
+
+#include <indexuser/cuserconfigmanager.h>
+
+#include <QTemporaryDir>
+
+namespace bench {
+
+/// The library with a user of some size in a directory of its own.
+class CLibrary {
+public:
+    explicit CLibrary(const Size& size);
+
+    QString livePath() const;
+    KW::UserConfigInterface& service();
+    /// A new service that has read nothing; the old one and all it held are destroyed.
+    void renew();
+    /// Saves on the caller's thread and waits for the worker.
+    void saveAndWait();
+    /// Stops unless the live file holds the user.
+    void requireSaved() const;
+    void requireLoaded();
+
+private:
+    const Size& m_size;
+    QTemporaryDir m_directory;
+    int m_nElements;
+};
+
+/// The manager with its worker laid open.
+class COpenManager : public KW::CUserConfigManager {
+public:
+    using KW::CUserConfigManager::saveSync;
+};
+
+/// Writes \a content as the library's siblings do, once.
+void writeDurably(const QString& path, const QByteArray& content);
+
+/// Stops with a message: a benchmark that times something else is worse than none.
+void require(bool holds, const char* pszMessage);
+
+int elementCount(const QDomDocument& doc);
+
+} // namespace bench
