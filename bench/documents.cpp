@@ -188,6 +188,46 @@ QDomDocument buildDocument(const Size& size)
     return CBuilder(size).build();
 }
 
+CPlan::CPlan(const Size& size)
+{
+    add(buildDocument(size).documentElement(), 1);
+}
+
+void CPlan::add(const QDomNode& node, int depth)
+{
+    Node planned { depth, node.isText() ? QString() : node.nodeName(), node.nodeValue(), {} };
+    const QDomNamedNodeMap attributes = node.attributes();
+    for (int i = 0; i < attributes.size(); ++i) {
+        planned.attributes.append(
+            { attributes.item(i).nodeName(), attributes.item(i).nodeValue() });
+    }
+    m_nodes.append(planned);
+    for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        add(child, depth + 1);
+    }
+}
+
+QDomDocument CPlan::build() const
+{
+    QDomDocument doc;
+    doc.appendChild(doc.createProcessingInstruction("xml", "version=\"1.0\" encoding=\"utf-8\""));
+    QVector<QDomNode> open { doc };
+    for (const Node& node : m_nodes) {
+        open.resize(node.nDepth);
+        if (node.strTag.isEmpty()) {
+            open.last().appendChild(doc.createTextNode(node.strText));
+            continue;
+        }
+        QDomElement element = doc.createElement(node.strTag);
+        for (const auto& [strName, strValue] : node.attributes) {
+            element.setAttribute(strName, strValue);
+        }
+        open.last().appendChild(element);
+        open.append(element);
+    }
+    return doc;
+}
+
 QByteArray userFile(const Size& size)
 {
     return buildDocument(size).toString(4).toUtf8();

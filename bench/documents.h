@@ -22,6 +22,25 @@ const Size& sizeOf(const QString& name);
 /// The document of a user of that size, built with bare QDom calls.
 QDomDocument buildDocument(const Size& size);
 
+/// The calls that build a document, without the work of finding out what to build.
+class CPlan {
+public:
+    explicit CPlan(const Size& size);
+    QDomDocument build() const;
+
+private:
+    struct Node {
+        int nDepth;
+        QString strTag; ///< empty for a text
+        QString strText;
+        QVector<QPair<QString, QString>> attributes;
+    };
+
+    void add(const QDomNode& node, int depth);
+
+    QVector<Node> m_nodes;
+};
+
 /// The same as a file.
 QByteArray userFile(const Size& size);
 

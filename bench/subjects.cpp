@@ -4,19 +4,30 @@
 #include <platform/indexutil.h>
 #include <standalone/standalone.h>
 
+#include <QDir>
 #include <QFile>
 
 #include <cstdio>
 #include <cstdlib>
 
-#include <sched.h>
+#include <unistd.h>
 
 namespace bench {
+
+namespace {
+
+int threadCount()
+{
+    return static_cast<int>(QDir("/proc/self/task").count());
+}
+
+} // namespace
 
 CLibrary::CLibrary(const Size& size)
     : m_size(size)
     , m_directory(QStringLiteral("bench-XXXXXX"))
     , m_nElements(elementCount(buildDocument(size)))
+    , m_nThreads(threadCount())
 {
     require(m_directory.isValid(), "no temporary directory");
     standalone::setConfigDir(m_directory.path());
@@ -42,11 +53,10 @@ void CLibrary::renew()
     service();
 }
 
-void CLibrary::saveAndWait()
+void CLibrary::waitForWorker() const
 {
-    service().saveSettings();
-    while (!service().getSaveSuccess()) {
-        ::sched_yield();
+    while (threadCount() > m_nThreads) {
+        ::usleep(200);
     }
 }
 

@@ -13,12 +13,13 @@ class CLibrary {
 public:
     explicit CLibrary(const Size& size);
 
+    const Size& size() const { return m_size; }
     QString livePath() const;
     KW::UserConfigInterface& service();
     /// A new service that has read nothing; the old one and all it held are destroyed.
     void renew();
-    /// Saves on the caller's thread and waits for the worker.
-    void saveAndWait();
+    /// Until the thread of a save is gone: it destroys the document after it has ended the save.
+    void waitForWorker() const;
     /// Stops unless the live file holds the user.
     void requireSaved() const;
     void requireLoaded();
@@ -27,6 +28,7 @@ private:
     const Size& m_size;
     QTemporaryDir m_directory;
     int m_nElements;
+    int m_nThreads;
 };
 
 /// The manager with its worker laid open.

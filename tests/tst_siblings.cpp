@@ -65,7 +65,7 @@ private Q_SLOTS:
     void numbersHaveFixedDecimals();
 
     void aForeignSectionIsKeptWordForWord();
-    void aForeignSectionSharesNoNode();
+    void twoSavesOfASectionShareNoNode();
     void anAbsentSectionStaysEmpty();
     void anUnreadableFileLeavesTheCatalogue();
     void absentAlgorithmsStayAbsent();
@@ -197,12 +197,11 @@ void tst_siblings::aForeignSectionIsKeptWordForWord()
     QCOMPARE(out.toString(-1), parsed(strSection).toString(-1));
 }
 
-void tst_siblings::aForeignSectionSharesNoNode()
+void tst_siblings::twoSavesOfASectionShareNoNode()
 {
     QDomDocument doc = parsed("<r><drawGraph><g/></drawGraph></r>");
     QDomElement root = rootOf(doc);
     single<KW::CDrawGraphManager>().loadSettings(root);
-    root.firstChildElement().firstChildElement().setAttribute("changed", 1);
     for (int i = 0; i < 2; ++i) {
         QDomDocument out;
         QDomElement element = out.createElement("drawGraph");

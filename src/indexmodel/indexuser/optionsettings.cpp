@@ -1,6 +1,7 @@
 #include "indexuser/optionsettings_p.h"
 
 #include "indexuser/xmlelements_p.h"
+#include "platform/mvcommon.h"
 
 namespace KW {
 
@@ -110,11 +111,11 @@ const std::vector<OptionRow>& optionTable()
 
 OptionsFound readOptions(const QDomElement& root, paramSettingForClient& param)
 {
-    const QVector<QDomElement> sections = descendants(root, QStringLiteral("Option"));
-    if (sections.isEmpty()) {
+    const QDomElement section = MV::getSubElement(root, QStringLiteral("Option"));
+    if (section.isNull()) {
         return OptionsFound::No;
     }
-    for (QDomElement child = sections.first().firstChildElement(); !child.isNull();
+    for (QDomElement child = section.firstChildElement(); !child.isNull();
          child = child.nextSiblingElement()) {
         readRows(child, param);
     }

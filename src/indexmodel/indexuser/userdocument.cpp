@@ -20,42 +20,53 @@ bool standsAt(const QString& text, int position, QLatin1String word)
     return text.midRef(position, word.size()) == word;
 }
 
-// A '>' within quotes does not end a tag.
+// A '>' within quotes does not end a tag. Plain pointers: this reads every character of a load.
 int tagEnd(const QString& text, int position)
 {
-    QChar quote;
-    for (; position < text.size(); ++position) {
-        const QChar c = text.at(position);
-        if (!quote.isNull()) {
-            quote = c == quote ? QChar() : quote;
-        } else if (c == QLatin1Char('"') || c == QLatin1Char('\'')) {
-            quote = c;
-        } else if (c == QLatin1Char('>')) {
-            break;
+    const QChar* const pText = text.constData();
+    const QChar* const pEnd = pText + text.size();
+    const QChar* p = pText + position;
+    while (p < pEnd && *p != QLatin1Char('>')) {
+        const QChar c = *p++;
+        if (c == QLatin1Char('"') || c == QLatin1Char('\'')) {
+            p = std::find(p, pEnd, c);
+            p += p < pEnd ? 1 : 0;
         }
     }
-    return position;
+    return static_cast<int>(p - pText);
 }
 
-// Agrees with the parser as far as the text is well-formed; behind an error nothing is parsed.
+// What "<!" or "<?" at \a position begins, up to its end.
+int declarationEnd(const QString& text, int position)
+{
+    if (standsAt(text, position, QLatin1String("<!--"))) {
+        return positionAfter(text, QStringLiteral("-->"), position + 4);
+    }
+    const bool bData = standsAt(text, position, QLatin1String("<![CDATA["));
+    return positionAfter(text, bData ? QStringLiteral("]]>") : QStringLiteral("?>"), position);
+}
+
+constexpr int c_nEntities = -1;
+
+// Agrees with the parser as far as the text is well-formed; behind an error nothing is parsed. With
+// a document type it is c_nEntities: the text does not tell.
 int markupDepth(const QString& text)
 {
     int nDepth = 0;
     int nDeepest = 0;
     for (int i = text.indexOf(QLatin1Char('<')); i >= 0; i = text.indexOf(QLatin1Char('<'), i)) {
-        if (standsAt(text, i, QLatin1String("<!--"))) {
-            i = positionAfter(text, QStringLiteral("-->"), i + 4);
-        } else if (standsAt(text, i, QLatin1String("<![CDATA["))) {
-            i = positionAfter(text, QStringLiteral("]]>"), i);
-        } else if (standsAt(text, i, QLatin1String("<?"))) {
-            i = positionAfter(text, QStringLiteral("?>"), i);
-        } else if (standsAt(text, i, QLatin1String("</"))) {
+        const QChar c = i + 1 < text.size() ? text.at(i + 1) : QChar();
+        if (c == QLatin1Char('/')) {
             --nDepth;
             ++i;
-        } else {
+        } else if (c != QLatin1Char('!') && c != QLatin1Char('?')) {
             i = tagEnd(text, i);
             nDeepest = std::max(nDeepest, nDepth + 1);
             nDepth += text.at(i - 1) == QLatin1Char('/') ? 0 : 1;
+        } else if (standsAt(text, i, QLatin1String("<!DOCTYPE"))) {
+            return c_nEntities;
+        } else {
+            i = declarationEnd(text, i);
         }
     }
     return nDeepest;
@@ -78,8 +89,8 @@ int expandedDepth(const QString& text)
 
 bool isTooDeep(const QString& text)
 {
-    const bool bEntities = text.contains(QLatin1String("<!DOCTYPE"));
-    return (bEntities ? expandedDepth(text) : markupDepth(text)) > c_nMaxDepth;
+    const int nDepth = markupDepth(text);
+    return (nDepth == c_nEntities ? expandedDepth(text) : nDepth) > c_nMaxDepth;
 }
 
 // Qt destroys a tree recursively; this takes it apart level by level.
@@ -120,19 +131,27 @@ bool isReadable(const QString& text, int position)
     return !c.isNull() && c != QChar(0xfffe) && c != QChar(0xffff);
 }
 
+// Most texts have only such characters, and then nothing has to be looked at more closely.
+bool isPlain(const QString& text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) {
+        return c.unicode() - 1U < 0xd800U - 1U;
+    });
+}
+
 QString readableText(const QString& text)
 {
-    int i = 0;
-    while (i < text.size() && isReadable(text, i)) {
-        ++i;
+    if (isPlain(text)) {
+        return text;
     }
-    QString readable = text.left(i);
-    for (; i < text.size(); ++i) {
+    QString strReadable;
+    strReadable.reserve(text.size());
+    for (int i = 0; i < text.size(); ++i) {
         if (isReadable(text, i)) {
-            readable += text.at(i);
+            strReadable += text.at(i);
         }
     }
-    return readable;
+    return strReadable;
 }
 
 } // namespace

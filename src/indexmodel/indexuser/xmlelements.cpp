@@ -2,21 +2,6 @@
 
 namespace KW {
 
-namespace {
-
-QDomNode nextBelow(const QDomNode& top, QDomNode node)
-{
-    if (node.hasChildNodes()) {
-        return node.firstChild();
-    }
-    while (node != top && node.nextSibling().isNull()) {
-        node = node.parentNode();
-    }
-    return node == top ? QDomNode() : node.nextSibling();
-}
-
-} // namespace
-
 int intAttribute(const QDomElement& element, const QString& name)
 {
     return element.attribute(name).toInt();
@@ -24,12 +9,10 @@ int intAttribute(const QDomElement& element, const QString& name)
 
 QVector<QDomElement> descendants(const QDomElement& parent, const QString& name)
 {
-    QVector<QDomElement> found;
-    for (QDomNode node = nextBelow(parent, parent); !node.isNull();
-         node = nextBelow(parent, node)) {
-        if (node.isElement() && node.nodeName() == name) {
-            found.append(node.toElement());
-        }
+    const QDomNodeList nodes = parent.elementsByTagName(name);
+    QVector<QDomElement> found(nodes.size());
+    for (int i = 0; i < found.size(); ++i) {
+        found[i] = nodes.at(i).toElement();
     }
     return found;
 }

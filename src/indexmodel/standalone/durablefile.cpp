@@ -101,7 +101,7 @@ public:
         return m_bOurs;
     }
 
-    bool finish() { return m_file.sync() && m_file.close(); }
+    bool finish(Sync sync) { return (sync == Sync::Never || m_file.sync()) && m_file.close(); }
 
     bool holds(const std::string& content) const
     {
@@ -140,19 +140,19 @@ bool syncDirectoryOf(const QByteArray& path)
     return directory.sync() && directory.close();
 }
 
-bool tryReplaceFile(const QByteArray& path, const std::string& content)
+bool tryReplaceFile(const QByteArray& path, const std::string& content, Sync sync)
 {
     CReplacement replacement(path);
-    return replacement.write(content) && replacement.finish() && replacement.holds(content)
-        && replacement.takePlaceOf(path) && syncDirectoryOf(path);
+    return replacement.write(content) && replacement.finish(sync) && replacement.holds(content)
+        && replacement.takePlaceOf(path) && (sync == Sync::Never || syncDirectoryOf(path));
 }
 
 } // namespace
 
-bool replaceFile(const QByteArray& path, const std::string& content)
+bool replaceFile(const QByteArray& path, const std::string& content, Sync sync)
 {
     errno = 0;
-    if (tryReplaceFile(path, content)) {
+    if (tryReplaceFile(path, content, sync)) {
         return true;
     }
     const std::string strReason = errno != 0 ? std::strerror(errno) : "it reads back differently";

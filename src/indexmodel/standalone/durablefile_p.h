@@ -7,12 +7,17 @@
 
 namespace standalone {
 
-/// Puts \a content in the place of the file \a path, whole or not at all, and only once it is on
-/// the disk. The file is readable by its owner only. False, with the reason in the log, leaves what
-/// was there, unless only the directory entry could not be made durable.
+enum class Sync {
+    Disk, ///< only once it is on the disk
+    Never, ///< the system may take its time
+};
+
+/// Puts \a content in the place of the file \a path, whole or not at all. The file is readable by
+/// its owner only. False, with the reason in the log, leaves what was there, unless only the
+/// directory entry could not be made durable.
 ///
 ///     if (!replaceFile(QFile::encodeName(path), content)) { ... }
-bool replaceFile(const QByteArray& path, const std::string& content);
+bool replaceFile(const QByteArray& path, const std::string& content, Sync sync = Sync::Disk);
 
 /// Makes the directory \a path and those above it that are missing, for their owner only.
 bool makeDirectory(const QString& path);

@@ -32,19 +32,24 @@ QString valuePath(const std::string& section, const std::string& key)
         + QString::fromLatin1(encoded(section) + '=' + encoded(key));
 }
 
+int store(const QString& path, const std::string& value, standalone::Sync sync)
+{
+    const bool bStored = standalone::makeDirectory(KW::getConfigDir() + QStringLiteral("/Settings"))
+        && standalone::replaceFile(QFile::encodeName(path), value, sync);
+    return bStored ? c_nOk : c_nFailed;
+}
+
 } // namespace
 
 int writeConfig(const std::string& section, const std::string& key, const std::string& value, bool)
 {
-    const QString strPath = valuePath(section, key);
-    const bool bStored = standalone::makeDirectory(KW::getConfigDir() + QStringLiteral("/Settings"))
-        && standalone::replaceFile(QFile::encodeName(strPath), value);
-    return bStored ? c_nOk : c_nFailed;
+    return store(valuePath(section, key), value, standalone::Sync::Disk);
 }
 
+// The mirror of a document that its owner writes to the disk by itself.
 int writeConfig(const std::string& key, const std::string& value)
 {
-    return writeConfig(std::string(), key, value, false);
+    return store(valuePath(std::string(), key), value, standalone::Sync::Never);
 }
 
 int readConfig(const std::string& section, const std::string& key, std::string& value, bool)
