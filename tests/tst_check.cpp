@@ -165,6 +165,7 @@ void tst_check::everyDefectHasItsRule_data()
     addStockDefects();
     addLayoutDefects();
     addSectionDefects();
+    row("<!-- mine -->", "comment", Effect::Dropped);
     QTest::newRow("root") << "<other/>"
                           << "root" << Effect::Changed;
     QTest::newRow("root attribute") << "<ICUserConfigFile a='1'/>"
@@ -234,9 +235,10 @@ void tst_check::bytesThatAreNoUtf8AreFound()
 
 void tst_check::withADocumentTypePlacesAreNotKnown()
 {
-    const auto found = findings("<!DOCTYPE r><ICUserConfigFile><Other/></ICUserConfigFile>");
-    QCOMPARE(found.size(), 1);
+    const auto found = findings("<!DOCTYPE r><ICUserConfigFile a='1'><Other/></ICUserConfigFile>");
+    QCOMPARE(found.size(), 2);
     QCOMPARE(found[0].position.nLine, 0);
+    QCOMPARE(found[1].position.nLine, 0);
 }
 
 void tst_check::damagedFilesHaveNoFindings()

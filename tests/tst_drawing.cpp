@@ -14,6 +14,7 @@ private Q_SLOTS:
     void aWindowIsOffScreenOnlyWhenNoPartOfItShows();
     void windowsAreDrawnToScale();
     void splittersShareTheirPlace();
+    void theCurrentTabShowsWhatIsInIt();
     void theDrawingNamesWhatItShows();
     void aDrawingWithoutWindowsIsStillOne();
 
@@ -106,6 +107,18 @@ void tst_drawing::splittersShareTheirPlace()
     QCOMPARE(found[0].width(), found[1].width());
     QVERIFY(found[1].top() > found[0].bottom());
     QVERIFY(qAbs(found[1].height() / found[0].height() - 3) < 0.1);
+}
+
+void tst_drawing::theCurrentTabShowsWhatIsInIt()
+{
+    const QDomDocument tree
+        = parsed("<Tabs current='1'><Panel name='a'/><Splitter><Panel name='b'/><Panel name='c'/>"
+                 "</Splitter></Tabs>");
+    inspect::Window all = window(1, { 0, 0, 1000, 500 }, true);
+    all.panels = tree.documentElement();
+    const QByteArray svg = inspect::toSvg({ "title", { all }, inspect::screensOf({ all }) });
+    QCOMPARE(rects(svg, "panel").size(), 3);
+    QVERIFY(svg.contains("a | [b]"));
 }
 
 void tst_drawing::theDrawingNamesWhatItShows()

@@ -4,7 +4,7 @@
 //     FAULT_ROOT    calls on paths below it count, others do not
 //     FAULT_ARMED   1: from the start; otherwise from fault_arm(1) to fault_arm(0)
 //     FAULT_AT      the call that is hit, from 1; 0 hits none
-//     FAULT_ACTION  fail, short, kill or killafter
+//     FAULT_ACTION  fail, short, lie (a byte is read wrong), kill or killafter
 //     FAULT_ERRNO   what a failing call answers
 //     FAULT_ON      1: the calls after that one are hit as well
 //     FAULT_LOG     a file that gets a line a call: number, name, path
@@ -74,7 +74,7 @@ void logCall(int number, const char* pszName, const std::string& path)
     }
 }
 
-enum class Fate { Runs, Fails, Short };
+enum class Fate { Runs, Fails, Short, Lies };
 
 void die()
 {
@@ -110,7 +110,9 @@ Fate fateOf(const char* pszName, const std::string& path)
         errno = g_plan.nErrno;
         return Fate::Fails;
     }
-    return g_plan.strAction == "short" ? Fate::Short : Fate::Runs;
+    return g_plan.strAction == "short" ? Fate::Short
+        : g_plan.strAction == "lie"    ? Fate::Lies
+                                       : Fate::Runs;
 }
 
 template <typename Result> Result finished(Result result)
@@ -169,7 +171,6 @@ WRAP_OPEN(open)
 WRAP_OPEN(open64)
 WRAP(int, mkostemp, (char* path, int flags), (path, flags), path, -1, )
 WRAP(int, mkostemp64, (char* path, int flags), (path, flags), path, -1, )
-WRAP(ssize_t, read, (int file, void* data, size_t size), (file, data, size), pathOf(file), -1, )
 WRAP(off_t, lseek, (int file, off_t offset, int whence), (file, offset, whence), pathOf(file), -1,
      noexcept)
 WRAP(off64_t, lseek64, (int file, off64_t offset, int whence), (file, offset, whence), pathOf(file),
@@ -219,6 +220,20 @@ __attribute__((visibility("default"))) int close(int file)
     const int nResult = finished(pReal(file));
     errno = nErrno;
     return fate == Fate::Fails ? -1 : nResult;
+}
+
+__attribute__((visibility("default"))) ssize_t read(int file, void* data, size_t size)
+{
+    static const auto pReal = real<ssize_t(int, void*, size_t)>("read");
+    const Fate fate = fateOf("read", pathOf(file));
+    if (fate == Fate::Fails) {
+        return -1;
+    }
+    const ssize_t n = finished(pReal(file, data, size));
+    if (fate == Fate::Lies && n > 0) {
+        *static_cast<char*>(data) ^= 1;
+    }
+    return n;
 }
 
 __attribute__((visibility("default"))) ssize_t write(int file, const void* data, size_t size)

@@ -48,7 +48,8 @@ QVector<Error> errors(bool quick)
     const QVector<Error> few { { "ENOSPC", "fail", ENOSPC },
                                { "EIO", "fail", EIO },
                                { "EINTR", "fail", EINTR },
-                               { "short", "short", 0 } };
+                               { "short", "short", 0 },
+                               { "lie", "lie", 0 } };
     const QVector<Error> more { { "EDQUOT", "fail", EDQUOT },
                                 { "EACCES", "fail", EACCES },
                                 { "EROFS", "fail", EROFS },
@@ -96,10 +97,10 @@ QString judgeRecovery(CScene& scene, const Run& run)
         || (again.nStatus != 0 && again.nStatus != 6)) {
         return QStringLiteral("LOST");
     }
-    // What is back may not be on the disk yet: then the status says so.
-    return !bBack                    ? QStringLiteral("back by a second recover")
+    // What is back may not be on the disk yet, or may not be read again: then the status says so.
+    return !bBack                 ? QStringLiteral("back by a second recover")
         : bClaimed || run.bKilled ? QStringLiteral("back")
-                                     : QStringLiteral("back, not durable");
+                                  : QStringLiteral("back, called failed");
 }
 
 bool isLoss(const QString& outcome)
@@ -193,8 +194,11 @@ void hit(CScene& scene, const Subject& subject, const Fault& fault, const QStrin
 
 bool applies(const Error& error, const QString& call)
 {
-    return error.strAction != QLatin1String("short") || call.startsWith("write")
-        || call.startsWith("sendfile");
+    if (error.strAction == QLatin1String("lie")) {
+        return call.startsWith("read ");
+    }
+    return error.strAction != QLatin1String("short") || call.startsWith("write ")
+        || call.startsWith("sendfile ");
 }
 
 int sweepFaults(const Subject& subject, bool quick)

@@ -62,7 +62,8 @@ Recovery carriedOut(Recovery recovery, const QString& live)
         recovery.strError = live + QStringLiteral(": cannot be set aside: ") + file.errorString();
         recovery.strSetAside.clear();
         recovery.result = RecoveryResult::Failed;
-    } else if (!copyFile(recovery.source.strPath, live)) {
+    } else if (!copyFile(recovery.source.strPath, live)
+               || readUserFile(live).state != FileState::Whole) {
         recovery.strError = live + QStringLiteral(": cannot be written");
         recovery.result = RecoveryResult::Failed;
     }
