@@ -54,6 +54,7 @@ void setGeneration(KW::UserConfigInterface& service, int generation)
 void run(const std::vector<std::function<void(int)>>& workers)
 {
     std::vector<std::thread> threads;
+    threads.reserve(workers.size());
     for (const auto& worker : workers) {
         threads.emplace_back([&worker] {
             for (int i = 1; i <= c_nRounds; ++i) {

@@ -121,7 +121,7 @@ void tst_hostile::aGigabyteIsRefusedUnread()
     logcapture::expectErrors(1);
     service().loadSettings();
     QCOMPARE(inspect::readUserFile(livePath()).state, inspect::FileState::Damaged);
-    QVERIFY(peakKilobytes() - nBefore < 100 * 1024);
+    QVERIFY(peakKilobytes() - nBefore < 100L * 1024);
     QVERIFY(readFile(RELIABILITY).contains("| a gigabyte | refused |"));
 }
 
