@@ -48,7 +48,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libindexuser${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libindexuser-dev)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME indexuser-tools)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-    "qtbase5-dev, libboost-thread-dev, liblog4cxx-dev, libfmt-dev")
+    "qtbase5-dev, libboost-thread-dev, liblog4cxx-dev, libfmt-dev, libxml2-dev")
 set(CPACK_COMPONENT_DEV_DEPENDS library)
 set(CPACK_COMPONENT_TOOLS_DEPENDS library)
 include(CPack)

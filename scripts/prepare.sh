@@ -2,9 +2,10 @@
 # shellcheck shell=bash
 
 packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev libfmt-dev
-    libcli11-dev)
+    libcli11-dev libxml2-dev)
 # What the tests need besides: libFuzzer comes with Clang.
-test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev)
+test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev pkg-config dpkg-dev doxygen
+    libxml2-utils clang-format g++-mingw-w64-x86-64-posix)
 
 installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q ' ok installed$'; }
 

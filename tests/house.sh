@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Arrows point down only, and files stay short. Usage: house.sh ROOT
+# Arrows point down only, files stay short and formatted. Usage: house.sh ROOT
 set -euo pipefail
 cd "$1"
 status=0
@@ -19,4 +19,6 @@ forbid src/indexmodel/inspect 'standalone' 'whoever links supplies the siblings'
 long=$(find src tests examples bench fuzz -name '*.cpp' -o -name '*.h' | xargs wc -l |
     awk '$2 != "total" && $1 > 500 { print $2 ": " $1 " lines, at most 500" }')
 [ -z "$long" ] || { echo "$long"; status=1; }
+find src tests examples bench fuzz -name '*.cpp' -o -name '*.h' |
+    xargs clang-format --dry-run -Werror || status=1
 exit $status

@@ -111,6 +111,7 @@ void addStockDefects()
     row(stocks("<Custom type='1'><Other/></Custom>"), "element", Effect::Dropped);
     row(stocks("<!-- mine -->"), "comment", Effect::Dropped);
     row(stocks("text"), "text", Effect::Dropped);
+    row("<CustomStock><Customs/><Customs/></CustomStock>", "schema", Effect::Changed);
 }
 
 void addLayoutDefects()

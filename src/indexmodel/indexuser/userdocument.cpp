@@ -134,9 +134,8 @@ bool isReadable(const QString& text, int position)
 // Most texts have only such characters, and then nothing has to be looked at more closely.
 bool isPlain(const QString& text)
 {
-    return std::all_of(text.begin(), text.end(), [](QChar c) {
-        return c.unicode() - 1U < 0xd800U - 1U;
-    });
+    return std::all_of(text.begin(), text.end(),
+                       [](QChar c) { return c.unicode() - 1U < 0xd800U - 1U; });
 }
 
 QString readableText(const QString& text)

@@ -3,11 +3,13 @@
 #include "inspect/fileformat_p.h"
 #include "inspect/filterline.h"
 #include "inspect/optionvalues.h"
+#include "inspect/schema.h"
 #include "inspect/screens.h"
 
 #include <platform/mvcommon.h>
 
 #include <QMap>
+#include <QSet>
 
 #include <algorithm>
 
@@ -82,6 +84,7 @@ private:
     void checkPlace(const Place& at);
     void checkScreens();
     void checkEncoding();
+    void checkSchema();
 
     QString m_strText;
     CTextPositions m_positions;
@@ -106,6 +109,7 @@ QVector<Finding> CChecker::run()
     checkEncoding();
     walkRoot();
     checkScreens();
+    checkSchema();
     std::stable_sort(m_findings.begin(), m_findings.end(), [](const auto& left, const auto& right) {
         return std::pair(left.position.nLine, left.position.nColumn)
             < std::pair(right.position.nLine, right.position.nColumn);
@@ -396,6 +400,21 @@ void CChecker::checkScreens()
                     .arg(rect.y())
                     .arg(rect.width())
                     .arg(rect.height()));
+        }
+    }
+}
+
+// What stands in a line of which nothing else is known.
+void CChecker::checkSchema()
+{
+    QSet<int> known;
+    for (const Finding& finding : qAsConst(m_findings)) {
+        known.insert(finding.position.nLine);
+    }
+    for (const SchemaError& error : schemaErrors(m_strText.toUtf8())) {
+        if (!known.contains(error.nLine) && !known.contains(0)) {
+            m_findings.append(
+                { { error.nLine, 1 }, "schema", Effect::Changed, m_root.tagName(), error.strText });
         }
     }
 }

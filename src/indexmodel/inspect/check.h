@@ -34,7 +34,8 @@ struct CheckedFile {
 };
 
 /// Reads the file \a path as a load would and tells what that load and the next save would drop,
-/// change or merge. Nothing is handed to the service. Any thread.
+/// change or merge, and where else the file breaks its schema (rule "schema"). Nothing is handed to
+/// the service. Any thread.
 ///
 ///     const inspect::CheckedFile checked = inspect::check(path);
 CheckedFile check(const QString& path);

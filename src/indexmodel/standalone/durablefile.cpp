@@ -123,8 +123,7 @@ public:
 
     bool takePlaceOf(const QByteArray& path)
     {
-        m_bOurs
-            = retried([&] { return std::rename(m_path.constData(), path.constData()); }) != 0;
+        m_bOurs = retried([&] { return std::rename(m_path.constData(), path.constData()); }) != 0;
         return !m_bOurs;
     }
 

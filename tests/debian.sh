@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Makes the Debian packages of a build, unpacks them into a root of their own and runs what is in
+# them there. Usage: debian.sh ROOT BUILD
+set -euo pipefail
+root=$1 build=$2
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+(cd "$scratch" && cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch/packages") \
+    >"$scratch/cpack.log" 2>&1 || { cat "$scratch/cpack.log"; exit 1; }
+cd "$scratch/packages"
+for package in libindexuser0 libindexuser-dev indexuser-tools; do
+    dpkg-deb -x "$package"_*.deb "$scratch/root"
+done
+dpkg-deb -f indexuser-tools_*.deb Depends | grep -q 'libindexuser0'
+dpkg-deb -f libindexuser0_*.deb Depends | grep -q 'libqt5core5a'
+dpkg-deb -f libindexuser-dev_*.deb Depends | grep -q 'qtbase5-dev'
+
+tool=$scratch/root/usr/bin/indexuserctl
+"$tool" --config-dir "$root/examples/user" tour | tail -n 1 | grep -qx 'All came back.'
+"$tool" --version | grep -q '^indexuserctl [0-9]'
+zgrep -q INDEXUSERCTL "$scratch/root/usr/share/man/man1/indexuserctl.1"*
+[ -s "$scratch/root/usr/include/indexuser/indexuser/userconfigfactory.h" ]
+[ -s "$(find "$scratch/root" -name indexuserConfig.cmake)" ]
