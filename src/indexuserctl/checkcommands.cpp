@@ -103,12 +103,11 @@ void printText(const QVector<CheckedPath>& all)
             printLine(each.checked.file.strError);
         }
         for (const inspect::Finding& finding : each.checked.findings) {
-            printLine(
-                QStringLiteral("%1:%2:%3: %4: %5 [%6]")
-                    .arg(each.strPath)
-                    .arg(finding.position.nLine)
-                    .arg(finding.position.nColumn)
-                    .arg(inspect::effectName(finding.effect), finding.strText, finding.strRule));
+            const inspect::TextPosition& at = finding.position;
+            printLine(QStringLiteral("%1:%2:%3: %4: %5 [%6]")
+                          .arg(each.strPath, QString::number(at.nLine), QString::number(at.nColumn),
+                               inspect::effectName(finding.effect), finding.strText,
+                               finding.strRule));
         }
     }
     printLine(fileTable(all).strTitle);

@@ -74,7 +74,8 @@ QStringList templateNames(const TypedLine& line)
     const auto side = line.options.contains("--trade") ? inspect::LayoutSide::Trade
                                                        : inspect::LayoutSide::Quote;
     QStringList names;
-    for (const auto& layout : inspect::templatesOf(inspect::recordsOf(file.document), side)) {
+    const auto templates = inspect::templatesOf(inspect::recordsOf(file.document), side);
+    for (const auto& layout : templates) {
         names.append(layout.strName);
     }
     return names;
@@ -83,7 +84,8 @@ QStringList templateNames(const TypedLine& line)
 QStringList snapshotDates(const TypedLine& line)
 {
     QStringList dates;
-    for (const inspect::Snapshot& snapshot : inspect::snapshots(line.strConfigDir)) {
+    const auto snapshots = inspect::snapshots(line.strConfigDir);
+    for (const inspect::Snapshot& snapshot : snapshots) {
         dates.append(snapshot.date.toString(Qt::ISODate));
     }
     return dates;
@@ -92,8 +94,9 @@ QStringList snapshotDates(const TypedLine& line)
 QStringList sectorCodes(const TypedLine& line)
 {
     QStringList codes;
-    for (const auto& sector :
-         standalone::readSectors(line.strConfigDir + QStringLiteral("/sectors.json")).sectors) {
+    const auto sectors
+        = standalone::readSectors(line.strConfigDir + QStringLiteral("/sectors.json")).sectors;
+    for (const auto& sector : sectors) {
         codes.append(sector.code);
     }
     return codes;
@@ -101,7 +104,11 @@ QStringList sectorCodes(const TypedLine& line)
 
 QStringList assignments()
 {
-    return inspect::optionNames().replaceInStrings(QRegularExpression("$"), "=");
+    QStringList names = inspect::optionNames();
+    for (QString& name : names) {
+        name += '=';
+    }
+    return names;
 }
 
 QStringList wordsOf(const Command& command, const TypedLine& line)

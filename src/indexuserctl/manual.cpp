@@ -24,7 +24,8 @@ void printOptions()
     names.removeDuplicates();
     entry("--config-dir DIR", "the user's directory");
     entry("--log", "all log lines on stderr, not only problems");
-    for (const QString& name : names) {
+    const auto known = names;
+    for (const QString& name : known) {
         const CommandOption& option = commandOption(name);
         entry((option.strName + ' ' + option.strValue).trimmed(), option.strHelp);
     }

@@ -55,7 +55,8 @@ QString cellText(const QJsonValue& value)
         return QString::number(value.toDouble(), 'g', 15);
     case QJsonValue::Array: {
         QStringList parts;
-        for (const auto& each : value.toArray()) {
+        const auto values = value.toArray();
+        for (const auto& each : values) {
             parts.append(cellText(each));
         }
         return parts.join(QStringLiteral(", "));
@@ -77,7 +78,8 @@ QString oneLine(QString cell)
 int displayWidth(const QString& text)
 {
     int nWidth = 0;
-    for (const uint c : text.toUcs4()) {
+    const auto codePoints = text.toUcs4();
+    for (const uint c : codePoints) {
         nWidth += std::max(0, ::wcwidth(static_cast<wchar_t>(c)));
     }
     return nWidth;
@@ -177,8 +179,9 @@ void printLine(const QString& line)
 
 void writeFile(const Request& request, const QString& path, const QByteArray& content)
 {
+    const QString strBytes = QStringLiteral(" (%1 bytes)").arg(content.size());
     if (request.isDryRun()) {
-        printLine(QStringLiteral("would write %1 (%2 bytes)").arg(path).arg(content.size()));
+        printLine("would write " + path + strBytes);
         return;
     }
     QSaveFile file(path);
@@ -189,5 +192,5 @@ void writeFile(const Request& request, const QString& path, const QByteArray& co
         throw CFailure(ExitStatus::InputOutput,
                        QStringLiteral("%1: %2").arg(path, file.errorString()));
     }
-    printLine(QStringLiteral("%1 (%2 bytes)").arg(path).arg(content.size()));
+    printLine(path + strBytes);
 }

@@ -122,7 +122,8 @@ SectorExport exportSector(const QString& sector, const QString& directory,
 ExitStatus listSectors(const Request& request)
 {
     Table table { "sectors", "Sectors", { "code", "name", "stocks" } };
-    for (const standalone::Sector& sector : allSectors()) {
+    const auto sectors = allSectors();
+    for (const standalone::Sector& sector : sectors) {
         table.rows.append({ sector.code, sector.name, sector.constituents.size() });
     }
     print({ table }, request.format);
@@ -133,10 +134,9 @@ ExitStatus exportSectorCommand(const Request& request)
 {
     const SectorExport result
         = exportSector(request.words[0], request.words[1], request.filter, request.mode);
-    printLine(
-        QStringLiteral("%1%2: %3 lines, %4 stocks left out by the filter")
-            .arg(request.isDryRun() ? QStringLiteral("would write ") : QString(), result.strPath)
-            .arg(result.lines.size())
-            .arg(result.nLeftOut));
+    printLine((request.isDryRun() ? "would write " : "") + result.strPath
+              + QStringLiteral(": %1 lines, %2 stocks left out by the filter")
+                    .arg(result.lines.size())
+                    .arg(result.nLeftOut));
     return ExitStatus::Ok;
 }

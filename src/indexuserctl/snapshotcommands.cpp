@@ -73,7 +73,8 @@ ExitStatus listSnapshots(const Request& request)
 {
     const inspect::UserFile live = inspect::readUserFile(inspect::livePath(request.strConfigDir));
     Table table { "snapshots", "Dated copies", { "date", "bytes", "state", "changed since" } };
-    for (const inspect::Snapshot& snapshot : inspect::snapshots(request.strConfigDir)) {
+    const auto snapshots = inspect::snapshots(request.strConfigDir);
+    for (const inspect::Snapshot& snapshot : snapshots) {
         table.rows.append({ snapshot.date.toString(Qt::ISODate), snapshot.nBytes,
                             stateName(snapshot.state), changesSince(snapshot, live) });
     }

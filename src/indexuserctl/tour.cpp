@@ -99,7 +99,8 @@ void addStockList(KW::UserConfigInterface& service)
 
 void printLog(const QString& path)
 {
-    for (const QByteArray& line : contentOf(path).split('\n')) {
+    const auto lines = contentOf(path).split('\n');
+    for (const QByteArray& line : lines) {
         if (!line.isEmpty()) {
             printLine(QStringLiteral("  ") + QString::fromUtf8(line));
         }
@@ -146,7 +147,8 @@ ExitStatus compare(const UserRecords& expected, const UserRecords& found)
 {
     const QVector<inspect::Difference> differences = inspect::differences(expected, found);
     Table table { "compared", "Read back by a new instance", { "part", "state" } };
-    for (const QString& part : shownParts()) {
+    const auto parts = shownParts();
+    for (const QString& part : parts) {
         const bool bDiffers = std::any_of(
             differences.begin(), differences.end(),
             [&](const inspect::Difference& each) { return inspect::partOf(each) == part; });
@@ -180,7 +182,8 @@ void showExport(const QString& directory)
                   .arg(QDir(directory).relativeFilePath(result.strPath))
                   .arg(result.lines.size())
                   .arg(result.nLeftOut));
-    for (const QString& line : result.lines.mid(0, 3)) {
+    const auto lines = result.lines.mid(0, 3);
+    for (const QString& line : lines) {
         printLine(QStringLiteral("  ") + line);
     }
 }

@@ -280,7 +280,8 @@ void CPanelGroupLayoutConfig::load(const TemplateKind& kind, const QDomElement& 
 void CPanelGroupLayoutConfig::importFrom(const TemplateKind& kind, const QDomElement& container)
 {
     QVector<CLayoutTemplate>& templates = this->*kind.pTemplates;
-    for (const CLayoutTemplate& each : readTemplates(container, kind.format)) {
+    const auto imported = readTemplates(container, kind.format);
+    for (const CLayoutTemplate& each : imported) {
         if (findTemplate(templates, each.m_strName) == templates.end()) {
             templates.append(each);
         }

@@ -29,7 +29,8 @@ const std::vector<StockField>& stockFields()
 InstrumentList readList(const QDomElement& custom)
 {
     InstrumentList list;
-    for (const QDomElement& stock : descendants(custom, QStringLiteral("Stock"))) {
+    const auto stocks = descendants(custom, QStringLiteral("Stock"));
+    for (const QDomElement& stock : stocks) {
         const auto pDetail = std::make_shared<CInstrumentDetail>();
         for (const StockField& field : stockFields()) {
             (*pDetail).*field.pField = stock.attribute(field.strAttribute).toStdString();
@@ -69,7 +70,8 @@ void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
         return;
     }
     stocks.clear();
-    for (const QDomElement& custom : descendants(customs, QStringLiteral("Custom"))) {
+    const auto lists = descendants(customs, QStringLiteral("Custom"));
+    for (const QDomElement& custom : lists) {
         const int nType = intAttribute(custom, QStringLiteral("type"));
         if (nType >= 0) {
             stocks.insert(nType, readList(custom));

@@ -7,7 +7,8 @@ namespace KW {
 QVector<CLayoutTemplate> readTemplates(const QDomElement& parent, const TemplateFormat& format)
 {
     QVector<CLayoutTemplate> templates;
-    for (const QDomElement& element : descendants(parent, format.strTemplateTag)) {
+    const auto elements = descendants(parent, format.strTemplateTag);
+    for (const QDomElement& element : elements) {
         CLayoutTemplate layout;
         layout.m_strName = element.attribute(QStringLiteral("name"));
         readWindows(element, format.window, layout.m_windows);

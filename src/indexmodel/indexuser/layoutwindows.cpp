@@ -88,7 +88,8 @@ const WindowFormat& layoutWindowFormat()
 void readWindows(const QDomElement& parent, const WindowFormat& format,
                  QVector<CLayoutWindow>& windows)
 {
-    for (const QDomElement& element : descendants(parent, format.strTag)) {
+    const auto elements = descendants(parent, format.strTag);
+    for (const QDomElement& element : elements) {
         windows.append(readWindow(element, format.navTree));
     }
 }

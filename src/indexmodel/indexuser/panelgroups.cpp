@@ -7,8 +7,10 @@ namespace KW {
 
 void readPanelGroups(const QDomElement& positionLayout, const QString& tag, PanelGroupMap& groups)
 {
-    for (const QDomElement& section : descendants(positionLayout, tag)) {
-        for (const QDomElement& item : descendants(section, QStringLiteral("itemLayout"))) {
+    const auto sections = descendants(positionLayout, tag);
+    for (const QDomElement& section : sections) {
+        const auto items = descendants(section, QStringLiteral("itemLayout"));
+        for (const QDomElement& item : items) {
             CPanelGroupLayoutSetting setting;
             setting.m_strKey = item.attribute(QStringLiteral("key"));
             readWindows(item, layoutWindowFormat(), setting.m_windows);

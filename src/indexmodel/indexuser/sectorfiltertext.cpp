@@ -45,6 +45,7 @@ QString formatGroup(const QString& key, const SectorFilterEntry& entry)
     for (const SectorFilterItem& item : entry.items) {
         elements.append(formatItem(item));
     }
+    // One substitution after the other. clazy:exclude=qstring-arg
     return QStringLiteral("%1=%2").arg(key).arg(elements.join(QLatin1Char(',')));
 }
 
@@ -52,7 +53,8 @@ QString formatGroup(const QString& key, const SectorFilterEntry& entry)
 
 void parseSectorFilters(const QString& line, SectorFilterMap& table)
 {
-    for (const QString& group : line.split(QLatin1Char(':'))) {
+    const QStringList groups = line.split(QLatin1Char(':'));
+    for (const QString& group : groups) {
         const QStringList parts = group.split(QLatin1Char('='));
         if (parts.size() >= 2) {
             const QStringList elements = parts[1].split(QLatin1Char(','));

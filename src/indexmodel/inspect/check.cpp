@@ -411,7 +411,8 @@ void CChecker::checkSchema()
     for (const Finding& finding : qAsConst(m_findings)) {
         known.insert(finding.position.nLine);
     }
-    for (const SchemaError& error : schemaErrors(m_strText.toUtf8())) {
+    const auto errors = schemaErrors(m_strText.toUtf8());
+    for (const SchemaError& error : errors) {
         if (!known.contains(error.nLine) && !known.contains(0)) {
             m_findings.append(
                 { { error.nLine, 1 }, "schema", Effect::Changed, m_root.tagName(), error.strText });

@@ -88,7 +88,8 @@ QString filterLineError(const QString& line)
 
 bool hasFilterFor(const QString& line, const QString& sector)
 {
-    for (const QString& group : line.split(QLatin1Char(':'))) {
+    const auto groups = line.split(QLatin1Char(':'));
+    for (const QString& group : groups) {
         if (keyOf(group) == sector) {
             return true;
         }

@@ -159,7 +159,8 @@ void writeSnapshots(CPage& page, const QString& configDir, const UserRecords& re
 {
     page.heading(QStringLiteral("Dated copies"));
     QVector<QStringList> rows;
-    for (const Snapshot& snapshot : snapshots(configDir)) {
+    const auto copies = snapshots(configDir);
+    for (const Snapshot& snapshot : copies) {
         const UserFile file = readUserFile(snapshot.strPath);
         const bool bWhole = file.state == FileState::Whole;
         rows.append({ snapshot.date.toString(Qt::ISODate), QString::number(snapshot.nBytes),

@@ -34,7 +34,7 @@ QVector<Screen> screensOf(const QVector<Window>& windows)
         }
         screen.nId = window.nScreenId;
     }
-    return screens.values().toVector();
+    return QVector<Screen>(screens.begin(), screens.end());
 }
 
 QVector<Window> windowsOf(const UserRecords& records)

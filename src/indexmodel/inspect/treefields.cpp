@@ -34,7 +34,8 @@ QString identityOf(const QDomNode& node)
 {
     const QDomElement element = node.toElement();
     QString strIdentity;
-    for (const QString& name : identityAttributes(element)) {
+    const auto attributes = identityAttributes(element);
+    for (const QString& name : attributes) {
         strIdentity += element.attribute(name);
     }
     return strIdentity;
@@ -154,7 +155,8 @@ TreeFields fieldsOf(const QDomElement& tree, FieldNames names)
 
 QVector<Difference> differences(const TreeFields& left, const TreeFields& right)
 {
-    QStringList paths = left.keys() + right.keys();
+    QStringList paths = left.keys();
+    paths += right.keys();
     paths.sort();
     paths.removeDuplicates();
     QSet<QString> onlyInOne;

@@ -14,7 +14,7 @@ UserFile readUserFile(const QString& path)
     if (bOpen && file.size() > c_nMaxFileBytes) {
         return { FileState::Damaged,
                  {},
-                 QStringLiteral("%1: larger than %2 bytes").arg(path).arg(c_nMaxFileBytes),
+                 path + QStringLiteral(": larger than %1 bytes").arg(c_nMaxFileBytes),
                  {} };
     }
     const QByteArray bytes = bOpen ? file.readAll() : QByteArray();
@@ -30,7 +30,7 @@ UserFile readUserFile(const QString& path)
     if (!parsed.isValid()) {
         return { FileState::Damaged,
                  {},
-                 QStringLiteral("%1:%2:%3: ").arg(path).arg(parsed.nLine).arg(parsed.nColumn)
+                 path + QStringLiteral(":%1:%2: ").arg(parsed.nLine).arg(parsed.nColumn)
                      + parsed.strError,
                  {} };
     }

@@ -53,7 +53,8 @@ public:
     template <typename T> QVector<T> list(T (*read)(const CValue&)) const
     {
         QVector<T> items;
-        for (const auto& item : expected(QJsonValue::Array).toArray()) {
+        const auto entries = expected(QJsonValue::Array).toArray();
+        for (const auto& item : entries) {
             const QString strPath = QStringLiteral("%1[%2]").arg(m_strPath).arg(items.size());
             items.append(read(CValue(item, strPath, m_strError)));
         }
