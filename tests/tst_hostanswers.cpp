@@ -26,6 +26,7 @@ private Q_SLOTS:
     void progressIsForTerminals();
     void completion_data();
     void completion();
+    void bashCompletesWhatTheToolTells();
     void theManPageTellsWhatHelpTells();
     void theReadmeTellsTheTruth();
 
@@ -236,6 +237,17 @@ void tst_hostanswers::completion()
     QCOMPARE(outcome.nStatus, 0);
     QCOMPARE(outcome.strOut, found);
     QCOMPARE(outcome.strErr, QString());
+}
+
+void tst_hostanswers::bashCompletesWhatTheToolTells()
+{
+    const QString strScript = QStringLiteral("source '%1'; COMP_WORDS=('%2' --config-dir '%3' "
+                                             "template apply 单); COMP_CWORD=5; _indexuserctl; "
+                                             "eval \"printf '%s\\n' ${COMPREPLY[0]}\"")
+                                  .arg(COMPLETION, TOOL, SAMPLE_USER);
+    const Outcome outcome = runProgram("bash", { "-c", strScript });
+    QCOMPARE(outcome.strErr, QString());
+    QCOMPARE(outcome.strOut, QStringLiteral("单屏 \"夜\"\n"));
 }
 
 void tst_hostanswers::theManPageTellsWhatHelpTells()
