@@ -85,6 +85,11 @@ void tst_userrecords::howAValueIsWrittenDoesNotCount()
     QVERIFY(inspect::differences(sample(), sample("<CustomIndex/>", "<!-- empty --><Other/>"))
                 .isEmpty());
     QVERIFY(inspect::differences(sample(), sample("<CustomIndex/>", "")).isEmpty());
+    const auto records = [](const char* pszSections) {
+        return inspect::recordsOf(parsed(QStringLiteral("<r>%1</r>").arg(pszSections)));
+    };
+    QVERIFY(inspect::differences(records("<a x='1'/><b y='1'/>"), records("<b y='1'/><a x='1'/>"))
+                .isEmpty());
 }
 
 void tst_userrecords::differencesHaveTheirPart_data()
