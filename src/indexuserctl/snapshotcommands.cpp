@@ -72,7 +72,7 @@ void printRecovery(const inspect::Recovery& recovery, const Request& request)
 ExitStatus listSnapshots(const Request& request)
 {
     const inspect::UserFile live = inspect::readUserFile(inspect::livePath(request.strConfigDir));
-    Table table { "snapshots", "Dated copies", { "date", "bytes", "state", "changed since" } };
+    Table table { "snapshots", "Dated copies", { "date", "bytes", "state", "changes" } };
     const auto snapshots = inspect::snapshots(request.strConfigDir);
     for (const inspect::Snapshot& snapshot : snapshots) {
         table.rows.append({ snapshot.date.toString(Qt::ISODate), snapshot.nBytes,

@@ -107,12 +107,12 @@ void dismantle(const QDomNode& top)
 
 void cutBelow(QDomNode node, int levels)
 {
-    QDomElement child = node.firstChildElement();
+    QDomNode child = node.firstChild();
     while (!child.isNull()) {
-        const QDomElement next = child.nextSiblingElement();
-        if (levels == 0) {
+        const QDomNode next = child.nextSibling();
+        if (levels == 0 && child.isElement()) {
             dismantle(node.removeChild(child));
-        } else {
+        } else if (child.hasChildNodes()) {
             cutBelow(child, levels - 1);
         }
         child = next;

@@ -142,8 +142,12 @@ bool syncDirectoryOf(const QByteArray& path)
 bool tryReplaceFile(const QByteArray& path, const std::string& content, Sync sync)
 {
     CReplacement replacement(path);
+    if (sync == Sync::Never) {
+        return replacement.write(content) && replacement.finish(sync)
+            && replacement.takePlaceOf(path);
+    }
     return replacement.write(content) && replacement.finish(sync) && replacement.holds(content)
-        && replacement.takePlaceOf(path) && (sync == Sync::Never || syncDirectoryOf(path));
+        && replacement.takePlaceOf(path) && syncDirectoryOf(path);
 }
 
 } // namespace

@@ -8,8 +8,8 @@
 namespace standalone {
 
 enum class Sync {
-    Disk, ///< only once it is on the disk
-    Never, ///< the system may take its time
+    Disk, ///< only once it is on the disk, and reads back as it was written
+    Never, ///< the system may take its time, and nobody looks
 };
 
 /// Puts \a content in the place of the file \a path, whole or not at all. The file is readable by
