@@ -3,6 +3,7 @@
 # them there. Usage: debian.sh ROOT BUILD
 set -euo pipefail
 root=$1 build=$2
+# grep reads to the end here: with -q the program before it could die of a closed pipe.
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
@@ -12,13 +13,13 @@ cd "$scratch/packages"
 for package in libindexuser0 libindexuser-dev indexuser-tools; do
     dpkg-deb -x "$package"_*.deb "$scratch/root"
 done
-dpkg-deb -f indexuser-tools_*.deb Depends | grep -q 'libindexuser0'
-dpkg-deb -f libindexuser0_*.deb Depends | grep -q 'libqt5core5a'
-dpkg-deb -f libindexuser-dev_*.deb Depends | grep -q 'qtbase5-dev'
+dpkg-deb -f indexuser-tools_*.deb Depends | grep >/dev/null 'libindexuser0'
+dpkg-deb -f libindexuser0_*.deb Depends | grep >/dev/null 'libqt5core5a'
+dpkg-deb -f libindexuser-dev_*.deb Depends | grep >/dev/null 'qtbase5-dev'
 
 tool=$scratch/root/usr/bin/indexuserctl
-"$tool" --config-dir "$root/examples/user" tour | tail -n 1 | grep -qx 'All came back.'
-"$tool" --version | grep -q '^indexuserctl [0-9]'
+"$tool" --config-dir "$root/examples/user" tour | tail -n 1 | grep -x >/dev/null 'All came back.'
+"$tool" --version | grep >/dev/null '^indexuserctl [0-9]'
 zgrep -q INDEXUSERCTL "$scratch/root/usr/share/man/man1/indexuserctl.1"*
 [ -s "$scratch/root/usr/include/indexuser/indexuser/userconfigfactory.h" ]
 [ -s "$(find "$scratch/root" -name indexuserConfig.cmake)" ]

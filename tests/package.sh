@@ -3,6 +3,7 @@
 # installed. Usage: package.sh ROOT BUILD
 set -euo pipefail
 root=$1 build=$2
+# grep reads to the end here: with -q the program before it could die of a closed pipe.
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/indexuser
@@ -18,10 +19,10 @@ sed -n '/^## Installing/,/^## [^I]/s/^    //p' "$root/README.md" | grep -v -- --
 grep -qx saved "$scratch/log"
 
 user=$scratch/build/me
-"$prefix/bin/indexuserctl" --config-dir "$user" option get reportRefreshTime | grep -qx 750
+"$prefix/bin/indexuserctl" --config-dir "$user" option get reportRefreshTime | grep -x >/dev/null 750
 # A damaged file comes back from the dated copy of that save.
 echo '<damaged' >"$user/indexUserConfig.xml"
-"$scratch/build/host/host" "$user" | grep -q '^recovered from '
+"$scratch/build/host/host" "$user" | grep >/dev/null '^recovered from '
 
 cmake -S "$root/tests/headers" -B "$scratch/headers" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
     >"$scratch/log"
@@ -33,7 +34,7 @@ flags=$(PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name indexuser.pc)") \
 # shellcheck disable=SC2086
 g++ -std=c++17 -fPIC "$root/examples/minimal/main.cpp" -o "$scratch/minimal" $flags
 LD_LIBRARY_PATH=$(dirname "$(find "$prefix" -name libindexuser.so)") "$scratch/minimal" "$user" |
-    grep -q 早盘
+    grep >/dev/null 早盘
 
 # Strong symbols are the interface: the classes and functions that headers mark, and their tables.
 library=$(find "$prefix" -name libindexuser.so)
@@ -44,7 +45,7 @@ leaked=$(nm -DC --defined-only "$library" | grep -E '^[0-9a-f]+ [TBDR] ' | cut -
     grep -vE '^KW::(parseUserDocument|userDocumentText|optionTable)\(' |
     grep -vF 'utils::CSingletonT<KW::CUserConfigManager>' || true)
 [ -z "$leaked" ] || { echo "exported by mistake:"; echo "$leaked"; exit 1; }
-readelf -d "$library" | grep -q 'SONAME.*libindexuser.so.0'
+readelf -d "$library" | grep >/dev/null 'SONAME.*libindexuser.so.0'
 
 [ -s "$(find "$prefix" -name indexuserctl.1)" ]
 [ -s "$(find "$prefix" -path '*completions/indexuserctl')" ]
