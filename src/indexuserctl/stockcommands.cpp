@@ -3,6 +3,7 @@
 #include "shownuser.h"
 #include "wholefile.h"
 
+#include <inspect/plaintext.h>
 #include <inspect/stockcsv.h>
 
 #include <algorithm>
@@ -48,8 +49,7 @@ StockList::iterator find(StockList& list, const Request& request)
 void requirePlainText(const QStringList& words)
 {
     for (const QString& word : words) {
-        if (std::any_of(word.begin(), word.end(),
-                        [](QChar c) { return c.category() == QChar::Other_Control; })) {
+        if (inspect::hasControlCharacter(word)) {
             throw CFailure(ExitStatus::Usage, "a word holds a control character");
         }
     }

@@ -1,6 +1,7 @@
 #include "inspect/optionvalues.h"
 
 #include "inspect/closest.h"
+#include "inspect/plaintext.h"
 
 #include <algorithm>
 
@@ -18,11 +19,6 @@ QString textOf(const QString& value)
 QString textOf(int value)
 {
     return QString::number(value);
-}
-
-bool isControl(QChar c)
-{
-    return c.category() == QChar::Other_Control;
 }
 
 class COptionSetter {
@@ -56,7 +52,7 @@ public:
 
     QString operator()(QString Options::*pField) const
     {
-        if (std::any_of(m_strValue.begin(), m_strValue.end(), isControl)) {
+        if (hasControlCharacter(m_strValue)) {
             return QStringLiteral("the text holds a control character");
         }
         m_options.*pField = m_strValue;

@@ -1,5 +1,7 @@
 #include "inspect/stockcsv.h"
 
+#include "inspect/plaintext.h"
+
 #include <QStringList>
 #include <QTextCodec>
 
@@ -116,8 +118,7 @@ QString fieldError(const QStringList& fields)
         return QStringLiteral("'%1' is no list: a whole number from 0 on").arg(fields[0]);
     }
     for (const QString& field : fields) {
-        if (std::any_of(field.begin(), field.end(),
-                        [](QChar c) { return c.category() == QChar::Other_Control; })) {
+        if (hasControlCharacter(field)) {
             return QStringLiteral("a field holds a control character");
         }
     }
