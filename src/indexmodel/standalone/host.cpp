@@ -4,13 +4,12 @@
 #include "platform/environment.h"
 #include "standalone/foreignsections_p.h"
 #include "standalone/instruments_p.h"
+#include "standalone/logfile_p.h"
 
 #include <QFile>
 #include <QStandardPaths>
 
 #include <log4cxx/consoleappender.h>
-#include <log4cxx/fileappender.h>
-#include <log4cxx/helpers/transcoder.h>
 #include <log4cxx/level.h>
 #include <log4cxx/patternlayout.h>
 
@@ -78,16 +77,12 @@ void logToStderr(LogLines lines)
 
 bool logToFile(const QString& path)
 {
-    // log4cxx reports a file that it cannot open on the console only.
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)
-        || !file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)) {
+    auto pFile = std::make_unique<QFile>(path);
+    if (!pFile->open(QIODevice::WriteOnly | QIODevice::Append)
+        || !pFile->setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)) {
         return false;
     }
-    log4cxx::LogString strPath;
-    log4cxx::helpers::Transcoder::decodeUTF8(path.toStdString(), strPath);
-    logTo(std::make_shared<log4cxx::FileAppender>(lineLayout(), strPath, true),
-          log4cxx::Level::getInfo());
+    logTo(std::make_shared<CLogFile>(lineLayout(), std::move(pFile)), log4cxx::Level::getInfo());
     return true;
 }
 
