@@ -1,47 +1,95 @@
-# Sourced by ./run and ./test: what a bare Debian 12 machine needs, and quiet builds.
+# Sourced by ./run, ./test and their like: what a bare Debian 12 machine needs, and builds that tell
+# how far they are.
 # shellcheck shell=bash
 
+# What the program and the libraries need.
 packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev libfmt-dev
     libcli11-dev libxml2-dev)
 # What the tests need besides: libFuzzer comes with Clang.
-test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev pkg-config dpkg-dev doxygen
+test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev pkg-config dpkg-dev file doxygen
     libxml2-utils clang-format g++-mingw-w64-x86-64-posix)
 
-installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q ' ok installed$'; }
+fail() {
+    echo "$*" >&2
+    exit 1
+}
 
 as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 
-# Installs those of the given packages that are missing.
-need() {
-    local missing=() package
-    for package in "$@"; do
-        installed "$package" || missing+=("$package")
-    done
-    [ ${#missing[@]} -gt 0 ] || return 0
-    echo "Installing ${missing[*]}" >&2
-    quietly as_root apt-get update -q
-    quietly as_root env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -q -y --no-install-recommends "${missing[@]}"
+# missing PACKAGE...: those that are not installed.
+missing() {
+    local there
+    # It fails when one is unknown, and then still tells of the others.
+    there=$(dpkg-query -W -f='${Package} ${db:Status-Status}\n' "$@" 2>/dev/null) || true
+    printf '%s installed\n' "$@" | grep -Fvx -e "$there" | cut -d' ' -f1 || true
 }
 
-# Runs a command and shows what it said only if it failed.
-quietly() {
-    local log status=0
-    log=$(mktemp)
-    "$@" >"$log" 2>&1 </dev/null || status=$?
+# Installs those of the given packages that are missing.
+need() {
+    local absent by_hand
+    mapfile -t absent < <(missing "$@")
+    [ ${#absent[@]} -gt 0 ] || return 0
+    by_hand="These packages are missing, and root can install them: apt-get install ${absent[*]}"
+    [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null || fail "$by_hand"
+    echo "Installing ${absent[*]}" >&2
+    watched Installing packages as_root apt-get update -q &&
+        watched Installing packages as_root env DEBIAN_FRONTEND=noninteractive apt-get install \
+            -q -y --no-install-recommends -o APT::Status-Fd=1 "${absent[@]}" || fail "$by_hand"
+}
+
+# watched LABEL LOG COMMAND...: tells how far COMMAND is, and shows what it said only if it failed.
+watched() {
+    local label=$1 log=$root/build/$2.log status=0
+    shift 2
+    mkdir -p "$root/build" && : 2>/dev/null >"$log" ||
+        fail "$root/build cannot be written: remove it, or run this as its owner"
+    "$@" 2>&1 </dev/null | tell "$label" "$log" || status=$?
     [ $status -eq 0 ] || { echo "Failed: $*" >&2; tail -n 60 "$log" >&2; }
-    rm -f "$log"
     return $status
 }
 
-# build PRESET [cmake --build arguments]
+# tell LABEL LOG: keeps what it reads, and says how many steps are done: on a terminal in one line
+# that moves, otherwise every 20 s.
+tell() {
+    local label=$1 began=$SECONDS told=$SECONDS steps='' line log
+    exec {log}>"$2"
+    while IFS= read -r -t 1 line || [ $? -gt 128 ]; do
+        printf '%s\n' "$line" >&"$log"
+        # The steps of ninja, or the share of a download or an installation.
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            steps="${BASH_REMATCH[1]} of ${BASH_REMATCH[2]} steps"
+        elif [[ $line =~ ^(dl|pm)status:[^:]*:([0-9]+) ]]; then
+            steps="${BASH_REMATCH[2]} %"
+        fi
+        if [ -n "$steps" ] && { [ -t 2 ] || ((SECONDS - told >= 20)); }; then
+            told=$SECONDS
+            say "$label: $steps, $(clock $((SECONDS - began)))"
+        fi
+    done
+    [ ! -t 2 ] || [ -z "$steps" ] || echo >&2
+}
+
+say() { if [ -t 2 ]; then printf '\r%s\e[K' "$1" >&2; else echo "$1" >&2; fi; }
+
+clock() { printf '%d:%02d' $(($1 / 60)) $(($1 % 60)); }
+
+# Whether PRESET has been configured here, by what the presets say now.
+is_configured() {
+    local mark=$root/build/$1/.configured
+    [ -e "$mark" ] && [ "$(<"$mark")" = "$root" ] && [ ! "$root/CMakePresets.json" -nt "$mark" ]
+}
+
+# A build directory of another version, or of another place, is begun anew.
+configure() {
+    echo "Configuring $1" >&2
+    watched "Configuring $1" "$1" env -C "$root" cmake --fresh --preset "$1" &&
+        echo "$root" >"$root/build/$1/.configured"
+}
+
+# build PRESET [TARGET...]
 build() {
     local preset=$1
     shift
-    [ -e "$root/build/$preset/build.ninja" ] || echo "Configuring $preset" >&2
-    quietly env -C "$root" cmake --preset "$preset"
-    if ! ninja -C "$root/build/$preset" -n "${@:-all}" | grep -q 'no work to do'; then
-        echo "Building $preset" >&2
-        quietly ninja -C "$root/build/$preset" "${@:-all}"
-    fi
+    is_configured "$preset" || configure "$preset"
+    watched "Building $preset" "$preset" ninja -C "$root/build/$preset" "$@"
 }
