@@ -4,10 +4,10 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/indexuser)
 
-install(TARGETS indexuser standalone EXPORT indexuserTargets
+install(TARGETS indexuser indexuser_standalone EXPORT indexuserTargets
     LIBRARY COMPONENT library NAMELINK_COMPONENT dev)
-install(TARGETS inspect EXPORT indexuserTargets ARCHIVE COMPONENT dev)
-install(TARGETS platform EXPORT indexuserTargets)
+install(TARGETS indexuser_inspect EXPORT indexuserTargets ARCHIVE COMPONENT dev)
+install(TARGETS indexuser_platform EXPORT indexuserTargets)
 install(EXPORT indexuserTargets
     NAMESPACE indexuser:: DESTINATION ${package_dir} COMPONENT dev)
 
