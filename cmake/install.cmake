@@ -4,35 +4,58 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/indexuser)
 
-install(TARGETS indexuser indexuser_standalone EXPORT indexuserTargets
+# One export a component of find_package(), named after it: what is there can be found.
+install(TARGETS indexuser indexuser_platform EXPORT indexuserTargets
+    LIBRARY COMPONENT library NAMELINK_COMPONENT dev
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/indexuser)
+install(TARGETS indexuser_standalone EXPORT standaloneTargets
     LIBRARY COMPONENT library NAMELINK_COMPONENT dev)
-install(TARGETS indexuser_inspect EXPORT indexuserTargets ARCHIVE COMPONENT dev)
-install(TARGETS indexuser_platform EXPORT indexuserTargets)
-install(EXPORT indexuserTargets
-    NAMESPACE indexuser:: DESTINATION ${package_dir} COMPONENT dev)
+set(components indexuser standalone)
+set(modules platform indexuser standalone)
 
-foreach(module indexuser platform standalone inspect)
+if(INDEXUSER_INSPECT)
+    install(TARGETS indexuser_inspect EXPORT inspectTargets ARCHIVE COMPONENT dev)
+    list(APPEND components inspect)
+    list(APPEND modules inspect)
+endif()
+
+foreach(component ${components})
+    install(EXPORT ${component}Targets
+        NAMESPACE indexuser:: DESTINATION ${package_dir} COMPONENT dev)
+endforeach()
+foreach(module ${modules})
     install(DIRECTORY src/indexmodel/${module}
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/indexuser COMPONENT dev
         FILES_MATCHING PATTERN *.h PATTERN *_p.h EXCLUDE)
 endforeach()
 
-configure_package_config_file(cmake/indexuserConfig.cmake.in
-    ${CMAKE_BINARY_DIR}/indexuserConfig.cmake INSTALL_DESTINATION ${package_dir})
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/indexuserConfigVersion.cmake
-    COMPATIBILITY SameMinorVersion)
-install(FILES ${CMAKE_BINARY_DIR}/indexuserConfig.cmake
-    ${CMAKE_BINARY_DIR}/indexuserConfigVersion.cmake DESTINATION ${package_dir} COMPONENT dev)
-configure_file(cmake/indexuser.pc.in ${CMAKE_BINARY_DIR}/indexuser.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/indexuser.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+if(INDEXUSER_TOOLS)
+    file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(indexuserctl PROPERTIES INSTALL_RPATH $ORIGIN/${bin_to_lib})
+    install(TARGETS indexuserctl EXPORT toolsTargets RUNTIME COMPONENT tools)
+    install(EXPORT toolsTargets
+        NAMESPACE indexuser:: DESTINATION ${package_dir} COMPONENT tools)
+    install(FILES ${PROJECT_BINARY_DIR}/indexuserctl.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+    install(FILES src/indexuserctl/indexuserctl.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME indexuserctl
+        COMPONENT tools)
+endif()
 
-install(TARGETS indexuserctl RUNTIME COMPONENT tools)
-install(FILES ${CMAKE_BINARY_DIR}/indexuserctl.1
-    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-install(FILES src/indexuserctl/indexuserctl.bash
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME indexuserctl
-    COMPONENT tools)
+configure_package_config_file(cmake/indexuserConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/indexuserConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/indexuserConfigVersion.cmake
+    COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/indexuserConfig.cmake
+    ${PROJECT_BINARY_DIR}/indexuserConfigVersion.cmake DESTINATION ${package_dir} COMPONENT dev)
+
+# From the file itself, so that an installation may be staged or moved.
+set(pc_dir ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH pc_prefix ${pc_dir} ${CMAKE_INSTALL_PREFIX})
+file(RELATIVE_PATH pc_includedir ${pc_dir} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+configure_file(cmake/indexuser.pc.in ${PROJECT_BINARY_DIR}/indexuser.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/indexuser.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME indexuser)
@@ -41,7 +64,10 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "User configuration of a quote client")
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_COMPONENTS_ALL library dev tools)
+set(CPACK_COMPONENTS_ALL library dev)
+if(INDEXUSER_TOOLS)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libindexuser${PROJECT_VERSION_MAJOR})

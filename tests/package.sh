@@ -28,14 +28,6 @@ cmake -S "$root/tests/headers" -B "$scratch/headers" -G Ninja -DCMAKE_PREFIX_PAT
     >"$scratch/log"
 ninja -C "$scratch/headers" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
 
-# pkg-config serves those who do not use CMake.
-flags=$(PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name indexuser.pc)") \
-    pkg-config --cflags --libs indexuser)
-# shellcheck disable=SC2086
-g++ -std=c++17 -fPIC "$root/examples/minimal/main.cpp" -o "$scratch/minimal" $flags
-LD_LIBRARY_PATH=$(dirname "$(find "$prefix" -name libindexuser.so)") "$scratch/minimal" "$user" |
-    grep >/dev/null 早盘
-
 # Strong symbols are the interface: the classes and functions that headers mark, and their tables.
 library=$(find "$prefix" -name libindexuser.so)
 classes='UserConfigInterface|CUserConfigManager|UserConfigFactory|CPanelGroupLayoutConfig'
