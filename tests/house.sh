@@ -20,7 +20,8 @@ long=$(find src tests examples bench fuzz -name '*.cpp' -o -name '*.h' | xargs w
     awk '$2 != "total" && $1 > 500 { print $2 ": " $1 " lines, at most 500" }')
 [ -z "$long" ] || { echo "$long"; status=1; }
 # From the line of its name to its last; what is all capitals is a macro.
-functions=$(ctags -x --languages=C++ --c++-kinds=f --_xformat='%F %n %e %N' -R src tests examples bench fuzz)
+functions=$(ctags -x --languages=C++ --c++-kinds=f --_xformat='%F %n %e %N' \
+    -R src tests examples bench fuzz)
 [ "$(wc -l <<<"$functions")" -gt 500 ]
 long=$(awk '$3 - $2 >= 40 && $4 !~ /^[A-Z_0-9]+$/ {
     print $1 ":" $2 ": " $4 " has " $3 - $2 + 1 " lines, at most 40" }' <<<"$functions")

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # A compiler launcher: takes the object that another build of these sources has, else compiles.
-# Directories change how a build links and installs, not its objects. Usage: reuse.sh BUILD COMMAND...
+# Directories change how a build links and installs, not its objects.
+# Usage: reuse.sh BUILD COMMAND...
 set -euo pipefail
 build=$1
 shift
