@@ -12,11 +12,12 @@ prefix=$scratch/indexuser
 cp -r "$root/examples" "$root/docs" "$scratch"
 mkdir "$scratch/build"
 ln -s "$build" "$scratch/build/release"
-sed -n '/^## Installing/,/^## [^I]/s/^    //p' "$root/README.md" | grep -v -- --preset >"$scratch/commands"
-[ "$(wc -l <"$scratch/commands")" -ge 6 ]
+sed -n '/^## Installing/,/^## [^I]/s/^    //p' "$root/README.md" | grep -v '^\./run' >"$scratch/commands"
+[ "$(wc -l <"$scratch/commands")" -ge 7 ]
 (cd "$scratch" && HOME=$scratch bash -euo pipefail commands) >"$scratch/log" 2>&1 ||
     { cat "$scratch/log"; exit 1; }
 grep -qx saved "$scratch/log"
+grep -qx "1 files: 1 in order, 0 with findings, 0 damaged, 0 unreadable" "$scratch/log"
 
 user=$scratch/build/me
 "$prefix/bin/indexuserctl" --config-dir "$user" option get reportRefreshTime | grep -x >/dev/null 750
