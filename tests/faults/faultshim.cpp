@@ -4,7 +4,7 @@
 //     FAULT_ROOT    calls on paths below it count, others do not
 //     FAULT_ARMED   1: from the start; otherwise from fault_arm(1) to fault_arm(0)
 //     FAULT_AT      the call that is hit, from 1; 0 hits none
-//     FAULT_ACTION  fail, short, lie (a byte is read wrong), kill or killafter
+//     FAULT_ACTION  fail, short, lie (a byte is read or written wrong), kill or killafter
 //     FAULT_ERRNO   what a failing call answers
 //     FAULT_ON      1: the calls after that one are hit as well
 //     FAULT_LOG     a file that gets a line a call: number, name, path
@@ -240,6 +240,11 @@ __attribute__((visibility("default"))) ssize_t write(int file, const void* data,
 {
     static const auto pReal = real<ssize_t(int, const void*, size_t)>("write");
     const Fate fate = fateOf("write", pathOf(file));
+    if (fate == Fate::Lies && size > 0) {
+        std::string strWrong(static_cast<const char*>(data), size);
+        strWrong[size / 2] ^= 1;
+        return finished(pReal(file, strWrong.data(), size));
+    }
     return fate == Fate::Fails ? -1 : finished(pReal(file, data, allowed(fate, size)));
 }
 

@@ -1,30 +1,50 @@
 #include "scene.h"
 
-#include <inspect/userrecords.h>
-
 #include <QDate>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QXmlStreamReader>
 
 namespace {
 
 constexpr char c_szDamaged[] = "<ICUserConfigFile><damaged";
 
-QByteArray generation(int number)
-{
-    QFile sample(QStringLiteral(SAMPLE_USER "/indexUserConfig.xml"));
-    if (!sample.open(QIODevice::ReadOnly)) {
-        qFatal("%s", qPrintable(sample.errorString()));
-    }
-    return sample.readAll().replace("reportRefreshTime=\"500\"",
-                                    "reportRefreshTime=\"" + QByteArray::number(number) + '"');
-}
-
 QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString elementLine(const QXmlStreamReader& reader)
+{
+    QStringList attributes;
+    for (const QXmlStreamAttribute& attribute : reader.attributes()) {
+        attributes.append(QStringLiteral(" %1=\"%2\"")
+                              .arg(attribute.qualifiedName(), attribute.value().toString()));
+    }
+    attributes.sort();
+    return reader.qualifiedName() + attributes.join(QString());
+}
+
+// All that a document says, in order, by another reader than the one under test; nothing when it is
+// not well-formed. Blanks between elements and the order of attributes say nothing.
+QStringList statementsOf(const QByteArray& xml)
+{
+    QStringList statements;
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isStartElement()) {
+            statements.append(elementLine(reader));
+        } else if (reader.isEndElement()) {
+            statements.append(QStringLiteral("/"));
+        } else if (!reader.text().trimmed().isEmpty()) {
+            statements.append(reader.text().toString());
+        }
+    }
+    return reader.hasError() ? QStringList() : statements;
 }
 
 } // namespace
@@ -47,6 +67,16 @@ QString CScene::datedPath() const
                                 + QDate::currentDate().toString(QStringLiteral("yyyyMMdd")));
 }
 
+QByteArray CScene::generation(int number)
+{
+    const QByteArray option = "reportRefreshTime=\"500\"";
+    QByteArray sample = contentOf(QStringLiteral(SAMPLE_USER "/indexUserConfig.xml"));
+    if (sample.count(option) != 1) {
+        qFatal("the sample user is another one");
+    }
+    return sample.replace(option, "reportRefreshTime=\"" + QByteArray::number(number) + '"');
+}
+
 void CScene::beforeSave()
 {
     clear();
@@ -64,6 +94,13 @@ void CScene::beforeRecovery()
 Run CScene::save(const Fault& fault)
 {
     return run(QStringLiteral(SAVEDRIVER), { m_directory.path(), "2", "1" }, fault, "0");
+}
+
+Run CScene::edit(const Fault& fault)
+{
+    return run(QStringLiteral(TOOL),
+               { "--config-dir", m_directory.path(), "option", "set", "reportRefreshTime=2" },
+               fault, "1");
 }
 
 Run CScene::recover(const Fault& fault)
@@ -84,10 +121,13 @@ QStringList CScene::calls() const
 
 int CScene::generationOf(const QString& path)
 {
-    const inspect::UserFile file = inspect::readUserFile(path);
-    return file.state == inspect::FileState::Whole
-        ? inspect::recordsOf(file.document).options.reportRefreshTime
-        : 0;
+    static const QRegularExpression s_number(QStringLiteral("reportRefreshTime=\"([0-9]+)\""));
+    const QStringList statements = statementsOf(contentOf(path));
+    if (statements.isEmpty()) {
+        return 0;
+    }
+    const int nNumber = s_number.match(statements.join(QString())).captured(1).toInt();
+    return statements == statementsOf(generation(nNumber)) ? nNumber : c_nNobodys;
 }
 
 bool CScene::damagedIsKept() const
@@ -122,10 +162,11 @@ Run CScene::run(const QString& program, const QStringList& arguments, const Faul
                qPrintable(fault.strAction), fault.nErrno);
     }
     return { process.exitStatus() == QProcess::CrashExit, process.exitCode(),
+             QString::fromUtf8(process.readAllStandardOutput()),
              QString::fromUtf8(process.readAllStandardError()) };
 }
 
-void CScene::write(const QString& path, const QByteArray& content) const
+void CScene::write(const QString& path, const QByteArray& content)
 {
     QFile file(path);
     if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly)

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <inspect/recovery.h>
-
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -10,6 +9,7 @@
 struct Run {
     bool bKilled = false;
     int nStatus = 0;
+    QString strOut;
     QString strErr;
 };
 
@@ -21,7 +21,8 @@ struct Fault {
     bool bOn = false; ///< from that call on
 };
 
-/// A user's directory in which saves and recoveries are broken.
+/// A user's directory in which saves and recoveries are broken. A generation is the sample user
+/// with one option at that value.
 class CScene {
 public:
     CScene();
@@ -36,21 +37,29 @@ public:
 
     /// Saves generation 2 under \a fault.
     Run save(const Fault& fault);
+    /// Makes generation 2 by the host's option set under \a fault.
+    Run edit(const Fault& fault);
     /// Runs the host's recover under \a fault.
     Run recover(const Fault& fault);
+
+    static void write(const QString& path, const QByteArray& content);
 
     /// The calls of the last run below the directory: name and path.
     QStringList calls() const;
 
-    /// The generation that a file holds; 0 when it is not a whole user file.
+    /// The file of a generation, as somebody wrote it by hand.
+    static QByteArray generation(int number);
+    /// The generation that a file holds, all of it: 0 when it is missing or not well-formed,
+    /// c_nNobodys when it says anything else than the file of a generation. No code of the library
+    /// reads it.
     static int generationOf(const QString& path);
+    static constexpr int c_nNobodys = -1;
     /// Whether the damaged file is still somewhere.
     bool damagedIsKept() const;
 
 private:
     Run run(const QString& program, const QStringList& arguments, const Fault& fault,
             const char* pszArmed);
-    void write(const QString& path, const QByteArray& content) const;
     void clear();
 
     QTemporaryDir m_directory;

@@ -60,29 +60,44 @@ QVector<Error> errors(bool quick)
 // What is left after a run, in a word; words in capitals are losses.
 using Judge = std::function<QString(CScene& scene, const Run& run)>;
 
-QString judgeSave(CScene& scene, const Run& run)
+// What was claimed, and whether a failure was told.
+QString judgeDocuments(CScene& scene, bool claimed, bool told)
 {
     const int nLive = CScene::generationOf(scene.livePath());
     const int nDated = CScene::generationOf(scene.datedPath());
-    const bool bClaimed = run.strErr.contains("save success");
-    if (nLive != 2 && bClaimed) {
+    if (nLive < 0 || nDated < 0) {
+        return QStringLiteral("CHANGED");
+    }
+    if (nLive != 2 && claimed) {
         return QStringLiteral("FALSE CLAIM");
     }
-    if (nLive != 2 && !run.bKilled && !run.strErr.contains("fail")) {
-        return QStringLiteral("NOT LOGGED");
+    if (nLive != 2 && !told) {
+        return QStringLiteral("NOT TOLD");
     }
     if (nLive == 0 && nDated == 0) {
         return QStringLiteral("LOST");
     }
     const Run recovery = scene.recover({});
     const int nAfter = CScene::generationOf(scene.livePath());
-    if ((recovery.nStatus != 0 && recovery.nStatus != 6) || nAfter == 0) {
+    if ((recovery.nStatus != 0 && recovery.nStatus != 6) || nAfter <= 0) {
         return QStringLiteral("NOT RECOVERED");
     }
     return nLive == 2 ? QStringLiteral("new")
         : nLive == 1  ? QStringLiteral("old")
         : nAfter == 2 ? QStringLiteral("new by recover")
                       : QStringLiteral("old by recover");
+}
+
+QString judgeSave(CScene& scene, const Run& run)
+{
+    return judgeDocuments(scene, run.strErr.contains("save success"),
+                          run.bKilled || run.strErr.contains("fail"));
+}
+
+QString judgeEdit(CScene& scene, const Run& run)
+{
+    return judgeDocuments(scene, run.strOut.contains("\nsaved "),
+                          run.bKilled || (run.nStatus != 0 && !run.strErr.isEmpty()));
 }
 
 QString judgeRecovery(CScene& scene, const Run& run)
@@ -164,6 +179,7 @@ struct Subject {
 QVector<Subject> subjects()
 {
     return { { "Save", &CScene::beforeSave, &CScene::save, judgeSave },
+             { "Edit", &CScene::beforeSave, &CScene::edit, judgeEdit },
              { "Recovery", &CScene::beforeRecovery, &CScene::recover, judgeRecovery } };
 }
 
@@ -195,7 +211,7 @@ void hit(CScene& scene, const Subject& subject, const Fault& fault, const QStrin
 bool applies(const Error& error, const QString& call)
 {
     if (error.strAction == QLatin1String("lie")) {
-        return call.startsWith("read ");
+        return call.startsWith("read ") || call.startsWith("write ");
     }
     return error.strAction != QLatin1String("short") || call.startsWith("write ")
         || call.startsWith("sendfile ");
@@ -275,11 +291,11 @@ int sweepRandom(int count, quint32 seed, int done)
         nFinished
             = killedAfter(strDirectory, nFinished + 1, random.bounded(c_nLongestMicroseconds));
         nSaves += nFinished - nBefore;
-        const int nBest = std::max(CScene::generationOf(scene.livePath()),
-                                   CScene::generationOf(scene.datedPath()));
-        if (nBest < nFinished) {
-            QTextStream(stderr) << "LOST: kill " << i << ", generation " << nBest << " instead of "
-                                << nFinished << '\n';
+        const int nLive = CScene::generationOf(scene.livePath());
+        const int nDated = CScene::generationOf(scene.datedPath());
+        if (std::min(nLive, nDated) < 0 || std::max(nLive, nDated) < nFinished) {
+            QTextStream(stderr) << "LOST: kill " << i << ", generations " << nLive << " and "
+                                << nDated << " instead of " << nFinished << '\n';
             ++nLost;
             scene.beforeSave();
             nFinished = 1;

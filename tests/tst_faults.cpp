@@ -1,0 +1,132 @@
+#include "faults/scene.h"
+
+#include <QtTest>
+
+// What the runs with faults stand on: who looks at the documents that they leave behind; and a disk
+// that says it has written what it has not.
+class tst_faults : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aGenerationIsKnownByAllThatItSays_data();
+    void aGenerationIsKnownByAllThatItSays();
+    void aMissingFileIsNoGeneration();
+    void aWrongByteOnTheDiskIsNotSaved_data();
+    void aWrongByteOnTheDiskIsNotSaved();
+    void anEditThatLeavesNoLiveFileSaysSo();
+    void anEditOfWhatTheServiceCannotReadChangesNothing();
+
+private:
+    CScene m_scene;
+};
+
+void tst_faults::aGenerationIsKnownByAllThatItSays_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QString>("replacement");
+    QTest::addColumn<int>("generation");
+    QTest::newRow("as it is") << "$^"
+                              << "" << 1;
+    QTest::newRow("blanks between elements") << ">\\s+<"
+                                             << "><" << 1;
+    QTest::newRow("attributes in another order") << "screen_id=(\\S+) is_main=(\\S+)"
+                                                 << "is_main=\\2 screen_id=\\1" << 1;
+    QTest::newRow("another generation") << "reportRefreshTime=\"1\""
+                                        << "reportRefreshTime=\"7\"" << 7;
+    QTest::newRow("an attribute is gone") << " navtree=\"首页/行情\""
+                                          << "" << CScene::c_nNobodys;
+    QTest::newRow("the option is gone") << " reportRefreshTime=\"1\""
+                                        << "" << CScene::c_nNobodys;
+    QTest::newRow("a letter is another") << "watchlist"
+                                         << "watchmist" << CScene::c_nNobodys;
+    QTest::newRow("a section is gone") << "<DefaultLayout>[\\s\\S]*</DefaultLayout>"
+                                       << "" << CScene::c_nNobodys;
+    QTest::newRow("something more") << "</ICUserConfigFile>"
+                                    << "<more/></ICUserConfigFile>" << CScene::c_nNobodys;
+    QTest::newRow("cut off") << "</ICUserConfigFile>"
+                             << "" << 0;
+}
+
+void tst_faults::aGenerationIsKnownByAllThatItSays()
+{
+    QFETCH(QString, pattern);
+    QFETCH(QString, replacement);
+    QFETCH(int, generation);
+    QString strText = QString::fromUtf8(CScene::generation(1));
+    strText.replace(QRegularExpression(pattern), replacement);
+    QVERIFY(pattern == "$^" || strText.toUtf8() != CScene::generation(1));
+    m_scene.beforeSave();
+    CScene::write(m_scene.livePath(), strText.toUtf8());
+    QCOMPARE(CScene::generationOf(m_scene.livePath()), generation);
+}
+
+void tst_faults::aMissingFileIsNoGeneration()
+{
+    QCOMPARE(CScene::generationOf(m_scene.livePath() + ".missing"), 0);
+}
+
+void tst_faults::aWrongByteOnTheDiskIsNotSaved_data()
+{
+    QTest::addColumn<bool>("always");
+    QTest::addColumn<QString>("told");
+    // The retry writes the dated copy again and leaves the live file alone, well or badly.
+    QTest::newRow("once") << false << "force write file success";
+    QTest::newRow("always") << true << "force write file fail";
+}
+
+void tst_faults::aWrongByteOnTheDiskIsNotSaved()
+{
+    QFETCH(bool, always);
+    QFETCH(QString, told);
+    m_scene.beforeSave();
+    m_scene.save({});
+    const QString strTemp = QFileInfo(m_scene.datedPath()).path();
+    const int nWrite = 1
+        + m_scene.calls().indexOf(
+            QRegularExpression("^write " + QRegularExpression::escape(strTemp) + "/.*"));
+    QVERIFY(nWrite > 0);
+    m_scene.beforeSave();
+    const Run run = m_scene.save({ nWrite, "lie", 0, always });
+    QVERIFY2(!run.strErr.contains("save success") && run.strErr.contains("reads back differently")
+                 && run.strErr.contains(told),
+             qPrintable(run.strErr));
+    QCOMPARE(CScene::generationOf(m_scene.livePath()), 1);
+    QCOMPARE(CScene::generationOf(m_scene.datedPath()), always ? 1 : 2);
+}
+
+// The copy to the live name fails after the old file was removed.
+void tst_faults::anEditThatLeavesNoLiveFileSaysSo()
+{
+    m_scene.beforeSave();
+    m_scene.edit({});
+    const int nLink = 1 + m_scene.calls().indexOf("linkat " + m_scene.livePath());
+    QVERIFY(nLink > 0);
+    m_scene.beforeSave();
+    const Run run = m_scene.edit({ nLink, "fail", EIO, false });
+    QCOMPARE(run.nStatus, 3);
+    QVERIFY2(run.strErr.contains("the save failed: ") && run.strErr.contains("'recover'")
+                 && !run.strErr.contains("does not hold the change"),
+             qPrintable(run.strErr));
+    QVERIFY2(!run.strOut.contains("saved"), qPrintable(run.strOut));
+    QCOMPARE(CScene::generationOf(m_scene.livePath()), 0);
+    QCOMPARE(CScene::generationOf(m_scene.datedPath()), 2);
+}
+
+// The host reads the file first, then the service does.
+void tst_faults::anEditOfWhatTheServiceCannotReadChangesNothing()
+{
+    m_scene.beforeSave();
+    m_scene.edit({});
+    const QString strOpen = "open64 " + m_scene.livePath();
+    const int nSecond = 1 + m_scene.calls().indexOf(strOpen, 1 + m_scene.calls().indexOf(strOpen));
+    QVERIFY(nSecond > 1);
+    m_scene.beforeSave();
+    const Run run = m_scene.edit({ nSecond, "fail", EIO, false });
+    QCOMPARE(run.nStatus, 3);
+    QVERIFY2(run.strErr.contains("nothing is changed"), qPrintable(run.strErr));
+    QCOMPARE(CScene::generationOf(m_scene.livePath()), 1);
+    QCOMPARE(CScene::generationOf(m_scene.datedPath()), 1);
+}
+
+QTEST_GUILESS_MAIN(tst_faults)
+#include "tst_faults.moc"
