@@ -25,6 +25,17 @@ inspect::UserFile editableFile(const Request& request)
     }
 }
 
+// The service reads the file for itself, and goes on with defaults when it cannot: saved, they
+// would take the place of all that the user has.
+void requireLoaded(KW::UserConfigInterface& service, const QDomDocument& file)
+{
+    if (!inspect::differences(inspect::recordsOf(file), inspect::recordsOf(service, file))
+             .isEmpty()) {
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("the file was read once, but not again; nothing is changed"));
+    }
+}
+
 // A save replaces the live file in two steps, and the service says "done" after either.
 void requireSaved(const Request& request, const inspect::UserRecords& expected)
 {
@@ -49,6 +60,7 @@ ExitStatus edit(const Request& request, const Change& change)
     const QDomDocument file = editableFile(request).document;
     KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
     service.loadSettings();
+    requireLoaded(service, file);
     change(service);
     const inspect::UserRecords expected = inspect::savedForm(inspect::recordsOf(service, file));
     const auto differences = inspect::differences(inspect::recordsOf(file), expected);
