@@ -13,6 +13,10 @@ private Q_SLOTS:
     void aMissingFileIsNoGeneration();
     void aWrongByteOnTheDiskIsNotSaved_data();
     void aWrongByteOnTheDiskIsNotSaved();
+    void aSignalInACallIsNoFailure_data();
+    void aSignalInACallIsNoFailure();
+    void aMirrorThatCannotBeWrittenStaysAsItWas_data();
+    void aMirrorThatCannotBeWrittenStaysAsItWas();
     void anEditThatLeavesNoLiveFileSaysSo();
     void anEditOfWhatTheServiceCannotReadChangesNothing();
 
@@ -92,6 +96,60 @@ void tst_faults::aWrongByteOnTheDiskIsNotSaved()
              qPrintable(run.strErr));
     QCOMPARE(CScene::generationOf(m_scene.livePath()), 1);
     QCOMPARE(CScene::generationOf(m_scene.datedPath()), always ? 1 : 2);
+}
+
+void tst_faults::aSignalInACallIsNoFailure_data()
+{
+    QTest::addColumn<QString>("call");
+    for (const char* pszCall :
+         { "mkostemp", "write", "fsync", "open", "read", "close", "rename" }) {
+        QTest::newRow(pszCall) << pszCall;
+    }
+}
+
+void tst_faults::aSignalInACallIsNoFailure()
+{
+    QFETCH(QString, call);
+    m_scene.beforeSave();
+    m_scene.save({});
+    const QStringList calls = m_scene.calls();
+    QVERIFY(!calls.filter(call + ' ').isEmpty());
+    for (int i = 0; i < calls.size(); ++i) {
+        if (calls[i].startsWith(call + ' ')) {
+            m_scene.beforeSave();
+            const Run run = m_scene.save({ i + 1, "fail", EINTR, false });
+            QVERIFY2(!run.strErr.contains("fail"), qPrintable(calls[i] + '\n' + run.strErr));
+            QCOMPARE(CScene::generationOf(m_scene.livePath()), 2);
+        }
+    }
+}
+
+void tst_faults::aMirrorThatCannotBeWrittenStaysAsItWas_data()
+{
+    QTest::addColumn<QString>("call");
+    for (const char* pszCall : { "mkostemp", "write", "close", "rename" }) {
+        QTest::newRow(pszCall) << pszCall;
+    }
+}
+
+void tst_faults::aMirrorThatCannotBeWrittenStaysAsItWas()
+{
+    QFETCH(QString, call);
+    const QString strMirror = QFileInfo(m_scene.livePath()).path() + "/Settings/=userconfig.xml";
+    const auto prepare = [&] {
+        m_scene.beforeSave();
+        CScene::write(strMirror, CScene::generation(1));
+    };
+    prepare();
+    m_scene.save({});
+    QCOMPARE(CScene::generationOf(strMirror), 2);
+    const int nCall = 1 + m_scene.calls().indexOf(QRegularExpression(call + " .*/Settings/.*"));
+    QVERIFY(nCall > 0);
+    prepare();
+    const Run run = m_scene.save({ nCall, "fail", EIO, false });
+    QVERIFY2(run.strErr.contains("cannot write file:" + strMirror), qPrintable(run.strErr));
+    QCOMPARE(CScene::generationOf(strMirror), 1);
+    QCOMPARE(CScene::generationOf(m_scene.livePath()), 2);
 }
 
 // The copy to the live name fails after the old file was removed.
