@@ -24,6 +24,17 @@ QDomElement rootOf(const QDomDocument& doc)
     return doc.documentElement();
 }
 
+QDomElement nested(QDomDocument& doc, int levels)
+{
+    QDomElement top = doc.createElement("a");
+    for (int i = 1; i < levels; ++i) {
+        QDomElement parent = doc.createElement("a");
+        parent.appendChild(top);
+        top = parent;
+    }
+    return top;
+}
+
 bool algorithmsAreOmitted(const char* pszLoaded)
 {
     const QDomDocument doc = parsed(pszLoaded);
@@ -74,6 +85,8 @@ private Q_SLOTS:
 
     void aPanelTreeIsKeptWordForWord();
     void noElementIsNoTree();
+    void aTreeIsKeptToTheDepthOfTheParser_data();
+    void aTreeIsKeptToTheDepthOfTheParser();
     void aTooDeepElementIsNoTree();
 
     void registeredInstrumentsAreFound();
@@ -292,16 +305,29 @@ void tst_siblings::noElementIsNoTree()
     QVERIFY(!std::unique_ptr<MV::ILayoutElement>(MV::ILayoutElement::fromXml(none)));
 }
 
+void tst_siblings::aTreeIsKeptToTheDepthOfTheParser_data()
+{
+    QTest::addColumn<int>("levels");
+    QTest::addColumn<bool>("kept");
+    QTest::newRow("512") << 512 << true;
+    QTest::newRow("513") << 513 << false;
+}
+
+void tst_siblings::aTreeIsKeptToTheDepthOfTheParser()
+{
+    QFETCH(int, levels);
+    QFETCH(bool, kept);
+    QDomDocument doc;
+    QDomElement tree = nested(doc, levels);
+    const std::unique_ptr<MV::ILayoutElement> pTree(MV::ILayoutElement::fromXml(tree));
+    QCOMPARE(pTree != nullptr, kept);
+}
+
 void tst_siblings::aTooDeepElementIsNoTree()
 {
     QDomDocument doc;
-    QDomElement top = doc.createElement("a");
-    for (int i = 0; i < 20000; ++i) {
-        QDomElement parent = doc.createElement("a");
-        parent.appendChild(top);
-        top = parent;
-    }
-    QVERIFY(!std::unique_ptr<MV::ILayoutElement>(MV::ILayoutElement::fromXml(top)));
+    QDomElement tree = nested(doc, 20000);
+    QVERIFY(!std::unique_ptr<MV::ILayoutElement>(MV::ILayoutElement::fromXml(tree)));
 }
 
 void tst_siblings::registeredInstrumentsAreFound()

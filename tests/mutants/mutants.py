@@ -42,13 +42,13 @@ def name_of(mutant):
 
 def drawn(seed):
     """All faults in the order in which they are taken: the parts in turn, in each the rules in turn;
-    one for a line. What a source elsewhere says does not change the lot of this one."""
+    one for a line. A lot hangs on the line's text: other lines do not change it."""
     piles = {part: collections.defaultdict(list) for part in PARTS}
     for part, folder in PARTS.items():
         for file in (name for name in files_of(ROOT)
                      if name.startswith(folder) and name.endswith(".cpp")):
             for mutant in rules.mutants(file, content(os.path.join(ROOT, file)).decode()):
-                lot = digest(seed, file, mutant.before, mutant.after, str(mutant.start))
+                lot = digest(seed, file, mutant.rule, mutant.before, mutant.after)
                 piles[part][mutant.rule].append((lot, mutant))
     return in_turn([one_for_a_line(in_turn([sorted(pile) for _, pile in sorted(of_rules.items())]))
                     for of_rules in piles.values()])

@@ -141,6 +141,8 @@ def statements(source):
             while source.at(end) not in ("", ";", "{", "}"):
                 end = source.partner.get(end, end) + 1 if source.at(end) in OPEN else end + 1
             inside = source.of(i, end) if source.at(end) == ";" else ""
+            if inside.endswith(("= delete;", "= default;")):
+                inside = ""
             if inside in ("break;", "continue;") or re.match(r"[^;{}]*(\(|[-+|&]?=(?!=)|\+\+|--)",
                                                              inside):
                 yield source.mutant("statement left out", i, end, ";")
