@@ -6,6 +6,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 std::string gbk(const QString& path)
@@ -46,6 +49,7 @@ private Q_SLOTS:
     void aWriteOntoADirectoryFailsAndLeavesNothing();
     void aWriteThatDoesNotFitLeavesTheOldFile();
     void aReadOnlyDirectoryKeepsItsFile();
+    void withoutStandardInputAFileIsWrittenToo();
     void appendingIsRefused();
     void aReadReturnsEveryByte();
     void whatCannotBeReadIsEmpty_data();
@@ -159,6 +163,20 @@ void tst_files::aReadOnlyDirectoryKeepsItsFile()
     const CReadOnlyDirectory readOnly(userDir());
     QVERIFY(!writeGbk(userDir() + "/file", "new"));
     QCOMPARE(readFile(userDir() + "/file"), QByteArray("old"));
+}
+
+// The file then gets its number, which is as good as any.
+void tst_files::withoutStandardInputAFileIsWrittenToo()
+{
+    const int nInput = ::dup(STDIN_FILENO);
+    QVERIFY(nInput >= 0 && ::close(STDIN_FILENO) == 0);
+    const bool bWritten = writeGbk(userDir() + "/file", "content");
+    const bool bClosed = ::fcntl(STDIN_FILENO, F_GETFD) < 0;
+    QCOMPARE(::dup2(nInput, STDIN_FILENO), STDIN_FILENO);
+    QCOMPARE(::close(nInput), 0);
+    QVERIFY(bWritten);
+    QVERIFY(bClosed);
+    QCOMPARE(readFile(userDir() + "/file"), QByteArray("content"));
 }
 
 void tst_files::appendingIsRefused()

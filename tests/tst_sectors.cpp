@@ -30,6 +30,7 @@ class tst_sectors : public CLibraryTest {
 private Q_SLOTS:
     void theSampleHasTwoLargeSectors();
     void aSectorIsReadWhole();
+    void stocksOfASectorAreNumberedFromOne();
     void anUnknownSectorHasNoStocks();
     void defectsAreNamedAndNothingIsRead_data();
     void defectsAreNamedAndNothingIsRead();
@@ -65,6 +66,15 @@ void tst_sectors::aSectorIsReadWhole()
     QCOMPARE(stocks[0].code, std::string("600000"));
     QCOMPARE(stocks[0].absoluteWeight, 0.05);
     QCOMPARE(stocks[0].previousClose, 10.21);
+}
+
+void tst_sectors::stocksOfASectorAreNumberedFromOne()
+{
+    writeSectors(catalogue(c_szConstituent + QByteArray(",") + c_szConstituent));
+    const std::vector<se::RPCSectorStock> stocks = stocksOf("801780");
+    QCOMPARE(stocks.size(), std::size_t(2));
+    QCOMPARE(stocks[0].id, std::int64_t(1));
+    QCOMPARE(stocks[1].id, std::int64_t(2));
 }
 
 void tst_sectors::anUnknownSectorHasNoStocks()

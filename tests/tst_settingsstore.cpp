@@ -29,6 +29,8 @@ private Q_SLOTS:
     void sectionsAreApart();
     void aValueIsReplaced();
     void valuesAreKeptBesideTheConfiguration();
+    void theNameOfAFileComesFromItsKey_data();
+    void theNameOfAFileComesFromItsKey();
     void aValueThatDoesNotFitKeepsTheOldOne();
     void aDirectoryThatCannotBeMadeIsTold();
     void threadsNeverSeeHalfAValue();
@@ -114,6 +116,28 @@ void tst_settingsstore::valuesAreKeptBesideTheConfiguration()
     QCOMPARE(readFile(userDir() + "/Settings/s=key"), QByteArray("kept"));
     useUserDir(userDir() + "/other");
     QCOMPARE(read("key"), std::string("(unknown)"));
+}
+
+// Values that earlier versions have stored are found by these names.
+void tst_settingsstore::theNameOfAFileComesFromItsKey_data()
+{
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("plain") << QByteArray("key") << "s=key";
+    QTest::newRow("encoded") << QByteArray("a/b%") << "s=a%2Fb%25";
+    QTest::newRow("120") << QByteArray(120, 'k') << "s=" + QString(120, 'k');
+    QTest::newRow("121") << QByteArray(121, 'k')
+                         << "s=kkkkkkkkkkkkkkkkkkkk%~"
+                            "41cab6bc48d894321e1a1cb07d8ca25f74acf04562963a1c066a755a67921cfe";
+}
+
+void tst_settingsstore::theNameOfAFileComesFromItsKey()
+{
+    QFETCH(QByteArray, key);
+    QFETCH(QString, name);
+    QCOMPARE(se::writeConfig("s", key.toStdString(), "value", false), 0);
+    QCOMPARE(QDir(userDir() + "/Settings").entryList(QDir::Files | QDir::Hidden),
+             QStringList(name));
 }
 
 void tst_settingsstore::aValueThatDoesNotFitKeepsTheOldOne()

@@ -66,6 +66,7 @@ private Q_SLOTS:
 
     void anIniEntryIsRead_data();
     void anIniEntryIsRead();
+    void anIniIsReadFromThePathOfTheLoad();
     void aMissingIniGivesTheDefault();
     void anIniIsReadAnewByEveryLoad();
 
@@ -136,6 +137,17 @@ void tst_siblings::anIniEntryIsRead()
     QFETCH(int, value);
     writeFile(userDir() + "/server.ini", content);
     QCOMPARE(readSwitch(userDir() + "/server.ini"), value);
+}
+
+void tst_siblings::anIniIsReadFromThePathOfTheLoad()
+{
+    writeFile(userDir() + "/own.ini", "[dbifEnable]\nshowDBIf=1\n");
+    writeFile(userDir() + "/other.ini", "[dbifEnable]\nshowDBIf=2\n");
+    utils::Configuration ini((userDir() + "/own.ini").toStdString(), true);
+    QVERIFY(ini.load(std::string()));
+    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 0), 1);
+    QVERIFY(ini.load((userDir() + "/other.ini").toStdString()));
+    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 0), 2);
 }
 
 void tst_siblings::aMissingIniGivesTheDefault()

@@ -31,9 +31,14 @@ def digest(*parts):
     return hashlib.sha256("\0".join(parts).encode()).hexdigest()[:16]
 
 
-def digest_of(names):
-    return digest(*[name + "\n" + hashlib.sha256(content(os.path.join(ROOT, name))).hexdigest()
-                    for name in sorted(names)])
+def digests():
+    """Of every file of the tree."""
+    return {name: hashlib.sha256(content(os.path.join(ROOT, name))).hexdigest()
+            for name in files_of(ROOT)}
+
+
+def program_of(verdict_by):
+    return verdict_by.split(":")[0].split(" ")[0]
 
 
 def name_of(mutant):
@@ -77,12 +82,11 @@ class Record:
     as long as that test is, a survival as long as all are."""
 
     def __init__(self, path, seed):
-        names = files_of(ROOT)
-        self.tests = [name for name in names if name.startswith("tests/")
-                      and not name.startswith("tests/mutants/")]
-        self.head = {"seed": seed, "sources": digest_of(
-            [name for name in names if name.startswith(("src/", "cmake/", "CMakeLists.txt",
-                                                        "tests/mutants/rules.py"))])}
+        # As they are now: who edits a test while this runs has it run the next time.
+        self.files = digests()
+        self.head = {"seed": seed, "sources": self.digest_of(
+            "src/", "cmake/", "CMakeLists.txt", "tests/mutants/rules.py")}
+        self.all_tests = self.digest_of("tests/", but="tests/mutants/")
         self.path, self.lock, self.known = path, threading.Lock(), {}
         self.read()
 
@@ -101,10 +105,13 @@ class Record:
             out.writelines(json.dumps(line) + "\n" for line in lines)
         self.known = {line["name"] + line["after"]: line for line in lines[1:]}
 
+    def digest_of(self, *starts, but="\0"):
+        return digest(*[name + "\n" + self.files[name] for name in sorted(self.files)
+                        if name.startswith(starts) and not name.startswith(but)])
+
     def basis(self, outcome, by):
-        name = f"tests/{by.split(':')[0].split(' ')[0]}.cpp"
-        own = outcome == NOTICED and os.path.exists(os.path.join(ROOT, name))
-        return digest_of([name]) if own else digest_of(self.tests)
+        own = self.files.get(f"tests/{program_of(by)}.cpp")
+        return own if outcome == NOTICED and own else self.all_tests
 
     def of(self, mutant):
         line = self.known.get(name_of(mutant) + mutant.after)
@@ -172,7 +179,7 @@ class Factory:
                 return
             for mutant in group:
                 verdict = shop.judge(mutant, self.order(mutant.file), self.usual)
-                self.noticed[mutant.file, verdict.by.split(":")[0].split(" ")[0]] += 1
+                self.noticed[mutant.file, program_of(verdict.by)] += 1
                 record.add(mutant, verdict)
                 progress(mutant, verdict)
 
