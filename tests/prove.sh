@@ -16,7 +16,7 @@ touch "$bin"/{savedriver,indexuserctl} "$lib"/libindexuser{,_standalone}.so
 cat >"$bin/sweep" <<'END'
 #!/usr/bin/env bash
 echo "$*" >>"$CALLS"
-[ "$1" = random ] || { echo "Save, 40 calls: 80 runs, 0 lost"; exit 0; }
+[ "$1" = random ] || { printf '%s\n' 'Save, 40 calls: 80 runs, 0 lost' '| a\n|b |'; exit 0; }
 [ "$2" -le "$STOP" ] || exit 9
 echo "$(($2 - $4)) random kills (seed $3, from $4), $((($2 - $4) * PERCENT / 100)) saves ended in between, 0 lost"
 END
@@ -33,6 +33,8 @@ kills || fail "kills: $(cat "$work/err")"
 expect 'random 500 7 0,random 1000 7 500,random 1500 7 1000' 'all in pieces'
 grep -q '^Random kills: 1500 runs, 750 saves ended in between, 0 lost$' "$tree/docs/reliability.md" ||
     fail "the page: $(cat "$tree/docs/reliability.md")"
+
+grep -qF '| a\n|b |' "$tree/docs/reliability.md" || fail "the page loses a backslash"
 
 breaks_off 500
 SEED=8 kills || fail "going on: $(cat "$work/err")"

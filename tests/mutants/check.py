@@ -172,6 +172,13 @@ class Record(unittest.TestCase):
     def test_a_verdict_is_tried_again_after_its_test_has_changed(self):
         self.assertEqual(self.known_after(lambda: self.write("tests/tst_a.cpp", "two")), [3])
 
+    def test_a_test_that_is_edited_during_a_run_counts_in_the_next(self):
+        record = self.record()
+        self.write("tests/tst_a.cpp", "two")
+        record.add(fault(), Verdict(NOTICED, "tst_a::f", {}))
+        self.assertIsNotNone(record.of(fault()))
+        self.assertIsNone(self.record().of(fault()))
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -51,7 +51,9 @@ def show(results, parts, seed):
     stories = [(result, told(result, known)) for result in results]
     kinds_of = lambda folder: [story[0] for result, story in stories
                                if story and result["file"].startswith(folder)]
-    print(f"{len(results)} faults, seed {seed}.\n")
+    count, noticed, same, survived = counts(results, kinds_of(""))
+    print(f"Seed {seed}: {count} faults, {noticed} noticed, {same} the same behaviour, {survived} "
+          "survived\n")
     print(row(["part", "faults", "noticed", "the same behaviour", "survived"]))
     print("|---|---|---|---|---|")
     for part, folder in [*parts.items(), ("all", "")]:
