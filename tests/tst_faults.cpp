@@ -17,6 +17,7 @@ private Q_SLOTS:
     void aSignalInACallIsNoFailure();
     void aMirrorThatCannotBeWrittenStaysAsItWas_data();
     void aMirrorThatCannotBeWrittenStaysAsItWas();
+    void aDirectoryThatIsNotSyncedIsToldWithItsReason();
     void anEditThatLeavesNoLiveFileSaysSo();
     void anEditOfWhatTheServiceCannotReadChangesNothing();
 
@@ -150,6 +151,20 @@ void tst_faults::aMirrorThatCannotBeWrittenStaysAsItWas()
     QVERIFY2(run.strErr.contains("cannot write file:" + strMirror), qPrintable(run.strErr));
     QCOMPARE(CScene::generationOf(strMirror), 1);
     QCOMPARE(CScene::generationOf(m_scene.livePath()), 2);
+}
+
+void tst_faults::aDirectoryThatIsNotSyncedIsToldWithItsReason()
+{
+    const QString strTemp = QFileInfo(m_scene.datedPath()).path();
+    m_scene.beforeSave();
+    m_scene.save({});
+    const int nSync = 1 + m_scene.calls().indexOf(QRegularExpression("^fsync " + strTemp + "/?$"));
+    QVERIFY(nSync > 0);
+    m_scene.beforeSave();
+    const Run run = m_scene.save({ nSync, "fail", EIO, false });
+    QVERIFY2(run.strErr.contains("cannot write file:" + m_scene.datedPath()
+                                 + ", reason:Input/output error"),
+             qPrintable(run.strErr));
 }
 
 // The copy to the live name fails after the old file was removed.
