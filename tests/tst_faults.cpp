@@ -17,6 +17,8 @@ private Q_SLOTS:
     void aSignalInACallIsNoFailure();
     void aMirrorThatCannotBeWrittenStaysAsItWas_data();
     void aMirrorThatCannotBeWrittenStaysAsItWas();
+    void aFileThatIsNotSyncedOrClosedTakesNoPlace_data();
+    void aFileThatIsNotSyncedOrClosedTakesNoPlace();
     void aDirectoryThatIsNotSyncedIsToldWithItsReason();
     void anEditThatLeavesNoLiveFileSaysSo();
     void anEditOfWhatTheServiceCannotReadChangesNothing();
@@ -151,6 +153,28 @@ void tst_faults::aMirrorThatCannotBeWrittenStaysAsItWas()
     QVERIFY2(run.strErr.contains("cannot write file:" + strMirror), qPrintable(run.strErr));
     QCOMPARE(CScene::generationOf(strMirror), 1);
     QCOMPARE(CScene::generationOf(m_scene.livePath()), 2);
+}
+
+void tst_faults::aFileThatIsNotSyncedOrClosedTakesNoPlace_data()
+{
+    QTest::addColumn<QString>("call");
+    QTest::newRow("fsync") << "fsync";
+    QTest::newRow("close") << "close";
+}
+
+void tst_faults::aFileThatIsNotSyncedOrClosedTakesNoPlace()
+{
+    QFETCH(QString, call);
+    const QString strNew = QFileInfo(m_scene.datedPath()).path() + "/\\.new-.*";
+    m_scene.beforeSave();
+    m_scene.save({});
+    const int nCall = 1 + m_scene.calls().indexOf(QRegularExpression(call + ' ' + strNew));
+    QVERIFY(nCall > 0);
+    m_scene.beforeSave();
+    const Run run = m_scene.save({ nCall, "fail", EIO, true });
+    QVERIFY2(run.strErr.contains("force write file fail"), qPrintable(run.strErr));
+    QCOMPARE(CScene::generationOf(m_scene.livePath()), 1);
+    QCOMPARE(CScene::generationOf(m_scene.datedPath()), 1);
 }
 
 void tst_faults::aDirectoryThatIsNotSyncedIsToldWithItsReason()

@@ -62,6 +62,7 @@ class tst_siblings : public CLibraryTest {
 private Q_SLOTS:
     void theConfigurationDirectoryIsTheHostsOrTheUsers();
     void logLinesGoToTheFile();
+    void aLogFileIsGoneOnWithAndNobodyElseGetsItsLines();
     void aLogFileThatCannotBeWrittenIsTold();
 
     void anIniEntryIsRead_data();
@@ -108,6 +109,18 @@ void tst_siblings::logLinesGoToTheFile()
     QVERIFY(standalone::logToFile(strLog));
     saveAndWait(service());
     QVERIFY(readFile(strLog).contains("INFO  [CUserConfigManager] is not loaded!\n"));
+}
+
+void tst_siblings::aLogFileIsGoneOnWithAndNobodyElseGetsItsLines()
+{
+    const QString strLog = userDir() + "/log";
+    writeFile(strLog, "of yesterday\n");
+    QVERIFY(standalone::logToFile(strLog));
+    QVERIFY(!g_RXStdLogger->getAdditivity());
+    LOG4CXX_INFO(g_RXStdLogger, "of today");
+    QVERIFY(QRegularExpression("^of yesterday\n[-0-9:. ]+ INFO  of today\n$")
+                .match(readFile(strLog))
+                .hasMatch());
 }
 
 void tst_siblings::aLogFileThatCannotBeWrittenIsTold()
