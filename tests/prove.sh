@@ -6,8 +6,8 @@ root=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 tree=$work/tree
-bin=$tree/build/release/bin
-lib=$tree/build/release/lib
+bin=$tree/build/proof/bin
+lib=$tree/build/proof/lib
 mkdir -p "$tree"/{scripts,docs} "$bin" "$lib"
 cp "$root/prove" "$tree"
 printf '%s\n' '<!-- kills -->' 'old' '<!-- /kills -->' >"$tree/docs/reliability.md"
