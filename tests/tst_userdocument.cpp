@@ -60,7 +60,11 @@ private Q_SLOTS:
     void theDepthLimitIsExact();
     void depthIsThatOfElements_data();
     void depthIsThatOfElements();
+    void aDocumentTypeIsNoObstacle_data();
     void aDocumentTypeIsNoObstacle();
+    void anErrorBesideADocumentTypeIsNamed();
+    void theDepthErrorNamesItsPlace_data();
+    void theDepthErrorNamesItsPlace();
     void hostileDepthIsRefused_data();
     void hostileDepthIsRefused();
     void aTooDeepFileIsAMalformedFile();
@@ -126,13 +130,98 @@ void tst_userdocument::depthIsThatOfElements()
     QVERIFY(!KW::parseUserDocument("<a>" + piece + nested(KW::c_nMaxDepth) + "</a>").isValid());
 }
 
+// What is read without a document type is read the same way with one.
+void tst_userdocument::aDocumentTypeIsNoObstacle_data()
+{
+    QTest::addColumn<QString>("subset");
+    QTest::addColumn<QString>("root");
+    QTest::addColumn<QString>("read");
+    const QString strMany = QString("<c>&e;</c>").repeated(600);
+    QTest::newRow("none") << ""
+                          << "<a><b/></a>"
+                          << "<a><b/></a>";
+    QTest::newRow("entities") << "[<!ENTITY e \"<b/>\"> <!-- ' -->]"
+                              << "<a>" + strMany + "</a>"
+                              << "<a>" + QString("<c><b/></c>").repeated(600) + "</a>";
+    QTest::newRow("a prefix that nobody declares") << ""
+                                                   << "<a><x:y/></a>"
+                                                   << "<a><x:y/></a>";
+    QTest::newRow("control characters") << ""
+                                        << "<a b=\"\x01\">\x02</a>"
+                                        << "<a b=\"\x01\">\x02</a>";
+    QTest::newRow("an entity that nobody declares") << ""
+                                                    << "<a><b/>&u;</a>"
+                                                    << "<a><b/>&u;</a>";
+    QTest::newRow("all of it at the limit")
+        << ""
+        << "<x:y>&u;\x01" + nested(511) + "</x:y>"
+        << "<x:y>&u;\x01" + nested(511).replace("<a></a>", "<a/>") + "</x:y>";
+    QTest::newRow("many brackets") << "[<!ELEMENT a (" + QString("(b)|").repeated(600) + "c)>]"
+                                   << "<a/>"
+                                   << "<a/>";
+    QTest::newRow("brackets in texts") << "[<!-- ((( --><!ENTITY e ' (( '>]"
+                                       << "<a>" + QString("(").repeated(600) + "</a>"
+                                       << "<a>" + QString("(").repeated(600) + "</a>";
+}
+
 void tst_userdocument::aDocumentTypeIsNoObstacle()
 {
-    const QString strText = "<!DOCTYPE a [<!ENTITY e \"<b/>\"> <!-- ' -->]><a>"
-        + QString("<c>&e;</c>").repeated(600) + "</a>";
-    const KW::UserDocument file = KW::parseUserDocument(strText);
-    QVERIFY2(file.isValid(), qPrintable(file.strError));
-    QCOMPARE(file.document.elementsByTagName("b").size(), 600);
+    QFETCH(QString, subset);
+    QFETCH(QString, root);
+    QFETCH(QString, read);
+    const KW::UserDocument file = KW::parseUserDocument("<!DOCTYPE a " + subset + ">" + root);
+    QCOMPARE(file.strError, QString());
+    QCOMPARE(file.error, KW::DocumentError::None);
+    QString strText;
+    QTextStream stream(&strText);
+    file.document.documentElement().save(stream, -1);
+    QCOMPARE(strText, read);
+}
+
+void tst_userdocument::anErrorBesideADocumentTypeIsNamed()
+{
+    const KW::UserDocument file = KW::parseUserDocument("<!DOCTYPE a>\n<a>\n  <x:y>\x01&u;\n</a>");
+    QCOMPARE(file.strError, QString("tag mismatch"));
+    QCOMPARE(file.error, KW::DocumentError::Malformed);
+    QCOMPARE(file.nLine, 4);
+    QCOMPARE(file.nColumn, 4);
+}
+
+void tst_userdocument::theDepthErrorNamesItsPlace_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<QString>("place");
+    const QString strLines = QString("<a>\n").repeated(511);
+    const QString strRest = "<b><c><d/></c></b>" + QString("</a>").repeated(511);
+    QTest::newRow("plain") << strLines + strRest << "elements"
+                           << "512:6";
+    QTest::newRow("document type") << "<!DOCTYPE a>\n" + strLines + strRest << "elements"
+                                   << "513:6";
+    QTest::newRow("entity") << "<!DOCTYPE a [<!ENTITY e '<b><c/></b>'>]>\n" + strLines + " &e;"
+                            << "elements"
+                            << "513:4";
+    QTest::newRow("no well-formed text") << strLines + "<b><c x>"
+                                         << ""
+                                         << "512:8";
+    QTest::newRow("content model") << "<!DOCTYPE a [\n<!ELEMENT a " + QString("(").repeated(600)
+            + "b" + QString(")").repeated(600) + ">]><a/>"
+                                   << "brackets of the document type"
+                                   << "2:524";
+}
+
+void tst_userdocument::theDepthErrorNamesItsPlace()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, what);
+    QFETCH(QString, place);
+    const KW::UserDocument file = KW::parseUserDocument(text);
+    const bool bDepth = !what.isEmpty();
+    QCOMPARE(file.error, bDepth ? KW::DocumentError::TooDeep : KW::DocumentError::Malformed);
+    QCOMPARE(file.strError,
+             bDepth ? what + " are nested deeper than 512 levels" : "unexpected character");
+    QCOMPARE(QString("%1:%2").arg(file.nLine).arg(file.nColumn), place);
+    QVERIFY(file.document.isNull() || !file.document.hasChildNodes());
 }
 
 void tst_userdocument::hostileDepthIsRefused_data()
@@ -148,6 +237,22 @@ void tst_userdocument::hostileDepthIsRefused_data()
             + QString("<a>").repeated(200) + "&d;" + QString("</a>").repeated(200);
     QTest::newRow("unbalanced entities") << "<!DOCTYPE a [<!ENTITY d \""
             + QString("<a>").repeated(300) + "\">]><a>" + QString("&d;").repeated(300) + "</a>";
+    // Constructs that a stricter reader stops at, in front of what only the parser then follows.
+    const QString strUnread = "<!DOCTYPE a [<!ENTITY d \"" + QString("<a>").repeated(500)
+        + "\"><!ENTITY u \"<a>&d;\">]><a><x:y/>\x01&undeclared;";
+    QTest::newRow("plain, behind what is not well-formed") << strUnread + nested(100000) + "</a>";
+    QTest::newRow("entities, behind what is not well-formed")
+        << strUnread + QString("&u;").repeated(300) + "</a>";
+    const QString strOpen = QString("(").repeated(100000);
+    const QString strBrackets = strOpen + "b" + QString(")").repeated(100000);
+    QTest::newRow("content model") << "<!DOCTYPE a [<!ELEMENT a " + strBrackets + ">]><a/>";
+    QTest::newRow("content model in a parameter entity")
+        << "<!DOCTYPE a [<!ENTITY % p \"<!ELEMENT a " + strBrackets + ">\">%p;]><a/>";
+    QTest::newRow("content model written in references")
+        << "<!DOCTYPE a [<!ENTITY % p \"<!ELEMENT a "
+            + QString(strBrackets).replace("(", "&#40;").replace(")", "&#x29;") + ">\">%p;]><a/>";
+    QTest::newRow("content model begun in a parameter entity")
+        << "<!DOCTYPE a [<!ENTITY % p \"<!ELEMENT a (\">%p;" + strBrackets + ")>]><a/>";
 }
 
 void tst_userdocument::hostileDepthIsRefused()

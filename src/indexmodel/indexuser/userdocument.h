@@ -11,14 +11,21 @@ namespace KW {
 /// writer recurse, and far deeper trees than any real one overflow their stack.
 constexpr int c_nMaxDepth = 512;
 
+enum class DocumentError {
+    None,
+    Malformed, ///< no XML
+    TooDeep, ///< nested below c_nMaxDepth
+};
+
 /// What parseUserDocument() found.
 struct UserDocument {
-    QDomDocument document; ///< empty when strError is not
-    QString strError; ///< empty when the text was read whole
-    int nLine = 0; ///< where reading ended, from 1; 0 when not known
+    QDomDocument document; ///< empty when there is an error
+    DocumentError error = DocumentError::None;
+    QString strError; ///< the error in words; empty when the text was read whole
+    int nLine = 0; ///< where reading ended, from 1; 0 without an error
     int nColumn = 0;
 
-    bool isValid() const { return strError.isEmpty(); }
+    bool isValid() const { return error == DocumentError::None; }
 };
 
 /// Reads the text of a user's file. It is whole or not there: no part of a malformed or too deeply
