@@ -64,6 +64,7 @@ private Q_SLOTS:
     void withoutOptionNothingChangesAndNobodyIsTold();
     void anOptionWithoutChildrenStillTellsTheEngine();
     void theFirstOptionInTheDocumentIsRead();
+    void theFirstOptionCountsWhateverTheHelperFinds();
     void allChildrenOfOptionAreRead_data();
     void allChildrenOfOptionAreRead();
     void numbersAreReadInBaseTen_data();
@@ -133,6 +134,24 @@ void tst_options::theFirstOptionInTheDocumentIsRead()
          "<Option><Settings reportRefreshTime=\"2\" tickRestoreDay=\"9\"/></Option></r>");
     QCOMPARE(manager.getParamSettingForClient().reportRefreshTime, 1);
     QCOMPARE(manager.getParamSettingForClient().tickRestoreDay, 1);
+}
+
+void tst_options::theFirstOptionCountsWhateverTheHelperFinds()
+{
+    const auto nothing = [](const QDomElement&, const QString&) { return QDomElement(); };
+    const auto child = [](const QDomElement& parent, const QString& name) {
+        return parent.firstChildElement(name);
+    };
+    for (const auto& helper : { std::function<QDomElement(const QDomElement&, const QString&)>(),
+                                { nothing },
+                                { child } }) {
+        recording::answers().subElement = helper;
+        COpenManager manager;
+        load(manager,
+             "<r><x><y><Option><Settings tickRestoreDay=\"7\"/></Option></y></x>"
+             "<Option><Settings tickRestoreDay=\"8\"/></Option></r>");
+        QCOMPARE(manager.getParamSettingForClient().tickRestoreDay, 7);
+    }
 }
 
 void tst_options::allChildrenOfOptionAreRead_data()

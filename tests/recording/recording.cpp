@@ -143,6 +143,7 @@ bool stdWriteFile(std::string path, std::string& content, std::string mode)
 {
     const QString strPath = QTextCodec::codecForName("GBK")->toUnicode(path.c_str());
     record(QStringLiteral("stdWriteFile(%1,%2)").arg(strPath, shown(mode)));
+    answers().onWrite(QStringLiteral("stdWriteFile"));
     if (!answers().writes.isEmpty()) {
         return answers().writes.takeFirst();
     }
@@ -352,7 +353,8 @@ namespace MV {
 
 QDomElement getSubElement(const QDomElement& parent, QString name)
 {
-    return parent.elementsByTagName(name).item(0).toElement();
+    return answers().subElement ? answers().subElement(parent, name)
+                                : parent.elementsByTagName(name).item(0).toElement();
 }
 
 QString sToQs(const std::string& bytes)
@@ -383,6 +385,7 @@ namespace se {
 int writeConfig(const std::string& key, const std::string& value)
 {
     record(QStringLiteral("writeConfig(%1,%2)").arg(shown(key), shown(value)));
+    answers().onWrite(QStringLiteral("writeConfig"));
     return answers().settingsStored ? 0 : 7;
 }
 

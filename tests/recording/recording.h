@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -18,12 +19,16 @@ namespace recording {
 struct Answers {
     QString configDir;
     QList<bool> writes; ///< results of stdWriteFile to come; all further ones really write
+    /// Called by se::writeConfig and stdWriteFile with their name; it may throw.
+    std::function<void(const QString&)> onWrite = [](const QString&) {};
     bool settingsStored = true;
     std::map<std::string, std::string> settings; ///< what se::readConfig finds, by key
     bool algoOmitted = false;
     int displaySwitch = 0; ///< what the ini file holds for the FN10 display
     std::vector<se::RPCSectorStock> sectorStocks;
     QMap<QString, std::shared_ptr<rxservice::CInstrumentDetail>> details;
+    /// What MV::getSubElement finds; without it the first one in document order.
+    std::function<QDomElement(const QDomElement&, const QString&)> subElement;
 };
 
 Answers& answers();

@@ -1,7 +1,6 @@
 #include "indexuser/optionsettings_p.h"
 
 #include "indexuser/xmlelements_p.h"
-#include "platform/mvcommon.h"
 
 namespace KW {
 
@@ -111,11 +110,11 @@ const std::vector<OptionRow>& optionTable()
 
 OptionsFound readOptions(const QDomElement& root, paramSettingForClient& param)
 {
-    const QDomElement section = MV::getSubElement(root, QStringLiteral("Option"));
-    if (section.isNull()) {
+    const QVector<QDomElement> sections = descendants(root, QStringLiteral("Option"));
+    if (sections.isEmpty()) {
         return OptionsFound::No;
     }
-    for (QDomElement child = section.firstChildElement(); !child.isNull();
+    for (QDomElement child = sections.first().firstChildElement(); !child.isNull();
          child = child.nextSiblingElement()) {
         readRows(child, param);
     }
