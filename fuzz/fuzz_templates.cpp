@@ -15,7 +15,7 @@ QString exported(KW::CPanelGroupLayoutConfig& layouts)
     for (const QString& name : layouts.getQuoteLayoutTemplate()) {
         layouts.saveSingleLayoutTemplates(name, root, doc);
     }
-    return KW::userDocumentText(doc);
+    return KW::userDocumentText(doc).strText;
 }
 
 QString throughAStore(const QString& text)

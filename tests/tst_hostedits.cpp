@@ -22,6 +22,7 @@ private Q_SLOTS:
     void aMissingFileIsNotEdited();
     void aRefusalWritesNothing_data();
     void aRefusalWritesNothing();
+    void anEditThatWouldCutElementsWritesNothing();
     void nothingToChangeWritesNothing();
     void whatASaveWouldDropIsShown();
     void anEmptyQuoteLayoutIsNoLostWrite();
@@ -231,6 +232,29 @@ void tst_hostedits::aRefusalWritesNothing()
     QCOMPARE(outcome.strOut, QString());
     QCOMPARE(readFile(livePath()), before);
     QCOMPARE(QDir(userDir()).entryList(QDir::AllEntries | QDir::Hidden), files);
+}
+
+// In a template the same window stands one level lower.
+void tst_hostedits::anEditThatWouldCutElementsWritesNothing()
+{
+    const QByteArray tree
+        = QByteArray("<d>").repeated(509) + "<!-- 512 -->" + QByteArray("</d>").repeated(509);
+    writeLive("<ICUserConfigFile><IndexLayout><LayoutWindow panelgroup_id='6000'>" + tree
+              + "</LayoutWindow></IndexLayout></ICUserConfigFile>");
+    const QByteArray before = readFile(livePath());
+    for (const QStringList& more : { QStringList(), QStringList("--dry-run") }) {
+        const Outcome outcome = tool(QStringList { "template", "save", "深" } + more);
+        QCOMPARE(outcome.nStatus, 1);
+        QCOMPARE(outcome.strOut, QString());
+        QCOMPARE(outcome.strErr,
+                 QString("indexuserctl: elements would be nested deeper than 512 levels: "
+                         "/ICUserConfigFile/LayoutTemplates/LayoutTemplate/"
+                         "LayoutWindowTemplate/.../d\n"));
+        QCOMPARE(readFile(livePath()), before);
+        QVERIFY(!QDir(userDir()).exists("Temp"));
+    }
+    QCOMPARE(tool({ "option", "set", "tickRestoreDay=7" }).nStatus, 0);
+    QCOMPARE(readFile(livePath()).count("<d>"), 509);
 }
 
 void tst_hostedits::nothingToChangeWritesNothing()

@@ -8,6 +8,12 @@
 
 #include <log4cxx/level.h>
 
+#include <functional>
+#include <new>
+#include <stdexcept>
+
+Q_DECLARE_METATYPE(std::function<void()>)
+
 namespace {
 
 const char c_szSaveSync[] = "void __cdecl KW::CUserConfigManager::saveSync(class QDomDocument &)";
@@ -51,6 +57,10 @@ private Q_SLOTS:
     void aFailedFirstWriteIsTriedOnceMore();
     void aTempThatCannotBeMadeLeavesTheLiveFile();
     void aMirrorThatFailsDoesNotStopTheSave();
+    void whatASiblingThrowsEndsTheSaveOnly_data();
+    void whatASiblingThrowsEndsTheSaveOnly();
+    void aLoggerThatThrowsEndsTheSaveOnly();
+    void whatIsCutIsLogged();
     void chinesePathsAreGbkForNarrowFunctionsOnly();
     void bracesInThePathMeanNothing();
     void levelAboveInfoLogsNothing();
@@ -228,6 +238,73 @@ void tst_savefile::aMirrorThatFailsDoesNotStopTheSave()
     recording::answers().settingsStored = false;
     saveText("<a/>");
     QCOMPARE(readFile(livePath()), QByteArray("<a/>\n"));
+}
+
+void tst_savefile::whatASiblingThrowsEndsTheSaveOnly_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<std::function<void()>>("thrown");
+    QTest::addColumn<QString>("cause");
+    const std::map<QString, std::function<void()>> causes {
+        { "broken {0}", [] { throw std::runtime_error("broken {0}"); } },
+        { "std::bad_alloc", [] { throw std::bad_alloc(); } },
+        { "unknown", [] { throw 7; } },
+    };
+    for (const char* pszOperation : { "writeConfig", "stdWriteFile" }) {
+        for (const auto& [strCause, thrown] : causes) {
+            QTest::addRow("%s, %s", pszOperation, qPrintable(strCause))
+                << QString(pszOperation) << thrown << strCause;
+        }
+    }
+}
+
+// On the thread of a save, where nobody else would catch it.
+void tst_savefile::whatASiblingThrowsEndsTheSaveOnly()
+{
+    QFETCH(QString, operation);
+    QFETCH(std::function<void()>, thrown);
+    QFETCH(QString, cause);
+    writeLive("old");
+    recording::answers().onWrite = [&](const QString& called) {
+        if (called == operation) {
+            thrown();
+        }
+    };
+    logcapture::expectErrors(1);
+    saveAndWait(*m_pManager);
+    const LoggedLine line = logcapture::lines().constFirst();
+    QCOMPARE(line.strMessage, "[CUserConfigManager] save xml; exception: " + cause);
+    QCOMPARE(line.nLevel, 40000);
+    QCOMPARE(line.strFunction, QString(c_szSaveSync));
+    // The mirror is nobody's only copy: without it the file is written all the same.
+    const bool bMirror = operation == "writeConfig";
+    QCOMPARE(logcapture::messages().size(), bMirror ? 4 : 1);
+    QCOMPARE(readFile(livePath()) == "old", !bMirror);
+}
+
+void tst_savefile::aLoggerThatThrowsEndsTheSaveOnly()
+{
+    logcapture::onMessage([](const QString&) { throw std::runtime_error("no room for the log"); });
+    saveAndWait(*m_pManager);
+    QVERIFY(QFile::exists(datedPath()));
+}
+
+void tst_savefile::whatIsCutIsLogged()
+{
+    const QString strDeep = "<b>" + QString("<c>").repeated(511) + "<d><e/></d><f/>"
+        + QString("</c>").repeated(511) + "</b>";
+    const QDomDocument inner = parsed(strDeep);
+    QDomDocument doc = parsed("<a/>");
+    doc.documentElement().appendChild(doc.importNode(inner.documentElement(), true));
+    m_pManager->saveSync(doc);
+    const LoggedLine line = logcapture::lines().constFirst();
+    QCOMPARE(line.strMessage,
+             QString("[CUserConfigManager] save xml; cut elements below level 512, count:1, "
+                     "first:/a/b/c/c/.../c"));
+    QCOMPARE(line.nLevel, 30000);
+    QCOMPARE(line.strFunction, QString(c_szSaveSync));
+    QCOMPARE(line.strFile, QString("src/indexmodel/indexuser/cuserconfigmanager"));
+    QCOMPARE(logcapture::lines().size(), 4);
 }
 
 void tst_savefile::chinesePathsAreGbkForNarrowFunctionsOnly()

@@ -31,7 +31,7 @@ QStringList writtenAndRead(const QString& attribute, const QString& text)
     QDomDocument doc = parsed("<r/>");
     doc.documentElement().setAttribute("a", attribute);
     doc.documentElement().appendChild(doc.createTextNode(text));
-    const QByteArray bytes = KW::userDocumentText(doc).toUtf8();
+    const QByteArray bytes = KW::userDocumentText(doc).strText.toUtf8();
     const KW::UserDocument file
         = KW::parseUserDocument(QString::fromUtf8(bytes.constData(), bytes.size()));
     const QDomElement root = file.document.documentElement();
@@ -74,6 +74,7 @@ private Q_SLOTS:
     void allOtherCharactersGoThrough();
     void elementsBelowTheLimitAreCut();
     void aHundredThousandLevelsAreCut();
+    void theCutsAreNamed();
     void textBesideTheCutStays();
     void aDeepTreeInTheStoreDoesNotBreakASave();
 };
@@ -312,15 +313,32 @@ void tst_userdocument::allOtherCharactersGoThrough()
 void tst_userdocument::elementsBelowTheLimitAreCut()
 {
     QDomDocument doc = nestedDocument(KW::c_nMaxDepth + 5);
-    QCOMPARE(depthOf(KW::userDocumentText(doc)), KW::c_nMaxDepth);
+    QCOMPARE(depthOf(KW::userDocumentText(doc).strText), KW::c_nMaxDepth);
     QDomDocument justRight = nestedDocument(KW::c_nMaxDepth);
-    QCOMPARE(depthOf(KW::userDocumentText(justRight)), KW::c_nMaxDepth);
+    QCOMPARE(depthOf(KW::userDocumentText(justRight).strText), KW::c_nMaxDepth);
 }
 
 void tst_userdocument::aHundredThousandLevelsAreCut()
 {
     QDomDocument doc = nestedDocument(100000);
-    QCOMPARE(depthOf(KW::userDocumentText(doc)), KW::c_nMaxDepth);
+    QCOMPARE(depthOf(KW::userDocumentText(doc).strText), KW::c_nMaxDepth);
+}
+
+void tst_userdocument::theCutsAreNamed()
+{
+    QDomDocument whole = nestedDocument(KW::c_nMaxDepth);
+    QCOMPARE(KW::userDocumentText(whole).cut, QStringList());
+    QDomDocument doc;
+    QDomElement root = doc.createElement("r");
+    for (const char* pszSection : { "s", "t" }) {
+        QDomElement section = doc.createElement(pszSection);
+        const QDomElement inner = nestedDocument(KW::c_nMaxDepth - 1).documentElement();
+        section.appendChild(doc.importNode(inner, true));
+        root.appendChild(section);
+    }
+    doc.appendChild(root);
+    QCOMPARE(KW::userDocumentText(doc).cut, QStringList({ "/r/s/a/a/.../a", "/r/t/a/a/.../a" }));
+    QCOMPARE(KW::userDocumentText(doc).cut, QStringList());
 }
 
 void tst_userdocument::textBesideTheCutStays()
@@ -332,7 +350,7 @@ void tst_userdocument::textBesideTheCutStays()
     }
     deepest.appendChild(doc.createTextNode("text"));
     deepest.appendChild(doc.createElement("cut"));
-    const QString strText = KW::userDocumentText(doc);
+    const QString strText = KW::userDocumentText(doc).strText;
     QVERIFY(strText.contains(">text</a>"));
     QVERIFY(!strText.contains("<cut"));
 }
@@ -357,7 +375,11 @@ void tst_userdocument::aDeepTreeInTheStoreDoesNotBreakASave()
     KW::CLayoutWindow window;
     window.m_pItemLayout = std::make_shared<CDeepTree>();
     service().getLayoutConfig()->addQuotePanelSetting(window);
+    logcapture::clear();
     saveAndWait(service());
+    QCOMPARE(logcapture::messages().first(),
+             QString("[CUserConfigManager] save xml; cut elements below level 512, count:1, "
+                     "first:/ICUserConfigFile/IndexLayout/LayoutWindow/deep/.../deep"));
     const KW::UserDocument file = KW::parseUserDocument(QString::fromUtf8(readFile(livePath())));
     QVERIFY(file.isValid());
     QVERIFY(!file.document.elementsByTagName("UserParams").isEmpty());

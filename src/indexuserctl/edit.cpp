@@ -7,6 +7,7 @@
 #include <inspect/userdifferences.h>
 
 #include <indexuser/userconfigfactory.h>
+#include <indexuser/userdocument.h>
 
 #include <QElapsedTimer>
 #include <QThread>
@@ -36,6 +37,18 @@ void requireLoaded(KW::UserConfigInterface& service, const QDomDocument& file)
     }
 }
 
+// A window stands deeper in a template than in the layout; a save would cut what gets too deep.
+void requireUncut(const inspect::UserRecords& changed)
+{
+    QDomDocument doc = inspect::documentOf(changed);
+    const QStringList cut = KW::userDocumentText(doc).cut;
+    if (!cut.isEmpty()) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("elements would be nested deeper than %1 levels: %2")
+                           .arg(QString::number(KW::c_nMaxDepth), cut.first()));
+    }
+}
+
 // A save replaces the live file in two steps, and the service says "done" after either.
 void requireSaved(const Request& request, const inspect::UserRecords& expected)
 {
@@ -62,7 +75,9 @@ ExitStatus edit(const Request& request, const Change& change)
     service.loadSettings();
     requireLoaded(service, file);
     change(service);
-    const inspect::UserRecords expected = inspect::savedForm(inspect::recordsOf(service, file));
+    const inspect::UserRecords changed = inspect::recordsOf(service, file);
+    requireUncut(changed);
+    const inspect::UserRecords expected = inspect::savedForm(changed);
     const auto differences = inspect::differences(inspect::recordsOf(file), expected);
     print({ diffTable(differences, "the file", "the change", request.secrets) }, request.format);
     if (!differences.isEmpty() && !request.isDryRun()) {

@@ -407,11 +407,13 @@ void CUserConfigManager::saveSettings()
 
 void CUserConfigManager::saveSync(QDomDocument& doc)
 {
-    if (m_bNotLoaded) {
-        logNotLoaded();
-    } else {
-        writeLiveFile(userDocumentText(doc));
-    }
+    contain([&] {
+        if (m_bNotLoaded) {
+            logNotLoaded();
+        } else {
+            writeLiveFile(userDocumentText(doc));
+        }
+    });
     m_bSaveSuccess = true;
 }
 

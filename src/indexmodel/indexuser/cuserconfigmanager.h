@@ -103,7 +103,7 @@ protected:
     void saveIndex(QDomElement& element, QDomDocument& doc);
 
     /// Writes \a doc, which nobody else may hold, and ends by setting getSaveSuccess(). It runs on
-    /// the thread of a save and touches nothing else of the manager.
+    /// the thread of a save, touches nothing else of the manager and lets no exception out.
     void saveSync(QDomDocument& doc);
 
     /// The live file, or with \a temp today's dated copy, whose directory is then made.

@@ -6,7 +6,7 @@
 
 namespace KW {
 
-enum class LogLevel { Info = 20000, Error = 40000 };
+enum class LogLevel { Info = 20000, Warn = 30000, Error = 40000 };
 
 /// Where a line comes from. The text is kept by pointer: string literals only.
 struct LogSite {

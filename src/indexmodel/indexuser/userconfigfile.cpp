@@ -11,6 +11,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <exception>
+
 namespace KW {
 
 namespace {
@@ -39,6 +41,26 @@ const char* outcome(bool success)
 template <typename... Args> void logSave(int line, const char* pszTemplate, const Args&... args)
 {
     logLine(LogLevel::Info, { c_szSave, line }, pszTemplate, args...);
+}
+
+void logCut(const QStringList& cut)
+{
+    if (!cut.isEmpty()) {
+        logLine(LogLevel::Warn, { c_szSave, 251 },
+                "[CUserConfigManager] save xml; cut elements below level {0}, count:{1}, first:{2}",
+                c_nMaxDepth, cut.size(), cut.first().toStdString());
+    }
+}
+
+std::string causeThrown()
+{
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "unknown";
+    }
 }
 
 // The paths of one save, for QFile and, in GBK, for the narrow file functions.
@@ -70,6 +92,16 @@ void replaceLiveFile(const SavePaths& paths, std::string& content)
 
 } // namespace
 
+void logThrown() noexcept
+{
+    try {
+        logLine(LogLevel::Error, { c_szSave, 288 }, "[CUserConfigManager] save xml; exception: {0}",
+                causeThrown());
+    } catch (...) {
+        // Without memory or a logger for one line there is nobody left to tell.
+    }
+}
+
 QString liveFilePath()
 {
     return inConfigDir(QStringLiteral("indexUserConfig.xml"));
@@ -99,11 +131,12 @@ UserDocument readLiveFile()
     return parseUserDocument(MV::sToQs(strContent));
 }
 
-void writeLiveFile(const QString& xml)
+void writeLiveFile(const UserDocumentText& document)
 {
-    std::string strContent = xml.toStdString();
+    logCut(document.cut);
+    std::string strContent = document.strText.toStdString();
     // The mirror is a convenience of other modules: without it the file is saved all the same.
-    se::writeConfig("userconfig.xml", strContent);
+    contain([&] { se::writeConfig("userconfig.xml", strContent); });
 
     const SavePaths paths;
     if (stdWriteFile(paths.strGbkDatedCopy, strContent, "wb")) {

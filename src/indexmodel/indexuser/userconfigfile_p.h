@@ -6,6 +6,9 @@
 
 namespace KW {
 
+/// Logs the exception that is being handled.
+void logThrown() noexcept;
+
 /// The user's file, the one that loads read.
 QString liveFilePath();
 
@@ -16,9 +19,21 @@ QString datedCopyPath();
 /// Reads the live file. A missing or unreadable one is as invalid as an empty one.
 UserDocument readLiveFile();
 
-/// Writes \a xml to the mirror in the settings store and to the dated copy, then puts the dated
-/// copy in the place of the live file, and logs each step. Any thread; nothing serialises calls.
-void writeLiveFile(const QString& xml);
+/// Writes \a document to the mirror in the settings store and to the dated copy, then puts the
+/// dated copy in the place of the live file, and logs each step and what was cut. Any thread;
+/// nothing serialises calls. What a sibling throws passes through, unless it is the mirror.
+void writeLiveFile(const UserDocumentText& document);
+
+/// Does a \a step of a save. What it throws is logged and goes no further: on the thread of a save
+/// nobody would catch it.
+template <typename Step> void contain(const Step& step)
+{
+    try {
+        step();
+    } catch (...) {
+        logThrown();
+    }
+}
 
 /// Logs that a save was refused because nothing has been loaded yet.
 void logNotLoaded();

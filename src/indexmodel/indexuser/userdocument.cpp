@@ -22,15 +22,27 @@ void dismantle(const QDomNode& top)
     }
 }
 
-void cutBelow(QDomNode node, int levels)
+// The levels between are hundreds.
+QString shortPath(const QDomNode& element)
+{
+    QStringList names;
+    for (QDomNode each = element; each.isElement(); each = each.parentNode()) {
+        names.prepend(each.nodeName());
+    }
+    const QStringList shown = names.mid(0, 4) + QStringList { QStringLiteral("..."), names.last() };
+    return QLatin1Char('/') + shown.join(QLatin1Char('/'));
+}
+
+void cutBelow(QDomNode node, int levels, QStringList& cut)
 {
     QDomNode child = node.firstChild();
     while (!child.isNull()) {
         const QDomNode next = child.nextSibling();
         if (levels == 0 && child.isElement()) {
+            cut.append(shortPath(child));
             dismantle(node.removeChild(child));
         } else if (child.hasChildNodes()) {
-            cutBelow(child, levels - 1);
+            cutBelow(child, levels - 1, cut);
         }
         child = next;
     }
@@ -90,10 +102,12 @@ UserDocument parseUserDocument(const QString& text)
     return result;
 }
 
-QString userDocumentText(QDomDocument& doc)
+UserDocumentText userDocumentText(QDomDocument& doc)
 {
-    cutBelow(doc, c_nMaxDepth);
-    return readableText(doc.toString(4));
+    UserDocumentText result;
+    cutBelow(doc, c_nMaxDepth, result.cut);
+    result.strText = readableText(doc.toString(4));
+    return result;
 }
 
 } // namespace KW

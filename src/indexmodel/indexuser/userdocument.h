@@ -4,6 +4,7 @@
 
 #include <QDomDocument>
 #include <QString>
+#include <QStringList>
 
 namespace KW {
 
@@ -34,9 +35,16 @@ struct UserDocument {
 ///     const KW::UserDocument file = KW::parseUserDocument(text);
 INDEXUSER_EXPORT UserDocument parseUserDocument(const QString& text);
 
-/// The text to write for \a doc, which parseUserDocument() reads again. What would prevent that is
-/// dropped: elements below c_nMaxDepth (from \a doc itself, too) and the characters NUL, U+FFFE,
-/// U+FFFF and lone surrogates.
-INDEXUSER_EXPORT QString userDocumentText(QDomDocument& doc);
+/// What is to be written for a document, and what is not.
+struct UserDocumentText {
+    QString strText; ///< parseUserDocument() reads it again
+    /// The elements that were cut, in their order: the beginning of the path and its end, such as
+    /// "/ICUserConfigFile/IndexLayout/LayoutWindow/dock/.../panel".
+    QStringList cut;
+};
+
+/// The text of \a doc without what would prevent reading it again: elements below c_nMaxDepth (cut
+/// from \a doc itself, too) and the characters NUL, U+FFFE, U+FFFF and lone surrogates.
+INDEXUSER_EXPORT UserDocumentText userDocumentText(QDomDocument& doc);
 
 } // namespace KW

@@ -142,7 +142,7 @@ UserRecords savedForm(const UserRecords& records)
     }
     // Through text, which leaves out what would make a file unreadable.
     QDomDocument doc = documentOf(saved);
-    return recordsOf(KW::parseUserDocument(KW::userDocumentText(doc)).document);
+    return recordsOf(KW::parseUserDocument(KW::userDocumentText(doc).strText).document);
 }
 
 QDomDocument documentOf(const UserRecords& records)
