@@ -140,6 +140,43 @@ void tst_siblings::anIniEntryIsRead_data()
     QTest::newRow("no section") << QByteArray("showDBIf=1\n") << 0;
     QTest::newRow("word") << QByteArray("[dbifEnable]\nshowDBIf=yes\n") << 0;
     QTest::newRow("empty file") << QByteArray("") << 0;
+    QTest::newRow("no value") << QByteArray("[dbifEnable]\nshowDBIf=\n") << 0;
+    QTest::newRow("the first of two keys")
+        << QByteArray("[dbifEnable]\nshowDBIf=1\nshowDBIf=0\n") << 1;
+    QTest::newRow("the first of two keys, though it is no number")
+        << QByteArray("[dbifEnable]\nshowDBIf=no\nshowDBIf=1\n") << 0;
+    QTest::newRow("a double key elsewhere")
+        << QByteArray("[x]\na=b\na=c\n[dbifEnable]\nshowDBIf=1\n") << 1;
+    QTest::newRow("a double section")
+        << QByteArray("[dbifEnable]\na=b\n[x]\n[dbifEnable]\nshowDBIf=1\n") << 1;
+    QTest::newRow("stray lines") << QByteArray(
+        "stray\n[dbifEnable]\nstray\n]\n=\n=5\n\nshowDBIf=1\nstray")
+                                 << 1;
+    QTest::newRow("no line end") << QByteArray("[dbifEnable]\nshowDBIf=1") << 1;
+    QTest::newRow("blanks everywhere")
+        << QByteArray(" \t[ dbifEnable ] \n\t showDBIf\t = \t1 \t\r\n") << 1;
+    QTest::newRow("names in another case") << QByteArray("[DBIFENABLE]\nshowdbif=1\n") << 1;
+    QTest::newRow("commented out")
+        << QByteArray("[dbifEnable]\n;showDBIf=1\n# showDBIf=1\n ; showDBIf=1\n") << 0;
+    QTest::newRow("a section that is commented out")
+        << QByteArray("[x]\n;[dbifEnable]\nshowDBIf=1\n") << 0;
+    QTest::newRow("comments behind")
+        << QByteArray("[dbifEnable] ; section\nshowDBIf=1 ; on\n") << 1;
+    QTest::newRow("a header without its end") << QByteArray("[dbifEnable\nshowDBIf=1\n") << 1;
+    QTest::newRow("the header after it ends it")
+        << QByteArray("[dbifEnable]\n[other\nshowDBIf=1\n") << 0;
+    QTest::newRow("a name that goes on") << QByteArray("[dbifEnable2]\nshowDBIf=1\n") << 0;
+    QTest::newRow("a key that goes on") << QByteArray("[dbifEnable]\nshowDBIf2=1\n") << 0;
+    QTest::newRow("quotes") << QByteArray("[dbifEnable]\nshowDBIf=\"1\"\n") << 1;
+    QTest::newRow("leading digits") << QByteArray("[dbifEnable]\nshowDBIf=1x\n") << 1;
+    QTest::newRow("leading zero") << QByteArray("[dbifEnable]\nshowDBIf=01\n") << 1;
+    QTest::newRow("negative") << QByteArray("[dbifEnable]\nshowDBIf=-1\n") << -1;
+    QTest::newRow("one, and 32 bits more")
+        << QByteArray("[dbifEnable]\nshowDBIf=4294967297\n") << 0;
+    QTest::newRow("beyond 64 bits") << "[dbifEnable]\nshowDBIf=" + QByteArray("9").repeated(30)
+            + "\n" << 0;
+    QTest::newRow("escapes mean nothing") << QByteArray("[dbifEnable]\na=\\\nshowDBIf=1\n") << 1;
+    QTest::newRow("NUL") << QByteArray("[dbifEnable]\na=\0\nshowDBIf=1\n", 28) << 1;
     QTest::newRow("one byte") << QByteArray("[") << 0;
     QTest::newRow("no ini") << QByteArray("\x01\x02 nothing") << 0;
 }
@@ -167,6 +204,8 @@ void tst_siblings::aMissingIniGivesTheDefault()
 {
     utils::Configuration ini((userDir() + "/missing.ini").toStdString(), true);
     QVERIFY(!ini.load(std::string()));
+    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 7), 7);
+    QVERIFY(!ini.load(userDir().toStdString()));
     QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 7), 7);
 }
 

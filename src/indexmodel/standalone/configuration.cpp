@@ -1,15 +1,31 @@
 #include "platform/commonutil.h"
 
-#include <boost/property_tree/ini_parser.hpp>
-#include <boost/property_tree/ptree.hpp>
+#include <boost/algorithm/string.hpp>
 
+#include <cerrno>
+#include <cstdlib>
 #include <fstream>
+#include <limits>
+#include <map>
+#include <utility>
 
 namespace utils {
 
 namespace {
 
-using boost::property_tree::ptree;
+// Sections and keys without regard to the case of ASCII letters.
+using Name = std::pair<std::string, std::string>;
+using Entries = std::map<Name, std::string>;
+
+std::string trimmed(const std::string& text)
+{
+    return boost::algorithm::trim_copy(text, std::locale::classic());
+}
+
+std::string folded(const std::string& text)
+{
+    return boost::algorithm::to_lower_copy(trimmed(text), std::locale::classic());
+}
 
 // Editors on Windows put a byte order mark before the first section.
 void skipByteOrderMark(std::istream& in)
@@ -20,6 +36,39 @@ void skipByteOrderMark(std::istream& in)
         in.clear();
         in.seekg(0);
     }
+}
+
+// By hand, since the readers at hand do not read such a file as its writer meant it: Boost's and
+// GLib's refuse all of it for one double key or stray line, QSettings takes the last of two keys.
+// Like the reader of Windows: the first of two keys, and a line that says nothing is passed over.
+Entries readEntries(std::istream& in)
+{
+    Entries entries;
+    std::string strSection;
+    for (std::string strLine; std::getline(in, strLine);) {
+        strLine = trimmed(strLine);
+        const auto nEquals = strLine.find('=');
+        if (!strLine.empty() && strLine.front() == '[') {
+            strSection = folded(strLine.substr(1, strLine.find(']') - 1));
+        } else if (nEquals != std::string::npos) {
+            // The key of a comment begins with its mark, and nobody asks for such a name.
+            entries.emplace(Name(strSection, folded(strLine.substr(0, nEquals))),
+                            trimmed(strLine.substr(nEquals + 1)));
+        }
+    }
+    return entries;
+}
+
+// What stands behind the digits says nothing; without digits there is no number.
+int leadingNumber(const std::string& text, int defaultValue)
+{
+    const char* const pBegin = text.c_str() + (text[0] == '"' ? 1 : 0);
+    char* pEnd = nullptr;
+    errno = 0;
+    const long long nValue = std::strtoll(pBegin, &pEnd, 10);
+    const bool bInRange = errno == 0 && nValue >= std::numeric_limits<int>::min()
+        && nValue <= std::numeric_limits<int>::max();
+    return pEnd != pBegin && bInRange ? static_cast<int>(nValue) : defaultValue;
 }
 
 } // namespace
@@ -37,22 +86,22 @@ bool Configuration::load(std::string path)
         return false;
     }
     skipByteOrderMark(file);
-    auto pTree = std::make_shared<ptree>();
-    try {
-        boost::property_tree::read_ini(file, *pTree);
-    } catch (const boost::property_tree::ini_parser_error&) {
+    Entries entries = readEntries(file);
+    if (file.bad()) {
         return false;
     }
-    m_pContent = std::move(pTree);
+    m_pContent = std::make_shared<const Entries>(std::move(entries));
     return true;
 }
 
 int Configuration::readInt(std::string section, std::string key, int defaultValue)
 {
-    const auto* pTree = static_cast<const ptree*>(m_pContent.get());
-    // A path separator that no name of an ini file holds: names may well hold dots.
-    return pTree ? pTree->get(ptree::path_type(section + '\n' + key, '\n'), defaultValue)
-                 : defaultValue;
+    const auto* const pEntries = static_cast<const Entries*>(m_pContent.get());
+    if (!pEntries) {
+        return defaultValue;
+    }
+    const auto it = pEntries->find(Name(folded(section), folded(key)));
+    return it == pEntries->end() ? defaultValue : leadingNumber(it->second, defaultValue);
 }
 
 } // namespace utils
