@@ -15,6 +15,19 @@
 
 log4cxx::LoggerPtr g_RXStdLogger;
 
+template class utils::CSingletonT<KW::CSectorManager>;
+template class utils::CSingletonT<KW::CFormulaOperateManager>;
+template class utils::CSingletonT<KW::CExtendDataManager>;
+template class utils::CSingletonT<KW::CExternalDataManager>;
+template class utils::CSingletonT<KW::CWindDataManager>;
+template class utils::CSingletonT<KW::CStrategyTradeManager>;
+template class utils::CSingletonT<KW::CDrawGraphManager>;
+template class utils::CSingletonT<KW::CFormulaHistoryDataManager>;
+template class utils::CSingletonT<KW::CFormulaManager>;
+template class utils::CSingletonT<KW::CStockManager>;
+template class utils::CManualSingletonT<KW::COrderService>;
+template class utils::CManualSingletonT<KW::CSpecialStrategyManager>;
+
 namespace recording {
 
 namespace {

@@ -41,6 +41,8 @@ private:
 /// drops the instance, which lives on as long as somebody shares it; the next instance() is new.
 ///
 /// Never inlined, so that all modules run one copy of the code and with it one set of spin locks.
+/// The header of T declares that copy (extern template), one module of the process defines it; a
+/// T of one module only needs neither.
 template <class T> class PLATFORM_TEMPLATE CSingletonT {
 public:
     BOOST_NOINLINE static T* instance()
@@ -76,10 +78,11 @@ protected:
 template <class T> boost::shared_mutex CSingletonT<T>::s_mutex;
 template <class T> boost::shared_ptr<T> CSingletonT<T>::s_pInstance;
 
-/// The only instance of a T that is never released while the process runs.
+/// The only instance of a T that is never released while the process runs; defined as that of
+/// CSingletonT is.
 template <class T> class PLATFORM_TEMPLATE CManualSingletonT {
 public:
-    static T* instance()
+    BOOST_NOINLINE static T* instance()
     {
         static T s_instance;
         return &s_instance;

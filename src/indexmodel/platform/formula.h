@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/commonutil.h"
 #include "platform/declspec.h"
 #include "platform/marketdata.h"
 #include "platform/strategybase.h"
@@ -89,3 +90,15 @@ public:
 };
 
 } // namespace KW
+
+// Each defined once, by who supplies its manager, and imported by everybody else.
+extern template class PLATFORM_API utils::CSingletonT<KW::CSectorManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CFormulaOperateManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CExtendDataManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CExternalDataManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CWindDataManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CStrategyTradeManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CDrawGraphManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CFormulaHistoryDataManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CFormulaManager>;
+extern template class PLATFORM_API utils::CSingletonT<KW::CStockManager>;

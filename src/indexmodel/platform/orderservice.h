@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/commonutil.h"
 #include "platform/declspec.h"
 
 #include <QDomDocument>
@@ -15,3 +16,6 @@ public:
 };
 
 } // namespace KW
+
+// Defined once, by who supplies it, and imported by everybody else.
+extern template class PLATFORM_API utils::CManualSingletonT<KW::COrderService>;

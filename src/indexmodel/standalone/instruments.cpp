@@ -5,6 +5,11 @@
 
 #include <algorithm>
 
+template class utils::CSingletonT<KW::CSectorManager>;
+template class utils::CSingletonT<KW::CStockManager>;
+template class utils::CSingletonT<KW::CFormulaManager>;
+template class utils::CSingletonT<KW::CFormulaHistoryDataManager>;
+
 namespace KW {
 
 namespace {

@@ -4,6 +4,15 @@
 #include "platform/specialstrategy.h"
 #include "standalone/foreignsections_p.h"
 
+template class utils::CSingletonT<KW::CFormulaOperateManager>;
+template class utils::CSingletonT<KW::CExtendDataManager>;
+template class utils::CSingletonT<KW::CExternalDataManager>;
+template class utils::CSingletonT<KW::CWindDataManager>;
+template class utils::CSingletonT<KW::CStrategyTradeManager>;
+template class utils::CSingletonT<KW::CDrawGraphManager>;
+template class utils::CManualSingletonT<KW::COrderService>;
+template class utils::CManualSingletonT<KW::CSpecialStrategyManager>;
+
 namespace KW {
 
 namespace {
