@@ -8,6 +8,7 @@
 #include <rapidcheck.h>
 
 #include <cmath>
+#include <memory>
 
 // What holds for any store and any records, not only for those that somebody thought of.
 class tst_properties : public CLibraryTest {
@@ -45,9 +46,19 @@ rc::Gen<QString> texts()
                         });
 }
 
+std::shared_ptr<const MV::ILayoutElement> anyPanels()
+{
+    QDomDocument doc;
+    QDomElement panels = doc.createElement("dock");
+    panels.setAttribute("name", *texts());
+    panels.appendChild(doc.createElement("panel")).toElement().setAttribute("name", *texts());
+    return std::shared_ptr<const MV::ILayoutElement>(MV::ILayoutElement::fromXml(panels));
+}
+
 CLayoutWindow anyWindow()
 {
     CLayoutWindow window;
+    window.m_pItemLayout = *rc::gen::arbitrary<bool>() ? anyPanels() : nullptr;
     window.m_nScreenId = *rc::gen::arbitrary<int>();
     window.m_bIsMain = *rc::gen::arbitrary<bool>();
     window.m_bMaximized = *rc::gen::arbitrary<bool>();
@@ -69,18 +80,22 @@ KW::CPanelGroupLayoutSetting anySetting(const QString& key)
     return setting;
 }
 
-void fillLayouts(Layouts& layouts)
+// Answers the keys of the panel groups.
+QStringList fillLayouts(Layouts& layouts)
 {
+    QStringList keys;
     for (const CLayoutWindow& window : anySetting({}).m_windows) {
         layouts.addQuotePanelSetting(window);
     }
     layouts.saveTradeGroupSetting(anySetting({}));
     for (int i = *rc::gen::inRange(0, 4); i > 0; --i) {
-        layouts.addFormulaPanelSetting(anySetting(*texts()));
-        layouts.addValuePanelSetting(anySetting(*texts()));
+        keys += { *texts(), *texts() };
+        layouts.addFormulaPanelSetting(anySetting(keys.constLast()));
+        layouts.addValuePanelSetting(anySetting(keys[*rc::gen::inRange(0, keys.size())]));
         layouts.saveLayoutToTemplate(*texts());
         layouts.saveTradeLayoutToTemplate(*texts());
     }
+    return keys;
 }
 
 void fillOptions(KW::UserConfigInterface& service)
@@ -123,12 +138,140 @@ void fillStocks(KW::UserConfigInterface& service)
     service.setCustomStockMap(stocks);
 }
 
-void fill(KW::UserConfigInterface& service)
+QStringList fill(KW::UserConfigInterface& service)
 {
     fillOptions(service);
     fillStocks(service);
-    fillLayouts(*service.getLayoutConfig());
     service.setFormulaFunctionTreeExpand(*rc::gen::arbitrary<bool>());
+    return fillLayouts(*service.getLayoutConfig());
+}
+
+// What the service holds, by its accessors alone: no reader or writer of the file has a part in it.
+using Lines = QStringList;
+
+void show(Lines& lines, const KW::paramSettingForClient& p)
+{
+    Lines fields { p.groupSignalRunTime, p.updateF10DateTime, p.qsSmartKeyConfig,
+                   p.oaAddress,          p.oaTableName,       p.oaUser,
+                   p.oaPassword };
+    for (const int nValue : { p.reportRefreshTime,
+                              p.indexSortUpdate,
+                              p.riseCompareTime,
+                              p.delayRefreshTime,
+                              p.oMinDataRestorePeroid,
+                              p.fMinDataRestorePeroid,
+                              p.tickRestoreDay,
+                              p.flashKeepDataPeriod,
+                              p.graphDisplay,
+                              p.m_multiDaylines,
+                              p.m_multiHourlines,
+                              p.m_multiMinutelines,
+                              p.m_multiTicklines,
+                              p.monitorClipboard,
+                              p.showAllQuoteData,
+                              p.formulaDebug,
+                              p.InitPopTaskCondition,
+                              int(p.updateposition),
+                              p.groupSignalCondition,
+                              p.smartKeyConfig,
+                              p.dividDataTime,
+                              p.extParam1,
+                              p.wholeQuoter,
+                              p.extParam2,
+                              p.extParam3,
+                              p.extParam4,
+                              p.extParam5,
+                              p.extParam6,
+                              int(p.showGradient),
+                              int(p.extFlag1),
+                              int(p.showParamRank),
+                              int(p.m_bFilterFutureOptCheck) }) {
+        fields.append(QString::number(nValue));
+    }
+    lines.append("options " + fields.join('|'));
+}
+
+void show(Lines& lines, const KW::CustomStockMap& stocks)
+{
+    for (auto it = stocks.begin(); it != stocks.end(); ++it) {
+        lines.append(QString("list %1").arg(it.key()));
+        for (const auto& pDetail : it.value()) {
+            lines.append(QString::fromStdString("stock " + pDetail->market + '|' + pDetail->code
+                                                + '|' + pDetail->name));
+        }
+    }
+}
+
+QString panelsOf(const CLayoutWindow& window)
+{
+    QDomDocument doc;
+    QDomElement parent = doc.createElement("panels");
+    doc.appendChild(parent);
+    if (window.m_pItemLayout) {
+        window.m_pItemLayout->toXml(parent, doc);
+    }
+    return doc.toString(-1);
+}
+
+enum class WithNavTree { Yes, No }; // templates of a file have none
+
+void show(Lines& lines, const QString& name, const KW::CPanelGroupLayoutSetting& setting,
+          WithNavTree navTree)
+{
+    lines.append("layout " + name + '|' + setting.m_strKey);
+    for (const CLayoutWindow& each : setting.m_windows) {
+        const QRect r = each.m_rect;
+        const auto flags = { int(each.m_bIsMain),
+                             int(each.m_bMaximized),
+                             each.m_nScreenId,
+                             each.m_nPanelGroupId,
+                             r.left(),
+                             r.top(),
+                             r.right(),
+                             r.bottom() };
+        Lines fields { panelsOf(each) };
+        for (const int nValue : flags) {
+            fields.append(QString::number(nValue));
+        }
+        lines.append(fields.join('|')
+                     + (navTree == WithNavTree::Yes ? '|' + each.m_strNavTree : QString()));
+    }
+}
+
+// Templates show their windows only when they become the current ones: those of a copy.
+void showTemplates(Lines& lines, Layouts layouts)
+{
+    for (const QString& name : layouts.getQuoteLayoutTemplate()) {
+        layouts.loadLayoutFromTemplate(name);
+        show(lines, "template " + name, layouts.getQuoteGroupSetting(), WithNavTree::No);
+    }
+    for (const QString& name : layouts.getTradeLayoutTemplate()) {
+        layouts.loadTradeLayoutFromTemplate(name);
+        show(lines, "trade template " + name, layouts.getTradeGroupSetting(), WithNavTree::No);
+    }
+}
+
+Lines held(KW::UserConfigInterface& service, const QStringList& keys)
+{
+    Lines lines { QString("expand %1").arg(service.getFormulaFunctionTreeExpand()) };
+    show(lines, service.getParamSettingForClient());
+    KW::CustomStockMap stocks;
+    service.getCustomStockMap(stocks);
+    show(lines, stocks);
+    Layouts& layouts = *service.getLayoutConfig();
+    show(lines, "quote", layouts.getQuoteGroupSetting(), WithNavTree::Yes);
+    show(lines, "trade", layouts.getTradeGroupSetting(), WithNavTree::Yes);
+    for (const QString& key : keys) {
+        KW::CPanelGroupLayoutSetting formula;
+        KW::CPanelGroupLayoutSetting value;
+        lines.append(QString("found %1 %2")
+                         .arg(layouts.getFormulaPanelGroupSetting(key, formula))
+                         .arg(layouts.getValuePanelSetting(key, value)));
+        show(lines, "formula " + key, formula, WithNavTree::Yes);
+        show(lines, "value " + key, value, WithNavTree::Yes);
+    }
+    showTemplates(lines, layouts);
+    return lines;
 }
 
 inspect::UserRecords records(KW::UserConfigInterface& service)
@@ -162,11 +305,14 @@ void tst_properties::whatIsSavedIsLoaded()
     QVERIFY(rc::check([this] {
         writeLive("<ICUserConfigFile/>");
         reload();
-        fill(service());
-        const inspect::UserRecords before = inspect::savedForm(records(service()));
+        const QStringList keys = fill(service());
+        const Lines before = held(service(), keys);
         saveAndWait(service());
         reload();
-        requireSame(before, records(service()));
+        const Lines after = held(service(), keys);
+        for (int i = 0; i < qMax(before.size(), after.size()); ++i) {
+            RC_ASSERT(after.value(i).toStdString() == before.value(i).toStdString());
+        }
     }));
 }
 
