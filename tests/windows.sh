@@ -22,8 +22,8 @@ compile() {
         { echo "does not compile for Windows: $1"; failed=1; }
 }
 failed=0
-/usr/lib/qt5/bin/moc -I"$root/src/indexmodel" "$root/src/indexmodel/indexuser/cuserconfigmanager.h" \
-    -p indexuser -o "$scratch/moc.cpp"
+/usr/lib/qt5/bin/moc -I"$root/src/indexmodel" -p indexuser -o "$scratch/moc.cpp" \
+    "$root/src/indexmodel/indexuser/cuserconfigmanager.h"
 for source in "$root"/src/indexmodel/indexuser/*.cpp "$scratch/moc.cpp"; do
     compile "$source"
 done
@@ -33,11 +33,13 @@ declared=$(sed -nE 's/^extern template class PLATFORM_API utils::(C\w+)<KW::(\w+
     "$root"/src/indexmodel/platform/*.h)
 [ -n "$declared" ] || { echo "no sibling declares its instance"; failed=1; }
 # The library reaches the statics by instance() only. This names them.
-{
-    printf '#include "platform/%s.h"\n' formula orderservice specialstrategy
-    sed -nE 's/^CSingletonT (.*)/const void* mutexOf\1() { return \&utils::CSingletonT<KW::\1>::s_mutex; }\
-const void* instanceOf\1() { return \&utils::CSingletonT<KW::\1>::s_pInstance; }/p' <<<"$declared"
-} >"$scratch/statics.cpp"
+printf '#include "platform/%s.h"\n' formula orderservice specialstrategy >"$scratch/statics.cpp"
+while read -r template type; do
+    [ "$template" = CSingletonT ] || continue
+    for member in s_mutex s_pInstance; do
+        echo "const void* $type$member() { return &utils::$template<KW::$type>::$member; }"
+    done
+done <<<"$declared" >>"$scratch/statics.cpp"
 compile "$scratch/statics.cpp"
 x86_64-w64-mingw32-nm "$scratch"/*.o >"$scratch/symbols"
 
