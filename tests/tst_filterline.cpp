@@ -33,11 +33,18 @@ void tst_filterline::errorsAreNamedByGroupAndItem_data()
                         << "group 1: item 1: 'x' is no integer";
     QTest::newRow("operator") << "a=N,1|i|0|0|1,1|i|>|0|1"
                               << "group 1: item 2: '>' is no integer";
-    QTest::newRow("threshold") << "a=N,1|i|0|0|1,5"
+    for (const char* pszExtra : { "", "x", "0.5", " ", "2147483648" }) {
+        QTest::addRow("extra '%s'", pszExtra)
+            << QStringLiteral("a=N,1|i|0|%1|1").arg(pszExtra)
+            << QStringLiteral("group 1: item 1: '%1' is no integer").arg(pszExtra);
+    }
+    QTest::newRow("one field") << "a=N,1|i|0|0|1,5"
                                << "group 1: item 2: 1 fields instead of "
                                   "id|indicator|compareOp|extra|threshold";
     QTest::newRow("infinity") << "a=N,1|i|0|0|inf"
                               << "group 1: item 1: 'inf' is no number";
+    QTest::newRow("no threshold") << "a=N,1|i|0|0|"
+                                  << "group 1: item 1: '' is no number";
     QTest::newRow("twice") << "a=N:a=M"
                            << "group 2: a second group for 'a'";
 }

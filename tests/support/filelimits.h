@@ -1,5 +1,7 @@
 #pragma once
 
+#include "nobody.h"
+
 #include <QByteArray>
 #include <QFile>
 #include <QString>
@@ -44,44 +46,21 @@ private:
     void (*m_pPrevious)(int);
 };
 
-/// While it lives nobody may change the entries of a directory. Permissions do not bind root, who
-/// therefore becomes somebody else for the time; \a stillOurs is what he needs to own as such.
+/// While it lives nobody may change the entries of a directory; \a stillOurs is what this process
+/// needs to own all the same.
 class CReadOnlyDirectory {
 public:
     explicit CReadOnlyDirectory(const QString& directory, const QStringList& stillOurs = {})
         : m_path(QFile::encodeName(directory))
-        , m_bRoot(::geteuid() == 0)
+        , m_nobody(stillOurs + QStringList(directory))
     {
-        const uid_t nOwner = m_bRoot ? c_nNobody : ::geteuid();
-        const QStringList paths = stillOurs + QStringList(directory);
-        for (const QString& path : paths) {
-            check(::chown(QFile::encodeName(path).constData(), nOwner, ::getegid()), "chown");
-        }
-        check(::chmod(m_path.constData(), 0555), "chmod");
-        if (m_bRoot) {
-            check(::seteuid(c_nNobody), "seteuid");
-        }
+        CNobody::check(::chmod(m_path.constData(), 0555), "chmod");
     }
     CReadOnlyDirectory(const CReadOnlyDirectory&) = delete;
     CReadOnlyDirectory& operator=(const CReadOnlyDirectory&) = delete;
-    ~CReadOnlyDirectory()
-    {
-        if (m_bRoot) {
-            check(::seteuid(0), "seteuid");
-        }
-        check(::chmod(m_path.constData(), 0755), "chmod");
-    }
+    ~CReadOnlyDirectory() { CNobody::check(::chmod(m_path.constData(), 0755), "chmod"); }
 
 private:
-    static constexpr uid_t c_nNobody = 65534;
-
-    static void check(int result, const char* pszCall)
-    {
-        if (result != 0) {
-            qFatal("%s", pszCall);
-        }
-    }
-
     QByteArray m_path;
-    bool m_bRoot;
+    CNobody m_nobody;
 };
