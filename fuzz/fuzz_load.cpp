@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const QByteArray content(reinterpret_cast<const char*>(data), static_cast<int>(size));
     KW::UserConfigInterface& service = fuzzkit::load(content);
-    const inspect::UserFile before = inspect::readUserFile(fuzzkit::livePath());
+    const inspect::UserFile before = inspect::readDocument(fuzzkit::livePath());
     const inspect::UserRecords first
         = inspect::savedForm(inspect::recordsOf(service, before.document));
     fuzzkit::save(service);

@@ -137,7 +137,7 @@ ExitStatus exportTemplate(const Request& request)
 
 ExitStatus importTemplates(const Request& request)
 {
-    QDomElement container = wholeFile(request.words.first()).document.documentElement();
+    QDomElement container = wholeDocument(request.words.first()).document.documentElement();
     return editLayouts(request, [&](Layouts& layouts, const TemplateOperations& operations) {
         const int nBefore = (layouts.*operations.names)().size();
         (layouts.*operations.importAll)(QString(), container);

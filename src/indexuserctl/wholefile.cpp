@@ -4,9 +4,10 @@
 
 #include <QFile>
 
-inspect::UserFile wholeFile(const QString& path)
+namespace {
+
+inspect::UserFile whole(inspect::UserFile file)
 {
-    inspect::UserFile file = inspect::readUserFile(path);
     if (file.state == inspect::FileState::Damaged) {
         throw CFailure(ExitStatus::Damaged, file.strError);
     }
@@ -14,6 +15,18 @@ inspect::UserFile wholeFile(const QString& path)
         throw CFailure(ExitStatus::InputOutput, file.strError);
     }
     return file;
+}
+
+} // namespace
+
+inspect::UserFile wholeFile(const QString& path)
+{
+    return whole(inspect::readUserFile(path));
+}
+
+inspect::UserFile wholeDocument(const QString& path)
+{
+    return whole(inspect::readDocument(path));
 }
 
 inspect::UserFile liveFile(const Request& request)

@@ -7,6 +7,9 @@
 /// A user file that is there and whole; throws CFailure otherwise, with line and column.
 inspect::UserFile wholeFile(const QString& path);
 
+/// The same for a file with any root, such as an exported template.
+inspect::UserFile wholeDocument(const QString& path);
+
 /// The live file of the user's directory.
 inspect::UserFile liveFile(const Request& request);
 

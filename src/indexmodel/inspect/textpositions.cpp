@@ -6,30 +6,17 @@ namespace inspect {
 
 namespace {
 
-struct Passage {
-    const char* pszBegin;
-    const char* pszEnd;
-};
-
-// What may hold a '<' that begins no element.
-constexpr Passage c_passages[] = {
-    { "<!--", "-->" },
-    { "<![CDATA[", "]]>" },
-    { "<?", "?>" },
-    { "</", ">" },
-};
-
-int skipPassage(const QString& text, int offset)
+bool standsAt(const QString& text, int offset, const char* pszWord)
 {
-    for (const Passage& passage : c_passages) {
-        const QLatin1String begin(passage.pszBegin);
-        const QLatin1String end(passage.pszEnd);
-        if (text.midRef(offset, begin.size()) == begin) {
-            const int nEnd = text.indexOf(end, offset + begin.size());
-            return nEnd < 0 ? text.size() : nEnd + end.size();
-        }
-    }
-    return offset;
+    const QLatin1String word(pszWord);
+    return text.midRef(offset, word.size()) == word;
+}
+
+int positionAfter(const QString& text, const char* pszEnd, int from)
+{
+    const QLatin1String end(pszEnd);
+    const int nEnd = text.indexOf(end, from);
+    return nEnd < 0 ? text.size() : nEnd + end.size();
 }
 
 // The first of \a wanted from \a offset on that stands outside quotes.
@@ -70,29 +57,75 @@ CTextPositions::CTextPositions(const QString& text)
     for (int i = text.indexOf('\n'); i >= 0; i = text.indexOf('\n', i + 1)) {
         m_lineStarts.append(i + 1);
     }
-    if (text.contains(QLatin1String("<!DOCTYPE"))) {
-        return;
-    }
     for (int i = text.indexOf('<'); i >= 0; i = text.indexOf('<', i)) {
-        const int nSkipped = skipPassage(text, i);
-        if (nSkipped == i) {
-            const int nEnd = findUnquoted(text, i, text.size(), QLatin1Char('>'));
-            m_tags.append({ i, nEnd });
-            i = nEnd;
-        } else {
-            i = nSkipped;
-        }
+        i = skipMarkup(i);
     }
+}
+
+int CTextPositions::skipMarkup(int offset)
+{
+    if (standsAt(m_strText, offset, "<!--")) {
+        m_comments.append(offset);
+        return positionAfter(m_strText, "-->", offset + 4);
+    }
+    if (standsAt(m_strText, offset, "<?")) {
+        m_instructions.append(offset);
+        return positionAfter(m_strText, "?>", offset);
+    }
+    if (standsAt(m_strText, offset, "<![CDATA[")) {
+        return positionAfter(m_strText, "]]>", offset);
+    }
+    if (standsAt(m_strText, offset, "<!")) {
+        return skipDeclaration(offset);
+    }
+    const int nEnd = findUnquoted(m_strText, offset, m_strText.size(), QLatin1Char('>'));
+    if (!standsAt(m_strText, offset, "</")) {
+        m_tags.append({ offset, nEnd });
+    }
+    return nEnd;
+}
+
+int CTextPositions::skipDeclaration(int offset)
+{
+    const int nEnd = findUnquoted(m_strText, offset, m_strText.size(), QLatin1Char('>'));
+    if (!standsAt(m_strText, offset, "<!DOCTYPE")) {
+        m_bEntities = m_bEntities || standsAt(m_strText, offset, "<!ENTITY");
+        return nEnd;
+    }
+    m_nDocumentType = offset;
+    // What stands in brackets comes next.
+    return findUnquoted(m_strText, offset, nEnd, QLatin1Char('['));
 }
 
 TextPosition CTextPositions::ofElement(int index) const
 {
-    return index < m_tags.size() ? ofOffset(m_tags[index].nBegin) : TextPosition();
+    const bool bKnown = index < m_tags.size() && (index == 0 || !m_bEntities);
+    return bKnown ? ofOffset(m_tags[index].nBegin) : TextPosition();
+}
+
+TextPosition CTextPositions::ofComment(int index) const
+{
+    return ofMark(m_comments, index);
+}
+
+TextPosition CTextPositions::ofInstruction(int index) const
+{
+    return ofMark(m_instructions, index);
+}
+
+TextPosition CTextPositions::ofDocumentType() const
+{
+    return m_nDocumentType < 0 ? TextPosition() : ofOffset(m_nDocumentType);
+}
+
+TextPosition CTextPositions::ofMark(const QVector<int>& offsets, int index) const
+{
+    return index < offsets.size() && !m_bEntities ? ofOffset(offsets[index]) : TextPosition();
 }
 
 TextPosition CTextPositions::ofAttribute(int index, const QString& name) const
 {
-    if (index >= m_tags.size()) {
+    if (ofElement(index).nLine == 0) {
         return {};
     }
     const Tag& tag = m_tags[index];

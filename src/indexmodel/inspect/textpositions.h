@@ -13,16 +13,21 @@ struct TextPosition {
     int nColumn = 0;
 };
 
-/// Where the elements and attributes of a document stand in the text that it was read from.
-/// The parser itself knows only where the tags of elements end.
+/// Where the parts of a document stand in the text that it was read from. The parser itself knows
+/// only where they end. An index counts from 0 in document order, over parts of one kind.
 class CTextPositions {
 public:
-    /// \a text must be well-formed. With a document type in it nothing is known, since entities
-    /// bring elements that do not stand in the text.
+    /// \a text must be well-formed. If it declares entities, which bring parts that do not stand in
+    /// the text, only the document type and the root are known.
     explicit CTextPositions(const QString& text);
 
-    /// The tag of the element that is the \a index-th in document order, the root being 0.
+    /// The tag of an element, the root being 0.
     TextPosition ofElement(int index) const;
+    /// Comments in a document type count.
+    TextPosition ofComment(int index) const;
+    /// The XML declaration counts.
+    TextPosition ofInstruction(int index) const;
+    TextPosition ofDocumentType() const;
     TextPosition ofOffset(int offset) const;
     /// The attribute \a name in that tag; the tag itself when it is not there.
     TextPosition ofAttribute(int index, const QString& name) const;
@@ -33,8 +38,16 @@ private:
         int nEnd;
     };
 
+    int skipMarkup(int offset);
+    int skipDeclaration(int offset);
+    TextPosition ofMark(const QVector<int>& offsets, int index) const;
+
     QString m_strText;
     QVector<Tag> m_tags;
+    QVector<int> m_comments;
+    QVector<int> m_instructions;
+    int m_nDocumentType = -1;
+    bool m_bEntities = false;
     QVector<int> m_lineStarts;
 };
 

@@ -9,24 +9,30 @@ enum class FileState {
     Whole,
     Missing,
     Unreadable, ///< it is there, but the system does not let it be read
-    Damaged, ///< it was read and is no user file
+    Damaged, ///< it was read and is no user file: no XML, or its root is another
 };
 
 /// One user file, live or dated, read by itself: nothing is handed to the service.
 struct UserFile {
     FileState state = FileState::Missing;
     QDomDocument document; ///< empty unless the file is whole
-    QString strError; ///< names the file and, if it is damaged, line and column; empty if whole
+    QString strError; ///< names the file and the reason, line and column if known; empty if whole
     QString strText; ///< what was read of a whole file
 };
 
 /// A file larger than this is no user's, and is called damaged unread.
 constexpr qint64 c_nMaxFileBytes = 256LL * 1024 * 1024;
 
-/// Any thread.
+/// Any thread. A root that is not ICUserConfigFile makes a file damaged, though a load takes it.
 ///
 ///     const inspect::UserFile file = inspect::readUserFile(path);
 UserFile readUserFile(const QString& path);
+
+/// The same for files with any root: exported templates.
+UserFile readDocument(const QString& path);
+
+/// The root of every user's file.
+QString rootTag();
 
 /// The live file of a user's directory.
 QString livePath(const QString& configDir);

@@ -1,6 +1,7 @@
 #include "inspect/userrecords.h"
 
 #include "inspect/optionvalues.h"
+#include "inspect/userfile.h"
 
 #include <indexuser/cpanelgrouplayoutconfig.h>
 #include <indexuser/customstocks_p.h>
@@ -25,16 +26,6 @@ const QSet<QString>& ownSections()
                                          "ConfigVersion",       "CustomIndex",
                                          "CustomSector",        "Option",
                                          "CustomStock",         "UserParams" };
-    return s_names;
-}
-
-const QSet<QString>& otherSections()
-{
-    static const QSet<QString> s_names { "FormulaCatalog",      "GroupIndex",
-                                         "drawGraph",           "ExtendDataCatalog",
-                                         "strategyTrade",       "interfaceTrade",
-                                         "strategyAlgoTrade",   "WindDataCatalog",
-                                         "externalDataCatalog", "specialstrategydata" };
     return s_names;
 }
 
@@ -148,7 +139,7 @@ UserRecords savedForm(const UserRecords& records)
 QDomDocument documentOf(const UserRecords& records)
 {
     QDomDocument doc;
-    QDomElement root = doc.createElement(QStringLiteral("ICUserConfigFile"));
+    QDomElement root = doc.createElement(rootTag());
     doc.appendChild(root);
     for (QDomElement layout = records.layouts.documentElement().firstChildElement();
          !layout.isNull(); layout = layout.nextSiblingElement()) {
@@ -168,9 +159,24 @@ QDomDocument documentOf(const UserRecords& records)
     return doc;
 }
 
+const QStringList& savedSections()
+{
+    static const QStringList s_names {
+        "DefaultLayout",     "IndexLayout",     "IndexPositionLayout",
+        "LayoutTemplates",   "tradePanelGroup", "tradeLayoutTemplates",
+        "ConfigVersion",     "CustomIndex",     "CustomSector",
+        "FormulaCatalog",    "Option",          "GroupIndex",
+        "ExtendDataCatalog", "CustomStock",     "externalDataCatalog",
+        "drawGraph",         "strategyTrade",   "strategyAlgoTrade",
+        "WindDataCatalog",   "interfaceTrade",  "specialstrategydata",
+        "UserParams"
+    };
+    return s_names;
+}
+
 bool isKnownSection(const QString& name)
 {
-    return isOwnSection(name) || otherSections().contains(name);
+    return savedSections().contains(name);
 }
 
 bool isOwnSection(const QString& name)

@@ -6,6 +6,7 @@
 #include <QDomElement>
 #include <QRectF>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace inspect {
@@ -36,7 +37,9 @@ UserRecords savedForm(const UserRecords& records);
 /// A document that holds all of \a records, read-only options too; for comparing, not for saving.
 QDomDocument documentOf(const UserRecords& records);
 
-/// The sections that a manager reads: all that a save may write below the root.
+/// All that a save writes below the root, in its order. Only strategyAlgoTrade may be left out, by
+/// its manager.
+const QStringList& savedSections();
 bool isKnownSection(const QString& name);
 /// Those that the service keeps itself.
 bool isOwnSection(const QString& name);
