@@ -1,6 +1,7 @@
 #include "subjects.h"
 
 #include <indexuser/cpanelgrouplayoutconfig.h>
+#include <inspect/treefields.h>
 #include <platform/indexutil.h>
 #include <standalone/standalone.h>
 
@@ -26,10 +27,11 @@ int threadCount()
 CLibrary::CLibrary(const Size& size)
     : m_size(size)
     , m_directory(QStringLiteral("bench-XXXXXX"))
-    , m_nElements(elementCount(buildDocument(size)))
+    , m_nElements(inspect::elementCount(buildDocument(size)))
     , m_nThreads(threadCount())
 {
     require(m_directory.isValid(), "no temporary directory");
+    require(m_nElements > size.nStocks + size.nWindows, "the user is not built");
     standalone::setConfigDir(m_directory.path());
     writeDurably(livePath(), userFile(size));
     renew();
@@ -65,7 +67,7 @@ void CLibrary::requireSaved() const
     QFile file(livePath());
     QDomDocument doc;
     require(file.open(QIODevice::ReadOnly) && doc.setContent(&file), "the file is not whole");
-    require(elementCount(doc) == m_nElements, "the file does not hold the user");
+    require(inspect::elementCount(doc) == m_nElements, "the file does not hold the user");
 }
 
 void CLibrary::requireLoaded()
@@ -91,11 +93,6 @@ void require(bool holds, const char* pszMessage)
         std::fprintf(stderr, "bench: %s\n", pszMessage);
         std::exit(1);
     }
-}
-
-int elementCount(const QDomDocument& doc)
-{
-    return doc.elementsByTagName("*").size();
 }
 
 } // namespace bench

@@ -43,6 +43,4 @@ void writeDurably(const QString& path, const QByteArray& content);
 /// Stops with a message: a benchmark that times something else is worse than none.
 void require(bool holds, const char* pszMessage);
 
-int elementCount(const QDomDocument& doc);
-
 } // namespace bench

@@ -5,6 +5,7 @@
 
 #include <inspect/closest.h>
 #include <inspect/optionvalues.h>
+#include <inspect/treefields.h>
 
 #include <QJsonArray>
 
@@ -32,7 +33,7 @@ Table sectionTable(const UserRecords& records)
     Table table { "sections", "Sections of other managers", { "section", "elements", "reader" } };
     for (const QDomElement& section : records.sections) {
         table.rows.append(
-            { section.tagName(), section.elementsByTagName("*").size(),
+            { section.tagName(), inspect::elementCount(section),
               inspect::isKnownSection(section.tagName()) ? "its manager" : "nobody" });
     }
     return table;

@@ -144,6 +144,17 @@ QString shown(const std::optional<QString>& value)
 
 } // namespace
 
+// Qt finds no element by the name "*".
+int elementCount(const QDomNode& tree)
+{
+    int nCount = 0;
+    for (QDomElement child = tree.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        nCount += 1 + elementCount(child);
+    }
+    return nCount;
+}
+
 TreeFields fieldsOf(const QDomElement& tree, FieldNames names)
 {
     CCollector collector(names);

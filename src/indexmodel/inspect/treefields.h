@@ -9,6 +9,9 @@
 
 namespace inspect {
 
+/// The elements below \a tree, at any depth; it does not count itself.
+int elementCount(const QDomNode& tree);
+
 /// The values of a tree by their path: every attribute and every text, comment and instruction, and
 /// an empty value for each element. The order of attributes does not count.
 using TreeFields = QMap<QString, QString>;
