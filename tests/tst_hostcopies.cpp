@@ -17,7 +17,9 @@ private Q_SLOTS:
     void aDamagedFileIsNotReplacedByARestore();
     void recoveryTellsWhatItDid();
     void recoveryWithLossHasAStatusOfItsOwn();
-    void recoveryWithoutCopyFails();
+    void recoveryWithoutCopyEndsAsTheFileIs();
+    void aFileOfAnotherRootIsDamagedEverywhere_data();
+    void aFileOfAnotherRootIsDamagedEverywhere();
 
 private:
     Outcome tool(const QStringList& arguments);
@@ -144,7 +146,7 @@ void tst_hostcopies::aRestoreOnAFullDiskLosesNothing()
 
 void tst_hostcopies::aDamagedFileIsNotReplacedByARestore()
 {
-    writeCopy("20240131", "<a/>");
+    writeCopy("20240131", "<ICUserConfigFile/>");
     writeLive("<a");
     QCOMPARE(tool({ "snapshot", "restore", "2024-01-31" }).nStatus, 4);
     QCOMPARE(readFile(livePath()), QByteArray("<a"));
@@ -155,7 +157,7 @@ void tst_hostcopies::recoveryTellsWhatItDid()
     const QStringList arguments { "--config-dir", userDir(), "recover" };
     const QString strCopy = userDir() + "/Temp/indexUserConfig.xml_20240131";
     QVERIFY(QDir().mkpath(userDir() + "/Temp"));
-    writeFile(strCopy, "<a/>");
+    writeFile(strCopy, "<ICUserConfigFile/>");
     QVERIFY(runTool(arguments + QStringList("--dry-run"))
                 .strOut.contains("would bring back " + strCopy));
     QVERIFY(!QFile::exists(livePath()));
@@ -170,7 +172,7 @@ void tst_hostcopies::recoveryWithLossHasAStatusOfItsOwn()
 {
     const QString strCopy = userDir() + "/Temp/indexUserConfig.xml_20240131";
     QVERIFY(QDir().mkpath(userDir() + "/Temp"));
-    writeFile(strCopy, "<a/>");
+    writeFile(strCopy, "<ICUserConfigFile/>");
     QFile copy(strCopy);
     QVERIFY(copy.open(QIODevice::ReadWrite));
     QVERIFY(copy.setFileTime(QDateTime(QDate(2024, 1, 31), QTime(9, 0)),
@@ -181,11 +183,40 @@ void tst_hostcopies::recoveryWithLossHasAStatusOfItsOwn()
     QVERIFY(outcome.strOut.contains("lost: what was changed after that copy was saved"));
 }
 
-void tst_hostcopies::recoveryWithoutCopyFails()
+void tst_hostcopies::recoveryWithoutCopyEndsAsTheFileIs()
 {
-    const Outcome outcome = runTool({ "--config-dir", userDir(), "recover" });
-    QCOMPARE(outcome.nStatus, 1);
-    QVERIFY(outcome.strErr.contains("there is no whole dated copy"));
+    writeCopy("20240131", "<html/>");
+    Outcome outcome = tool({ "recover" });
+    QCOMPARE(outcome.nStatus, 3);
+    QVERIFY(outcome.strErr.contains(livePath() + ": No such file or directory; there is no whole"));
+    writeLive("<html>\n</html>");
+    outcome = tool({ "recover" });
+    QCOMPARE(outcome.nStatus, 4);
+    QVERIFY(outcome.strErr.contains(livePath() + ":1:1: the root is 'html'"));
+    QVERIFY(outcome.strErr.contains("; there is no whole dated copy"));
+    QCOMPARE(readFile(livePath()), QByteArray("<html>\n</html>"));
+}
+
+void tst_hostcopies::aFileOfAnotherRootIsDamagedEverywhere_data()
+{
+    QTest::addColumn<QStringList>("words");
+    for (const char* pszWords :
+         { "check", "show", "report --out x.html", "template list", "option set tickRestoreDay=3",
+           "template save A", "layout show", "snapshot show 2024-01-31" }) {
+        QTest::newRow(pszWords) << QString(pszWords).split(' ');
+    }
+}
+
+void tst_hostcopies::aFileOfAnotherRootIsDamagedEverywhere()
+{
+    QFETCH(QStringList, words);
+    writeLive("<html>\n</html>");
+    writeCopy("20240131", "<html>\n</html>");
+    const Outcome outcome = tool(words);
+    QCOMPARE(outcome.nStatus, 4);
+    QVERIFY((outcome.strOut + outcome.strErr)
+                .contains(":1:1: the root is 'html' instead of 'ICUserConfigFile'"));
+    QCOMPARE(readFile(livePath()), QByteArray("<html>\n</html>"));
 }
 
 QTEST_GUILESS_MAIN(tst_hostcopies)

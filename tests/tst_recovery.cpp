@@ -10,18 +10,24 @@ using inspect::Recovery;
 using inspect::RecoveryResult;
 using inspect::RunMode;
 
+Q_DECLARE_METATYPE(inspect::RecoveryResult)
+
 class tst_recovery : public CLibraryTest {
     Q_OBJECT
 
 private Q_SLOTS:
     void filesAreToldApart();
-    void aDamagedFileIsNamedWithItsPlace();
-    void datedCopiesAreListedNewestFirst();
-    void withoutTempThereAreNoDatedCopies();
+    void damageIsNamedWithItsPlace_data();
+    void damageIsNamedWithItsPlace();
+    void aFileOfAnyRootIsReadAsSuch();
+    void whatHidesAFileIsNamed();
+    void aFileThatCannotBeReadIsNotReplaced();
+    void anotherRootIsDamage();
     void aWholeFileIsNeverTouched();
     void aMissingFileComesBackFromTheNewestCopy();
     void aDamagedFileIsSetAside();
     void aDamagedCopyIsPassedOver();
+    void aYoungerDamagedFileIsALoss_data();
     void aYoungerDamagedFileIsALoss();
     void aFileThatCannotBeSetAsideStays();
     void withoutWholeCopyNothingIsTouched();
@@ -38,15 +44,28 @@ private:
     QStringList setAside() const;
 };
 
+namespace {
+
+QByteArray user(const QByteArray& name)
+{
+    return "<ICUserConfigFile><" + name + "/></ICUserConfigFile>";
+}
+
+void setTime(const QString& path, const QDateTime& time)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.setFileTime(time, QFileDevice::FileModificationTime));
+}
+
+} // namespace
+
 void tst_recovery::writeCopy(const QString& date, const QByteArray& content, int secondsAgo)
 {
     QVERIFY(QDir().mkpath(userDir() + "/Temp"));
     const QString strPath = userDir() + "/Temp/indexUserConfig.xml_" + date;
     writeFile(strPath, content);
-    QFile file(strPath);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(-secondsAgo),
-                             QFileDevice::FileModificationTime));
+    setTime(strPath, QDateTime::currentDateTime().addSecs(-secondsAgo));
 }
 
 Recovery tst_recovery::recovered(RunMode mode) const
@@ -62,68 +81,136 @@ QStringList tst_recovery::setAside() const
 void tst_recovery::filesAreToldApart()
 {
     QCOMPARE(inspect::readUserFile(livePath()).state, FileState::Missing);
-    writeLive("<a/>");
+    writeLive(user("a"));
     QCOMPARE(inspect::readUserFile(livePath()).state, FileState::Whole);
     writeLive("<a>");
     QCOMPARE(inspect::readUserFile(livePath()).state, FileState::Damaged);
     QCOMPARE(inspect::readUserFile(userDir()).state, FileState::Unreadable);
 }
 
-void tst_recovery::aDamagedFileIsNamedWithItsPlace()
+void tst_recovery::damageIsNamedWithItsPlace_data()
 {
-    writeLive("<a>\n <b>");
-    QCOMPARE(inspect::readUserFile(livePath()).strError,
-             livePath() + ":2:5: unexpected end of file");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("error");
+    const auto row = [](const char* pszContent, const char* pszError) {
+        QTest::addRow("%s", pszContent) << QByteArray(pszContent) << pszError;
+    };
+    const char* const pszEnd = ":2:5: unexpected end of file";
+    row("<a>\n <b>", pszEnd);
+    row("<a/>", ":1:1: the root is 'a' instead of 'ICUserConfigFile'");
+    row("<?xml version='1.0'?>\n<!-- <a> --> <html>\n<ICUserConfigFile/></html>",
+        ":2:14: the root is 'html' instead of 'ICUserConfigFile'");
+    row("<!DOCTYPE r [<!ENTITY e '<r/>'>]>\n <r/>",
+        ":2:2: the root is 'r' instead of 'ICUserConfigFile'");
+    row("<icuserconfigfile/>",
+        ":1:1: the root is 'icuserconfigfile' instead of 'ICUserConfigFile'");
+    row("<x:ICUserConfigFile/>",
+        ":1:1: the root is 'x:ICUserConfigFile' instead of 'ICUserConfigFile'");
 }
 
-void tst_recovery::datedCopiesAreListedNewestFirst()
+void tst_recovery::damageIsNamedWithItsPlace()
 {
-    writeCopy("20240131", "<a/>");
-    writeCopy("20240201", "<a");
-    writeCopy("20231231", "<aa/>");
-    writeCopy("20241301", "<no-date/>");
-    writeCopy("copy", "<no-date/>");
-    const QVector<inspect::Snapshot> found = inspect::snapshots(userDir());
-    QCOMPARE(found.size(), 3);
-    QCOMPARE(found[0].date, QDate(2024, 2, 1));
-    QCOMPARE(found[0].state, FileState::Damaged);
-    QCOMPARE(found[1].date, QDate(2024, 1, 31));
-    QCOMPARE(found[1].state, FileState::Whole);
-    QCOMPARE(found[2].date, QDate(2023, 12, 31));
-    QCOMPARE(found[2].nBytes, qint64(5));
+    QFETCH(QByteArray, content);
+    QFETCH(QString, error);
+    writeLive(content);
+    const inspect::UserFile file = inspect::readUserFile(livePath());
+    QCOMPARE(file.state, FileState::Damaged);
+    QCOMPARE(file.strError, livePath() + error);
+    QVERIFY(file.document.isNull() && file.strText.isEmpty());
 }
 
-void tst_recovery::withoutTempThereAreNoDatedCopies()
+void tst_recovery::aFileOfAnyRootIsReadAsSuch()
 {
-    QVERIFY(inspect::snapshots(userDir()).isEmpty());
+    writeLive("<LayoutTemplates/>");
+    const inspect::UserFile file = inspect::readDocument(livePath());
+    QCOMPARE(file.state, FileState::Whole);
+    QCOMPARE(file.document.documentElement().tagName(), QString("LayoutTemplates"));
+    writeLive("<LayoutTemplates>");
+    QCOMPARE(inspect::readDocument(livePath()).state, FileState::Damaged);
+}
+
+// Of a file in a directory that hides its entries nobody knows whether it is there.
+void tst_recovery::whatHidesAFileIsNamed()
+{
+    writeLive(user("a"));
+    QVERIFY(QFile::setPermissions(livePath(), {}));
+    {
+        const CNobody nobody({ userDir() });
+        const inspect::UserFile file = inspect::readUserFile(livePath());
+        QCOMPARE(file.state, FileState::Unreadable);
+        QCOMPARE(file.strError, livePath() + ": Permission denied");
+        const inspect::UserFile missing = inspect::readUserFile(livePath() + "x");
+        QCOMPARE(missing.state, FileState::Missing);
+        QCOMPARE(missing.strError, livePath() + "x: No such file or directory");
+    }
+    QVERIFY(QFile::setPermissions(userDir(), {}));
+    {
+        const CNobody nobody({});
+        for (const char* pszSuffix : { "", "x" }) {
+            const inspect::UserFile hidden = inspect::readUserFile(livePath() + pszSuffix);
+            QCOMPARE(hidden.state, FileState::Unreadable);
+            QCOMPARE(hidden.strError, livePath() + pszSuffix + ": Permission denied");
+        }
+    }
+    QVERIFY(QFile::setPermissions(
+        userDir(), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner));
+    QCOMPARE(inspect::readUserFile(livePath() + "/below").state, FileState::Missing);
+}
+
+void tst_recovery::aFileThatCannotBeReadIsNotReplaced()
+{
+    writeLive(user("mine"));
+    writeCopy("20240131", user("copy"));
+    QVERIFY(QFile::setPermissions(livePath(), {}));
+    {
+        const CNobody nobody({ userDir() });
+        const Recovery recovery = recovered();
+        QCOMPARE(recovery.result, RecoveryResult::Failed);
+        QCOMPARE(recovery.before, FileState::Unreadable);
+        QCOMPARE(recovery.strError, livePath() + ": Permission denied");
+    }
+    QVERIFY(QFile::setPermissions(livePath(), QFileDevice::ReadOwner));
+    QCOMPARE(readFile(livePath()), user("mine"));
+}
+
+void tst_recovery::anotherRootIsDamage()
+{
+    writeLive("<html>\n</html>");
+    writeCopy("20240202", "<html/>");
+    writeCopy("20240131", user("copy"));
+    const Recovery recovery = recovered();
+    QCOMPARE(recovery.result, RecoveryResult::RecoveredWithLoss);
+    QCOMPARE(recovery.before, FileState::Damaged);
+    QCOMPARE(readFile(recovery.strSetAside), QByteArray("<html>\n</html>"));
+    QCOMPARE(readFile(livePath()), user("copy"));
 }
 
 void tst_recovery::aWholeFileIsNeverTouched()
 {
-    writeLive("<live/>");
-    writeCopy("20240131", "<copy/>");
+    writeLive(user("live"));
+    writeCopy("20240131", user("copy"));
     QCOMPARE(recovered().result, RecoveryResult::NothingToDo);
-    QCOMPARE(readFile(livePath()), QByteArray("<live/>"));
+    QCOMPARE(readFile(livePath()), user("live"));
 }
 
 void tst_recovery::aMissingFileComesBackFromTheNewestCopy()
 {
-    writeCopy("20240130", "<older/>");
-    writeCopy("20240131", "<newer/>");
+    writeCopy("20240130", user("older"));
+    writeCopy("20240131", user("newer"));
     const Recovery recovery = recovered();
     QCOMPARE(recovery.result, RecoveryResult::Recovered);
     QCOMPARE(recovery.source.date, QDate(2024, 1, 31));
-    QCOMPARE(readFile(livePath()), QByteArray("<newer/>"));
+    QCOMPARE(readFile(livePath()), user("newer"));
     QCOMPARE(setAside(), QStringList());
 }
 
 void tst_recovery::aDamagedFileIsSetAside()
 {
     writeLive("<damaged");
-    writeCopy("20240131", "<copy/>");
+    writeCopy("20240131", user("copy"));
     const Recovery recovery = recovered();
     QCOMPARE(recovery.result, RecoveryResult::Recovered);
-    QCOMPARE(readFile(livePath()), QByteArray("<copy/>"));
+    QCOMPARE(readFile(livePath()), user("copy"));
     QCOMPARE(readFile(recovery.strSetAside), QByteArray("<damaged"));
     QCOMPARE(setAside().size(), 1);
 }
@@ -131,24 +218,39 @@ void tst_recovery::aDamagedFileIsSetAside()
 void tst_recovery::aDamagedCopyIsPassedOver()
 {
     writeCopy("20240131", "<damaged");
-    writeCopy("20240130", "<whole/>");
+    writeCopy("20240130", user("whole"));
     const Recovery recovery = recovered();
     QCOMPARE(recovery.source.date, QDate(2024, 1, 30));
     QCOMPARE(recovery.result, RecoveryResult::RecoveredWithLoss);
-    QCOMPARE(readFile(livePath()), QByteArray("<whole/>"));
+    QCOMPARE(readFile(livePath()), user("whole"));
+}
+
+void tst_recovery::aYoungerDamagedFileIsALoss_data()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<RecoveryResult>("result");
+    QTest::newRow("older") << -3600 << RecoveryResult::Recovered;
+    QTest::newRow("of the same save") << 10 << RecoveryResult::Recovered;
+    QTest::newRow("of a later one") << 11 << RecoveryResult::RecoveredWithLoss;
+    QTest::newRow("of another day") << 86400 << RecoveryResult::RecoveredWithLoss;
 }
 
 void tst_recovery::aYoungerDamagedFileIsALoss()
 {
-    writeCopy("20240131", "<copy/>", 3600);
+    QFETCH(int, seconds);
+    QFETCH(RecoveryResult, result);
+    writeCopy("20240131", user("copy"));
     writeLive("<damaged");
-    QCOMPARE(recovered().result, RecoveryResult::RecoveredWithLoss);
+    const QDateTime saved(QDate(2024, 1, 31), QTime(9, 0));
+    setTime(userDir() + "/Temp/indexUserConfig.xml_20240131", saved);
+    setTime(livePath(), saved.addSecs(seconds));
+    QCOMPARE(recovered().result, result);
 }
 
 void tst_recovery::aFileThatCannotBeSetAsideStays()
 {
     writeLive("<damaged");
-    writeCopy("20240131", "<copy/>");
+    writeCopy("20240131", user("copy"));
     {
         const CReadOnlyDirectory readOnly(
             userDir(),
@@ -166,14 +268,18 @@ void tst_recovery::withoutWholeCopyNothingIsTouched()
     writeLive("<damaged");
     writeCopy("20240131", "<damaged too");
     QCOMPARE(recovered().result, RecoveryResult::NoSnapshot);
+    QCOMPARE(recovered().before, FileState::Damaged);
     QCOMPARE(readFile(livePath()), QByteArray("<damaged"));
     QCOMPARE(setAside(), QStringList());
+    QVERIFY(QFile::remove(livePath()));
+    QCOMPARE(recovered().result, RecoveryResult::NoSnapshot);
+    QCOMPARE(recovered().before, FileState::Missing);
 }
 
 void tst_recovery::aSecondCallFindsNothingToDo()
 {
     writeLive("<damaged");
-    writeCopy("20240131", "<copy/>");
+    writeCopy("20240131", user("copy"));
     recovered();
     const QStringList aside = setAside();
     QCOMPARE(recovered().result, RecoveryResult::NothingToDo);
@@ -183,7 +289,7 @@ void tst_recovery::aSecondCallFindsNothingToDo()
 void tst_recovery::aDryRunChangesNothing()
 {
     writeLive("<damaged");
-    writeCopy("20240131", "<copy/>");
+    writeCopy("20240131", user("copy"));
     const Recovery recovery = recovered(RunMode::DryRun);
     QCOMPARE(recovery.result, RecoveryResult::Recovered);
     QVERIFY(!recovery.strSetAside.isEmpty());
@@ -193,7 +299,7 @@ void tst_recovery::aDryRunChangesNothing()
 
 void tst_recovery::whatHasNoRoomIsToldAndRecoveredLater()
 {
-    const QByteArray copy = "<copy>" + QByteArray(2000, ' ') + "</copy>";
+    const QByteArray copy = user(QByteArray(2000, 'a'));
     writeLive("<damaged");
     writeCopy("20240131", copy);
     {
@@ -209,7 +315,7 @@ void tst_recovery::whatHasNoRoomIsToldAndRecoveredLater()
 
 void tst_recovery::twoDamagedFilesAreBothKept()
 {
-    writeCopy("20240131", "<copy/>");
+    writeCopy("20240131", user("copy"));
     for (const char* pszDamaged : { "<first", "<second" }) {
         writeLive(pszDamaged);
         QCOMPARE(readFile(recovered().strSetAside), QByteArray(pszDamaged));

@@ -38,15 +38,14 @@ inspect::Snapshot snapshotOf(const Request& request, const QString& date)
 }
 
 // What was changed after the copy; why that cannot be said.
-QString changesSince(const inspect::Snapshot& snapshot, const inspect::UserFile& live)
+QString changesSince(const inspect::UserFile& copy, const inspect::UserFile& live)
 {
-    if (snapshot.state != inspect::FileState::Whole) {
-        return snapshot.strError;
+    if (copy.state != inspect::FileState::Whole) {
+        return copy.strError;
     }
     if (live.state != inspect::FileState::Whole) {
         return QStringLiteral("the file of now is not whole");
     }
-    const inspect::UserFile copy = inspect::readUserFile(snapshot.strPath);
     return inspect::summary(
         inspect::differences(inspect::recordsOf(copy.document), inspect::recordsOf(live.document)));
 }
@@ -67,6 +66,12 @@ void printRecovery(const inspect::Recovery& recovery, const Request& request)
     }
 }
 
+// The file is what it was.
+ExitStatus statusWithoutCopy(inspect::FileState file)
+{
+    return file == inspect::FileState::Damaged ? ExitStatus::Damaged : ExitStatus::InputOutput;
+}
+
 } // namespace
 
 ExitStatus listSnapshots(const Request& request)
@@ -75,8 +80,9 @@ ExitStatus listSnapshots(const Request& request)
     Table table { "snapshots", "Dated copies", { "date", "bytes", "state", "changes" } };
     const auto snapshots = inspect::snapshots(request.strConfigDir);
     for (const inspect::Snapshot& snapshot : snapshots) {
+        const inspect::UserFile copy = inspect::readUserFile(snapshot.strPath);
         table.rows.append({ snapshot.date.toString(Qt::ISODate), snapshot.nBytes,
-                            stateName(snapshot.state), changesSince(snapshot, live) });
+                            stateName(copy.state), changesSince(copy, live) });
     }
     print({ table }, request.format);
     return ExitStatus::Ok;
@@ -127,7 +133,7 @@ ExitStatus recoverUser(const Request& request)
         printRecovery(recovery, request);
         return ExitStatus::RecoveredWithLoss;
     case inspect::RecoveryResult::NoSnapshot:
-        throw CFailure(ExitStatus::Negative,
+        throw CFailure(statusWithoutCopy(recovery.before),
                        recovery.strError + QStringLiteral("; there is no whole dated copy"));
     case inspect::RecoveryResult::Failed:
         break;

@@ -23,6 +23,11 @@ bool isYounger(const QString& live, const Snapshot& source)
     return saved.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
 }
 
+bool isWhole(const Snapshot& snapshot)
+{
+    return readUserFile(snapshot.strPath).state == FileState::Whole;
+}
+
 QString nameAside(const QString& live, const char* pszWhy)
 {
     const QString strStem = live + QLatin1Char('.') + pszWhy + QLatin1Char('-')
@@ -76,44 +81,53 @@ Recovery recover(const QString& configDir, RunMode mode)
 {
     const QString strLive = livePath(configDir);
     const UserFile file = readUserFile(strLive);
+    Recovery recovery;
+    recovery.before = file.state;
+    recovery.strError = file.strError;
     if (file.state == FileState::Whole) {
-        return {};
+        return recovery;
     }
     if (file.state == FileState::Unreadable) {
-        return { RecoveryResult::Failed, {}, {}, file.strError };
+        recovery.result = RecoveryResult::Failed;
+        return recovery;
     }
     const QVector<Snapshot> all = snapshots(configDir);
-    const auto it = std::find_if(all.begin(), all.end(), [](const Snapshot& snapshot) {
-        return snapshot.state == FileState::Whole;
-    });
+    const auto it = std::find_if(all.begin(), all.end(), isWhole);
     if (it == all.end()) {
-        return { RecoveryResult::NoSnapshot, {}, {}, file.strError };
+        recovery.result = RecoveryResult::NoSnapshot;
+        return recovery;
     }
     const bool bDamaged = file.state == FileState::Damaged;
     const bool bLoss = it != all.begin() || (bDamaged && isYounger(strLive, *it));
-    const Recovery plan { bLoss ? RecoveryResult::RecoveredWithLoss : RecoveryResult::Recovered,
-                          *it, bDamaged ? nameAside(strLive, "damaged") : QString(),
-                          file.strError };
-    return mode == RunMode::Do ? carriedOut(plan, strLive) : plan;
+    recovery.result = bLoss ? RecoveryResult::RecoveredWithLoss : RecoveryResult::Recovered;
+    recovery.source = *it;
+    recovery.strSetAside = bDamaged ? nameAside(strLive, "damaged") : QString();
+    return mode == RunMode::Do ? carriedOut(recovery, strLive) : recovery;
 }
 
 Recovery restore(const QString& configDir, const Snapshot& snapshot, RunMode mode)
 {
     const QString strLive = livePath(configDir);
+    Recovery recovery;
+    recovery.source = snapshot;
     if (sameContent(strLive, snapshot.strPath)) {
-        return { RecoveryResult::NothingToDo, snapshot, {}, {} };
+        return recovery;
     }
-    Recovery plan { RecoveryResult::Recovered, snapshot, nameAside(strLive, "replaced"), {} };
+    recovery.result = RecoveryResult::Recovered;
+    recovery.strSetAside = nameAside(strLive, "replaced");
     if (mode == RunMode::DryRun) {
-        return plan;
+        return recovery;
     }
     for (const auto& [strFrom, strTo] :
-         { std::pair { strLive, plan.strSetAside }, std::pair { snapshot.strPath, strLive } }) {
+         { std::pair { strLive, recovery.strSetAside }, std::pair { snapshot.strPath, strLive } }) {
         if (!copyFile(strFrom, strTo)) {
-            return { RecoveryResult::Failed, snapshot, {}, strTo + ": cannot be written" };
+            recovery.result = RecoveryResult::Failed;
+            recovery.strSetAside.clear();
+            recovery.strError = strTo + QStringLiteral(": cannot be written");
+            return recovery;
         }
     }
-    return plan;
+    return recovery;
 }
 
 } // namespace inspect

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inspect/snapshots.h"
+#include "inspect/userfile.h"
 
 namespace inspect {
 
@@ -14,6 +15,7 @@ enum class RecoveryResult {
 
 struct Recovery {
     RecoveryResult result = RecoveryResult::NothingToDo;
+    FileState before = FileState::Whole; ///< the live file, as it was found
     Snapshot source; ///< the dated copy that was, or would be, brought back
     QString strSetAside; ///< where the damaged file is now; empty if there was none
     QString strError; ///< what was wrong with the live file, or why recovery failed
@@ -23,8 +25,8 @@ enum class RunMode { Do, DryRun };
 
 /// Brings the newest whole dated copy back if the live file is missing or damaged. The damaged file
 /// is kept beside it under a name with the time. A whole file is never touched, nor is one that
-/// cannot be read, and a second call finds nothing to do. For a client before its first load; not
-/// while a save runs.
+/// cannot be read, and a second call finds nothing to do. Dated copies are read from the newest on,
+/// down to the first whole one. For a client before its first load; not while a save runs.
 ///
 ///     const inspect::Recovery recovery = inspect::recover(dir, inspect::RunMode::Do);
 Recovery recover(const QString& configDir, RunMode mode);

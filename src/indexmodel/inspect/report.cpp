@@ -149,7 +149,7 @@ void writeSections(CPage& page, const UserRecords& records)
     page.heading(QStringLiteral("Sections of other managers"));
     QVector<QStringList> rows;
     for (const QDomElement& section : records.sections) {
-        rows.append({ section.tagName(), QString::number(section.elementsByTagName("*").size()),
+        rows.append({ section.tagName(), QString::number(elementCount(section)),
                       isKnownSection(section.tagName()) ? "kept" : "read by nobody" });
     }
     page.table({ "section", "elements", "" }, rows);
@@ -163,9 +163,9 @@ void writeSnapshots(CPage& page, const QString& configDir, const UserRecords& re
     for (const Snapshot& snapshot : copies) {
         const UserFile file = readUserFile(snapshot.strPath);
         const bool bWhole = file.state == FileState::Whole;
-        rows.append({ snapshot.date.toString(Qt::ISODate), QString::number(snapshot.nBytes),
-                      bWhole ? summary(differences(recordsOf(file.document), records))
-                             : snapshot.strError });
+        rows.append(
+            { snapshot.date.toString(Qt::ISODate), QString::number(snapshot.nBytes),
+              bWhole ? summary(differences(recordsOf(file.document), records)) : file.strError });
     }
     page.table({ "date", "bytes", "changed since" }, rows);
 }

@@ -29,8 +29,7 @@ QVector<Snapshot> snapshots(const QString& configDir)
     const QFileInfoList files = temp.entryInfoList({ prefix() + '*' }, QDir::Files);
     for (const QFileInfo& file : files) {
         if (dateOf(file).isValid()) {
-            const UserFile read = readUserFile(file.filePath());
-            found.append({ dateOf(file), file.filePath(), file.size(), read.state, read.strError });
+            found.append({ dateOf(file), file.filePath(), file.size() });
         }
     }
     std::sort(found.begin(), found.end(),

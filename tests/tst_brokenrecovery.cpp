@@ -1,0 +1,48 @@
+#include "librarytest.h"
+#include "recording.h"
+
+#include <inspect/recovery.h>
+
+using inspect::RecoveryResult;
+
+// A recovery believes nobody: what it wrote it reads again.
+class tst_brokenrecovery : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aCopyThatIsNotThereIsNoRecovery();
+    void aCopyThatCameOutDifferentIsNoRecovery();
+};
+
+namespace {
+
+const char c_szUser[] = "<ICUserConfigFile/>";
+
+} // namespace
+
+void tst_brokenrecovery::aCopyThatIsNotThereIsNoRecovery()
+{
+    QVERIFY(QDir().mkpath(userDir() + "/Temp"));
+    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", c_szUser);
+    recording::answers().writes = { true }; // and nothing is written
+    const inspect::Recovery recovery = inspect::recover(userDir(), inspect::RunMode::Do);
+    QCOMPARE(recovery.result, RecoveryResult::Failed);
+    QVERIFY2(recovery.strError.startsWith(livePath() + ": cannot be written"),
+             qPrintable(recovery.strError));
+    QCOMPARE(inspect::recover(userDir(), inspect::RunMode::Do).result, RecoveryResult::Recovered);
+    QCOMPARE(readFile(livePath()), QByteArray(c_szUser));
+}
+
+void tst_brokenrecovery::aCopyThatCameOutDifferentIsNoRecovery()
+{
+    QVERIFY(QDir().mkpath(userDir() + "/Temp"));
+    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", c_szUser);
+    writeLive("<half");
+    recording::answers().writes = { true };
+    const inspect::Recovery recovery = inspect::recover(userDir(), inspect::RunMode::Do);
+    QCOMPARE(recovery.result, RecoveryResult::Failed);
+    QCOMPARE(readFile(recovery.strSetAside), QByteArray("<half"));
+}
+
+QTEST_GUILESS_MAIN(tst_brokenrecovery)
+#include "tst_brokenrecovery.moc"
