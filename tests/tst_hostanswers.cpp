@@ -113,7 +113,8 @@ void tst_hostanswers::checkNamesLineAndColumn()
     const QString strFile = TEST_DATA "/load/word-booleans.xml";
     const Outcome outcome = tool({ "check", strFile });
     QCOMPARE(outcome.nStatus, 1);
-    QVERIFY(outcome.strOut.startsWith(strFile + ":2:18: changed: "));
+    QVERIFY(outcome.strOut.startsWith(strFile + ":1:1: changed: DefaultLayout is missing: "));
+    QVERIFY(outcome.strOut.contains('\n' + strFile + ":2:18: changed: "));
     QVERIFY(outcome.strOut.contains(
         ":3:23: changed: showGradient=\"true\" is a word and reads as 0 [word-boolean]\n"));
 }
@@ -136,8 +137,9 @@ void tst_hostanswers::checkEndsWithTheWorst_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<int>("status");
-    QTest::newRow("in order") << QByteArray("<ICUserConfigFile/>") << 0;
-    QTest::newRow("findings") << QByteArray("<other/>") << 1;
+    QTest::newRow("in order") << readFile(SAMPLE_USER "/indexUserConfig.xml") << 0;
+    QTest::newRow("findings") << QByteArray("<ICUserConfigFile/>") << 1;
+    QTest::newRow("another root") << QByteArray("<other/>") << 4;
     QTest::newRow("damaged") << QByteArray("<other") << 4;
 }
 

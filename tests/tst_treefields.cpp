@@ -2,6 +2,8 @@
 
 #include "inspect/treefields.h"
 
+#include "../bench/documents.h"
+
 using inspect::FieldNames;
 
 namespace {
@@ -35,6 +37,9 @@ private Q_SLOTS:
     void anInsertedEntryIsOneDifference();
     void theOrderOfTheSameEntriesIsOneDifference();
     void aNullTreeHasNoFields();
+    void elementsAreCountedAtAnyDepth_data();
+    void elementsAreCountedAtAnyDepth();
+    void theUserOfABenchmarkIsCounted();
 };
 
 void tst_treefields::fieldsAreNamed_data()
@@ -128,6 +133,37 @@ void tst_treefields::theOrderOfTheSameEntriesIsOneDifference()
 void tst_treefields::aNullTreeHasNoFields()
 {
     QVERIFY(inspect::fieldsOf(QDomElement(), FieldNames::ByPosition).isEmpty());
+}
+
+void tst_treefields::elementsAreCountedAtAnyDepth_data()
+{
+    QTest::addColumn<QString>("xml");
+    QTest::addColumn<int>("count");
+    QTest::newRow("none") << "<r a='1'>text<!-- <x/> --><?x y?><![CDATA[<x/>]]></r>" << 0;
+    QTest::newRow("children") << "<r><a/>text<b/><!-- c --><a/></r>" << 3;
+    QTest::newRow("deep") << "<r><a><b><c/><d/></b></a><e><f/></e></r>" << 6;
+}
+
+void tst_treefields::elementsAreCountedAtAnyDepth()
+{
+    QFETCH(QString, xml);
+    QFETCH(int, count);
+    const QDomDocument doc = parsed(xml);
+    QCOMPARE(inspect::elementCount(doc.documentElement()), count);
+    QCOMPARE(inspect::elementCount(doc), count + 1);
+    QCOMPARE(inspect::elementCount(QDomNode()), 0);
+}
+
+// No text in such a document holds a '<', so its tags are its elements.
+void tst_treefields::theUserOfABenchmarkIsCounted()
+{
+    const bench::Size& size = bench::sizeOf("S");
+    const QString strFile = QString::fromUtf8(bench::userFile(size));
+    const int nTags = strFile.count(QRegularExpression("<[A-Za-z]"));
+    QVERIFY(nTags > size.nStocks + size.nWindows);
+    QCOMPARE(inspect::elementCount(bench::buildDocument(size)), nTags);
+    QCOMPARE(inspect::elementCount(bench::CPlan(size).build()), nTags);
+    QCOMPARE(inspect::elementCount(parsed(strFile)), nTags);
 }
 
 QTEST_GUILESS_MAIN(tst_treefields)

@@ -20,6 +20,9 @@ ExitStatus statusOf(const inspect::CheckedFile& checked)
 {
     switch (checked.file.state) {
     case inspect::FileState::Whole:
+        if (!checked.strFailure.isEmpty()) {
+            break;
+        }
         return checked.findings.isEmpty() ? ExitStatus::Ok : ExitStatus::Negative;
     case inspect::FileState::Damaged:
         return ExitStatus::Damaged;
@@ -39,11 +42,21 @@ int severityOf(ExitStatus status)
 
 QString verdictOf(const inspect::CheckedFile& checked)
 {
+    if (!checked.strFailure.isEmpty()) {
+        return QStringLiteral("not checked");
+    }
     static const QMap<ExitStatus, QString> s_names { { ExitStatus::Ok, "in order" },
                                                      { ExitStatus::Negative, "findings" },
                                                      { ExitStatus::Damaged, "damaged" },
                                                      { ExitStatus::InputOutput, "unreadable" } };
     return s_names.value(statusOf(checked));
+}
+
+// What kept the file from being checked, for people.
+QString errorOf(const CheckedPath& each)
+{
+    return each.checked.strFailure.isEmpty() ? each.checked.file.strError
+                                             : each.strPath + ": " + each.checked.strFailure;
 }
 
 QVector<CheckedPath> checkAll(const QStringList& paths)
@@ -89,8 +102,8 @@ Table fileTable(const QVector<CheckedPath>& all)
                       .arg(count(ExitStatus::InputOutput)),
                   { "file", "state", "findings", "error" } };
     for (const CheckedPath& each : all) {
-        table.rows.append({ each.strPath, verdictOf(each.checked), each.checked.findings.size(),
-                            each.checked.file.strError });
+        table.rows.append(
+            { each.strPath, verdictOf(each.checked), each.checked.findings.size(), errorOf(each) });
     }
     return table;
 }
@@ -99,8 +112,8 @@ Table fileTable(const QVector<CheckedPath>& all)
 void printText(const QVector<CheckedPath>& all)
 {
     for (const CheckedPath& each : all) {
-        if (!each.checked.file.strError.isEmpty()) {
-            printLine(each.checked.file.strError);
+        if (!errorOf(each).isEmpty()) {
+            printLine(errorOf(each));
         }
         for (const inspect::Finding& finding : each.checked.findings) {
             const inspect::TextPosition& at = finding.position;

@@ -1,10 +1,12 @@
 #include "inspect/check.h"
 
+#include "inspect/encodingdefects_p.h"
 #include "inspect/fileformat_p.h"
 #include "inspect/filterline.h"
 #include "inspect/optionvalues.h"
 #include "inspect/schema.h"
 #include "inspect/screens.h"
+#include "inspect/treefields.h"
 
 #include <platform/mvcommon.h>
 
@@ -37,23 +39,17 @@ bool isWord(const QString& value)
     return s_words.contains(value.toLower());
 }
 
-// An older form of the quote layout: the panels of one window without the window.
-bool isSingleWindow(const QDomElement& element)
-{
-    return element.tagName() == QLatin1String("IndexLayout")
-        && element.elementsByTagName(QStringLiteral("LayoutWindow")).isEmpty();
-}
-
 class CChecker {
 public:
     CChecker(const QString& text, const QDomDocument& document)
         : m_strText(text)
         , m_positions(text)
+        , m_document(document)
         , m_root(document.documentElement())
     {
     }
 
-    QVector<Finding> run();
+    void run(CheckedFile& checked);
 
 private:
     struct Place {
@@ -65,10 +61,13 @@ private:
              const QString& attribute = {});
     void walkAll(const QDomElement& parent);
     void walk(const QDomElement& element, const ElementRule* pRule);
+    void walkDocument();
     void walkRoot();
     void walkChildren(const Place& at, const ElementRule& rule);
     void walkSection(const QDomElement& section);
-    void checkContent(const Place& at, const QDomNode& node);
+    TextPosition positionOf(const QDomNode& node);
+    void checkContent(const Place& at, const QDomNode& node, const char* pszWhere);
+    void checkMissing();
     void checkAttributes(const Place& at, const ElementRule& rule);
     void checkValue(const Place& at, const AttributeRule& rule);
     void checkNeeded(const Place& at, const ElementRule& rule);
@@ -84,15 +83,19 @@ private:
     void checkPlace(const Place& at);
     void checkScreens();
     void checkEncoding();
-    void checkSchema();
+    void checkSchema(CheckedFile& checked);
 
     QString m_strText;
     CTextPositions m_positions;
+    QDomDocument m_document;
     QDomElement m_root;
-    int m_nElements = 0;
+    int m_nElements = 0; // come by so far, as the two that follow
+    int m_nComments = 0;
+    int m_nInstructions = 0;
     QVector<Finding> m_findings;
     QVector<Place> m_windows;
     QMap<QString, int> m_seen; // entries of lists by list and name
+    QSet<QString> m_misplaced; // sections that are read though they do not stand below the root
 };
 
 void CChecker::add(const Place& at, const char* pszRule, Effect effect, const QString& text,
@@ -104,41 +107,65 @@ void CChecker::add(const Place& at, const char* pszRule, Effect effect, const QS
     m_findings.append({ position, pszRule, effect, pathOf(at.element), text });
 }
 
-QVector<Finding> CChecker::run()
+void CChecker::run(CheckedFile& checked)
 {
     checkEncoding();
-    walkRoot();
+    walkDocument();
+    checkMissing();
     checkScreens();
-    checkSchema();
+    checkSchema(checked);
     std::stable_sort(m_findings.begin(), m_findings.end(), [](const auto& left, const auto& right) {
         return std::pair(left.position.nLine, left.position.nColumn)
             < std::pair(right.position.nLine, right.position.nColumn);
     });
-    return m_findings;
+    checked.findings = m_findings;
 }
 
-// Bytes that are no UTF-8 were replaced when the file was read.
 void CChecker::checkEncoding()
 {
-    const int nOffset = m_strText.indexOf(QChar(QChar::ReplacementCharacter));
-    if (nOffset >= 0) {
-        m_findings.append({ m_positions.ofOffset(nOffset), "encoding", Effect::Changed,
-                            m_root.tagName(), "the file is not UTF-8 throughout" });
+    const auto defects = encodingDefects(m_strText);
+    for (const EncodingDefect& defect : defects) {
+        m_findings.append({ m_positions.ofOffset(defect.nOffset), defect.strRule, Effect::Changed,
+                            m_root.tagName(), defect.strText });
+    }
+}
+
+void CChecker::walkDocument()
+{
+    if (m_positions.ofDocumentType().nLine > 0) {
+        m_findings.append({ m_positions.ofDocumentType(), "document-type", Effect::Dropped,
+                            m_document.doctype().name(), "a document type is not saved" });
+    }
+    for (QDomNode node = m_document.firstChild(); !node.isNull(); node = node.nextSibling()) {
+        if (node.isElement()) {
+            walkRoot();
+        } else {
+            checkContent({ m_root, 0 }, node, "outside the root");
+        }
     }
 }
 
 void CChecker::walkRoot()
 {
     const Place at { m_root, m_nElements++ };
-    if (m_root.tagName() != QLatin1String("ICUserConfigFile")) {
-        add(at, "root", Effect::Changed, "the root is saved as ICUserConfigFile");
-    }
     checkAttributes(at, ElementRule());
     for (QDomNode node = m_root.firstChild(); !node.isNull(); node = node.nextSibling()) {
         if (node.isElement()) {
             walkSection(node.toElement());
         } else {
-            checkContent(at, node);
+            checkContent(at, node, "between the sections");
+        }
+    }
+}
+
+void CChecker::checkMissing()
+{
+    for (const QString& name : savedSections()) {
+        const bool bThere = !m_root.firstChildElement(name).isNull() || m_misplaced.contains(name);
+        if (!bThere && name != QLatin1String("strategyAlgoTrade")) {
+            m_findings.append({ m_positions.ofElement(0), "missing-section", Effect::Changed,
+                                m_root.tagName() + '/' + name,
+                                name + " is missing: the next save writes it without content" });
         }
     }
 }
@@ -180,9 +207,12 @@ void CChecker::walk(const QDomElement& element, const ElementRule* pRule)
 
 void CChecker::walkAll(const QDomElement& parent)
 {
-    for (QDomElement child = parent.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        walk(child, nullptr);
+    for (QDomNode node = parent.firstChild(); !node.isNull(); node = node.nextSibling()) {
+        if (node.isElement()) {
+            walk(node.toElement(), nullptr);
+        } else {
+            positionOf(node);
+        }
     }
 }
 
@@ -194,7 +224,7 @@ void CChecker::walkChildren(const Place& at, const ElementRule& rule)
     for (QDomNode node = at.element.firstChild(); !node.isNull(); node = node.nextSibling()) {
         const QDomElement child = node.toElement();
         if (child.isNull()) {
-            checkContent(at, node);
+            checkContent(at, node, "in a section of the service");
         } else if (bOption) {
             walk(child, &settingsRule());
         } else if (rule.children.contains(child.tagName())) {
@@ -209,10 +239,24 @@ void CChecker::walkChildren(const Place& at, const ElementRule& rule)
     }
 }
 
-void CChecker::checkContent(const Place& at, const QDomNode& node)
+// Comments and instructions are counted here, so each has to come by once.
+TextPosition CChecker::positionOf(const QDomNode& node)
 {
+    return node.isComment()              ? m_positions.ofComment(m_nComments++)
+        : node.isProcessingInstruction() ? m_positions.ofInstruction(m_nInstructions++)
+                                         : TextPosition();
+}
+
+void CChecker::checkContent(const Place& at, const QDomNode& node, const char* pszWhere)
+{
+    const TextPosition position = positionOf(node);
+    const QString strPath = pathOf(at.element);
     if (node.isComment()) {
-        add(at, "comment", Effect::Dropped, "a comment in a section of the service");
+        m_findings.append({ position, "comment", Effect::Dropped, strPath,
+                            QStringLiteral("a comment ") + pszWhere });
+    } else if (node.isProcessingInstruction() && node.nodeName() != QLatin1String("xml")) {
+        m_findings.append({ position, "instruction", Effect::Dropped, strPath,
+                            QStringLiteral("an instruction ") + pszWhere });
     } else if (node.isText() && !node.nodeValue().trimmed().isEmpty()) {
         add(at, "text", Effect::Dropped, "text that is not read here");
     }
@@ -367,19 +411,17 @@ void CChecker::checkFilters(const Place& at)
         if (child.hasAttribute("param") && !strError.isEmpty()) {
             add({ child, nIndex }, "filter", Effect::Changed, strError, "param");
         }
-        nIndex += 1 + child.elementsByTagName("*").size();
+        nIndex += 1 + elementCount(child);
     }
 }
 
 // Readers take the first element of their name, wherever it stands.
 void CChecker::checkPlace(const Place& at)
 {
-    static const QStringList s_names { "DefaultLayout",   "IndexLayout",
-                                       "LayoutTemplates", "IndexPositionLayout",
-                                       "tradePanelGroup", "tradeLayoutTemplates",
-                                       "Option",          "UserParams" };
-    if (s_names.contains(at.element.tagName()) && at.element.parentNode() != m_root
-        && MV::getSubElement(m_root, at.element.tagName()) == at.element) {
+    const QString strName = at.element.tagName();
+    if (sectionsOfAnyPlace().contains(strName) && at.element.parentNode() != m_root
+        && MV::getSubElement(m_root, strName) == at.element) {
+        m_misplaced.insert(strName);
         add(at, "section-place", Effect::Changed, "is read as the section of that name");
     }
 }
@@ -405,18 +447,26 @@ void CChecker::checkScreens()
 }
 
 // What stands in a line of which nothing else is known.
-void CChecker::checkSchema()
+void CChecker::checkSchema(CheckedFile& checked)
 {
+    // Of these the schema knows nothing.
+    static const QSet<QString> s_beside { "comment", "instruction", "document-type",
+                                          "declared-encoding", "missing-section" };
     QSet<int> known;
     for (const Finding& finding : qAsConst(m_findings)) {
-        known.insert(finding.position.nLine);
+        if (!s_beside.contains(finding.strRule)) {
+            known.insert(finding.position.nLine);
+        }
     }
-    const auto errors = schemaErrors(m_strText.toUtf8());
-    for (const SchemaError& error : errors) {
+    const SchemaAnswer answer = askSchema(m_strText.toUtf8());
+    for (const SchemaError& error : answer.errors) {
         if (!known.contains(error.nLine) && !known.contains(0)) {
             m_findings.append(
                 { { error.nLine, 1 }, "schema", Effect::Changed, m_root.tagName(), error.strText });
         }
+    }
+    if (!answer.strFailure.isEmpty()) {
+        checked.strFailure = "not checked against the schema: " + answer.strFailure;
     }
 }
 
@@ -436,7 +486,7 @@ CheckedFile check(const QString& path)
     CheckedFile checked;
     checked.file = readUserFile(path);
     if (checked.file.state == FileState::Whole) {
-        checked.findings = CChecker(checked.file.strText, checked.file.document).run();
+        CChecker(checked.file.strText, checked.file.document).run(checked);
     }
     return checked;
 }

@@ -31,11 +31,12 @@ struct Finding {
 struct CheckedFile {
     UserFile file; ///< not whole: there are no findings
     QVector<Finding> findings; ///< by position
+    QString strFailure; ///< why not all of a whole file could be checked; empty if all was
 };
 
 /// Reads the file \a path as a load would and tells what that load and the next save would drop,
-/// change or merge, and where else the file breaks its schema (rule "schema"). Nothing is handed to
-/// the service. Any thread.
+/// change or merge, and where else the file breaks its schema (rule "schema"). A section that every
+/// save writes is missed (rule "missing-section"). Nothing is handed to the service. Any thread.
 ///
 ///     const inspect::CheckedFile checked = inspect::check(path);
 CheckedFile check(const QString& path);

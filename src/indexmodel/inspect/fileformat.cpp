@@ -125,6 +125,21 @@ bool isWindowTag(const QString& tag)
     return windowTags().values().contains(tag);
 }
 
+const QStringList& sectionsOfAnyPlace()
+{
+    static const QStringList s_names { "DefaultLayout",   "IndexLayout",
+                                       "LayoutTemplates", "IndexPositionLayout",
+                                       "tradePanelGroup", "tradeLayoutTemplates",
+                                       "Option",          "UserParams" };
+    return s_names;
+}
+
+bool isSingleWindow(const QDomElement& element)
+{
+    return element.tagName() == QLatin1String("IndexLayout")
+        && element.elementsByTagName(QStringLiteral("LayoutWindow")).isEmpty();
+}
+
 QString windowTagOf(const QString& section)
 {
     return windowTags().value(section);

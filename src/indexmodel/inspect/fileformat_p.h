@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QDomElement>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace inspect {
@@ -30,6 +32,12 @@ const ElementRule* ruleOf(const QString& tag);
 const ElementRule& settingsRule();
 
 bool isWindowTag(const QString& tag);
+
+/// The sections that are read wherever they stand, the first of each name.
+const QStringList& sectionsOfAnyPlace();
+
+/// An older form of the quote layout: the panels of one window without the window.
+bool isSingleWindow(const QDomElement& element);
 
 /// What the windows of a section are called; empty for sections without.
 QString windowTagOf(const QString& section);

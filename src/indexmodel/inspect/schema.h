@@ -12,8 +12,19 @@ struct SchemaError {
     QString strText;
 };
 
-/// All such places of UTF-8 text by line; none in what a save writes. The validator's own reader is
+/// What asking a schema gave.
+struct SchemaAnswer {
+    QVector<SchemaError> errors; ///< by line
+    QString strFailure; ///< why the schema could not be asked about all of it; empty if it could
+};
+
+/// All such places of UTF-8 text; none in what a save writes. The validator's own reader is
 /// stricter than the service: what it cannot read is an error as well. Any thread.
-QVector<SchemaError> schemaErrors(const QByteArray& content);
+///
+///     const inspect::SchemaAnswer answer = inspect::askSchema(content);
+SchemaAnswer askSchema(const QByteArray& content);
+
+/// The same of another schema, which is read for this one question.
+SchemaAnswer askSchema(const QByteArray& content, const QByteArray& schema);
 
 } // namespace inspect
