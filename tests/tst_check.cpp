@@ -109,6 +109,8 @@ void addStockDefects()
     row(stocks("text"), "dropped text@16:14");
     row(stocks("<![CDATA[text]]>"), "dropped text@16:14");
     row("<CustomStock><Customs/>\n <Customs/></CustomStock>", "changed schema@17:1");
+    row("<CustomStock><Customs/>\n <Customs/><!-- mine --></CustomStock>",
+        "changed schema@17:1, dropped comment@17:12");
 }
 
 void addLayoutDefects()

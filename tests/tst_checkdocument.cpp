@@ -1,6 +1,8 @@
 #include "checkedfiles.h"
 #include "librarytest.h"
 
+#include <inspect/report.h>
+
 #include <libxml/xmlmemory.h>
 
 #include <cstdlib>
@@ -214,8 +216,10 @@ void tst_checkdocument::whatCouldNotBeCheckedIsTold()
     QCOMPARE(inspect::check(livePath()).strFailure, QString());
     xmlMemSetup(std::free, noMemory, noMoreMemory, noCopy);
     const inspect::CheckedFile checked = inspect::check(livePath());
+    const QByteArray page = inspect::report(userDir(), QDateTime::currentDateTime());
     xmlMemSetup(std::free, std::malloc, std::realloc, ::strdup);
     QVERIFY(checked.strFailure.startsWith("not checked against the schema: "));
+    QVERIFY(page.contains(checked.strFailure.toUtf8()));
 }
 
 QTEST_GUILESS_MAIN(tst_checkdocument)

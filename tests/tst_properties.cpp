@@ -362,7 +362,7 @@ void tst_properties::anyTextIsReadWholeOrNotAtAll()
         writeLive((*texts()).toUtf8());
         logcapture::start();
         reload();
-        const bool bWhole = inspect::readUserFile(livePath()).state == inspect::FileState::Whole;
+        const bool bWhole = inspect::readDocument(livePath()).state == inspect::FileState::Whole;
         RC_ASSERT(bWhole == (logcapture::unexpectedErrors() == 0));
         logcapture::start();
     }));

@@ -86,16 +86,19 @@ private:
     QXmlStreamWriter m_xml;
 };
 
-void writeFindings(CPage& page, const QVector<Finding>& findings)
+void writeFindings(CPage& page, const CheckedFile& checked)
 {
     page.heading(QStringLiteral("What the next load and save would not keep"));
     QVector<QStringList> rows;
-    for (const Finding& finding : findings) {
+    for (const Finding& finding : checked.findings) {
         rows.append(
             { QStringLiteral("%1:%2").arg(finding.position.nLine).arg(finding.position.nColumn),
               effectName(finding.effect), finding.strRule, finding.strText });
     }
     page.table({ "line:column", "effect", "rule", "what" }, rows);
+    if (!checked.strFailure.isEmpty()) {
+        page.paragraph(checked.strFailure);
+    }
 }
 
 void writeOptions(CPage& page, const KW::paramSettingForClient& options)
@@ -181,7 +184,7 @@ QByteArray report(const QString& configDir, const QDateTime& now)
     CPage page(&html);
     page.begin(livePath(configDir));
     page.paragraph(now.toString(Qt::ISODate));
-    writeFindings(page, checked.findings);
+    writeFindings(page, checked);
     writeOptions(page, records.options);
     writeStocks(page, records.stocks);
     writeDrawings(page, QStringLiteral("Layouts"), layoutsOf(records), screens);
