@@ -1,7 +1,9 @@
 #include "librarytest.h"
 
 #include "filelimits.h"
+#include "logcapture.h"
 #include "platform/indexutil.h"
+#include "standalone/standalone.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -50,6 +52,8 @@ private Q_SLOTS:
     void aWriteThatDoesNotFitLeavesTheOldFile();
     void aReadOnlyDirectoryKeepsItsFile();
     void withoutStandardInputAFileIsWrittenToo();
+    void aFailureTellsItsCause_data();
+    void aFailureTellsItsCause();
     void appendingIsRefused();
     void aReadReturnsEveryByte();
     void whatCannotBeReadIsEmpty_data();
@@ -177,6 +181,45 @@ void tst_files::withoutStandardInputAFileIsWrittenToo()
     QVERIFY(bWritten);
     QVERIFY(bClosed);
     QCOMPARE(readFile(userDir() + "/file"), QByteArray("content"));
+}
+
+void tst_files::aFailureTellsItsCause_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("refused");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("no directory") << "/missing/file"
+                                  << "/missing"
+                                  << "No such file or directory";
+    QTest::newRow("below a file") << "/old/file"
+                                  << "/old"
+                                  << "Not a directory";
+    QTest::newRow("onto a directory") << "/folder"
+                                      << "/folder"
+                                      << "Is a directory";
+    QTest::newRow("too large") << "/file"
+                               << "/file"
+                               << "File too large";
+}
+
+void tst_files::aFailureTellsItsCause()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, refused);
+    QFETCH(QString, reason);
+    writeFile(userDir() + "/old", "old");
+    QVERIFY(QDir().mkpath(userDir() + "/folder"));
+    {
+        const CFileSizeLimit limit(1000);
+        const std::size_t nBytes = file == "/file" ? 1001 : 1;
+        QVERIFY(!writeGbk(userDir() + file, std::string(nBytes, 'x')));
+    }
+    QCOMPARE(standalone::lastWriteFailure().strPath, userDir() + refused);
+    QCOMPARE(standalone::lastWriteFailure().strReason, reason);
+    QVERIFY(logcapture::messages().last().endsWith(", reason:" + reason));
+    QVERIFY(writeGbk(userDir() + "/old", "new"));
+    QCOMPARE(standalone::lastWriteFailure().strReason, QString());
+    QCOMPARE(standalone::lastWriteFailure().strPath, QString());
 }
 
 void tst_files::appendingIsRefused()

@@ -2,6 +2,7 @@
 
 #include "filelimits.h"
 #include "platform/strategybase.h"
+#include "standalone/standalone.h"
 
 #include <QDir>
 
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void valuesOfAnyContentComeBack();
     void keysOfAnyContentAreApart();
     void sectionsAreApart();
+    void keysOfASectionAreListed();
     void aValueIsReplaced();
     void valuesAreKeptBesideTheConfiguration();
     void theNameOfAFileComesFromItsKey_data();
@@ -99,6 +101,20 @@ void tst_settingsstore::sectionsAreApart()
     QCOMPARE(strValue, std::string("1"));
     QCOMPARE(se::readConfig("", "key", strValue, false), 0);
     QCOMPARE(strValue, std::string("3"));
+}
+
+void tst_settingsstore::keysOfASectionAreListed()
+{
+    QCOMPARE(standalone::settingKeys("s"), QStringList());
+    for (const std::string& key :
+         { std::string("a=b/c%~"), std::string("主题"), std::string("."), std::string(500, 'x') }) {
+        QCOMPARE(se::writeConfig("s", key, "v", false), 0);
+        QCOMPARE(se::writeConfig("other", key + '2', "v", false), 0);
+    }
+    QStringList keys = standalone::settingKeys("s");
+    keys.sort();
+    // The last one is kept by its digest.
+    QCOMPARE(keys, QStringList({ ".", "a=b/c%~", "主题" }));
 }
 
 void tst_settingsstore::aValueIsReplaced()

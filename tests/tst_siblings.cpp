@@ -63,6 +63,7 @@ private Q_SLOTS:
     void theConfigurationDirectoryIsTheHostsOrTheUsers();
     void logLinesGoToTheFile();
     void aLogFileIsGoneOnWithAndNobodyElseGetsItsLines();
+    void aLogLineIsOneLine();
     void aLogFileThatCannotBeWrittenIsTold();
 
     void anIniEntryIsRead_data();
@@ -121,6 +122,21 @@ void tst_siblings::aLogFileIsGoneOnWithAndNobodyElseGetsItsLines()
     QVERIFY(QRegularExpression("^of yesterday\n[-0-9:. ]+ INFO  of today\n$")
                 .match(readFile(strLog))
                 .hasMatch());
+}
+
+void tst_siblings::aLogLineIsOneLine()
+{
+    const QString strLog = userDir() + "/log";
+    QVERIFY(standalone::logToFile(strLog));
+    g_RXStdLogger->forcedLog(log4cxx::Level::getInfo(),
+                             "行情\n2024 INFO  forged\r\x1b[2J\x7f\xc2\x9b\xe2\x80\xae\xe2\x80\xa8"
+                             "b😀",
+                             LOG4CXX_LOCATION);
+    const QByteArray content = readFile(strLog);
+    QVERIFY2(content.endsWith(" INFO  行情\\u000a2024 INFO  forged\\u000d\\u001b[2J\\u007f\\u009b"
+                              "\\u202e\\u2028b😀\n"),
+             content.constData());
+    QCOMPARE(content.count('\n'), 1);
 }
 
 void tst_siblings::aLogFileThatCannotBeWrittenIsTold()

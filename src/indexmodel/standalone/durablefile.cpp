@@ -1,6 +1,7 @@
 #include "standalone/durablefile_p.h"
 
 #include "platform/commonutil.h"
+#include "standalone/standalone.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -86,6 +88,8 @@ public:
         }
     }
 
+    bool isOpen() const { return m_file.isOpen(); }
+
     bool write(const std::string& content)
     {
         std::size_t nWritten = 0;
@@ -98,7 +102,7 @@ public:
             }
             nWritten += static_cast<std::size_t>(n);
         }
-        return m_bOurs;
+        return true;
     }
 
     bool finish(Sync sync) { return (sync == Sync::Never || m_file.sync()) && m_file.close(); }
@@ -106,6 +110,10 @@ public:
     bool holds(const std::string& content) const
     {
         const CDescriptor file(openFile(m_path, O_RDONLY));
+        if (!file.isOpen()) {
+            return false;
+        }
+        errno = 0; // other content is no error of the system's
         std::string strBlock(1U << 16U, '\0');
         const auto readBlock = [&] { return ::read(file.get(), &strBlock[0], strBlock.size()); };
         std::size_t nRead = 0;
@@ -139,29 +147,69 @@ bool syncDirectoryOf(const QByteArray& path)
     return directory.sync() && directory.close();
 }
 
-bool tryReplaceFile(const QByteArray& path, const std::string& content, Sync sync)
+// Asked before anything is cleaned up, which has errors of its own.
+QString reason()
+{
+    return errno != 0 ? QString::fromLocal8Bit(std::strerror(errno))
+                      : QStringLiteral("it reads back differently");
+}
+
+WriteFailure tryReplaceFile(const QByteArray& path, const std::string& content, Sync sync)
 {
     CReplacement replacement(path);
-    if (sync == Sync::Never) {
-        return replacement.write(content) && replacement.finish(sync)
-            && replacement.takePlaceOf(path);
+    if (!replacement.isOpen()) {
+        return { QFileInfo(QFile::decodeName(path)).path(), reason() };
     }
-    return replacement.write(content) && replacement.finish(sync) && replacement.holds(content)
-        && replacement.takePlaceOf(path) && syncDirectoryOf(path);
+    const bool bRead = sync == Sync::Disk;
+    const bool bReplaced = replacement.write(content) && replacement.finish(sync)
+        && (!bRead || replacement.holds(content)) && replacement.takePlaceOf(path)
+        && (!bRead || syncDirectoryOf(path));
+    return bReplaced ? WriteFailure() : WriteFailure { QFile::decodeName(path), reason() };
+}
+
+// Saves write on threads of their own.
+class CLastFailure {
+public:
+    WriteFailure get() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_failure;
+    }
+
+    void set(const WriteFailure& failure)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_failure = failure;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    WriteFailure m_failure;
+};
+
+CLastFailure& lastFailure()
+{
+    return *utils::CManualSingletonT<CLastFailure>::instance();
 }
 
 } // namespace
 
+WriteFailure lastWriteFailure()
+{
+    return lastFailure().get();
+}
+
 bool replaceFile(const QByteArray& path, const std::string& content, Sync sync)
 {
-    errno = 0;
-    if (tryReplaceFile(path, content, sync)) {
+    const WriteFailure failure = tryReplaceFile(path, content, sync);
+    lastFailure().set(failure);
+    if (failure.strReason.isEmpty()) {
         return true;
     }
-    const std::string strReason = errno != 0 ? std::strerror(errno) : "it reads back differently";
     if (g_RXStdLogger) {
         LOG4CXX_WARN(g_RXStdLogger,
-                     "cannot write file:" << path.constData() << ", reason:" << strReason);
+                     "cannot write file:" << path.constData()
+                                          << ", reason:" << failure.strReason.toStdString());
     }
     return false;
 }

@@ -46,10 +46,47 @@ CConfigDir& configDir()
     return *utils::CManualSingletonT<CConfigDir>::instance();
 }
 
+bool isShown(QChar c)
+{
+    return (c.isPrint() || c.isSurrogate()) && c.category() != QChar::Separator_Line
+        && c.category() != QChar::Separator_Paragraph;
+}
+
+// A line for each record: what a path or a name holds ends none, forges none, steers no terminal.
+class CLineLayout : public log4cxx::PatternLayout {
+public:
+    CLineLayout()
+        : PatternLayout(LOG4CXX_STR("%d{yyyy-MM-dd HH:mm:ss.SSS} %-5p %m"))
+    {
+    }
+
+    void format(log4cxx::LogString& output, const log4cxx::spi::LoggingEventPtr& pEvent,
+                log4cxx::helpers::Pool& pool) const override
+    {
+        log4cxx::LogString strRecord;
+        PatternLayout::format(strRecord, pEvent, pool);
+        std::string strUtf8;
+        log4cxx::helpers::Transcoder::encodeUTF8(strRecord, strUtf8);
+        const std::string strLine = harmless(QString::fromStdString(strUtf8)).toStdString() + '\n';
+        log4cxx::helpers::Transcoder::decodeUTF8(strLine, output);
+    }
+
+private:
+    static QString harmless(const QString& text)
+    {
+        QString strLine;
+        for (const QChar c : text) {
+            strLine += isShown(c)
+                ? QString(c)
+                : QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        }
+        return strLine;
+    }
+};
+
 log4cxx::LayoutPtr lineLayout()
 {
-    return std::make_shared<log4cxx::PatternLayout>(
-        LOG4CXX_STR("%d{yyyy-MM-dd HH:mm:ss.SSS} %-5p %m%n"));
+    return std::make_shared<CLineLayout>();
 }
 
 void logTo(const log4cxx::AppenderPtr& pAppender, const log4cxx::LevelPtr& pLevel)

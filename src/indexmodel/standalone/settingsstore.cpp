@@ -1,6 +1,7 @@
 #include "platform/environment.h"
 #include "platform/strategybase.h"
 #include "standalone/durablefile_p.h"
+#include "standalone/standalone.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -25,16 +26,21 @@ QByteArray encoded(const std::string& text)
             + QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
 }
 
+QString storePath()
+{
+    return KW::getConfigDir() + QStringLiteral("/Settings");
+}
+
 // One file a value, replaced as a whole: readers and writers on other threads need no lock.
 QString valuePath(const std::string& section, const std::string& key)
 {
-    return KW::getConfigDir() + QStringLiteral("/Settings/")
+    return storePath() + QLatin1Char('/')
         + QString::fromLatin1(encoded(section) + '=' + encoded(key));
 }
 
 int store(const QString& path, const std::string& value, standalone::Sync sync)
 {
-    const bool bStored = standalone::makeDirectory(KW::getConfigDir() + QStringLiteral("/Settings"))
+    const bool bStored = standalone::makeDirectory(storePath())
         && standalone::replaceFile(QFile::encodeName(path), value, sync);
     return bStored ? c_nOk : c_nFailed;
 }
@@ -58,3 +64,22 @@ int readConfig(const std::string& section, const std::string& key, std::string& 
 }
 
 } // namespace se
+
+namespace standalone {
+
+QStringList settingKeys(const QString& section)
+{
+    QStringList keys;
+    const QByteArray prefix = se::encoded(section.toStdString()) + '=';
+    const auto names = QDir(se::storePath()).entryList(QDir::Files);
+    for (const QString& name : names) {
+        const QByteArray file = name.toLatin1();
+        if (file.startsWith(prefix) && !file.contains("%~")) {
+            keys.append(
+                QString::fromUtf8(QByteArray::fromPercentEncoding(file.mid(prefix.size()))));
+        }
+    }
+    return keys;
+}
+
+} // namespace standalone

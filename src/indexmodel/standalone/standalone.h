@@ -3,6 +3,7 @@
 #include "platform/declspec.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 /// What a host tells these stand-ins for the client's libraries before it asks for the service.
@@ -22,6 +23,16 @@ enum class LogLines { Problems, All };
 /// written.
 PLATFORM_API void logToStderr(LogLines lines);
 PLATFORM_API bool logToFile(const QString& path);
+
+/// Why the last file that was to be written was not; both are empty when it was. Any thread.
+struct WriteFailure {
+    QString strPath; ///< the file, or the directory that took no new one
+    QString strReason; ///< in the system's words
+};
+PLATFORM_API WriteFailure lastWriteFailure();
+
+/// The keys of a section of the settings store, those too long to be kept in clear left out.
+PLATFORM_API QStringList settingKeys(const QString& section);
 
 /// One stock of a sector.
 struct SectorConstituent {
