@@ -9,6 +9,8 @@ private Q_SLOTS:
     void errorsAreNamedByGroupAndItem_data();
     void errorsAreNamedByGroupAndItem();
     void aGroupIsFoundByItsKey();
+    void anExportTakesOnlyWhatMatches_data();
+    void anExportTakesOnlyWhatMatches();
 };
 
 void tst_filterline::errorsAreNamedByGroupAndItem_data()
@@ -38,7 +40,9 @@ void tst_filterline::errorsAreNamedByGroupAndItem_data()
             << QStringLiteral("a=N,1|i|0|%1|1").arg(pszExtra)
             << QStringLiteral("group 1: item 1: '%1' is no integer").arg(pszExtra);
     }
-    QTest::newRow("one field") << "a=N,1|i|0|0|1,5"
+    QTest::newRow("no operator of ours") << "a=.N,1|i|7|0|1"
+                                         << ""; // nothing is dropped
+    QTest::newRow("threshold") << "a=N,1|i|0|0|1,5"
                                << "group 1: item 2: 1 fields instead of "
                                   "id|indicator|compareOp|extra|threshold";
     QTest::newRow("infinity") << "a=N,1|i|0|0|inf"
@@ -60,6 +64,36 @@ void tst_filterline::aGroupIsFoundByItsKey()
 {
     QVERIFY(inspect::hasFilterFor("a=N:b=M", "b"));
     QVERIFY(!inspect::hasFilterFor("a=N:b=M", "N"));
+}
+
+void tst_filterline::anExportTakesOnlyWhatMatches_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("error");
+    const auto row = [](const char* pszName, const char* pszLine, const char* pszError) {
+        QTest::newRow(pszName) << QString::fromUtf8(pszLine) << QString::fromUtf8(pszError);
+    };
+    row("all there is", "a=N,1|绝对权重|0|0|1,1|前收盘|1|0|1,1|前收盘|2|0|1:b=M,1|前收盘|4|7|1",
+        "");
+    row("form", "a=N:b", "group 2: 'b' is not of the form key=name,item,...");
+    row("indicator", "a=N,1|绝对权重|0|0|1,2|市盈率|0|0|1",
+        "group 1: item 2: there is no indicator '市盈率', only 绝对权重 and 前收盘");
+    row("indicator with a blank", "a=N,1|绝对权重 |0|0|1",
+        "group 1: item 1: there is no indicator '绝对权重 ', only 绝对权重 and 前收盘");
+    row("operator above", "a=N:b=M,1|前收盘|5|0|1",
+        "group 2: item 1: there is no operator 5, only 0 (>), 1 (<), 2 (>=), 3 (<=) and 4 (=)");
+    row("operator below", "a=N,1|前收盘|-1|0|1",
+        "group 1: item 1: there is no operator -1, only 0 (>), 1 (<), 2 (>=), 3 (<=) and 4 (=)");
+    row("hidden file", "a=.N", "group 1: the name '.N' begins with a dot");
+    row("no name", "a=N:b=,1|前收盘|0|0|1", "group 2: the name '' is empty");
+    row("line in a name", "a=N\nM", "group 1: the name 'N\nM' holds a control character");
+}
+
+void tst_filterline::anExportTakesOnlyWhatMatches()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, error);
+    QCOMPARE(inspect::exportFilterError(line), error);
 }
 
 QTEST_GUILESS_MAIN(tst_filterline)

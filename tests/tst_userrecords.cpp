@@ -1,6 +1,5 @@
 #include "librarytest.h"
 
-#include <inspect/closest.h>
 #include <inspect/optionvalues.h>
 #include <inspect/userdifferences.h>
 #include <inspect/userfile.h>
@@ -21,7 +20,6 @@ private Q_SLOTS:
     void differencesHaveTheirPart();
     void orderCountsWhereTheEntriesAreTheSame();
     void everyOptionIsSetFromItsText();
-    void aMisspeltWordHasANeighbour();
 
 private:
     static UserRecords sample(const char* pszFrom = "", const char* pszTo = "");
@@ -150,16 +148,6 @@ void tst_userrecords::everyOptionIsSetFromItsText()
             QCOMPARE(inspect::optionText(options, row), QString("1"));
         }
     }
-}
-
-void tst_userrecords::aMisspeltWordHasANeighbour()
-{
-    const QStringList known { "reportRefreshTime", "oaUser", "show" };
-    QCOMPARE(inspect::didYouMean("reportrefreshTimes", known),
-             QString(", did you mean 'reportRefreshTime'?"));
-    QCOMPARE(inspect::didYouMean("shwo", known), QString(", did you mean 'show'?"));
-    QCOMPARE(inspect::didYouMean("xyz", known), QString());
-    QCOMPARE(inspect::didYouMean("", known), QString());
 }
 
 QTEST_GUILESS_MAIN(tst_userrecords)

@@ -1,5 +1,7 @@
 #include "inspect/filterline.h"
 
+#include "inspect/plaintext.h"
+
 #include <QSet>
 #include <QStringList>
 
@@ -49,16 +51,53 @@ QString nameError(const QString& name)
     return bBad ? QStringLiteral("the name '%1' holds '|' or '/'").arg(name) : QString();
 }
 
-QString groupError(const QString& group)
+// The library drops what is no item; an export takes any, and compares nothing or anything.
+QString comparisonError(const QString& item)
+{
+    static const QStringList s_indicators { QStringLiteral("绝对权重"), QStringLiteral("前收盘") };
+    const QStringList fields = item.split(QLatin1Char('|'));
+    if (!s_indicators.contains(fields[1])) {
+        return QStringLiteral("there is no indicator '%1', only %2")
+            .arg(fields[1], s_indicators.join(QStringLiteral(" and ")));
+    }
+    const int nOperator = fields[2].toInt();
+    return nOperator >= 0 && nOperator <= 4
+        ? QString()
+        : QStringLiteral("there is no operator %1, only 0 (>), 1 (<), 2 (>=), 3 (<=) and 4 (=)")
+              .arg(nOperator);
+}
+
+QString exportItemError(const QString& item)
+{
+    const QString strError = itemError(item);
+    return strError.isEmpty() ? comparisonError(item) : strError;
+}
+
+QString exportNameError(const QString& name)
+{
+    const QString strError = nameError(name);
+    const QString strFile = fileNameError(name);
+    return strError.isEmpty() && !strFile.isEmpty()
+        ? QStringLiteral("the name '%1' %2").arg(name, strFile)
+        : strError;
+}
+
+// What is wrong with the two kinds of parts of a group.
+struct GroupRules {
+    QString (*nameError)(const QString& name);
+    QString (*itemError)(const QString& item);
+};
+
+QString groupError(const QString& group, const GroupRules& rules)
 {
     const QStringList parts = group.split(QLatin1Char('='));
     if (parts.size() != 2) {
         return QStringLiteral("'%1' is not of the form key=name,item,...").arg(group);
     }
     const QStringList elements = parts[1].split(QLatin1Char(','));
-    QString strError = nameError(elements.first());
+    QString strError = rules.nameError(elements.first());
     for (int i = 1; i < elements.size() && strError.isEmpty(); ++i) {
-        const QString strItem = itemError(elements[i]);
+        const QString strItem = rules.itemError(elements[i]);
         if (!strItem.isEmpty()) {
             strError = QStringLiteral("item %1: %2").arg(QString::number(i), strItem);
         }
@@ -66,14 +105,12 @@ QString groupError(const QString& group)
     return strError;
 }
 
-} // namespace
-
-QString filterLineError(const QString& line)
+QString lineError(const QString& line, const GroupRules& rules)
 {
     QSet<QString> keys;
     const QStringList groups = line.split(QLatin1Char(':'));
     for (int i = 0; i < groups.size(); ++i) {
-        QString strError = groupError(groups[i]);
+        QString strError = groupError(groups[i], rules);
         const QString strKey = keyOf(groups[i]);
         if (strError.isEmpty() && keys.contains(strKey)) {
             strError = QStringLiteral("a second group for '%1'").arg(strKey);
@@ -84,6 +121,18 @@ QString filterLineError(const QString& line)
         keys.insert(strKey);
     }
     return QString();
+}
+
+} // namespace
+
+QString filterLineError(const QString& line)
+{
+    return lineError(line, { nameError, itemError });
+}
+
+QString exportFilterError(const QString& line)
+{
+    return lineError(line, { exportNameError, exportItemError });
 }
 
 bool hasFilterFor(const QString& line, const QString& sector)
