@@ -267,13 +267,14 @@ void tst_host::outputThatCannotBeWrittenIsAFailure()
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitCode(), 3);
     QCOMPARE(process.readAllStandardError(),
-             QByteArray("indexuserctl: cannot write to standard output\n"));
+             QByteArray("indexuserctl: cannot write to standard output: No space left on "
+                        "device\n"));
 }
 
 void tst_host::aBadFilterWritesNothing()
 {
-    const Outcome outcome
-        = tool({ "export-sector", "801780", userDir(), "--filter", "801780=My,1|a|0|0|0.05,bad" });
+    const Outcome outcome = tool(
+        { "export-sector", "801780", userDir(), "--filter", "801780=My,1|绝对权重|0|0|0.05,bad" });
     QCOMPARE(outcome.nStatus, 2);
     QVERIFY(outcome.strErr.contains("filter: group 1: item 2: 1 fields instead of"));
     QCOMPARE(QDir(userDir()).entryList(QDir::Files), QStringList());

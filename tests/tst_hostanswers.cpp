@@ -168,7 +168,7 @@ void tst_hostanswers::aDrawingIsOneImage()
 
 void tst_hostanswers::aDrawingOfATemplateThatIsNotThereFails()
 {
-    const Outcome outcome = tool({ "layout", "draw", "--template", "早", "--out", "/dev/null" });
+    const Outcome outcome = tool({ "layout", "draw", "--template", "早盆", "--out", "/dev/null" });
     QCOMPARE(outcome.nStatus, 1);
     QVERIFY(outcome.strErr.contains(QStringLiteral("did you mean '早盘'?")));
 }

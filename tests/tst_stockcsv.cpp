@@ -57,25 +57,36 @@ void tst_stockcsv::linesMayEndAsTheyLike()
 void tst_stockcsv::aBadLineIsNamedAndNothingRead_data()
 {
     QTest::addColumn<QByteArray>("lines");
+    QTest::addColumn<int>("line");
     QTest::addColumn<QString>("error");
-    QTest::newRow("fields") << QByteArray("1,SH,2,a\n1,SH\n") << "line 3: 2 fields instead of";
-    QTest::newRow("empty line") << QByteArray("\n") << "line 2: 1 fields instead of";
-    QTest::newRow("list") << QByteArray("x,SH,1,a\n") << "line 2: 'x' is no list";
-    QTest::newRow("negative") << QByteArray("-1,SH,1,a\n") << "line 2: '-1' is no list";
-    QTest::newRow("no code") << QByteArray("1,SH,,a\n") << "line 2: a stock without a code";
-    QTest::newRow("open quote") << QByteArray("1,SH,1,\"a\n") << "line 2: a quote that is not";
-    QTest::newRow("behind a quote") << QByteArray("1,SH,1,\"a\"b\n") << "line 2: a quote that";
+    QTest::newRow("fields") << QByteArray("1,SH,2,a\n1,SH\n") << 3 << "2 fields instead of";
+    QTest::newRow("empty line") << QByteArray("\n") << 2 << "1 fields instead of";
+    QTest::newRow("list") << QByteArray("x,SH,1,a\n") << 2 << "'x' is no list";
+    QTest::newRow("negative") << QByteArray("-1,SH,1,a\n") << 2 << "'-1' is no list";
+    QTest::newRow("no code") << QByteArray("1,SH,,a\n") << 2 << "a stock without a code";
+    QTest::newRow("open quote") << QByteArray("1,SH,1,\"a\n") << 2 << "a quote that is not";
+    QTest::newRow("behind a quote") << QByteArray("1,SH,1,\"a\"b\n") << 2 << "a quote that";
     QTest::newRow("line in a field")
-        << QByteArray("1,SH,1,\"a\nb\"\n1,SH\n") << "line 2: a field holds a control character";
-    QTest::newRow("encoding") << QByteArray("1,SH,1,\xc6\xd6\n") << "the text is not UTF-8";
+        << QByteArray("1,SH,1,\"a\nb\"\n1,SH\n") << 2 << "a field holds a control character";
+    QTest::newRow("encoding") << QByteArray("1,SH,1,\xc6\xd6\n") << 2 << "the text is not UTF-8";
+    QTest::newRow("encoding below")
+        << QByteArray("1,SH,1,a\r\n2,SH,1,\xe9\x93\xb6\n2,SH,2,\xe9\x93\n") << 4
+        << "the text is not UTF-8";
+    QTest::newRow("encoding at the end")
+        << QByteArray("1,SH,1,a\n1,SH,2,\xe9\x93") << 3 << "the text is not UTF-8";
+    QTest::newRow("direction") << QByteArray("1,SH,1,a\n1,SH,2,\xe2\x80\xae"
+                                             "b\n")
+                               << 3 << "a field holds a control character";
 }
 
 void tst_stockcsv::aBadLineIsNamedAndNothingRead()
 {
     QFETCH(QByteArray, lines);
+    QFETCH(int, line);
     QFETCH(QString, error);
     const inspect::CsvStocks read = inspect::stocksFromCsv("list,market,code,name\n" + lines);
     QVERIFY2(read.strError.startsWith(error), qPrintable(read.strError));
+    QCOMPARE(read.nErrorLine, line);
     QVERIFY(read.stocks.isEmpty());
     QVERIFY(inspect::stocksFromCsv(lines).strError.size() > 0);
 }

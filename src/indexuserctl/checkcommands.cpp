@@ -63,8 +63,9 @@ QVector<CheckedPath> checkAll(const QStringList& paths)
 {
     QVector<CheckedPath> all;
     CProgress progress(paths.size());
-    for (const QString& path : paths) {
-        all.append({ path, inspect::check(path) });
+    for (const QString& word : paths) {
+        const QString strPath = inputPath(word);
+        all.append({ strPath, inspect::check(strPath) });
         progress.advance();
     }
     return all;
@@ -149,7 +150,7 @@ ExitStatus check(const Request& request)
 ExitStatus report(const Request& request)
 {
     liveFile(request);
-    writeFile(request, request.strOut,
-              inspect::report(request.strConfigDir, QDateTime::currentDateTime()));
+    const QByteArray page = inspect::report(request.strConfigDir, QDateTime::currentDateTime());
+    writeFile(request, request.strOut, harmlessPage(page));
     return ExitStatus::Ok;
 }

@@ -9,10 +9,25 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 
 namespace {
+
+QString entryOf(const Command& command)
+{
+    return QStringLiteral("  %1\n      %2\n").arg(usageOf(command), command.strHelp);
+}
+
+QString groupHelp(const QString& group)
+{
+    QString strText;
+    for (const Command& command : commands()) {
+        strText += command.strName.startsWith(group + ' ') ? entryOf(command) : QString();
+    }
+    return strText;
+}
 
 constexpr char c_szName[] = "indexuserctl";
 
@@ -91,7 +106,7 @@ public:
         } catch (const CLI::CallForHelp&) {
             return { nullptr, {}, help() };
         } catch (const CLI::ParseError& error) {
-            throw CFailure(ExitStatus::Usage, QString::fromStdString(error.what()) + usage());
+            throw CFailure(ExitStatus::Usage, ownWords(error.what()) + usage());
         }
         return result();
     }
@@ -129,6 +144,13 @@ private:
         return nullptr;
     }
 
+    // The parser knows NAME=VALUE by a name that it takes for one.
+    static QString ownWords(const std::string& message)
+    {
+        return QString::fromStdString(message).replace(QStringLiteral("NAME-VALUE"),
+                                                       QStringLiteral("NAME=VALUE"));
+    }
+
     QString usage() const
     {
         const Slots* const pSlots = parsed();
@@ -141,7 +163,9 @@ private:
     {
         const Slots* const pSlots = parsed();
         if (pSlots == nullptr) {
-            return helpText();
+            const auto groups = m_app.get_subcommands();
+            return groups.empty() ? helpText()
+                                  : groupHelp(QString::fromStdString(groups.front()->get_name()));
         }
         QString strText = QStringLiteral("%1 %2\n\n  %3\n")
                               .arg(c_szName, usageOf(*pSlots->pCommand), pSlots->pCommand->strHelp);
@@ -223,11 +247,33 @@ void requireKnownCommand(const QStringList& words)
     }
 }
 
+bool isSwitch(const QString& name)
+{
+    static const QStringList s_common { "--help", "--version", "--log" };
+    const QVector<Command>& all = commands();
+    return s_common.contains(name)
+        || std::any_of(all.begin(), all.end(), [&](const Command& command) {
+               return command.options.contains(name) && commandOption(name).strValue.isEmpty();
+           });
+}
+
+// The parser would take any word for yes or no.
+void requireBareSwitches(const QStringList& words)
+{
+    for (const QString& word : words.mid(0, words.indexOf(QStringLiteral("--")))) {
+        const QString strName = word.section(QLatin1Char('='), 0, 0);
+        if (strName != word && isSwitch(strName)) {
+            throw CFailure(ExitStatus::Usage, strName + " takes no value");
+        }
+    }
+}
+
 } // namespace
 
 CommandLine parseCommandLine(const QStringList& words)
 {
     requireKnownCommand(words);
+    requireBareSwitches(words);
     CommandLine line = CParser().parse(words);
     if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
         throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
@@ -240,13 +286,14 @@ QString helpText()
     QString strText = QStringLiteral("Opens, checks, compares, repairs and draws the configuration "
                                      "of one user of the quote client.\n\nCommands:\n");
     for (const Command& command : commands()) {
-        strText += QStringLiteral("  %1\n      %2\n").arg(usageOf(command), command.strHelp);
+        strText += entryOf(command);
     }
     strText += QStringLiteral("\nFor all of them:\n"
                               "  --config-dir DIR  the user's directory\n"
                               "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
-                              "  --version, -v\n\nExit status:\n");
+                              "  --version, -v\n\n"
+                              "As FILE, - is standard input or output.\n\nExit status:\n");
     for (const StatusText& text : statusTexts()) {
         strText
             += QStringLiteral("  %1  %2\n").arg(static_cast<int>(text.status)).arg(text.strMeaning);

@@ -2,9 +2,11 @@
 
 #include "commandtable.h"
 #include "output.h"
+#include "settings.h"
 #include "shownuser.h"
 
 #include <inspect/optionvalues.h>
+#include <inspect/plaintext.h>
 #include <inspect/snapshots.h>
 
 #include <standalone/standalone.h>
@@ -128,6 +130,10 @@ QStringList wordsOf(const Command& command, const TypedLine& line)
     if (strWord == QLatin1String("CODE") && command.strName == QLatin1String("export-sector")) {
         return sectorCodes(line);
     }
+    if (command.strName == QLatin1String("setting get")) {
+        standalone::setConfigDir(line.strConfigDir);
+        return settingKeys();
+    }
     if (strWord == QLatin1String("NAME")) {
         return bTemplate ? templateNames(line) : inspect::optionNames();
     }
@@ -158,7 +164,8 @@ ExitStatus complete(const QStringList& words)
     QStringList found = candidates(typedLine(words.mid(0, words.size() - 1)), strLast);
     found.removeDuplicates();
     for (const QString& candidate : found) {
-        if (candidate.startsWith(strLast)) {
+        // What could not be typed would be shown otherwise than it is.
+        if (candidate.startsWith(strLast) && !inspect::hasControlCharacter(candidate)) {
             printLine(candidate);
         }
     }

@@ -48,5 +48,5 @@ ExitStatus printDifferences(const Request& request, const QString& left, const Q
 
 ExitStatus diffFiles(const Request& request)
 {
-    return printDifferences(request, request.words[0], request.words[1]);
+    return printDifferences(request, inputPath(request.words[0]), inputPath(request.words[1]));
 }

@@ -10,19 +10,35 @@
 #include <indexuser/userdocument.h>
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
 constexpr int c_nSaveTimeoutMs = 30000;
+
+QString recoverHint(const Request& request)
+{
+    using inspect::RecoveryResult;
+    const RecoveryResult result
+        = inspect::recover(request.strConfigDir, inspect::RunMode::DryRun).result;
+    const bool bHelps
+        = result == RecoveryResult::Recovered || result == RecoveryResult::RecoveredWithLoss;
+    return bHelps ? QStringLiteral("; 'recover' brings a dated copy back") : QString();
+}
 
 inspect::UserFile editableFile(const Request& request)
 {
     try {
         return liveFile(request);
     } catch (const CFailure& failure) {
-        throw CFailure(failure.status(),
-                       QString::fromUtf8(failure.what()) + "; 'recover' brings a dated copy back");
+        throw CFailure(failure.status(), failure.message() + recoverHint(request));
     }
 }
 
@@ -49,20 +65,36 @@ void requireUncut(const inspect::UserRecords& changed)
     }
 }
 
+// The service does not tell what refused; the siblings know of files, the system of directories.
+QString causeOf(const Request& request)
+{
+    const QByteArray directory = QFile::encodeName(request.strConfigDir);
+    if (::faccessat(AT_FDCWD, directory.constData(), W_OK, AT_EACCESS) != 0) {
+        return QString::fromLocal8Bit(std::strerror(errno)) + ": " + request.strConfigDir;
+    }
+    const standalone::WriteFailure failure = standalone::lastWriteFailure();
+    return failure.strReason.isEmpty() ? QString() : failure.strReason + ": " + failure.strPath;
+}
+
+[[noreturn]] void failSave(const Request& request, const QString& observed)
+{
+    const QString strCause = causeOf(request);
+    throw CFailure(ExitStatus::InputOutput,
+                   "the save failed: " + (strCause.isEmpty() ? observed : strCause)
+                       + recoverHint(request));
+}
+
 // A save replaces the live file in two steps, and the service says "done" after either.
 void requireSaved(const Request& request, const inspect::UserRecords& expected)
 {
     const inspect::UserFile file = inspect::readUserFile(inspect::livePath(request.strConfigDir));
     if (file.state != inspect::FileState::Whole) {
-        throw CFailure(ExitStatus::InputOutput,
-                       "the save failed: " + file.strError
-                           + "; the document is in its dated copy, 'recover' brings it back");
+        failSave(request, file.strError);
     }
     const auto differences = inspect::differences(expected, inspect::recordsOf(file.document));
     if (!differences.isEmpty()) {
-        throw CFailure(ExitStatus::InputOutput,
-                       "the save failed: the file does not hold the change: "
-                           + inspect::toText(differences.first()));
+        failSave(request,
+                 "the file does not hold the change: " + inspect::toText(differences.first()));
     }
 }
 
@@ -83,7 +115,8 @@ ExitStatus edit(const Request& request, const Change& change)
     if (!differences.isEmpty() && !request.isDryRun()) {
         saveAndWait(service);
         requireSaved(request, expected);
-        printLine("\nsaved " + inspect::livePath(request.strConfigDir));
+        printLine();
+        printDone("saved " + inspect::livePath(request.strConfigDir));
     }
     return ExitStatus::Ok;
 }

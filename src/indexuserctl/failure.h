@@ -12,11 +12,15 @@ public:
     CFailure(ExitStatus status, const QString& message)
         : std::runtime_error(message.toStdString())
         , m_status(status)
+        , m_strMessage(message)
     {
     }
 
     ExitStatus status() const { return m_status; }
+    /// What what() says, also behind a NUL.
+    const QString& message() const { return m_strMessage; }
 
 private:
     ExitStatus m_status;
+    QString m_strMessage;
 };

@@ -45,6 +45,6 @@ ExitStatus drawLayout(const Request& request)
     const inspect::Drawing drawing { (layout.strSection + ' ' + layout.strName).trimmed(),
                                      layout.windows,
                                      inspect::screensOf(inspect::windowsOf(records)) };
-    writeFile(request, request.strOut, inspect::toSvg(drawing));
+    writeFile(request, request.strOut, harmlessPage(inspect::toSvg(drawing)));
     return ExitStatus::Ok;
 }

@@ -1,12 +1,16 @@
 #include "commandline.h"
 #include "completion.h"
 #include "failure.h"
+#include "output.h"
+
+#include <platform/commonutil.h>
 
 #include <QCoreApplication>
 #include <QTextCodec>
 
 #include <clocale>
-#include <iostream>
+#include <csignal>
+#include <cstdio>
 
 namespace {
 
@@ -18,6 +22,17 @@ void useUtf8()
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 }
 
+// Qt's warnings name calls; what they are about is told by whoever made the call.
+void toLog(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    Q_UNUSED(context)
+    if (type == QtFatalMsg) {
+        printError(message);
+    } else if (g_RXStdLogger) {
+        LOG4CXX_INFO(g_RXStdLogger, "[Qt] " + message.toStdString());
+    }
+}
+
 ExitStatus answer(const QStringList& words)
 {
     if (words.value(0) == QLatin1String("complete")) {
@@ -25,7 +40,7 @@ ExitStatus answer(const QStringList& words)
     }
     const CommandLine line = parseCommandLine(words);
     if (line.pCommand == nullptr) {
-        std::cout << line.strText.toStdString();
+        printText(line.strText);
         return ExitStatus::Ok;
     }
     standalone::setConfigDir(line.request.strConfigDir);
@@ -37,13 +52,12 @@ ExitStatus answerChecked(const QStringList& words)
 {
     try {
         const ExitStatus status = answer(words);
-        if (!std::cout.flush()) {
-            throw CFailure(ExitStatus::InputOutput, "cannot write to standard output");
-        }
+        finishOutput();
         return status;
     } catch (const CFailure& failure) {
-        std::cout.flush();
-        std::cerr << "indexuserctl: " << failure.what() << '\n';
+        // What was printed comes before the message; the message is the graver of two failures.
+        std::fflush(stdout);
+        printError(failure.message());
         return failure.status();
     }
 }
@@ -54,6 +68,9 @@ int main(int argc, char** argv)
 {
     // The same document gives the same bytes: the order of attributes hangs on the seed.
     qSetGlobalQHashSeed(0);
+    // A reader that goes away must not end a save halfway.
+    std::signal(SIGPIPE, SIG_IGN);
+    qInstallMessageHandler(toLog);
     const QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName("indexuser");
     useUtf8();

@@ -12,7 +12,7 @@ QString escaped(QString text)
 
 void entry(const QString& tag, const QString& text)
 {
-    printLine(".TP\n.B " + escaped(tag) + '\n' + escaped(text));
+    printText(".TP\n.B " + escaped(tag) + '\n' + escaped(text) + '\n');
 }
 
 void printOptions()
@@ -36,21 +36,21 @@ void printOptions()
 ExitStatus printManual(const Request& request)
 {
     Q_UNUSED(request)
-    printLine(".TH INDEXUSERCTL 1 \"\" \"indexuser " INDEXUSER_VERSION "\"");
-    printLine(".SH NAME\nindexuserctl \\- opens, checks, compares, repairs and draws a user's "
-              "configuration");
-    printLine(".SH SYNOPSIS\n.B indexuserctl\n[\\-\\-config\\-dir DIR] COMMAND ...");
-    printLine(".SH COMMANDS");
+    printText(".TH INDEXUSERCTL 1 \"\" \"indexuser " INDEXUSER_VERSION "\"\n");
+    printText(".SH NAME\nindexuserctl \\- opens, checks, compares, repairs and draws a user's "
+              "configuration\n");
+    printText(".SH SYNOPSIS\n.B indexuserctl\n[\\-\\-config\\-dir DIR] COMMAND ...\n");
+    printText(".SH COMMANDS\n");
     for (const Command& command : commands()) {
         entry(usageOf(command), command.strHelp);
     }
-    printLine(".SH OPTIONS");
+    printText(".SH OPTIONS\n");
     printOptions();
-    printLine(".SH EXIT STATUS");
+    printText(".SH EXIT STATUS\n");
     for (const StatusText& text : statusTexts()) {
         entry(QString::number(static_cast<int>(text.status)), text.strMeaning);
     }
-    printLine(".SH ENVIRONMENT");
+    printText(".SH ENVIRONMENT\n");
     entry("NO_COLOR", "no colour, even on a terminal, unless it is empty");
     return ExitStatus::Ok;
 }

@@ -2,6 +2,9 @@
 
 #include "failure.h"
 
+#include <inspect/plaintext.h>
+
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -11,12 +14,35 @@
 #include <fmt/color.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
 #include <cwchar>
-#include <iostream>
 
 #include <unistd.h>
 
 namespace {
+
+// Standard output, the first error on it, and what must be told all the same.
+struct Output {
+    int nError = 0;
+    QStringList done;
+};
+
+Output& output()
+{
+    static Output s_output;
+    return s_output;
+}
+
+void put(const std::string& bytes)
+{
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()
+        && output().nError == 0) {
+        output().nError = errno;
+    }
+}
 
 bool hasColor()
 {
@@ -66,15 +92,6 @@ QString cellText(const QJsonValue& value)
     }
 }
 
-// A cell is one line, whatever somebody put into a name.
-QString oneLine(QString cell)
-{
-    for (QChar& c : cell) {
-        c = c.isPrint() || c.isSurrogate() ? c : QChar(QLatin1Char(' '));
-    }
-    return cell;
-}
-
 int displayWidth(const QString& text)
 {
     int nWidth = 0;
@@ -91,7 +108,7 @@ QVector<QStringList> texts(const Table& table)
     for (const auto& row : table.rows) {
         QStringList cells;
         for (const QJsonValue& value : row) {
-            cells.append(oneLine(cellText(value)));
+            cells.append(inspect::harmless(cellText(value)));
         }
         rows.append(cells);
     }
@@ -127,18 +144,18 @@ std::string paddedRow(const QStringList& row, const QVector<int>& widths, const 
     return strLine;
 }
 
-void printText(const Table& table)
+void printTable(const Table& table)
 {
-    std::cout << '\n' << styled(fmt::emphasis::bold, table.strTitle) << '\n';
+    put('\n' + styled(fmt::emphasis::bold, inspect::harmless(table.strTitle)) + '\n');
     if (table.rows.isEmpty()) {
-        std::cout << "  none\n";
+        put("  none\n");
         return;
     }
     const QVector<QStringList> rows = texts(table);
     const QVector<int> widths = columnWidths(QVector<QStringList> { table.columns } + rows);
-    std::cout << paddedRow(table.columns, widths, nullptr) << '\n';
+    put(paddedRow(table.columns, widths, nullptr) + '\n');
     for (const QStringList& row : rows) {
-        std::cout << paddedRow(row, widths, &table) << '\n';
+        put(paddedRow(row, widths, &table) + '\n');
     }
 }
 
@@ -162,35 +179,112 @@ void print(const QVector<Table>& tables, Format format)
     QJsonObject object { { "schema", 1 } };
     for (const Table& table : tables) {
         if (format == Format::Text) {
-            printText(table);
+            printTable(table);
         } else {
             object.insert(table.strName, toJson(table));
         }
     }
     if (format == Format::Json) {
-        std::cout << QJsonDocument(object).toJson().toStdString();
+        printText(QString::fromUtf8(QJsonDocument(object).toJson()));
     }
 }
 
 void printLine(const QString& line)
 {
-    std::cout << line.toStdString() << '\n';
+    put(inspect::harmless(line).toStdString() + '\n');
 }
+
+void printText(const QString& text)
+{
+    put(inspect::harmless(text, inspect::LineEnds::Kept).toStdString());
+}
+
+QByteArray harmlessPage(const QByteArray& page)
+{
+    return inspect::harmless(QString::fromUtf8(page), inspect::LineEnds::Kept).toUtf8();
+}
+
+void printDone(const QString& line)
+{
+    printLine(line);
+    output().done.append(line);
+}
+
+void printError(const QString& message)
+{
+    std::fputs(("indexuserctl: " + inspect::harmless(message).toStdString() + '\n').c_str(),
+               stderr);
+}
+
+void finishOutput()
+{
+    if (std::fflush(stdout) != 0 && output().nError == 0) {
+        output().nError = errno;
+    }
+    if (output().nError == 0) {
+        return;
+    }
+    if (output().nError == EPIPE && output().done.isEmpty()) {
+        // A reader that has seen enough of an answer is no failure to tell of.
+        std::signal(SIGPIPE, SIG_DFL);
+        std::raise(SIGPIPE);
+    }
+    QString strError = QStringLiteral("cannot write to standard output: %1")
+                           .arg(QString::fromLocal8Bit(std::strerror(output().nError)));
+    if (!output().done.isEmpty()) {
+        strError += "; but it was done: " + output().done.join(QStringLiteral("; "));
+    }
+    throw CFailure(ExitStatus::InputOutput, strError);
+}
+
+namespace {
+
+// A device or a pipe is written to; the name of a file is taken by a whole new one.
+bool writeTo(QFileDevice& file, const QByteArray& content)
+{
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size()
+        && file.flush(); // neither commit() nor close() would tell
+}
+
+QString writeError(const QString& path, const QByteArray& content)
+{
+    const QFileInfo target(path);
+    if (target.exists() && !target.isFile() && !target.isDir()) {
+        QFile device(path);
+        return writeTo(device, content) ? QString() : device.errorString();
+    }
+    QSaveFile file(path);
+    const bool bWritten = writeTo(file, content)
+        && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) && file.commit();
+    return bWritten ? QString() : file.errorString();
+}
+
+void writeStandardOutput(const Request& request, const QByteArray& content)
+{
+    const QString strSaid = QStringLiteral("standard output (%1 bytes)\n").arg(content.size());
+    if (!request.isDryRun()) {
+        put(content.toStdString());
+    }
+    std::fputs(((request.isDryRun() ? "would write " : "") + strSaid.toStdString()).c_str(),
+               stderr);
+}
+
+} // namespace
 
 void writeFile(const Request& request, const QString& path, const QByteArray& content)
 {
+    if (path == QLatin1String("-")) {
+        writeStandardOutput(request, content);
+        return;
+    }
     const QString strBytes = QStringLiteral(" (%1 bytes)").arg(content.size());
     if (request.isDryRun()) {
         printLine("would write " + path + strBytes);
         return;
     }
-    QSaveFile file(path);
-    const bool bWritten = file.open(QIODevice::WriteOnly) && file.write(content) == content.size()
-        && file.flush() // commit() would not tell
-        && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) && file.commit();
-    if (!bWritten) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("%1: %2").arg(path, file.errorString()));
+    const QString strError = writeError(path, content);
+    if (!strError.isEmpty()) {
+        throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: %2").arg(path, strError));
     }
-    printLine(path + strBytes);
+    printDone(path + strBytes);
 }

@@ -4,7 +4,9 @@
 #include "output.h"
 #include "wholefile.h"
 
+#include <inspect/closest.h>
 #include <inspect/filterline.h>
+#include <inspect/plaintext.h>
 
 #include <indexuser/cuserconfigmanager.h>
 #include <standalone/standalone.h>
@@ -52,22 +54,46 @@ standalone::Sector sectorOf(const QString& code)
     const auto it = std::find_if(sectors.begin(), sectors.end(),
                                  [&](const auto& sector) { return sector.code == code; });
     if (it == sectors.end()) {
-        throw CFailure(ExitStatus::Negative, QStringLiteral("there is no sector '%1'").arg(code));
+        QStringList codes;
+        for (const auto& sector : sectors) {
+            codes.append(sector.code);
+        }
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("there is no sector '%1'").arg(code)
+                           + inspect::didYouMean(code, codes));
     }
     if (it->constituents.isEmpty()) {
         throw CFailure(ExitStatus::Negative, QStringLiteral("sector %1 has no stocks").arg(code));
     }
-    if (it->name.contains(QLatin1Char('/'))) {
+    return *it;
+}
+
+void requirePlainStocks(const standalone::Sector& sector)
+{
+    for (const standalone::SectorConstituent& stock : sector.constituents) {
+        const QString strKey = stock.market + stock.code;
+        if (inspect::hasControlCharacter(strKey)) {
+            throw CFailure(ExitStatus::Damaged,
+                           QStringLiteral("sector %1: the stock '%2' holds a control character")
+                               .arg(sector.code, strKey));
+        }
+    }
+}
+
+// Without a filter the sector's name becomes that of the file.
+void requireFileName(const standalone::Sector& sector)
+{
+    const QString strError = inspect::fileNameError(sector.name);
+    if (!strError.isEmpty()) {
         throw CFailure(
             ExitStatus::Damaged,
-            QStringLiteral("sector %1: the name '%2' cannot name a file").arg(code, it->name));
+            QStringLiteral("sector %1: the name '%2' %3").arg(sector.code, sector.name, strError));
     }
-    return *it;
 }
 
 void useFilter(const QString& sector, const QString& line)
 {
-    const QString strError = inspect::filterLineError(line);
+    const QString strError = inspect::exportFilterError(line);
     if (!strError.isEmpty()) {
         throw CFailure(ExitStatus::Usage, QStringLiteral("filter: %1").arg(strError));
     }
@@ -93,9 +119,15 @@ void move(const QString& from, const QString& to)
 SectorExport exportSector(const QString& sector, const QString& directory,
                           const std::optional<QString>& filter, inspect::RunMode mode)
 {
+    if (directory.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, QStringLiteral("DIR: a directory is wanted"));
+    }
     const standalone::Sector found = sectorOf(sector);
+    requirePlainStocks(found);
     if (filter) {
         useFilter(sector, *filter);
+    } else {
+        requireFileName(found);
     }
     const QTemporaryDir folder(QDir(directory).filePath(QStringLiteral(".export-XXXXXX")));
     if (!folder.isValid()) {
@@ -134,9 +166,14 @@ ExitStatus exportSectorCommand(const Request& request)
 {
     const SectorExport result
         = exportSector(request.words[0], request.words[1], request.filter, request.mode);
-    printLine((request.isDryRun() ? "would write " : "") + result.strPath
-              + QStringLiteral(": %1 lines, %2 stocks left out by the filter")
-                    .arg(result.lines.size())
-                    .arg(result.nLeftOut));
+    const QString strLine = result.strPath
+        + QStringLiteral(": %1 lines, %2 stocks left out by the filter")
+              .arg(result.lines.size())
+              .arg(result.nLeftOut);
+    if (request.isDryRun()) {
+        printLine("would write " + strLine);
+    } else {
+        printDone(strLine);
+    }
     return ExitStatus::Ok;
 }

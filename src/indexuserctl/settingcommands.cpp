@@ -1,5 +1,9 @@
 #include "failure.h"
 #include "output.h"
+#include "settings.h"
+
+#include <inspect/closest.h>
+#include <inspect/plaintext.h>
 
 #include <indexuser/userconfigfactory.h>
 #include <indexuser/userconfiginterface.h>
@@ -13,7 +17,20 @@ std::optional<QString> settingOf(const QString& key)
     return bThere ? std::make_optional(strValue) : std::nullopt;
 }
 
+void requirePlain(const QString& what, const QString& text)
+{
+    if (inspect::hasControlCharacter(text)) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("the %1 '%2' holds a control character").arg(what, text));
+    }
+}
+
 } // namespace
+
+QStringList settingKeys()
+{
+    return standalone::settingKeys(QStringLiteral("UiSettingConfig"));
+}
 
 ExitStatus getSetting(const Request& request)
 {
@@ -21,7 +38,8 @@ ExitStatus getSetting(const Request& request)
     const std::optional<QString> value = settingOf(strKey);
     if (!value) {
         throw CFailure(ExitStatus::Negative,
-                       QStringLiteral("there is no setting '%1'").arg(strKey));
+                       QStringLiteral("there is no setting '%1'").arg(strKey)
+                           + inspect::didYouMean(strKey, settingKeys()));
     }
     if (request.format == Format::Json) {
         print({ Table { "settings", {}, { "key", "value" }, { { strKey, *value } } } },
@@ -36,6 +54,8 @@ ExitStatus setSetting(const Request& request)
 {
     const QString strKey = request.words[0];
     const QString strValue = request.words[1];
+    requirePlain(QStringLiteral("key"), strKey);
+    requirePlain(QStringLiteral("value"), strValue);
     if (request.isDryRun()) {
         const std::optional<QString> before = settingOf(strKey);
         print({ Table { "differences",

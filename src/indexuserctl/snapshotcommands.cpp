@@ -3,6 +3,7 @@
 #include "shownuser.h"
 #include "wholefile.h"
 
+#include <inspect/closest.h>
 #include <inspect/snapshots.h>
 
 #include <algorithm>
@@ -23,16 +24,28 @@ QString stateName(inspect::FileState state)
     return QStringLiteral("unreadable");
 }
 
+QString nearDate(const QString& word, const QDate& wanted, const QVector<inspect::Snapshot>& all)
+{
+    QStringList dates;
+    for (const inspect::Snapshot& snapshot : all) {
+        dates.append(snapshot.date.toString(Qt::ISODate));
+    }
+    return inspect::didYouMean(wanted.isValid() ? wanted.toString(Qt::ISODate) : word, dates);
+}
+
 inspect::Snapshot snapshotOf(const Request& request, const QString& date)
 {
-    const QDate wanted = QDate::fromString(QString(date).remove('-'), "yyyyMMdd");
+    const QDate wanted = QDate::fromString(date, date.contains('-') ? "yyyy-MM-dd" : "yyyyMMdd");
     const QVector<inspect::Snapshot> all = inspect::snapshots(request.strConfigDir);
     const auto it = std::find_if(all.begin(), all.end(), [&](const inspect::Snapshot& snapshot) {
         return snapshot.date == wanted;
     });
-    if (!wanted.isValid() || it == all.end()) {
-        throw CFailure(ExitStatus::Negative,
-                       QStringLiteral("there is no dated copy of '%1'").arg(date));
+    if (it == all.end()) {
+        throw CFailure(wanted.isValid() ? ExitStatus::Negative : ExitStatus::Usage,
+                       QString(wanted.isValid() ? "there is no dated copy of '%1'"
+                                                : "'%1' is no date like 2024-01-31")
+                               .arg(date)
+                           + nearDate(date, wanted, all));
     }
     return *it;
 }
@@ -59,8 +72,11 @@ void printRecovery(const inspect::Recovery& recovery, const Request& request)
         printLine((request.isDryRun() ? "would be set aside as " : "set aside as ")
                   + recovery.strSetAside);
     }
-    printLine((request.isDryRun() ? "would bring back " : "brought back ")
-              + recovery.source.strPath);
+    if (request.isDryRun()) {
+        printLine("would bring back " + recovery.source.strPath);
+    } else {
+        printDone("brought back " + recovery.source.strPath);
+    }
     if (recovery.result == inspect::RecoveryResult::RecoveredWithLoss) {
         printLine("lost: what was changed after that copy was saved");
     }

@@ -50,11 +50,26 @@ void requirePlainText(const QStringList& words)
 {
     for (const QString& word : words) {
         if (inspect::hasControlCharacter(word)) {
-            throw CFailure(ExitStatus::Usage, "a word holds a control character");
+            throw CFailure(ExitStatus::Usage, "the text holds a control character");
         }
     }
     if (words[2].isEmpty()) {
         throw CFailure(ExitStatus::Usage, "a stock has a code");
+    }
+}
+
+// CSV has no form for such a character, and an import would refuse it.
+void requirePlainStocks(const KW::CustomStockMap& stocks)
+{
+    for (auto it = stocks.begin(); it != stocks.end(); ++it) {
+        for (const auto& pDetail : *it) {
+            const QString strKey = QString::fromStdString(pDetail->market + pDetail->code);
+            if (inspect::hasControlCharacter(strKey + QString::fromStdString(pDetail->name))) {
+                throw CFailure(ExitStatus::Damaged,
+                               QStringLiteral("list %1: stock %2 holds a control character")
+                                   .arg(QString::number(it.key()), strKey));
+            }
+        }
     }
 }
 
@@ -107,10 +122,12 @@ ExitStatus removeStock(const Request& request)
 
 ExitStatus importStocks(const Request& request)
 {
-    const QString strPath = request.words.first();
+    const QString strPath = inputPath(request.words.first());
     const inspect::CsvStocks imported = inspect::stocksFromCsv(contentOf(strPath));
     if (!imported.strError.isEmpty()) {
-        throw CFailure(ExitStatus::Damaged, strPath + ": " + imported.strError);
+        throw CFailure(ExitStatus::Damaged,
+                       QStringLiteral("%1:%2: ").arg(strPath).arg(imported.nErrorLine)
+                           + imported.strError);
     }
     return edit(request, [&](KW::UserConfigInterface& service) {
         KW::CustomStockMap stocks = stocksOf(service);
@@ -124,6 +141,7 @@ ExitStatus importStocks(const Request& request)
 ExitStatus exportStocks(const Request& request)
 {
     const inspect::UserRecords records = inspect::recordsOf(liveFile(request).document);
+    requirePlainStocks(records.stocks);
     writeFile(request, request.words.first(), inspect::stocksToCsv(records.stocks));
     return ExitStatus::Ok;
 }

@@ -4,6 +4,7 @@
 #include "wholefile.h"
 
 #include <inspect/closest.h>
+#include <inspect/plaintext.h>
 
 #include <algorithm>
 
@@ -54,6 +55,14 @@ void requireTemplate(const QStringList& names, const QString& name)
     }
 }
 
+void requirePlainName(const QString& name, ExitStatus status, const QString& where = {})
+{
+    if (inspect::hasControlCharacter(name)) {
+        throw CFailure(status,
+                       where + QStringLiteral("the name '%1' holds a control character").arg(name));
+    }
+}
+
 using LayoutChange = std::function<void(Layouts& layouts, const TemplateOperations& operations)>;
 
 ExitStatus editLayouts(const Request& request, const LayoutChange& change)
@@ -88,6 +97,7 @@ ExitStatus listTemplates(const Request& request)
 
 ExitStatus saveTemplate(const Request& request)
 {
+    requirePlainName(request.words.first(), ExitStatus::Usage);
     return editLayouts(request, [&](Layouts& layouts, const TemplateOperations& operations) {
         (layouts.*operations.save)(request.words.first());
     });
@@ -102,13 +112,18 @@ ExitStatus applyTemplate(const Request& request)
 
 ExitStatus renameTemplate(const Request& request)
 {
+    const QString strOld = request.words[0];
     const QString strNew = request.words[1];
+    requirePlainName(strNew, ExitStatus::Usage);
     return editTemplate(request, [&](Layouts& layouts, const TemplateOperations& operations) {
+        if (strNew == strOld) {
+            return;
+        }
         if ((layouts.*operations.names)().contains(strNew)) {
             throw CFailure(ExitStatus::Negative,
                            QStringLiteral("there is a template '%1' already").arg(strNew));
         }
-        (layouts.*operations.rename)(request.words.first(), strNew);
+        (layouts.*operations.rename)(strOld, strNew);
     });
 }
 
@@ -131,19 +146,26 @@ ExitStatus exportTemplate(const Request& request)
     QDomElement root = doc.createElement(inspect::templateSection(request.side));
     doc.appendChild(root);
     (layouts.*table.exportOne)(request.words.first(), root, doc);
-    writeFile(request, request.words[1], doc.toByteArray(4));
+    writeFile(request, request.words[1], inspect::withReferences(doc.toString(4)).toUtf8());
     return ExitStatus::Ok;
 }
 
 ExitStatus importTemplates(const Request& request)
 {
-    QDomElement container = wholeDocument(request.words.first()).document.documentElement();
+    const QString strPath = inputPath(request.words.first());
+    QDomElement container = wholeDocument(strPath).document.documentElement();
     return editLayouts(request, [&](Layouts& layouts, const TemplateOperations& operations) {
-        const int nBefore = (layouts.*operations.names)().size();
+        const QStringList before = (layouts.*operations.names)();
         (layouts.*operations.importAll)(QString(), container);
-        if ((layouts.*operations.names)().size() == nBefore) {
+        const QStringList after = (layouts.*operations.names)();
+        if (after.size() == before.size()) {
             throw CFailure(ExitStatus::Negative,
-                           request.words.first() + ": no template in it whose name is free");
+                           strPath + ": no template in it whose name is free");
+        }
+        for (const QString& name : after) {
+            if (!before.contains(name)) {
+                requirePlainName(name, ExitStatus::Damaged, strPath + ": ");
+            }
         }
     });
 }

@@ -125,7 +125,7 @@ UserRecords changeAndSave(const QDomDocument& file)
     service.loadSettings();
     printLoaded(inspect::recordsOf(service, file));
 
-    printLine("\nChanged");
+    printText("\nChanged\n");
     moveFirstWindow(*service.getLayoutConfig());
     setRefreshTime(service);
     addStockList(service);
@@ -177,7 +177,8 @@ void showExport(const QString& directory)
               .arg(sector.constituents[sector.constituents.size() / 2].absoluteWeight);
     const SectorExport result
         = exportSector(sector.code, directory, strFilter, inspect::RunMode::Do);
-    printLine(QStringLiteral("\nExported sector %1, filter %2").arg(sector.code, strFilter));
+    printLine();
+    printLine(QStringLiteral("Exported sector %1, filter %2").arg(sector.code, strFilter));
     printLine(QStringLiteral("  %1: %2 lines, %3 stocks left out")
                   .arg(QDir(directory).relativeFilePath(result.strPath))
                   .arg(result.lines.size())
@@ -208,13 +209,13 @@ ExitStatus tour(const Request& request)
     }
 
     const UserRecords expected = changeAndSave(file);
-    printLine("\nLog of the save");
+    printText("\nLog of the save\n");
     printLog(strLog);
     printFiles(folder.path());
     const ExitStatus status = compare(expected, loadAnew(onCopy));
     if (QFile::exists(standalone::sectorsFile())) {
         showExport(folder.path());
     }
-    printLine(status == ExitStatus::Ok ? "\nAll came back." : "\nNOT all came back.");
+    printText(status == ExitStatus::Ok ? "\nAll came back.\n" : "\nNOT all came back.\n");
     return status;
 }

@@ -4,6 +4,11 @@
 
 #include <QFile>
 
+QString inputPath(const QString& word)
+{
+    return word == QLatin1String("-") ? QStringLiteral("/dev/stdin") : word;
+}
+
 namespace {
 
 inspect::UserFile whole(inspect::UserFile file)

@@ -4,6 +4,9 @@
 
 #include <inspect/userfile.h>
 
+/// The file that a word of the command line names: "-" is standard input.
+QString inputPath(const QString& word);
+
 /// A user file that is there and whole; throws CFailure otherwise, with line and column.
 inspect::UserFile wholeFile(const QString& path);
 

@@ -154,7 +154,23 @@ QString readRecord(CCsvReader& reader, KW::CustomStockMap& stocks)
 
 CsvStocks refused(int line, const QString& error)
 {
-    return { {}, QStringLiteral("line %1: %2").arg(QString::number(line), error) };
+    return { {}, error, line };
+}
+
+// The line of the first byte that is not UTF-8, 0 if all are. No line feed is part of a longer
+// character, so lines can be looked at one by one.
+int lineOfOtherEncoding(const QByteArray& text)
+{
+    const QTextCodec* const pCodec = QTextCodec::codecForName("UTF-8");
+    const QList<QByteArray> lines = text.split('\n');
+    for (int i = 0; i < lines.size(); ++i) {
+        QTextCodec::ConverterState state;
+        pCodec->toUnicode(lines[i].constData(), lines[i].size(), &state);
+        if (state.invalidChars > 0 || state.remainingChars > 0) {
+            return i + 1;
+        }
+    }
+    return 0;
 }
 
 } // namespace
@@ -178,13 +194,11 @@ QByteArray stocksToCsv(const KW::CustomStockMap& stocks)
 
 CsvStocks stocksFromCsv(const QByteArray& csv)
 {
-    QTextCodec::ConverterState state;
-    const QString strText
-        = QTextCodec::codecForName("UTF-8")->toUnicode(csv.constData(), csv.size(), &state);
-    if (state.invalidChars > 0 || state.remainingChars > 0) {
-        return { {}, QStringLiteral("the text is not UTF-8") };
+    const int nOther = lineOfOtherEncoding(csv);
+    if (nOther > 0) {
+        return refused(nOther, QStringLiteral("the text is not UTF-8"));
     }
-    CCsvReader reader(strText);
+    CCsvReader reader(QTextCodec::codecForName("UTF-8")->toUnicode(csv));
     const std::optional<QStringList> first = reader.next();
     if (!first || *first != heading()) {
         return refused(1, QStringLiteral("the heading is not list,market,code,name"));

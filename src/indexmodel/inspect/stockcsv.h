@@ -13,7 +13,8 @@ QByteArray stocksToCsv(const KW::CustomStockMap& stocks);
 
 struct CsvStocks {
     KW::CustomStockMap stocks;
-    QString strError; ///< names the line; the lists are then empty
+    QString strError; ///< what is wrong; the lists are then empty
+    int nErrorLine = 0; ///< where, counted from 1
 };
 
 /// Reads such a table, all of it or nothing. A byte order mark is skipped.

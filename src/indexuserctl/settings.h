@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// The keys in the shared settings store of the user's directory.
+QStringList settingKeys();
