@@ -268,6 +268,8 @@ void tst_hostanswers::theManPageTellsWhatHelpTells()
         }
     }
     QVERIFY(nCommands > 30);
+    QVERIFY(strPage.contains("\n.B -\nas FILE: standard input or output\n"));
+    QVERIFY(strHelp.contains("\nAs FILE, - is standard input or output.\n"));
     for (const char* pszStatus : { "0\nok", "1\nthe answer is no", "2\nwrong usage", "3\na file",
                                    "4\na file is damaged", "6\nrecovered" }) {
         QVERIFY2(strPage.contains(QString("\n.B ") + pszStatus), pszStatus);

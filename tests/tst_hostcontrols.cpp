@@ -12,6 +12,7 @@ class tst_hostcontrols : public CLibraryTest {
 private Q_SLOTS:
     void everyCommandIsHarmless_data();
     void everyCommandIsHarmless();
+    void unknownWordsAreHarmless();
     void hostileNamesAreRefused_data();
     void hostileNamesAreRefused();
     void jsonKeepsTheValueExact();
@@ -243,6 +244,23 @@ void tst_hostcontrols::runAndScan(Content content, const QStringList& words)
         const bool bKept = content == Content::Hostile && isUsersOwn(it.key());
         QVERIFY2(bKept || before.value(it.key()) == *it || danger(*it).isEmpty(),
                  what + it.key().toUtf8().toPercentEncoding("/ ") + ": " + danger(*it));
+    }
+}
+
+void tst_hostcontrols::unknownWordsAreHarmless()
+{
+    const QString strOption = "--" + hostile();
+    for (const QStringList& words : { QStringList { hostile() },
+                                      { "template", hostile() },
+                                      { "show", strOption },
+                                      { strOption },
+                                      { "show", "--json=" + hostile() },
+                                      { "tour", hostile() } }) {
+        const RawOutcome outcome = runRaw(words, userDir());
+        QCOMPARE(outcome.nStatus, 2);
+        QCOMPARE(outcome.out, QByteArray());
+        QVERIFY2(dangerInLines(outcome.err).isEmpty(), dangerInLines(outcome.err));
+        QCOMPARE(outcome.err.count('\n'), 1);
     }
 }
 

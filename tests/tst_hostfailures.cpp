@@ -28,6 +28,7 @@ private Q_SLOTS:
     void aRenameToItselfIsNothingToDo();
     void whatWasDoneIsToldThoughOutputIsFull_data();
     void whatWasDoneIsToldThoughOutputIsFull();
+    void whatWasNotDoneIsNotTold_data();
     void whatWasNotDoneIsNotTold();
     void aClosedPipeEndsAnAnswerQuietly();
     void devicesAreWrittenNotReplaced();
@@ -271,11 +272,19 @@ void tst_hostfailures::whatWasDoneIsToldThoughOutputIsFull()
              qPrintable(outcome.strErr));
 }
 
+void tst_hostfailures::whatWasNotDoneIsNotTold_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::newRow("dry run") << QStringList { "option", "set", "tickRestoreDay=7", "--dry-run" };
+    QTest::newRow("answer") << QStringList { "show" };
+    QTest::newRow("stream") << QStringList { "stock", "export", "-" };
+}
+
 void tst_hostfailures::whatWasNotDoneIsNotTold()
 {
+    QFETCH(QStringList, words);
     const QByteArray before = readFile(livePath());
-    const Outcome outcome = runOntoFullDisk(
-        { "--config-dir", userDir(), "option", "set", "tickRestoreDay=7", "--dry-run" });
+    const Outcome outcome = runOntoFullDisk(QStringList { "--config-dir", userDir() } + words);
     QCOMPARE(outcome.nStatus, 3);
     QCOMPARE(outcome.strErr,
              QString("indexuserctl: cannot write to standard output: No space left on device\n"));

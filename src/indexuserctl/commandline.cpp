@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr char c_szName[] = "indexuserctl";
+
 QString entryOf(const Command& command)
 {
     return QStringLiteral("  %1\n      %2\n").arg(usageOf(command), command.strHelp);
@@ -28,8 +30,6 @@ QString groupHelp(const QString& group)
     }
     return strText;
 }
-
-constexpr char c_szName[] = "indexuserctl";
 
 // Where the parser puts what it reads of one command.
 struct Slots {

@@ -24,6 +24,7 @@ void printOptions()
     names.removeDuplicates();
     entry("--config-dir DIR", "the user's directory");
     entry("--log", "all log lines on stderr, not only problems");
+    entry("-", "as FILE: standard input or output");
     const auto known = names;
     for (const QString& name : known) {
         const CommandOption& option = commandOption(name);

@@ -172,6 +172,38 @@ QJsonArray toJson(const Table& table)
     return array;
 }
 
+// A device or a pipe is written to; the name of a file is taken by a whole new one.
+bool writeTo(QFileDevice& file, const QByteArray& content)
+{
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size()
+        && file.flush(); // neither commit() nor close() would tell
+}
+
+QString writeError(const QString& path, const QByteArray& content)
+{
+    const QFileInfo target(path);
+    if (target.exists() && !target.isFile() && !target.isDir()) {
+        QFile device(path);
+        return writeTo(device, content) ? QString() : device.errorString();
+    }
+    QSaveFile file(path);
+    const bool bWritten = writeTo(file, content)
+        && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) && file.commit();
+    return bWritten ? QString() : file.errorString();
+}
+
+void writeStandardOutput(const Request& request, const QByteArray& content)
+{
+    std::string strSaid = "would write ";
+    if (!request.isDryRun()) {
+        put(content.toStdString());
+        finishOutput(); // nothing is said of what did not go out
+        strSaid.clear();
+    }
+    strSaid += "standard output (" + std::to_string(content.size()) + " bytes)\n";
+    std::fputs(strSaid.c_str(), stderr);
+}
+
 } // namespace
 
 void print(const QVector<Table>& tables, Format format)
@@ -236,40 +268,6 @@ void finishOutput()
     }
     throw CFailure(ExitStatus::InputOutput, strError);
 }
-
-namespace {
-
-// A device or a pipe is written to; the name of a file is taken by a whole new one.
-bool writeTo(QFileDevice& file, const QByteArray& content)
-{
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size()
-        && file.flush(); // neither commit() nor close() would tell
-}
-
-QString writeError(const QString& path, const QByteArray& content)
-{
-    const QFileInfo target(path);
-    if (target.exists() && !target.isFile() && !target.isDir()) {
-        QFile device(path);
-        return writeTo(device, content) ? QString() : device.errorString();
-    }
-    QSaveFile file(path);
-    const bool bWritten = writeTo(file, content)
-        && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) && file.commit();
-    return bWritten ? QString() : file.errorString();
-}
-
-void writeStandardOutput(const Request& request, const QByteArray& content)
-{
-    const QString strSaid = QStringLiteral("standard output (%1 bytes)\n").arg(content.size());
-    if (!request.isDryRun()) {
-        put(content.toStdString());
-    }
-    std::fputs(((request.isDryRun() ? "would write " : "") + strSaid.toStdString()).c_str(),
-               stderr);
-}
-
-} // namespace
 
 void writeFile(const Request& request, const QString& path, const QByteArray& content)
 {
