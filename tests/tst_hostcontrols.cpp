@@ -156,17 +156,15 @@ QVector<QMap<QString, QString>> valuesToTry()
 {
     const auto with = [](const QString& name, const QString& file) {
         return QMap<QString, QString> {
-            { "FILE", file },        { "FILE2", "new.xml" }, { "DATE", "2024-01-31" },
-            { "DATE2", "20240131" }, { "CODE", "801780" },   { "DIR", "." },
-            { "LIST", "0" },         { "NAME", name },       { "KEY", "k" },
-            { "PART", "options" },   { "NEW", "b" },         { "NAME=VALUE", "oaUser=a" },
+            { "FILE", file },         { "FILE2", "indexUserConfig.xml" },
+            { "DATE", "2024-01-31" }, { "DATE2", "20240131" },
+            { "CODE", "801780" },     { "DIR", "." },
+            { "LIST", "0" },          { "NAME", name },
+            { "KEY", "k" },           { "PART", "options" },
+            { "NEW", "b" },           { "NAME=VALUE", "oaUser=a" },
         };
     };
-    return { {},
-             with(hostileValue(), "new.csv"),
-             with(hostileValue(), "-"),
-             with("oaUser", "new.xml"),
-             with("期权", "indexUserConfig.xml") };
+    return { {}, with(hostileValue(), "-"), with("oaUser", "new.xml"), with("期权", "new.csv") };
 }
 
 // What a hostile file holds already is kept: nothing is lost.

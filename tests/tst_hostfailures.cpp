@@ -79,8 +79,11 @@ void tst_hostfailures::aSaveThatFailsNamesTheCause()
 
 void tst_hostfailures::aSaveOntoAFullDiskNamesTheCause()
 {
-    const CFileSizeLimit limit(100); // inherited by the tool
-    const Outcome outcome = tool({ "option", "set", "tickRestoreDay=7" });
+    Outcome outcome {};
+    {
+        const CFileSizeLimit limit(100); // inherited by the tool
+        outcome = tool({ "option", "set", "tickRestoreDay=7" });
+    }
     QVERIFY2(outcome.strErr.endsWith(
                  "\nindexuserctl: the save failed: File too large: " + datedPath() + '\n'),
              qPrintable(outcome.strErr));
@@ -310,12 +313,14 @@ void tst_hostfailures::devicesAreWrittenNotReplaced()
 {
     const QString strPipe = userDir() + "/pipe";
     QCOMPARE(::mkfifo(QFile::encodeName(strPipe).constData(), 0600), 0);
+    QCOMPARE(::chmod(QFile::encodeName(strPipe).constData(), 0640), 0);
     const Outcome outcome = runProgram(
         "bash", { "-c", "cat pipe >got & '" TOOL "' --config-dir . stock export pipe && wait" }, {},
         userDir());
     QCOMPARE(outcome.strErr, QString());
     QCOMPARE(outcome.nStatus, 0);
     QVERIFY(!QFileInfo(strPipe).isFile());
+    QVERIFY(QFile::permissions(strPipe) & QFileDevice::ReadGroup); // not ours to change
     QVERIFY(readFile(userDir() + "/got").startsWith("list,market,code,name\r\n"));
 }
 
