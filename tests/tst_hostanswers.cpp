@@ -28,7 +28,6 @@ private Q_SLOTS:
     void completion();
     void bashCompletesWhatTheToolTells();
     void theManPageTellsWhatHelpTells();
-    void theReadmeTellsTheTruth();
 
 private:
     static Outcome tool(const QStringList& arguments);
@@ -274,30 +273,6 @@ void tst_hostanswers::theManPageTellsWhatHelpTells()
                                    "4\na file is damaged", "6\nrecovered" }) {
         QVERIFY2(strPage.contains(QString("\n.B ") + pszStatus), pszStatus);
     }
-}
-
-// Runs the examples in their order, in a directory like the one that a newcomer stands in.
-void tst_hostanswers::theReadmeTellsTheTruth()
-{
-    QVERIFY(QFile::link(SAMPLE_USER "/..", userDir() + "/examples"));
-    QVERIFY(QDir().mkpath(userDir() + "/user"));
-    QVERIFY(
-        QFile::copy(SAMPLE_USER "/indexUserConfig.xml", userDir() + "/user/indexUserConfig.xml"));
-    QVERIFY(QFile::copy(SAMPLE_USER "/sectors.json", userDir() + "/user/sectors.json"));
-    writeFile(userDir() + "/run", "#!/bin/sh\nexec " TOOL " --config-dir user \"$@\"\n");
-    QVERIFY(QFile::setPermissions(userDir() + "/run", QFileDevice::Permissions(0x7700)));
-    int nExamples = 0;
-    for (const QString& line : QString::fromUtf8(readFile(README)).split('\n')) {
-        if (line.startsWith("    ./run ") && !line.contains("ARGS")) {
-            const QString strCommand
-                = QString(line).replace("TODAY", QDate::currentDate().toString(Qt::ISODate));
-            const Outcome outcome = runProgram("bash", { "-c", strCommand }, {}, userDir());
-            const int nExpected = line.contains("# exit 1") ? 1 : 0;
-            QVERIFY2(outcome.nStatus == nExpected, qPrintable(line + '\n' + outcome.strErr));
-            ++nExamples;
-        }
-    }
-    QVERIFY(nExamples > 15);
 }
 
 QTEST_GUILESS_MAIN(tst_hostanswers)

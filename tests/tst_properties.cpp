@@ -149,43 +149,48 @@ QStringList fill(KW::UserConfigInterface& service)
 // What the service holds, by its accessors alone: no reader or writer of the file has a part in it.
 using Lines = QStringList;
 
+QVector<int> numbersOf(const KW::paramSettingForClient& p)
+{
+    return { p.reportRefreshTime,
+             p.indexSortUpdate,
+             p.riseCompareTime,
+             p.delayRefreshTime,
+             p.oMinDataRestorePeroid,
+             p.fMinDataRestorePeroid,
+             p.tickRestoreDay,
+             p.flashKeepDataPeriod,
+             p.graphDisplay,
+             p.m_multiDaylines,
+             p.m_multiHourlines,
+             p.m_multiMinutelines,
+             p.m_multiTicklines,
+             p.monitorClipboard,
+             p.showAllQuoteData,
+             p.formulaDebug,
+             p.InitPopTaskCondition,
+             int(p.updateposition),
+             p.groupSignalCondition,
+             p.smartKeyConfig,
+             p.dividDataTime,
+             p.extParam1,
+             p.wholeQuoter,
+             p.extParam2,
+             p.extParam3,
+             p.extParam4,
+             p.extParam5,
+             p.extParam6,
+             int(p.showGradient),
+             int(p.extFlag1),
+             int(p.showParamRank),
+             int(p.m_bFilterFutureOptCheck) };
+}
+
 void show(Lines& lines, const KW::paramSettingForClient& p)
 {
     Lines fields { p.groupSignalRunTime, p.updateF10DateTime, p.qsSmartKeyConfig,
                    p.oaAddress,          p.oaTableName,       p.oaUser,
                    p.oaPassword };
-    for (const int nValue : { p.reportRefreshTime,
-                              p.indexSortUpdate,
-                              p.riseCompareTime,
-                              p.delayRefreshTime,
-                              p.oMinDataRestorePeroid,
-                              p.fMinDataRestorePeroid,
-                              p.tickRestoreDay,
-                              p.flashKeepDataPeriod,
-                              p.graphDisplay,
-                              p.m_multiDaylines,
-                              p.m_multiHourlines,
-                              p.m_multiMinutelines,
-                              p.m_multiTicklines,
-                              p.monitorClipboard,
-                              p.showAllQuoteData,
-                              p.formulaDebug,
-                              p.InitPopTaskCondition,
-                              int(p.updateposition),
-                              p.groupSignalCondition,
-                              p.smartKeyConfig,
-                              p.dividDataTime,
-                              p.extParam1,
-                              p.wholeQuoter,
-                              p.extParam2,
-                              p.extParam3,
-                              p.extParam4,
-                              p.extParam5,
-                              p.extParam6,
-                              int(p.showGradient),
-                              int(p.extFlag1),
-                              int(p.showParamRank),
-                              int(p.m_bFilterFutureOptCheck) }) {
+    for (const int nValue : numbersOf(p)) {
         fields.append(QString::number(nValue));
     }
     lines.append("options " + fields.join('|'));

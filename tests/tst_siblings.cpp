@@ -47,13 +47,6 @@ bool algorithmsAreOmitted(const char* pszLoaded)
     return bOmitted;
 }
 
-int readSwitch(const QString& path)
-{
-    utils::Configuration ini(path.toStdString(), true);
-    ini.load(std::string());
-    return ini.readInt("dbifEnable", "showDBIf", 0);
-}
-
 } // namespace
 
 class tst_siblings : public CLibraryTest {
@@ -65,12 +58,6 @@ private Q_SLOTS:
     void aLogFileIsGoneOnWithAndNobodyElseGetsItsLines();
     void aLogLineIsOneLine();
     void aLogFileThatCannotBeWrittenIsTold();
-
-    void anIniEntryIsRead_data();
-    void anIniEntryIsRead();
-    void anIniIsReadFromThePathOfTheLoad();
-    void aMissingIniGivesTheDefault();
-    void anIniIsReadAnewByEveryLoad();
 
     void subElementsAreFoundDepthFirst();
     void aMissingSubElementIsNull();
@@ -142,96 +129,6 @@ void tst_siblings::aLogLineIsOneLine()
 void tst_siblings::aLogFileThatCannotBeWrittenIsTold()
 {
     QVERIFY(!standalone::logToFile(userDir() + "/missing/log"));
-}
-
-void tst_siblings::anIniEntryIsRead_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("value");
-    QTest::newRow("usual") << QByteArray("[dbifEnable]\nshowDBIf=1\n") << 1;
-    QTest::newRow("blanks and line ends") << QByteArray("[dbifEnable]\r\n showDBIf = 1 \r\n") << 1;
-    QTest::newRow("comment") << QByteArray("; c\n[x]\na=b\n[dbifEnable]\nshowDBIf=2\n") << 2;
-    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf[dbifEnable]\nshowDBIf=1\n") << 1;
-    QTest::newRow("other section") << QByteArray("[other]\nshowDBIf=1\n") << 0;
-    QTest::newRow("no section") << QByteArray("showDBIf=1\n") << 0;
-    QTest::newRow("word") << QByteArray("[dbifEnable]\nshowDBIf=yes\n") << 0;
-    QTest::newRow("empty file") << QByteArray("") << 0;
-    QTest::newRow("no value") << QByteArray("[dbifEnable]\nshowDBIf=\n") << 0;
-    QTest::newRow("the first of two keys")
-        << QByteArray("[dbifEnable]\nshowDBIf=1\nshowDBIf=0\n") << 1;
-    QTest::newRow("the first of two keys, though it is no number")
-        << QByteArray("[dbifEnable]\nshowDBIf=no\nshowDBIf=1\n") << 0;
-    QTest::newRow("a double key elsewhere")
-        << QByteArray("[x]\na=b\na=c\n[dbifEnable]\nshowDBIf=1\n") << 1;
-    QTest::newRow("a double section")
-        << QByteArray("[dbifEnable]\na=b\n[x]\n[dbifEnable]\nshowDBIf=1\n") << 1;
-    QTest::newRow("stray lines") << QByteArray(
-        "stray\n[dbifEnable]\nstray\n]\n=\n=5\n\nshowDBIf=1\nstray")
-                                 << 1;
-    QTest::newRow("no line end") << QByteArray("[dbifEnable]\nshowDBIf=1") << 1;
-    QTest::newRow("blanks everywhere")
-        << QByteArray(" \t[ dbifEnable ] \n\t showDBIf\t = \t1 \t\r\n") << 1;
-    QTest::newRow("names in another case") << QByteArray("[DBIFENABLE]\nshowdbif=1\n") << 1;
-    QTest::newRow("commented out")
-        << QByteArray("[dbifEnable]\n;showDBIf=1\n# showDBIf=1\n ; showDBIf=1\n") << 0;
-    QTest::newRow("a section that is commented out")
-        << QByteArray("[x]\n;[dbifEnable]\nshowDBIf=1\n") << 0;
-    QTest::newRow("comments behind")
-        << QByteArray("[dbifEnable] ; section\nshowDBIf=1 ; on\n") << 1;
-    QTest::newRow("a header without its end") << QByteArray("[dbifEnable\nshowDBIf=1\n") << 1;
-    QTest::newRow("the header after it ends it")
-        << QByteArray("[dbifEnable]\n[other\nshowDBIf=1\n") << 0;
-    QTest::newRow("a name that goes on") << QByteArray("[dbifEnable2]\nshowDBIf=1\n") << 0;
-    QTest::newRow("a key that goes on") << QByteArray("[dbifEnable]\nshowDBIf2=1\n") << 0;
-    QTest::newRow("quotes") << QByteArray("[dbifEnable]\nshowDBIf=\"1\"\n") << 1;
-    QTest::newRow("leading digits") << QByteArray("[dbifEnable]\nshowDBIf=1x\n") << 1;
-    QTest::newRow("leading zero") << QByteArray("[dbifEnable]\nshowDBIf=01\n") << 1;
-    QTest::newRow("negative") << QByteArray("[dbifEnable]\nshowDBIf=-1\n") << -1;
-    QTest::newRow("one, and 32 bits more")
-        << QByteArray("[dbifEnable]\nshowDBIf=4294967297\n") << 0;
-    QTest::newRow("beyond 64 bits") << "[dbifEnable]\nshowDBIf=" + QByteArray("9").repeated(30)
-            + "\n" << 0;
-    QTest::newRow("escapes mean nothing") << QByteArray("[dbifEnable]\na=\\\nshowDBIf=1\n") << 1;
-    QTest::newRow("NUL") << QByteArray("[dbifEnable]\na=\0\nshowDBIf=1\n", 28) << 1;
-    QTest::newRow("one byte") << QByteArray("[") << 0;
-    QTest::newRow("no ini") << QByteArray("\x01\x02 nothing") << 0;
-}
-
-void tst_siblings::anIniEntryIsRead()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(int, value);
-    writeFile(userDir() + "/server.ini", content);
-    QCOMPARE(readSwitch(userDir() + "/server.ini"), value);
-}
-
-void tst_siblings::anIniIsReadFromThePathOfTheLoad()
-{
-    writeFile(userDir() + "/own.ini", "[dbifEnable]\nshowDBIf=1\n");
-    writeFile(userDir() + "/other.ini", "[dbifEnable]\nshowDBIf=2\n");
-    utils::Configuration ini((userDir() + "/own.ini").toStdString(), true);
-    QVERIFY(ini.load(std::string()));
-    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 0), 1);
-    QVERIFY(ini.load((userDir() + "/other.ini").toStdString()));
-    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 0), 2);
-}
-
-void tst_siblings::aMissingIniGivesTheDefault()
-{
-    utils::Configuration ini((userDir() + "/missing.ini").toStdString(), true);
-    QVERIFY(!ini.load(std::string()));
-    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 7), 7);
-    QVERIFY(!ini.load(userDir().toStdString()));
-    QCOMPARE(ini.readInt("dbifEnable", "showDBIf", 7), 7);
-}
-
-void tst_siblings::anIniIsReadAnewByEveryLoad()
-{
-    const QString strPath = userDir() + "/server.ini";
-    writeFile(strPath, "[dbifEnable]\nshowDBIf=1\n");
-    QCOMPARE(readSwitch(strPath), 1);
-    writeFile(strPath, "[dbifEnable]\nshowDBIf=0\n");
-    QCOMPARE(readSwitch(strPath), 0);
 }
 
 void tst_siblings::subElementsAreFoundDepthFirst()
