@@ -43,6 +43,7 @@ make_root() {
         >"$kept/debootstrap.log" 2>&1 </dev/null || { tail -n 20 "$kept/debootstrap.log" >&2; return 1; }
     use_sources "$new"
     mv "$new"/var/cache/apt/archives/*.deb "$kept/archives"
+    chmod 755 "$new"
     tar -C "$new" --one-file-system -cf "$kept/root.part" .
     mv "$kept/root.part" "$kept/root.tar"
     rm -rf --one-file-system "$new" "$new.gpg"
