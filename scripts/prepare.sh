@@ -44,17 +44,22 @@ watched() {
     mkdir -p "$root/build" && : 2>/dev/null >"$log" ||
         fail "$root/build cannot be written: remove it, or run this as its owner"
     "$@" 2>&1 </dev/null | tell "$label" "$log" || status=$?
-    [ $status -eq 0 ] || { echo "Failed: $*" >&2; tail -n 60 "$log" >&2; }
+    # From 128 on it was broken off, and who did that knows.
+    [ $status -eq 0 ] || [ $status -ge 128 ] || { echo "Failed: $*" >&2; tail -n 60 "$log" >&2; }
     return $status
 }
 
 # tell LABEL LOG: keeps what it reads, and says how many steps are done: on a terminal in one line
 # that moves, otherwise every 20 s.
 tell() {
-    local label=$1 began=$SECONDS told=$SECONDS steps='' line log
+    local label=$1 began=$SECONDS told=$SECONDS steps='' line='' part status=0 log
     exec {log}>"$2"
-    while IFS= read -r -t 1 line || [ $? -gt 128 ]; do
-        printf '%s\n' "$line" >&"$log"
+    while [ $status -eq 0 ] || [ $status -gt 128 ]; do
+        # A second without the end of a line is time to say something.
+        status=0
+        IFS= read -r -t 1 part || status=$?
+        line+=$part
+        [ $status -gt 128 ] || { printf '%s' "$line${line:+$'\n'}" >&"$log"; }
         # The steps of ninja, or the share of a download or an installation.
         if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
             steps="${BASH_REMATCH[1]} of ${BASH_REMATCH[2]} steps"
@@ -65,6 +70,7 @@ tell() {
             told=$SECONDS
             say "$label: $steps, $(clock $((SECONDS - began)))"
         fi
+        [ $status -gt 128 ] || line=''
     done
     [ ! -t 2 ] || [ -z "$steps" ] || echo >&2
 }
@@ -73,10 +79,11 @@ say() { if [ -t 2 ]; then printf '\r%s\e[K' "$1" >&2; else echo "$1" >&2; fi; }
 
 clock() { printf '%d:%02d' $(($1 / 60)) $(($1 % 60)); }
 
-# Whether PRESET has been configured here, by what the presets say now.
+# Whether PRESET has been configured here, by what the presets and this file say now.
 is_configured() {
     local mark=$root/build/$1/.configured
-    [ -e "$mark" ] && [ "$(<"$mark")" = "$root" ] && [ ! "$root/CMakePresets.json" -nt "$mark" ]
+    [ -e "$mark" ] && [ "$(<"$mark")" = "$root" ] && [ ! "$root/CMakePresets.json" -nt "$mark" ] &&
+        [ ! "$root/scripts/prepare.sh" -nt "$mark" ]
 }
 
 # A build directory of another version, or of another place, is begun anew.

@@ -36,6 +36,17 @@ grep -q '^Random kills: 1500 runs, 750 saves ended in between, 0 lost$' "$tree/d
 
 grep -qF '| a\n|b |' "$tree/docs/reliability.md" || fail "the page loses a backslash"
 
+# Whatever was being written then.
+for rest in '' '500 random kills (seed 7, fr'; do
+    breaks_off 500
+    printf '%s' "$rest" >>"$tree/build/prove/kills.state"
+    kills || fail "after a half line: $(cat "$work/err")"
+    expect 'random 1000 7 500,random 1500 7 1000' "counts whole pieces only after '$rest'"
+done
+: >"$tree/build/prove/kills.state"
+kills || fail "an empty state: $(cat "$work/err")"
+expect 'random 500 7 0,random 1000 7 500,random 1500 7 1000' 'an empty state is none'
+
 breaks_off 500
 SEED=8 kills || fail "going on: $(cat "$work/err")"
 expect 'random 1000 7 500,random 1500 7 1000' 'goes on where it was broken off, with its seed'

@@ -56,13 +56,26 @@ run show >/dev/null 2>&1
 expect 'the copy is kept' mine "$(cat "$user/mine")"
 expect 'a new one is made when asked for' "<--config-dir><$user><show>" "$(run --fresh show 2>/dev/null)"
 expect 'and holds the sample only' '' "$(diff -r "$user" "$place/examples/user")"
+holds 'alone it only makes it anew' '*is as*again' "$(run --fresh 2>/dev/null)"
+rm -rf "$user"
+for each in 1 2 3 4; do run show >"$scratch/at-once.$each" 2>&1 & done
+wait
+expect 'of four first runs at once each has it' 4 "$(cat "$scratch"/at-once.* | grep -c '<show>')"
+expect 'and nothing else is left' 'release release.log user' "$(ls "$place/build" | paste -sd ' ')"
+: >"$scratch/calls"
 expect "the caller's directory wins" '<--config-dir><x y><show>' "$(run --config-dir 'x y' show 2>/dev/null)"
+expect 'a word that only speaks of it does not' \
+    "<--config-dir><$user><setting><set><note><see --config-dir in the help>" \
+    "$(run setting set note 'see --config-dir in the help' 2>/dev/null)"
 expect "in either form" '<show><--config-dir=x>' "$(run show --config-dir=x 2>/dev/null)"
 : >"$scratch/calls"
 
 touch "$place/CMakePresets.json"
 run show >/dev/null 2>&1
 expect 'new presets configure anew' 'cmake 1, dpkg-query 1, ninja 1' "$(calls)"
+touch "$place/scripts/prepare.sh"
+run show >/dev/null 2>&1
+expect 'new lists of packages are asked for' 'cmake 1, dpkg-query 1, ninja 1' "$(calls)"
 mv "$place" "$scratch/moved"
 place=$scratch/moved
 run show >/dev/null 2>&1
@@ -74,6 +87,9 @@ holds 'a terminal shows the steps' '*Building release: 1 of 2 steps, 0:0?*Buildi
 holds 'elsewhere a quick build is quiet' '<--config-dir>*' "$(run show 2>&1)"
 tool ninja 'echo "[1/2] one"; sleep 21; echo "[2/2] two"'
 holds 'a slow one tells every 20 s' '*Building release: ? of 2 steps, 0:2?*' "$(run show 2>&1)"
+
+expect 'the log holds what was said, and nothing else' '[1/2] one [2/2] two' \
+    "$(paste -sd ' ' "$place/build/release.log")"
 
 tool ninja 'echo what is wrong; exit 1'
 holds 'a failed build shows what was said' '*Failed: ninja*what is wrong*' "$(run show 2>&1 || true)"

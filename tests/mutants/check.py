@@ -1,18 +1,23 @@
 #!/usr/bin/env python3
 """What the faults are, what the page tells of them, and what is known of them after a change."""
 
+import collections
 import contextlib
 import io
 import os
 import sys
 import tempfile
+import threading
+import time
 import unittest
+import unittest.mock
 
 sys.dont_write_bytecode = True
 
 import mutants
 import page
 import rules
+import workshop
 from workshop import NOTICED, NOT_COMPILED, SURVIVED, Verdict
 
 SOURCE = """#include <a>
@@ -58,6 +63,10 @@ def result(outcome, before="a"):
             "after": "b", "outcome": outcome, "by": ""}
 
 
+def drawn(seed):
+    return list(mutants.drawn(seed, list(mutants.faults())))
+
+
 class Rules(unittest.TestCase):
     def test_each_rule_makes_its_faults_and_nothing_in_comments_or_texts(self):
         found = [f"{mutant.rule}: {mutant.after}" for mutant in rules.mutants("x.cpp", SOURCE)]
@@ -70,13 +79,12 @@ class Rules(unittest.TestCase):
             self.assertEqual(changed, [mutant.line])
 
     def test_the_seed_alone_decides_what_is_drawn(self):
-        first = [mutants.name_of(mutant) for mutant in mutants.drawn("1")]
-        self.assertEqual(first, [mutants.name_of(mutant) for mutant in mutants.drawn("1")])
-        self.assertNotEqual(first[:50],
-                            [mutants.name_of(mutant) for mutant in mutants.drawn("2")][:50])
+        first = [mutants.name_of(mutant) for mutant in drawn("1")]
+        self.assertEqual(first, [mutants.name_of(mutant) for mutant in drawn("1")])
+        self.assertNotEqual(first[:50], [mutants.name_of(mutant) for mutant in drawn("2")][:50])
 
     def test_every_part_has_its_share_and_no_line_comes_twice(self):
-        first = list(mutants.drawn("1"))[:200]
+        first = drawn("1")[:200]
         for folder in mutants.PARTS.values():
             self.assertGreaterEqual(sum(m.file.startswith(folder) for m in first), 45)
         self.assertEqual(len({(m.file, m.line) for m in first}), 200)
@@ -87,9 +95,9 @@ class Page(unittest.TestCase):
         with tempfile.NamedTemporaryFile("w", suffix=".reasons") as file:
             file.write(reasons)
             file.flush()
-            page.REASONS = file.name
             out = io.StringIO()
-            with contextlib.redirect_stdout(out), contextlib.redirect_stderr(io.StringIO()):
+            with unittest.mock.patch.object(page, "REASONS", file.name), \
+                    contextlib.redirect_stdout(out), contextlib.redirect_stderr(io.StringIO()):
                 status = page.show(results, mutants.PARTS, "1")
             return status, out.getvalue()
 
@@ -116,6 +124,74 @@ class Page(unittest.TestCase):
         noticed = [result(NOTICED, "other")]
         self.assertEqual(self.shown([result(SURVIVED)] + 19 * noticed, reasons)[0], 0)
         self.assertEqual(self.shown([result(SURVIVED)] + 18 * noticed, reasons)[0], 1)
+
+
+class Reasons(unittest.TestCase):
+    def mistakes(self, kind, words, faults):
+        with tempfile.TemporaryDirectory() as tests:
+            with open(os.path.join(tests, "tst_a.cpp"), "w", encoding="utf-8") as file:
+                file.write("void tst_a::works()\n")
+            return page.mistakes({("src/x.cpp", "a", "b"): (kind, words)}, faults, tests)
+
+    def test_a_reason_names_one_fault(self):
+        self.assertEqual(self.mistakes("same", "so", [fault()]), [])
+        self.assertIn("no fault", self.mistakes("same", "so", [fault(after="c")])[0])
+        self.assertIn("lines [1, 2]", self.mistakes("same", "so", [fault(1), fault(2)])[0])
+
+    def test_a_test_is_there(self):
+        self.assertEqual(self.mistakes("test", "tst_a::works", [fault(1), fault(2)]), [])
+        self.assertIn("no test", self.mistakes("test", "tst_a::fails", [fault()])[0])
+        self.assertIn("no test", self.mistakes("test", "tst_b::works", [fault()])[0])
+
+    def test_those_that_are_kept_are_right(self):
+        self.assertEqual(page.mistakes(page.reasons(), [each for _, each in mutants.faults()],
+                                       os.path.join(mutants.ROOT, "tests")), [])
+
+
+class BrokenOff(unittest.TestCase):
+    """With two shops that judge nothing, the second of which is broken off."""
+
+    class Shop:
+        def __init__(self, name):
+            self.name, self.judged = name, 0
+
+        def judge(self, mutant, order, usual):
+            self.judged += 1
+            if self.name == "broken":
+                raise workshop.Failure("interrupted")
+            time.sleep(0.05)
+            return Verdict(NOTICED, "tst_a::works", {})
+
+    def test_what_was_being_judged_stays_unknown_and_the_rest_is_left(self):
+        factory = mutants.Factory.__new__(mutants.Factory)
+        factory.shops = [self.Shop("whole"), self.Shop("broken")]
+        factory.usual, factory.noticed = {}, collections.Counter()
+        factory.stopped = threading.Event()
+        recorded = []
+        record = type("Record", (), {"add": lambda _, mutant, verdict: recorded.append(mutant)})()
+        faults = [rules.Mutant(f"src/{i}.cpp", 1, "r", "a", "b", 0, 0, "") for i in range(100)]
+        with self.assertRaises(workshop.Failure):
+            factory.run(faults, record, lambda *_: None)
+        self.assertEqual(len(recorded), factory.shops[0].judged)
+        self.assertLess(len(recorded), 10)
+
+    def test_a_build_that_fails_by_itself_says_nothing_of_the_fault(self):
+        shop = workshop.Workshop.__new__(workshop.Workshop)
+        shop.build, shop.cores = ".", 1
+        test = workshop.Test("tst_a", [])
+        for said, status, outcome in (
+                ("x.cpp:1:2: error: no", 1, False), ("fine", 0, True),
+                ("x.cpp:1:2: error: no\nninja: build stopped: interrupted by user.", 130, None),
+                ("ld: No space left on device", 1, None)):
+            with tempfile.TemporaryDirectory() as folder:
+                with open(os.path.join(folder, "ninja"), "w", encoding="utf-8") as file:
+                    file.write(f"#!/bin/sh\ncat <<'E'\n{said}\nE\nexit {status}\n")
+                os.chmod(file.name, 0o755)
+                with unittest.mock.patch.dict(os.environ, PATH=folder + ":" + os.environ["PATH"]):
+                    if outcome is None:
+                        self.assertRaises(workshop.Failure, shop.compiles, test)
+                    else:
+                        self.assertEqual(shop.compiles(test), outcome)
 
 
 class Record(unittest.TestCase):

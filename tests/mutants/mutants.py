@@ -45,16 +45,22 @@ def name_of(mutant):
     return f"{mutant.file}:{mutant.line} {mutant.rule}"
 
 
-def drawn(seed):
-    """All faults in the order in which they are taken: the parts in turn, in each the rules in turn;
-    one for a line. A lot hangs on the line's text: other lines do not change it."""
-    piles = {part: collections.defaultdict(list) for part in PARTS}
+def faults():
+    """All there are: the part, and the fault."""
     for part, folder in PARTS.items():
         for file in (name for name in files_of(ROOT)
                      if name.startswith(folder) and name.endswith(".cpp")):
             for mutant in rules.mutants(file, content(os.path.join(ROOT, file)).decode()):
-                lot = digest(seed, file, mutant.rule, mutant.before, mutant.after)
-                piles[part][mutant.rule].append((lot, mutant))
+                yield part, mutant
+
+
+def drawn(seed, all_faults):
+    """Them in the order in which they are taken: the parts in turn, in each the rules in turn; one
+    for a line. A lot hangs on the line's text: other lines do not change it."""
+    piles = {part: collections.defaultdict(list) for part in PARTS}
+    for part, mutant in all_faults:
+        lot = digest(seed, mutant.file, mutant.rule, mutant.before, mutant.after)
+        piles[part][mutant.rule].append((lot, mutant))
     return in_turn([one_for_a_line(in_turn([sorted(pile) for _, pile in sorted(of_rules.items())]))
                     for of_rules in piles.values()])
 
@@ -137,6 +143,7 @@ class Factory:
         self.shops = [Workshop(ROOT, os.path.join(place, str(i + 1)), cores)
                       for i in range(copies)]
         self.usual, self.noticed = {}, collections.Counter()
+        self.stopped = threading.Event()
 
     def set_up(self):
         with concurrent.futures.ThreadPoolExecutor() as pool:
@@ -166,10 +173,17 @@ class Factory:
         waiting = queue.SimpleQueue()
         for group in sorted(groups.values(), key=len, reverse=True):
             waiting.put(group)
+        self.stopped.clear()
         with concurrent.futures.ThreadPoolExecutor() as pool:
-            for done in [pool.submit(self.work, shop, waiting, record, progress)
-                         for shop in self.shops]:
-                done.result()
+            jobs = [pool.submit(self.work, shop, waiting, record, progress)
+                    for shop in self.shops]
+            try:
+                concurrent.futures.wait(jobs, return_when=concurrent.futures.FIRST_EXCEPTION)
+            finally:
+                # Whoever breaks this off does not wait for all faults, and none of them is known.
+                self.stopped.set()
+        for job in jobs:
+            job.result()
 
     def work(self, shop, waiting, record, progress):
         while True:
@@ -178,6 +192,8 @@ class Factory:
             except queue.Empty:
                 return
             for mutant in group:
+                if self.stopped.is_set():
+                    return
                 verdict = shop.judge(mutant, self.order(mutant.file), self.usual)
                 self.noticed[mutant.file, program_of(verdict.by)] += 1
                 record.add(mutant, verdict)
@@ -228,7 +244,12 @@ def main():
     given = arguments()
     os.makedirs(given.place, exist_ok=True)
     record = Record(os.path.join(given.place, "results"), given.seed)
-    mutants = list(drawn(given.seed))
+    all_faults = list(faults())
+    mistakes = page.mistakes(page.reasons(), [mutant for _, mutant in all_faults],
+                             os.path.join(ROOT, "tests"))
+    if mistakes:
+        sys.exit("\n".join(mistakes))
+    mutants = list(drawn(given.seed, all_faults))
     if given.only:
         mutants = [mutant for mutant in mutants[:2 * given.count] if given.only in name_of(mutant)]
     try:

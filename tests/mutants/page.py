@@ -22,6 +22,30 @@ def reasons():
     return found
 
 
+def mistakes(known, faults, tests):
+    """Reasons that excuse nothing, more than they mean, or by a test that is not there."""
+    found = []
+    for (file, before, after), (kind, words) in known.items():
+        lines = {fault.line for fault in faults
+                 if (fault.file, fault.before, fault.after) == (file, before, after)}
+        if not lines:
+            found.append(f"{file}: no fault makes '{after}' of '{before}'")
+        elif len(lines) > 1 and kind != "test":
+            found.append(f"{file}: '{before}' stands in lines {sorted(lines)}")
+        if kind == "test" and not has_test(tests, words):
+            found.append(f"{file}: there is no test {words}")
+    return found
+
+
+def has_test(folder, name):
+    program, function = name.split("::")
+    path = os.path.join(folder, program + ".cpp")
+    if not os.path.exists(path):
+        return False
+    with open(path, encoding="utf-8") as file:
+        return f"::{function}()" in file.read()
+
+
 def code(text):
     return "`" + text.replace("|", "\\|") + "`"
 

@@ -20,6 +20,7 @@ OPTIONS = ["-G", "Ninja", "-DINDEXUSER_DEVELOPER=ON", "-DCMAKE_BUILD_TYPE=None",
            "-DCMAKE_CXX_FLAGS=-O0 -g0 -w", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
            "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld", "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld"]
 MOST_MEMORY = 6 << 30
+TOO_LONG = "(takes too long)"
 
 
 class Failure(Exception):
@@ -102,15 +103,26 @@ class Workshop:
         self.change(mutant.file, mutant.text)
         times = {}
         for test in sorted(self.tests_of(mutant.file), key=order):
-            if subprocess.run(["ninja", "-C", self.build, f"-j{self.cores}", test.name],
-                              stdout=subprocess.DEVNULL).returncode != 0:
+            if not self.compiles(test):
                 return Verdict(NOT_COMPILED, "", times)
             start = time.monotonic()
             failure = self.failure_of(test, 3 * usual.get(test.name, 200) + 5)
+            if failure.endswith(TOO_LONG):
+                # The machine may have been busy.
+                failure = self.failure_of(test, 3 * usual.get(test.name, 200) + 5)
             times[test.name] = time.monotonic() - start
             if failure:
                 return Verdict(NOTICED, failure, times)
         return Verdict(SURVIVED, "", times)
+
+    def compiles(self, test):
+        """A build that was broken off, or found no room, says nothing of the fault."""
+        done = subprocess.run(["ninja", "-C", self.build, f"-j{self.cores}", test.name],
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        if done.returncode != 0 and (": error: " not in done.stdout
+                                     or "interrupted by user" in done.stdout):
+            raise Failure(f"the build of {test.name} failed:\n{done.stdout[-3000:]}")
+        return done.returncode == 0
 
     def failure_of(self, test, seconds):
         """What a run of a test says against the fault; nothing when it passes."""
@@ -131,7 +143,7 @@ class Workshop:
             return ""
         failed = re.search(rb"FAIL!\s*: (\w+::\w+)", content(log))
         return failed.group(1).decode() if failed else \
-            f"{test.name} ({'takes too long' if status == 'time' else f'ends with {status}'})"
+            f"{test.name} {TOO_LONG if status == 'time' else f'(ends with {status})'}"
 
 
 def limit_memory():
