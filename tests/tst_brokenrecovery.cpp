@@ -12,6 +12,7 @@ class tst_brokenrecovery : public CLibraryTest {
 private Q_SLOTS:
     void aCopyThatIsNotThereIsNoRecovery();
     void aCopyThatCameOutDifferentIsNoRecovery();
+    void aRestoreThatCannotKeepTheFileChangesNothing();
 };
 
 namespace {
@@ -42,6 +43,23 @@ void tst_brokenrecovery::aCopyThatCameOutDifferentIsNoRecovery()
     const inspect::Recovery recovery = inspect::recover(userDir(), inspect::RunMode::Do);
     QCOMPARE(recovery.result, RecoveryResult::Failed);
     QCOMPARE(readFile(recovery.strSetAside), QByteArray("<half"));
+}
+
+void tst_brokenrecovery::aRestoreThatCannotKeepTheFileChangesNothing()
+{
+    QVERIFY(QDir().mkpath(userDir() + "/Temp"));
+    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", c_szUser);
+    writeLive("<ICUserConfigFile>of now</ICUserConfigFile>");
+    const inspect::Snapshot snapshot = inspect::snapshots(userDir()).first();
+    recording::answers().writes = { false };
+    const inspect::Recovery recovery = inspect::restore(userDir(), snapshot, inspect::RunMode::Do);
+    QCOMPARE(recovery.result, RecoveryResult::Failed);
+    QCOMPARE(recovery.source.strPath, snapshot.strPath);
+    QCOMPARE(recovery.strSetAside, QString());
+    QVERIFY(QRegularExpression("/indexUserConfig.xml.replaced-[-0-9]+: cannot be written")
+                .match(recovery.strError)
+                .hasMatch());
+    QCOMPARE(readFile(livePath()), QByteArray("<ICUserConfigFile>of now</ICUserConfigFile>"));
 }
 
 QTEST_GUILESS_MAIN(tst_brokenrecovery)
