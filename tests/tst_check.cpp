@@ -62,14 +62,16 @@ QString options(const QString& attributes)
 
 QString groups(const QString& content)
 {
-    return QStringLiteral("<IndexPositionLayout><ValuePanelGroupLayout>\n %1"
-                          "</ValuePanelGroupLayout></IndexPositionLayout>")
+    return QStringLiteral("<IndexPositionLayout><FormulaPanelGroupLayout/>"
+                          "<ValuePanelGroupLayout>\n %1</ValuePanelGroupLayout>"
+                          "</IndexPositionLayout>")
         .arg(content);
 }
 
 void row(const QString& content, const char* pszFindings)
 {
-    QTest::addRow("%s", qPrintable(content)) << content << QString(pszFindings).split(", ");
+    QTest::addRow("%s", qPrintable(content))
+        << content << QString(pszFindings).split(", ", Qt::SkipEmptyParts);
 }
 
 void addOptionDefects()
@@ -131,9 +133,9 @@ void addLayoutDefects()
     row(quoteWindow("<a/><!-- beside -->"), "dropped window-children@5:2, dropped comment@5:116");
     row(quoteWindow("<!-- alone -->"), "dropped window-children@5:2, dropped comment@5:112");
     row(quoteWindow("<?alone ?>"), "dropped window-children@5:2, dropped instruction@5:112");
-    row(quoteWindow(QStringLiteral("<a>\n <LayoutWindow %1/></a>").arg(c_szWindow)),
-        "changed inner-window@6:2");
-    row("<IndexLayout>\n <Dock/></IndexLayout>", "changed single-window@4:1, changed schema@5:1");
+    row("<IndexLayout>\n <Dock/></IndexLayout>", "changed single-window@4:1");
+    row("<IndexLayout>\n <Dock/>\n <Dock/></IndexLayout>",
+        "changed single-window@4:1, dropped window-children@4:1");
     row("<IndexLayout/>", "changed single-window@4:1");
     row(quoteWindow("").replace("left='0'", "left='-32000'"), "kept off-screen@5:2");
     row(quoteWindow("").replace("width='9'", "width='0'"), "kept off-screen@5:2");
@@ -141,6 +143,62 @@ void addLayoutDefects()
             + QStringLiteral("<tradePanelGroup>\n <LayoutWindow %1/></tradePanelGroup>")
                   .arg(QString(c_szWindow).replace("left='0'", "left='50'")),
         "kept off-screen@6:2, dropped second-section@9:1");
+}
+
+// What readers look for at any depth.
+void addPlaceDefects()
+{
+    for (const char* pszTag :
+         { "Customs", "Option", "UserParams", "IndexLayout", "DefaultLayout", "LayoutTemplates",
+           "tradePanelGroup", "tradeLayoutTemplates", "IndexPositionLayout" }) {
+        row(QStringLiteral("<DefaultLayout>\n <LayoutWindow %1>\n<a><%2/></a></LayoutWindow>"
+                           "</DefaultLayout>")
+                .arg(c_szWindow, pszTag),
+            pszTag == QLatin1String("DefaultLayout") ? "" : "changed section-place@5:4");
+    }
+    row("<FormulaCatalog>\n <Customs/></FormulaCatalog>", "changed section-place@13:2");
+    row("<drawGraph>\n <Customs/></drawGraph>", "");
+    row("<CustomStock>\n <a><Customs/></a></CustomStock>",
+        "changed missing-content@16:1, dropped element@17:2, changed section-place@17:5");
+    row(quoteWindow(QStringLiteral("<a>\n <LayoutWindow %1/></a>").arg(c_szWindow)),
+        "changed inner-window@6:2");
+    row(templates("<LayoutTemplate name='A'>\n <a><LayoutTemplate/></a></LayoutTemplate>"),
+        "dropped element@8:2, changed inner-template@8:5");
+    row(templates(QStringLiteral("<LayoutTemplate name='A'><LayoutWindowTemplate %1>\n<a>"
+                                 "<LayoutTemplate/><LayoutWindowTemplate/><LayoutWindow/></a>"
+                                 "</LayoutWindowTemplate></LayoutTemplate>")
+                      .arg(c_szWindow)),
+        "changed inner-template@8:4, changed inner-window@8:21");
+    row(QStringLiteral("<tradeLayoutTemplates><tradeLayoutTemplate name='A'><tradeWindowTemplate "
+                       "%1>\n<a><tradeLayoutTemplate/><tradeWindowTemplate/><LayoutTemplate/></a>"
+                       "</tradeWindowTemplate></tradeLayoutTemplate></tradeLayoutTemplates>")
+            .arg(c_szWindow),
+        "changed inner-template@9:4, changed inner-window@9:26");
+    row(groups(QStringLiteral("<itemLayout key='k'><LayoutWindow %1>\n<a><itemLayout/><itemLayout>"
+                              "<LayoutWindow/></itemLayout></a></LayoutWindow></itemLayout>")
+                   .arg(c_szWindow)),
+        "changed inner-group@7:17, changed inner-window@7:29");
+    row(stocks("<a>\n<Stock/><Custom><b><Stock/></b></Custom></a>"),
+        "dropped element@17:2, changed inner-list@18:9, changed inner-stock@18:20");
+    row("<drawGraph>\n<Custom><Stock/></Custom><LayoutTemplate/><itemLayout/></drawGraph>", "");
+    row(quoteWindow("") + QStringLiteral("\n<IndexLayout>\n<a><LayoutWindow/></a></IndexLayout>"),
+        "dropped second-section@6:1");
+}
+
+void addMissingContent()
+{
+    row("<Option/>", "changed missing-content@13:1");
+    row("<Option>\n</Option>", "changed missing-content@13:1");
+    row("<UserParams/>", "changed missing-content@24:1");
+    row("<ConfigVersion/>", "changed missing-content@9:1");
+    row("<CustomStock/>", "changed missing-content@16:1");
+    row("<IndexPositionLayout/>", "changed missing-content@5:1");
+    row("<IndexPositionLayout><ValuePanelGroupLayout/></IndexPositionLayout>",
+        "changed missing-content@5:1");
+    row("<IndexPositionLayout><FormulaPanelGroupLayout/></IndexPositionLayout>",
+        "changed missing-content@5:1");
+    row("<CustomStock/>\n<GroupIndex><Customs/></GroupIndex>",
+        "changed missing-content@16:1, dropped second-section@17:1, changed section-place@17:13");
 }
 
 void addSectionDefects()
@@ -172,6 +230,8 @@ void tst_check::everyDefectIsFound_data()
     addOptionDefects();
     addStockDefects();
     addLayoutDefects();
+    addPlaceDefects();
+    addMissingContent();
     addSectionDefects();
 }
 
@@ -190,9 +250,14 @@ void tst_check::whatIsInOrderHasNoFindings_data()
            stocks("<Custom type='0'><Stock market='' code='' name=''/></Custom>"),
            templates("<LayoutTemplate name=''/>"),
            quoteWindow("<a><?kept ?><!-- kept -->text<![CDATA[<!DOCTYPE]]></a>"),
-           QString("<drawGraph a='1'><!-- kept --><?kept ?>text<Stock/></drawGraph>"),
+           QString("<drawGraph a='1'><!-- kept -->text<?kept ?><Stock/></drawGraph>"),
            QString("<GroupIndex><!-- <!DOCTYPE r [<!ENTITY e 'x'>]> --></GroupIndex>"),
-           QString("<GroupIndex><x:y a:b='1'/></GroupIndex>") }) {
+           QString("<GroupIndex><x:y a:b='1'/></GroupIndex>"),
+           QString("<CustomIndex>\n </CustomIndex>"), QString("<CustomSector>\n</CustomSector>"),
+           QString("<ConfigVersion version_id='11'>\n</ConfigVersion>"),
+           QString("<UserParams m_bFormulaFunctionTreeExpand='1'>\n</UserParams>"),
+           QString("<Option>\n<Settings>\n</Settings>\n</Option>"),
+           stocks("<Custom type='0'>\n<Stock market='' code='' name=''>\n</Stock>\n</Custom>") }) {
         QTest::newRow(qPrintable(content)) << content;
     }
 }

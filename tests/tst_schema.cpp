@@ -16,7 +16,12 @@ private Q_SLOTS:
     void aSchemaThatCannotBeReadIsNoAnswer();
     void anotherSchemaIsAsked();
     void everyFailedAllocationIsNoAnswer();
+    void entitiesDoNotMultiply_data();
     void entitiesDoNotMultiply();
+    void entitiesAreReadAsTheyStand();
+    void nothingIsFetchedFromElsewhere();
+    void depthIsNoLimit_data();
+    void depthIsNoLimit();
     void prefixesAreNoErrors();
 };
 
@@ -107,16 +112,98 @@ void tst_schema::everyFailedAllocationIsNoAnswer()
     QVERIFY(nTried > 10);
 }
 
+namespace {
+
+// Thirty entities, each twice the one before; \a mark is "% " for those of the document type.
+QByteArray bomb(const QByteArray& mark, const QByteArray& reference, const QByteArray& seed)
+{
+    QByteArray entities = "<!ENTITY " + mark + "e0 '" + seed + "'>";
+    for (int i = 1; i < 30; ++i) {
+        const QByteArray inner = reference + "e" + QByteArray::number(i - 1) + ';';
+        entities += "<!ENTITY " + mark + "e" + QByteArray::number(i) + " '" + inner + inner + "'>";
+    }
+    return entities;
+}
+
+QByteArray withDocumentType(const QByteArray& subset, const QByteArray& content)
+{
+    return "<!DOCTYPE ICUserConfigFile [" + subset + "]><ICUserConfigFile>" + content
+        + "</ICUserConfigFile>";
+}
+
+} // namespace
+
+void tst_schema::entitiesDoNotMultiply_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    const QByteArray entities = bomb("", "&", "haha");
+    const QByteArray loop = "<!ENTITY a '&b;'><!ENTITY b '&a;'>";
+    QTest::newRow("text") << withDocumentType(entities, "<drawGraph>&e29;</drawGraph>");
+    QTest::newRow("attribute") << withDocumentType(entities, "<drawGraph a='&e29;'/>");
+    QTest::newRow("elements") << withDocumentType(bomb("", "&", "<a/>"),
+                                                  "<drawGraph>&e29;</drawGraph>");
+    QTest::newRow("often") << withDocumentType("<!ENTITY e '" + QByteArray(4000, 'x') + "'>",
+                                               "<drawGraph>" + QByteArray("&e;").repeated(20000)
+                                                   + "</drawGraph>");
+    QTest::newRow("document type")
+        << withDocumentType(bomb("% ", "&#37;", "<!ELEMENT a ANY>") + "%e29;", "");
+    QTest::newRow("loop") << withDocumentType(loop, "<drawGraph>&a;</drawGraph>");
+}
+
 void tst_schema::entitiesDoNotMultiply()
 {
-    QByteArray bomb = "<!DOCTYPE r [<!ENTITY e0 'haha'>";
-    for (int i = 1; i < 30; ++i) {
-        const QByteArray inner = "&e" + QByteArray::number(i - 1) + ';';
-        bomb += "<!ENTITY e" + QByteArray::number(i) + " '" + inner + inner + "'>";
+    QFETCH(QByteArray, content);
+    const inspect::SchemaAnswer answer = inspect::askSchema(content);
+    QCOMPARE(answer.strFailure, QString("its entities stand for more than 4194304 bytes"));
+}
+
+void tst_schema::entitiesAreReadAsTheyStand()
+{
+    const QByteArray subset
+        = "<!ENTITY e 'x &f;'><!ENTITY f 'y'><!ENTITY g '<a/>'><!ENTITY none ''>"
+          "<!ENTITY % p '<!ENTITY q \"z\">'>%p;";
+    const auto ask = [&](const QByteArray& content) {
+        const inspect::SchemaAnswer answer = inspect::askSchema(withDocumentType(subset, content));
+        return answer.strFailure + (answer.errors.isEmpty() ? "" : answer.errors[0].strText);
+    };
+    QCOMPARE(ask("<drawGraph a='&e;'>&e;&g;&lt;&q;&none;</drawGraph>"), QString());
+    QVERIFY(ask("<CustomIndex>&g;</CustomIndex>").contains("CustomIndex"));
+}
+
+void tst_schema::nothingIsFetchedFromElsewhere()
+{
+    writeFile(userDir() + "/other", "<!ELEMENT Other");
+    const QByteArray system = " SYSTEM '" + userDir().toUtf8() + "/other'>";
+    for (const QByteArray& content :
+         { withDocumentType("<!ENTITY e" + system, "<drawGraph>&e;</drawGraph>"),
+           withDocumentType("<!ENTITY % e" + system + "%e;", "") }) {
+        const inspect::SchemaAnswer answer = inspect::askSchema(content);
+        QCOMPARE(answer.strFailure, QString());
+        QCOMPARE(answer.errors.size(), 0);
     }
-    bomb += "]><ICUserConfigFile a='&e29;'/>";
-    const inspect::SchemaAnswer answer = inspect::askSchema(bomb);
-    QVERIFY(!answer.errors.isEmpty() || !answer.strFailure.isEmpty());
+}
+
+void tst_schema::depthIsNoLimit_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("inside");
+    QTest::newRow("plain") << QByteArray() << QByteArray();
+    QTest::newRow("comment") << QByteArray("<!-- <!DOCTYPE x> -->") << QByteArray();
+    QTest::newRow("characters") << QByteArray() << QByteArray("<![CDATA[<!DOCTYPE]]>");
+    QTest::newRow("type") << QByteArray("<!DOCTYPE ICUserConfigFile>") << QByteArray();
+    QTest::newRow("entity") << QByteArray("<!DOCTYPE ICUserConfigFile [<!ENTITY e 'x'>]>")
+                            << QByteArray("&e;");
+}
+
+void tst_schema::depthIsNoLimit()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, inside);
+    const inspect::SchemaAnswer answer = inspect::askSchema(
+        before + "<ICUserConfigFile><drawGraph>" + QByteArray("<a>").repeated(500) + inside
+        + QByteArray("</a>").repeated(500) + "</drawGraph></ICUserConfigFile>");
+    QCOMPARE(answer.strFailure, QString());
+    QCOMPARE(answer.errors.size(), 0);
 }
 
 void tst_schema::prefixesAreNoErrors()

@@ -18,7 +18,8 @@ inline QStringList lines()
              "<DefaultLayout/>",
              "<IndexLayout><LayoutWindow screen_id='1' is_main='1' maximized='1' left='0' top='0' "
              "width='9' height='9' panelgroup_id='1'/></IndexLayout>",
-             "<IndexPositionLayout/>",
+             "<IndexPositionLayout><FormulaPanelGroupLayout/><ValuePanelGroupLayout/>"
+             "</IndexPositionLayout>",
              "<LayoutTemplates/>",
              "<tradePanelGroup/>",
              "<tradeLayoutTemplates/>",
@@ -26,7 +27,7 @@ inline QStringList lines()
              "<CustomIndex/>",
              "<CustomSector/>",
              "<FormulaCatalog/>",
-             "<Option/>",
+             "<Option><Settings/></Option>",
              "<GroupIndex/>",
              "<ExtendDataCatalog/>",
              "<CustomStock><Customs/></CustomStock>",
@@ -37,7 +38,7 @@ inline QStringList lines()
              "<WindDataCatalog/>",
              "<interfaceTrade/>",
              "<specialstrategydata/>",
-             "<UserParams/>",
+             "<UserParams m_bFormulaFunctionTreeExpand='0'/>",
              "</ICUserConfigFile>" };
 }
 

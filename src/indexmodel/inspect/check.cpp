@@ -1,28 +1,17 @@
-#include "inspect/check.h"
+#include "inspect/checker_p.h"
 
 #include "inspect/encodingdefects_p.h"
-#include "inspect/fileformat_p.h"
-#include "inspect/filterline.h"
-#include "inspect/optionvalues.h"
 #include "inspect/schema.h"
-#include "inspect/screens.h"
-#include "inspect/treefields.h"
+#include "inspect/textdefects_p.h"
+#include "inspect/userrecords.h"
 
 #include <platform/mvcommon.h>
-
-#include <QMap>
-#include <QSet>
 
 #include <algorithm>
 
 namespace inspect {
 
 namespace {
-
-QString quoted(const QDomElement& element, const QString& attribute)
-{
-    return QStringLiteral("%1=\"%2\"").arg(attribute, element.attribute(attribute));
-}
 
 QString pathOf(const QDomElement& element)
 {
@@ -33,84 +22,32 @@ QString pathOf(const QDomElement& element)
     return tags.join(QLatin1Char('/'));
 }
 
-bool isWord(const QString& value)
+} // namespace
+
+CChecker::CChecker(const QString& text, const QDomDocument& document)
+    : m_strText(text)
+    , m_positions(text)
+    , m_document(document)
+    , m_root(document.documentElement())
 {
-    static const QStringList s_words { "true", "false", "yes", "no", "on", "off" };
-    return s_words.contains(value.toLower());
+    for (const QString& name : sectionsOfAnyPlace()) {
+        m_read.insert(name, MV::getSubElement(m_root, name));
+    }
 }
 
-class CChecker {
-public:
-    CChecker(const QString& text, const QDomDocument& document)
-        : m_strText(text)
-        , m_positions(text)
-        , m_document(document)
-        , m_root(document.documentElement())
-    {
-    }
-
-    void run(CheckedFile& checked);
-
-private:
-    struct Place {
-        QDomElement element;
-        int nIndex;
-    };
-
-    void add(const Place& at, const char* pszRule, Effect effect, const QString& text,
-             const QString& attribute = {});
-    void walkAll(const QDomElement& parent);
-    void walk(const QDomElement& element, const ElementRule* pRule);
-    void walkDocument();
-    void walkRoot();
-    void walkChildren(const Place& at, const ElementRule& rule);
-    void walkSection(const QDomElement& section);
-    TextPosition positionOf(const QDomNode& node);
-    void checkContent(const Place& at, const QDomNode& node, const char* pszWhere);
-    void checkMissing();
-    void checkAttributes(const Place& at, const ElementRule& rule);
-    void checkValue(const Place& at, const AttributeRule& rule);
-    void checkNeeded(const Place& at, const ElementRule& rule);
-    void checkSpecial(const Place& at);
-    void checkWindow(const Place& at);
-    void checkGroup(const Place& at);
-    void checkTemplate(const Place& at);
-    void checkStockList(const Place& at);
-    void checkOptions(const Place& at);
-    void checkFilters(const Place& at);
-    void checkUnique(const Place& at, const QString& attribute, const char* pszRule, Effect effect,
-                     const QString& text);
-    void checkPlace(const Place& at);
-    void checkScreens();
-    void checkEncoding();
-    void checkSchema(CheckedFile& checked);
-
-    QString m_strText;
-    CTextPositions m_positions;
-    QDomDocument m_document;
-    QDomElement m_root;
-    int m_nElements = 0; // come by so far, as the two that follow
-    int m_nComments = 0;
-    int m_nInstructions = 0;
-    QVector<Finding> m_findings;
-    QVector<Place> m_windows;
-    QMap<QString, int> m_seen; // entries of lists by list and name
-    QSet<QString> m_misplaced; // sections that are read though they do not stand below the root
-};
-
-void CChecker::add(const Place& at, const char* pszRule, Effect effect, const QString& text,
+void CChecker::add(const Place& at, const QString& rule, Effect effect, const QString& text,
                    const QString& attribute)
 {
     const TextPosition position = attribute.isEmpty()
         ? m_positions.ofElement(at.nIndex)
         : m_positions.ofAttribute(at.nIndex, attribute);
-    m_findings.append({ position, pszRule, effect, pathOf(at.element), text });
+    m_findings.append({ position, rule, effect, pathOf(at.element), text });
 }
 
 void CChecker::run(CheckedFile& checked)
 {
-    checkEncoding();
     walkDocument();
+    checkText();
     checkMissing();
     checkScreens();
     checkSchema(checked);
@@ -121,12 +58,20 @@ void CChecker::run(CheckedFile& checked)
     checked.findings = m_findings;
 }
 
-void CChecker::checkEncoding()
+void CChecker::checkText()
 {
-    const auto defects = encodingDefects(m_strText);
-    for (const EncodingDefect& defect : defects) {
-        m_findings.append({ m_positions.ofOffset(defect.nOffset), defect.strRule, Effect::Changed,
-                            m_root.tagName(), defect.strText });
+    const auto add = [this](int offset, const QString& rule, Effect effect, const QString& text) {
+        m_findings.append({ m_positions.ofOffset(offset), rule, effect, m_root.tagName(), text });
+    };
+    for (const EncodingDefect& defect : encodingDefects(m_strText)) {
+        add(defect.nOffset, defect.strRule, Effect::Changed, defect.strText);
+    }
+    for (const TextDefect& defect : textDefects(m_strText, m_positions, m_foreign)) {
+        add(defect.nOffset, defect.strRule, defect.effect, defect.strText);
+        if (defect.nElement >= 0) {
+            m_explained.insert(m_positions.ofElement(defect.nElement).nLine);
+            m_explained.insert(m_positions.ofOffset(defect.nOffset).nLine);
+        }
     }
 }
 
@@ -173,6 +118,7 @@ void CChecker::checkMissing()
 void CChecker::walkSection(const QDomElement& section)
 {
     const Place at { section, m_nElements };
+    m_strSection.clear();
     if (!isKnownSection(section.tagName())) {
         add(at, "section", Effect::Dropped, section.tagName() + " is a section that nobody reads");
         if (section.tagName() == QLatin1String("SectorFilter")) {
@@ -181,6 +127,8 @@ void CChecker::walkSection(const QDomElement& section)
     } else if (m_root.firstChildElement(section.tagName()) != section) {
         add(at, "second-section", Effect::Dropped, "only the first such section is read");
     } else {
+        m_strSection = section.tagName();
+        checkContentOf(at);
         walk(section, ruleOf(section.tagName()));
         return;
     }
@@ -193,9 +141,7 @@ void CChecker::walk(const QDomElement& element, const ElementRule* pRule)
     const Place at { element, m_nElements++ };
     checkPlace(at);
     if (pRule == nullptr) {
-        if (element.tagName() == windowTagOf(pathOf(element).section('/', 1, 1))) {
-            add(at, "inner-window", Effect::Changed, "is read as one more window of its layout");
-        }
+        checkEntry(at);
         walkAll(element);
         return;
     }
@@ -211,15 +157,28 @@ void CChecker::walkAll(const QDomElement& parent)
         if (node.isElement()) {
             walk(node.toElement(), nullptr);
         } else {
-            positionOf(node);
+            checkInstruction(node, positionOf(node));
         }
+    }
+}
+
+// A line break is written behind it, which is read as the beginning of the text.
+void CChecker::checkInstruction(const QDomNode& node, const TextPosition& position)
+{
+    const QDomNode next = node.nextSibling();
+    if (!m_strSection.isEmpty() && node.isProcessingInstruction() && next.isText()
+        && !next.isCDATASection()) {
+        m_findings.append({ position, "mixed-text", Effect::Changed,
+                            pathOf(node.parentNode().toElement()),
+                            "the text behind the instruction is saved with a line break" });
     }
 }
 
 void CChecker::walkChildren(const Place& at, const ElementRule& rule)
 {
     // The child of a window is its panel tree, which is somebody else's.
-    const bool bWindow = isWindowTag(at.element.tagName()) || isSingleWindow(at.element);
+    const bool bWindow = isWindowTag(at.element.tagName());
+    const bool bSingle = isSingleWindow(at.element);
     const bool bOption = at.element.tagName() == QLatin1String("Option");
     for (QDomNode node = at.element.firstChild(); !node.isNull(); node = node.nextSibling()) {
         const QDomElement child = node.toElement();
@@ -230,7 +189,9 @@ void CChecker::walkChildren(const Place& at, const ElementRule& rule)
         } else if (rule.children.contains(child.tagName())) {
             walk(child, ruleOf(child.tagName()));
         } else {
-            if (!bWindow) {
+            if (bSingle) {
+                m_explained.insert(m_positions.ofElement(m_nElements).nLine);
+            } else if (!bWindow) {
                 add({ child, m_nElements }, "element", Effect::Dropped,
                     child.tagName() + " is not read here");
             }
@@ -262,187 +223,14 @@ void CChecker::checkContent(const Place& at, const QDomNode& node, const char* p
     }
 }
 
-void CChecker::checkAttributes(const Place& at, const ElementRule& rule)
-{
-    const QDomNamedNodeMap attributes = at.element.attributes();
-    for (int i = 0; i < attributes.size(); ++i) {
-        const QString strName = attributes.item(i).nodeName();
-        const AttributeRule* const pRule = rule.attribute(strName);
-        if (pRule == nullptr) {
-            add(at, "attribute", Effect::Dropped, strName + " is not read here", strName);
-        } else {
-            checkValue(at, *pRule);
-        }
-    }
-}
-
-void CChecker::checkValue(const Place& at, const AttributeRule& rule)
-{
-    const QString strValue = at.element.attribute(rule.strName);
-    const QString strText = quoted(at.element, rule.strName);
-    bool bOk = false;
-    const int nValue = strValue.toInt(&bOk);
-    if (rule.kind == ValueKind::Text) {
-        return;
-    }
-    if (!bOk && rule.kind == ValueKind::Switch && isWord(strValue)) {
-        add(at, "word-boolean", Effect::Changed, strText + " is a word and reads as 0",
-            rule.strName);
-    } else if (!bOk) {
-        add(at, "number", Effect::Changed, strText + " is no number and reads as 0", rule.strName);
-    } else if (rule.kind == ValueKind::Switch && nValue != 0 && nValue != 1) {
-        add(at, "switch", Effect::Changed, strText + " reads as 1", rule.strName);
-    }
-}
-
-void CChecker::checkNeeded(const Place& at, const ElementRule& rule)
-{
-    QStringList missing;
-    for (const AttributeRule& each : rule.attributes) {
-        if (each.presence == Presence::Needed && !at.element.hasAttribute(each.strName)) {
-            missing.append(each.strName);
-        }
-    }
-    if (!missing.isEmpty()) {
-        add(at, "missing", Effect::Changed,
-            missing.join(QStringLiteral(", ")) + ": missing, which reads as 0 or an empty text");
-    }
-}
-
-void CChecker::checkSpecial(const Place& at)
-{
-    using Check = void (CChecker::*)(const Place&);
-    static const QMap<QString, Check> s_checks {
-        { "LayoutWindow", &CChecker::checkWindow },
-        { "LayoutWindowTemplate", &CChecker::checkWindow },
-        { "tradeWindowTemplate", &CChecker::checkWindow },
-        { "itemLayout", &CChecker::checkGroup },
-        { "LayoutTemplate", &CChecker::checkTemplate },
-        { "tradeLayoutTemplate", &CChecker::checkTemplate },
-        { "Custom", &CChecker::checkStockList },
-    };
-    const auto it = s_checks.find(at.element.tagName());
-    if (it != s_checks.end()) {
-        (this->**it)(at);
-    } else if (at.element.parentNode().nodeName() == QLatin1String("Option")) {
-        checkOptions(at);
-    } else if (at.element.attribute(QStringLiteral("version_id"), "11").toInt() != 11) {
-        add(at, "version", Effect::Changed, "the version is saved as 11", "version_id");
-    } else if (isSingleWindow(at.element)) {
-        add(at, "single-window", Effect::Changed, "becomes one maximized main window on screen 1");
-    }
-}
-
-void CChecker::checkWindow(const Place& at)
-{
-    m_windows.append(at);
-    const QDomNode child = at.element.firstChild();
-    if (!child.isNull() && !child.nextSibling().isNull()) {
-        add(at, "window-children", Effect::Dropped,
-            "the window has more than one child, so its panels are not read");
-    } else if (!child.isNull() && !child.isElement()) {
-        add(at, "window-children", Effect::Dropped, "the child of the window is no panel tree");
-    }
-}
-
-void CChecker::checkGroup(const Place& at)
-{
-    checkUnique(at, "key", "double-key", Effect::Merged, "the last panel group of this key wins");
-    if (at.element.elementsByTagName("LayoutWindow").isEmpty()) {
-        add(at, "no-windows", Effect::Dropped, "a panel group without windows");
-    }
-}
-
-void CChecker::checkTemplate(const Place& at)
-{
-    checkUnique(at, "name", "double-name", Effect::Kept,
-                "a second template of this name: only the first can be restored");
-}
-
-void CChecker::checkStockList(const Place& at)
-{
-    checkUnique(at, "type", "double-type", Effect::Merged, "the last list of this type wins");
-    if (at.element.attribute("type").toInt() < 0) {
-        add(at, "negative-type", Effect::Dropped, "lists of negative types are not read", "type");
-    }
-}
-
-void CChecker::checkUnique(const Place& at, const QString& attribute, const char* pszRule,
-                           Effect effect, const QString& text)
-{
-    const QString strValue = at.element.attribute(attribute);
-    // Texts that are no numbers all mean list 0.
-    const QString strEntry
-        = attribute == QLatin1String("type") ? QString::number(strValue.toInt()) : strValue;
-    const QString strList = at.element.parentNode().nodeName() + '/';
-    if (++m_seen[strList + strEntry] == 2) {
-        add(at, pszRule, effect, quoted(at.element, attribute) + ": " + text, attribute);
-    }
-}
-
-void CChecker::checkOptions(const Place& at)
-{
-    if (at.element.tagName() != QLatin1String("Settings")) {
-        add(at, "settings-name", Effect::Changed, "is saved as Settings");
-    }
-    if (!at.element.previousSiblingElement().isNull()) {
-        add(at, "second-settings", Effect::Merged, "its options override those before");
-    }
-    for (const KW::OptionRow& row : KW::optionTable()) {
-        if (row.saved == KW::OptionSaved::No && at.element.hasAttribute(row.strAttribute)) {
-            add(at, "read-only-option", Effect::Dropped,
-                row.strAttribute + " is read, but never saved", row.strAttribute);
-        }
-    }
-    const QString strFirst = at.element.attribute("graphDisplay");
-    if (at.element.hasAttribute("m_graphDisplay") && !strFirst.isNull()
-        && at.element.attribute("m_graphDisplay") != strFirst) {
-        add(at, "graph-display", Effect::Merged, "m_graphDisplay wins over graphDisplay",
-            "graphDisplay");
-    }
-}
-
-void CChecker::checkFilters(const Place& at)
-{
-    int nIndex = at.nIndex + 1;
-    for (QDomElement child = at.element.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        const QString strError = filterLineError(child.attribute("param"));
-        if (child.hasAttribute("param") && !strError.isEmpty()) {
-            add({ child, nIndex }, "filter", Effect::Changed, strError, "param");
-        }
-        nIndex += 1 + elementCount(child);
-    }
-}
-
 // Readers take the first element of their name, wherever it stands.
 void CChecker::checkPlace(const Place& at)
 {
     const QString strName = at.element.tagName();
-    if (sectionsOfAnyPlace().contains(strName) && at.element.parentNode() != m_root
-        && MV::getSubElement(m_root, strName) == at.element) {
+    const QDomElement read = m_read.value(strName);
+    if (!read.isNull() && read == at.element && read.parentNode() != placeOf(strName, m_root)) {
         m_misplaced.insert(strName);
         add(at, "section-place", Effect::Changed, "is read as the section of that name");
-    }
-}
-
-void CChecker::checkScreens()
-{
-    QVector<Window> windows;
-    for (const Place& at : qAsConst(m_windows)) {
-        windows.append(windowOf(at.element));
-    }
-    const QVector<Screen> screens = screensOf(windows);
-    for (int i = 0; i < windows.size(); ++i) {
-        if (isOffScreen(windows[i], screens)) {
-            const QRectF& rect = windows[i].rect;
-            add(m_windows[i], "off-screen", Effect::Kept,
-                QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
-                    .arg(rect.x())
-                    .arg(rect.y())
-                    .arg(rect.width())
-                    .arg(rect.height()));
-        }
     }
 }
 
@@ -450,9 +238,11 @@ void CChecker::checkScreens()
 void CChecker::checkSchema(CheckedFile& checked)
 {
     // Of these the schema knows nothing.
-    static const QSet<QString> s_beside { "comment", "instruction", "document-type",
-                                          "declared-encoding", "missing-section" };
-    QSet<int> known;
+    static const QSet<QString> s_beside {
+        "comment",    "instruction", "document-type",       "declared-encoding", "missing-section",
+        "standalone", "blank-text",  "character-reference", "mixed-text"
+    };
+    QSet<int> known = m_explained;
     for (const Finding& finding : qAsConst(m_findings)) {
         if (!s_beside.contains(finding.strRule)) {
             known.insert(finding.position.nLine);
@@ -469,8 +259,6 @@ void CChecker::checkSchema(CheckedFile& checked)
         checked.strFailure = "not checked against the schema: " + answer.strFailure;
     }
 }
-
-} // namespace
 
 QString effectName(Effect effect)
 {

@@ -36,7 +36,8 @@ struct CheckedFile {
 
 /// Reads the file \a path as a load would and tells what that load and the next save would drop,
 /// change or merge, and where else the file breaks its schema (rule "schema"). A section that every
-/// save writes is missed (rule "missing-section"). Nothing is handed to the service. Any thread.
+/// save writes is missed (rule "missing-section"), and what it holds (rule "missing-content").
+/// Nothing is handed to the service. Any thread.
 ///
 ///     const inspect::CheckedFile checked = inspect::check(path);
 CheckedFile check(const QString& path);

@@ -12,17 +12,60 @@ namespace {
 
 using Rules = QHash<QString, ElementRule>;
 
-const QMap<QString, QString>& windowTags()
+// Entries are looked for at any depth below the element that holds them.
+struct Entry {
+    QString strSection;
+    QString strHolder;
+    QString strTag;
+    InnerRule rule;
+};
+
+InnerRule innerWindow()
 {
-    static const QMap<QString, QString> s_tags {
-        { "DefaultLayout", "LayoutWindow" },
-        { "IndexLayout", "LayoutWindow" },
-        { "IndexPositionLayout", "LayoutWindow" },
-        { "tradePanelGroup", "LayoutWindow" },
-        { "LayoutTemplates", "LayoutWindowTemplate" },
-        { "tradeLayoutTemplates", "tradeWindowTemplate" },
+    return { "inner-window", "is read as one more window of its layout" };
+}
+
+InnerRule innerTemplate()
+{
+    return { "inner-template", "is read as one more template" };
+}
+
+InnerRule innerGroup()
+{
+    return { "inner-group", "is read as one more panel group" };
+}
+
+const QVector<Entry>& entries()
+{
+    static const QVector<Entry> s_entries {
+        { "DefaultLayout", "DefaultLayout", "LayoutWindow", innerWindow() },
+        { "IndexLayout", "IndexLayout", "LayoutWindow", innerWindow() },
+        { "tradePanelGroup", "tradePanelGroup", "LayoutWindow", innerWindow() },
+        { "IndexPositionLayout", "itemLayout", "LayoutWindow", innerWindow() },
+        { "IndexPositionLayout", "FormulaPanelGroupLayout", "itemLayout", innerGroup() },
+        { "IndexPositionLayout", "ValuePanelGroupLayout", "itemLayout", innerGroup() },
+        { "LayoutTemplates", "LayoutTemplates", "LayoutTemplate", innerTemplate() },
+        { "LayoutTemplates", "LayoutTemplate", "LayoutWindowTemplate", innerWindow() },
+        { "tradeLayoutTemplates", "tradeLayoutTemplates", "tradeLayoutTemplate", innerTemplate() },
+        { "tradeLayoutTemplates", "tradeLayoutTemplate", "tradeWindowTemplate", innerWindow() },
+        { "CustomStock", "Customs", "Custom", { "inner-list", "is read as one more stock list" } },
+        { "CustomStock", "Custom", "Stock", { "inner-stock", "is read as a stock of its list" } },
     };
-    return s_tags;
+    return s_entries;
+}
+
+bool isWithin(const QDomElement& element, const QString& tag)
+{
+    QDomNode each = element.parentNode();
+    while (!each.isNull() && each.nodeName() != tag) {
+        each = each.parentNode();
+    }
+    return !each.isNull();
+}
+
+bool hasWindows(const QDomElement& element)
+{
+    return !element.elementsByTagName(QStringLiteral("LayoutWindow")).isEmpty();
 }
 
 ElementRule windowRule(const QVector<AttributeRule>& more)
@@ -122,7 +165,8 @@ const ElementRule& settingsRule()
 
 bool isWindowTag(const QString& tag)
 {
-    return windowTags().values().contains(tag);
+    return tag == QLatin1String("LayoutWindow") || tag == QLatin1String("LayoutWindowTemplate")
+        || tag == QLatin1String("tradeWindowTemplate");
 }
 
 const QStringList& sectionsOfAnyPlace()
@@ -130,19 +174,59 @@ const QStringList& sectionsOfAnyPlace()
     static const QStringList s_names { "DefaultLayout",   "IndexLayout",
                                        "LayoutTemplates", "IndexPositionLayout",
                                        "tradePanelGroup", "tradeLayoutTemplates",
-                                       "Option",          "UserParams" };
+                                       "Option",          "UserParams",
+                                       "Customs" };
     return s_names;
+}
+
+QDomElement placeOf(const QString& section, const QDomElement& root)
+{
+    return section == QLatin1String("Customs")
+        ? root.firstChildElement(QStringLiteral("CustomStock"))
+        : root;
+}
+
+InnerRule innerRuleOf(const QDomElement& element, const QString& section)
+{
+    const QString strTag = element.tagName();
+    for (const Entry& entry : entries()) {
+        if (entry.strTag == strTag && entry.strSection == section
+            && isWithin(element, entry.strHolder)) {
+            // A group without windows is passed over.
+            const bool bRead = strTag != QLatin1String("itemLayout") || hasWindows(element);
+            return bRead ? entry.rule : InnerRule();
+        }
+    }
+    return {};
+}
+
+QStringList missingContent(const QDomElement& section)
+{
+    static const QMap<QString, QStringList> s_attributes {
+        { "ConfigVersion", { "version_id" } },
+        { "UserParams", { "m_bFormulaFunctionTreeExpand" } },
+    };
+    static const QMap<QString, QStringList> s_children {
+        { "CustomStock", { "Customs" } },
+        { "IndexPositionLayout", { "FormulaPanelGroupLayout", "ValuePanelGroupLayout" } },
+    };
+    QStringList missing;
+    // The child of Option may have any name.
+    if (section.tagName() == QLatin1String("Option") && section.firstChildElement().isNull()) {
+        missing.append(QStringLiteral("Settings"));
+    }
+    for (const QString& name : s_attributes.value(section.tagName())) {
+        missing += section.hasAttribute(name) ? QStringList() : QStringList(name);
+    }
+    for (const QString& name : s_children.value(section.tagName())) {
+        missing += section.firstChildElement(name).isNull() ? QStringList(name) : QStringList();
+    }
+    return missing;
 }
 
 bool isSingleWindow(const QDomElement& element)
 {
-    return element.tagName() == QLatin1String("IndexLayout")
-        && element.elementsByTagName(QStringLiteral("LayoutWindow")).isEmpty();
-}
-
-QString windowTagOf(const QString& section)
-{
-    return windowTags().value(section);
+    return element.tagName() == QLatin1String("IndexLayout") && !hasWindows(element);
 }
 
 } // namespace inspect

@@ -2,6 +2,7 @@
 
 #include "inspect/schematext_p.h"
 
+#include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
 
@@ -68,22 +69,75 @@ ReadSchema readSchema(const char* pszText, int size)
     return read;
 }
 
-// Without a document type nothing expands, and the limits of the parser, such as 256 levels, only
-// stand in the way.
-int parseOptions(const QByteArray& content)
+constexpr int c_nMaxExpansion = 4 * 1024 * 1024;
+constexpr int c_nMaxNesting = 40;
+
+struct Reading {
+    SchemaAnswer& answer;
+    int nLeft = c_nMaxExpansion; // below 0: entities stand for too much
+};
+
+// All that a reference stands for, as deep as it goes; a loop ends as the deepest does.
+void spend(void* pParser, const xmlEntity* pEntity, int levels, int& nLeft)
 {
-    const int nLimits = content.contains("<!DOCTYPE") ? 0 : XML_PARSE_HUGE;
-    return XML_PARSE_NONET | XML_PARSE_BIG_LINES | nLimits;
+    if (pEntity == nullptr || pEntity->content == nullptr || nLeft < 0) {
+        return;
+    }
+    nLeft = levels > 0 ? nLeft - pEntity->length - 1 : -1;
+    const auto content
+        = QByteArray::fromRawData(reinterpret_cast<const char*>(pEntity->content), pEntity->length);
+    for (int i = content.indexOf('&'); i >= 0 && nLeft >= 0; i = content.indexOf('&', i + 1)) {
+        const QByteArray name = content.mid(i + 1, content.indexOf(';', i) - i - 1);
+        const auto* const pszName = reinterpret_cast<const xmlChar*>(name.constData());
+        spend(pParser, xmlSAX2GetEntity(pParser, pszName), levels - 1, nLeft);
+    }
 }
+
+// Nothing outside of the file is read: the service does not either.
+void empty(xmlEntity& entity)
+{
+    if (entity.content == nullptr) {
+        const bool bParameter = entity.etype == XML_EXTERNAL_PARAMETER_ENTITY;
+        entity.etype = bParameter ? XML_INTERNAL_PARAMETER_ENTITY : XML_INTERNAL_GENERAL_ENTITY;
+        entity.content = xmlStrdup(reinterpret_cast<const xmlChar*>(""));
+    }
+}
+
+template <auto find> xmlEntity* boundedEntity(void* pContext, const xmlChar* pszName)
+{
+    auto* const pParser = static_cast<xmlParserCtxt*>(pContext);
+    auto& reading = *static_cast<Reading*>(pParser->_private);
+    xmlEntity* const pEntity = find(pContext, pszName);
+    if (pEntity != nullptr) {
+        empty(*pEntity);
+    }
+    spend(pContext, pEntity, c_nMaxNesting, reading.nLeft);
+    if (reading.nLeft < 0) {
+        reading.answer.strFailure
+            = QStringLiteral("its entities stand for more than %1 bytes").arg(c_nMaxExpansion);
+        xmlStopParser(pParser);
+    }
+    const bool bHere = pEntity != nullptr && pEntity->content != nullptr && reading.nLeft >= 0;
+    return bHere ? pEntity : nullptr;
+}
+
+// The parser has one switch for all its limits. Its depth of 256 levels would refuse what the
+// service reads, so it is off, and what entities multiply to is counted here.
+constexpr int c_nOptions = XML_PARSE_NONET | XML_PARSE_BIG_LINES | XML_PARSE_HUGE | XML_PARSE_NOENT;
 
 Document parse(const QByteArray& content, SchemaAnswer& answer)
 {
     const Parser pParser(xmlNewParserCtxt());
+    if (!pParser) {
+        return {};
+    }
+    Reading reading { answer };
+    pParser->_private = &reading;
+    pParser->sax->getEntity = boundedEntity<xmlSAX2GetEntity>;
+    pParser->sax->getParameterEntity = boundedEntity<xmlSAX2GetParameterEntity>;
     xmlSetStructuredErrorFunc(&answer, note);
-    Document pDocument(pParser
-                           ? xmlCtxtReadMemory(pParser.get(), content.constData(), content.size(),
-                                               nullptr, "UTF-8", parseOptions(content))
-                           : nullptr);
+    Document pDocument(xmlCtxtReadMemory(pParser.get(), content.constData(), content.size(),
+                                         nullptr, "UTF-8", c_nOptions));
     xmlSetStructuredErrorFunc(nullptr, nullptr);
     return pDocument;
 }

@@ -19,7 +19,8 @@ struct SchemaAnswer {
 };
 
 /// All such places of UTF-8 text; none in what a save writes. The validator's own reader is
-/// stricter than the service: what it cannot read is an error as well. Any thread.
+/// stricter than the service: what it cannot read is an error as well. Text may be nested to any
+/// depth; entities of more than 4 MiB in all are a failure. Any thread.
 ///
 ///     const inspect::SchemaAnswer answer = inspect::askSchema(content);
 SchemaAnswer askSchema(const QByteArray& content);

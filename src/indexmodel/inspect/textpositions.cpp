@@ -58,7 +58,9 @@ CTextPositions::CTextPositions(const QString& text)
         m_lineStarts.append(i + 1);
     }
     for (int i = text.indexOf('<'); i >= 0; i = text.indexOf('<', i)) {
+        const int nMarkup = i;
         i = skipMarkup(i);
+        addCharacters(nMarkup, i, text.indexOf('<', i));
     }
 }
 
@@ -78,11 +80,33 @@ int CTextPositions::skipMarkup(int offset)
     if (standsAt(m_strText, offset, "<!")) {
         return skipDeclaration(offset);
     }
+    return skipTag(offset);
+}
+
+int CTextPositions::skipTag(int offset)
+{
     const int nEnd = findUnquoted(m_strText, offset, m_strText.size(), QLatin1Char('>'));
-    if (!standsAt(m_strText, offset, "</")) {
+    if (standsAt(m_strText, offset, "</")) {
+        m_open.resize(std::max(m_open.size() - 1, 0));
+    } else {
+        if (!standsAt(m_strText, nEnd - 1, "/>")) {
+            m_open.append(m_tags.size());
+        }
         m_tags.append({ offset, nEnd });
     }
-    return nEnd;
+    return nEnd + 1;
+}
+
+void CTextPositions::addCharacters(int markup, int begin, int end)
+{
+    if (m_open.isEmpty() || begin >= end) {
+        return;
+    }
+    const int nElement = m_open.constLast();
+    const bool bAll = m_tags[nElement].nBegin == markup && standsAt(m_strText, end, "</");
+    const bool bBesideData
+        = standsAt(m_strText, markup, "<![CDATA[") || standsAt(m_strText, end, "<![CDATA[");
+    m_characters.append({ { begin, end }, nElement, bAll || bBesideData });
 }
 
 int CTextPositions::skipDeclaration(int offset)
@@ -128,7 +152,7 @@ TextPosition CTextPositions::ofAttribute(int index, const QString& name) const
     if (ofElement(index).nLine == 0) {
         return {};
     }
-    const Tag& tag = m_tags[index];
+    const TextSpan& tag = m_tags[index];
     int i = tag.nBegin;
     while ((i = findUnquoted(m_strText, i, tag.nEnd, QLatin1Char('='))) < tag.nEnd) {
         const int nName = nameBefore(m_strText, i, tag.nBegin);

@@ -13,6 +13,19 @@ struct TextPosition {
     int nColumn = 0;
 };
 
+/// A part of a text: from one offset up to another.
+struct TextSpan {
+    int nBegin;
+    int nEnd;
+};
+
+/// Characters within an element, up to the next markup.
+struct CharacterData {
+    TextSpan span;
+    int nElement; ///< the index of the element
+    bool bWhole; ///< they are all that the element holds, or stand beside a CDATA section
+};
+
 /// Where the parts of a document stand in the text that it was read from. The parser itself knows
 /// only where they end. An index counts from 0 in document order, over parts of one kind.
 class CTextPositions {
@@ -32,18 +45,23 @@ public:
     /// The attribute \a name in that tag; the tag itself when it is not there.
     TextPosition ofAttribute(int index, const QString& name) const;
 
-private:
-    struct Tag {
-        int nBegin;
-        int nEnd;
-    };
+    /// Whether the text declares entities.
+    bool hasEntities() const { return m_bEntities; }
+    /// The tags that begin an element, each without its '>'.
+    const QVector<TextSpan>& tags() const { return m_tags; }
+    const QVector<CharacterData>& characters() const { return m_characters; }
 
+private:
     int skipMarkup(int offset);
     int skipDeclaration(int offset);
+    int skipTag(int offset);
+    void addCharacters(int markup, int begin, int end);
     TextPosition ofMark(const QVector<int>& offsets, int index) const;
 
     QString m_strText;
-    QVector<Tag> m_tags;
+    QVector<TextSpan> m_tags;
+    QVector<CharacterData> m_characters;
+    QVector<int> m_open; // elements, while the text is looked through
     QVector<int> m_comments;
     QVector<int> m_instructions;
     int m_nDocumentType = -1;

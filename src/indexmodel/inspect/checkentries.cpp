@@ -1,0 +1,225 @@
+#include "inspect/checker_p.h"
+
+#include "inspect/filterline.h"
+#include "inspect/optionvalues.h"
+#include "inspect/screens.h"
+#include "inspect/treefields.h"
+
+namespace inspect {
+
+namespace {
+
+QString quoted(const QDomElement& element, const QString& attribute)
+{
+    return QStringLiteral("%1=\"%2\"").arg(attribute, element.attribute(attribute));
+}
+
+bool isWord(const QString& value)
+{
+    static const QStringList s_words { "true", "false", "yes", "no", "on", "off" };
+    return s_words.contains(value.toLower());
+}
+
+} // namespace
+
+void CChecker::checkAttributes(const Place& at, const ElementRule& rule)
+{
+    const QDomNamedNodeMap attributes = at.element.attributes();
+    for (int i = 0; i < attributes.size(); ++i) {
+        const QString strName = attributes.item(i).nodeName();
+        const AttributeRule* const pRule = rule.attribute(strName);
+        if (pRule == nullptr) {
+            add(at, "attribute", Effect::Dropped, strName + " is not read here", strName);
+        } else {
+            checkValue(at, *pRule);
+        }
+    }
+}
+
+void CChecker::checkValue(const Place& at, const AttributeRule& rule)
+{
+    const QString strValue = at.element.attribute(rule.strName);
+    const QString strText = quoted(at.element, rule.strName);
+    bool bOk = false;
+    const int nValue = strValue.toInt(&bOk);
+    if (rule.kind == ValueKind::Text) {
+        return;
+    }
+    if (!bOk && rule.kind == ValueKind::Switch && isWord(strValue)) {
+        add(at, "word-boolean", Effect::Changed, strText + " is a word and reads as 0",
+            rule.strName);
+    } else if (!bOk) {
+        add(at, "number", Effect::Changed, strText + " is no number and reads as 0", rule.strName);
+    } else if (rule.kind == ValueKind::Switch && nValue != 0 && nValue != 1) {
+        add(at, "switch", Effect::Changed, strText + " reads as 1", rule.strName);
+    }
+}
+
+void CChecker::checkNeeded(const Place& at, const ElementRule& rule)
+{
+    QStringList missing;
+    for (const AttributeRule& each : rule.attributes) {
+        if (each.presence == Presence::Needed && !at.element.hasAttribute(each.strName)) {
+            missing.append(each.strName);
+        }
+    }
+    if (!missing.isEmpty()) {
+        add(at, "missing", Effect::Changed,
+            missing.join(QStringLiteral(", ")) + ": missing, which reads as 0 or an empty text");
+    }
+}
+
+void CChecker::checkContentOf(const Place& section)
+{
+    const QStringList missing = missingContent(section.element);
+    if (!missing.isEmpty()) {
+        add(section, "missing-content", Effect::Changed,
+            missing.join(QStringLiteral(", ")) + ": missing, the next save writes it");
+    }
+}
+
+void CChecker::checkSpecial(const Place& at)
+{
+    using Check = void (CChecker::*)(const Place&);
+    static const QMap<QString, Check> s_checks {
+        { "LayoutWindow", &CChecker::checkWindow },
+        { "LayoutWindowTemplate", &CChecker::checkWindow },
+        { "tradeWindowTemplate", &CChecker::checkWindow },
+        { "itemLayout", &CChecker::checkGroup },
+        { "LayoutTemplate", &CChecker::checkTemplate },
+        { "tradeLayoutTemplate", &CChecker::checkTemplate },
+        { "Custom", &CChecker::checkStockList },
+    };
+    const auto it = s_checks.find(at.element.tagName());
+    if (it != s_checks.end()) {
+        (this->**it)(at);
+    } else if (at.element.parentNode().nodeName() == QLatin1String("Option")) {
+        checkOptions(at);
+    } else if (at.element.attribute(QStringLiteral("version_id"), "11").toInt() != 11) {
+        add(at, "version", Effect::Changed, "the version is saved as 11", "version_id");
+    } else if (isSingleWindow(at.element)) {
+        add(at, "single-window", Effect::Changed, "becomes one maximized main window on screen 1");
+        checkPanels(at);
+    }
+}
+
+void CChecker::checkWindow(const Place& at)
+{
+    m_windows.append(at);
+    checkPanels(at);
+}
+
+void CChecker::checkPanels(const Place& at)
+{
+    const QDomNode child = at.element.firstChild();
+    if (!child.isNull() && !child.nextSibling().isNull()) {
+        add(at, "window-children", Effect::Dropped,
+            "the window has more than one child, so its panels are not read");
+    } else if (!child.isNull() && !child.isElement()) {
+        add(at, "window-children", Effect::Dropped, "the child of the window is no panel tree");
+    }
+}
+
+void CChecker::checkGroup(const Place& at)
+{
+    checkUnique(at, "key", "double-key", Effect::Merged, "the last panel group of this key wins");
+    if (at.element.elementsByTagName("LayoutWindow").isEmpty()) {
+        add(at, "no-windows", Effect::Dropped, "a panel group without windows");
+    }
+}
+
+void CChecker::checkTemplate(const Place& at)
+{
+    checkUnique(at, "name", "double-name", Effect::Kept,
+                "a second template of this name: only the first can be restored");
+}
+
+void CChecker::checkStockList(const Place& at)
+{
+    checkUnique(at, "type", "double-type", Effect::Merged, "the last list of this type wins");
+    if (at.element.attribute("type").toInt() < 0) {
+        add(at, "negative-type", Effect::Dropped, "lists of negative types are not read", "type");
+    }
+}
+
+void CChecker::checkUnique(const Place& at, const QString& attribute, const QString& rule,
+                           Effect effect, const QString& text)
+{
+    const QString strValue = at.element.attribute(attribute);
+    // Texts that are no numbers all mean list 0.
+    const QString strEntry
+        = attribute == QLatin1String("type") ? QString::number(strValue.toInt()) : strValue;
+    const QString strList = at.element.parentNode().nodeName() + '/';
+    if (++m_seen[strList + strEntry] == 2) {
+        add(at, rule, effect, quoted(at.element, attribute) + ": " + text, attribute);
+    }
+}
+
+void CChecker::checkOptions(const Place& at)
+{
+    if (at.element.tagName() != QLatin1String("Settings")) {
+        add(at, "settings-name", Effect::Changed, "is saved as Settings");
+    }
+    if (!at.element.previousSiblingElement().isNull()) {
+        add(at, "second-settings", Effect::Merged, "its options override those before");
+    }
+    for (const KW::OptionRow& row : KW::optionTable()) {
+        if (row.saved == KW::OptionSaved::No && at.element.hasAttribute(row.strAttribute)) {
+            add(at, "read-only-option", Effect::Dropped,
+                row.strAttribute + " is read, but never saved", row.strAttribute);
+        }
+    }
+    const QString strFirst = at.element.attribute("graphDisplay");
+    if (at.element.hasAttribute("m_graphDisplay") && !strFirst.isNull()
+        && at.element.attribute("m_graphDisplay") != strFirst) {
+        add(at, "graph-display", Effect::Merged, "m_graphDisplay wins over graphDisplay",
+            "graphDisplay");
+    }
+}
+
+void CChecker::checkFilters(const Place& at)
+{
+    int nIndex = at.nIndex + 1;
+    for (QDomElement child = at.element.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        const QString strError = filterLineError(child.attribute("param"));
+        if (child.hasAttribute("param") && !strError.isEmpty()) {
+            add({ child, nIndex }, "filter", Effect::Changed, strError, "param");
+        }
+        nIndex += 1 + elementCount(child);
+    }
+}
+
+void CChecker::checkEntry(const Place& at)
+{
+    if (m_strSection.isEmpty()) {
+        return;
+    }
+    m_foreign.insert(at.nIndex);
+    const InnerRule rule = innerRuleOf(at.element, m_strSection);
+    if (!rule.strRule.isEmpty()) {
+        add(at, rule.strRule, Effect::Changed, rule.strText);
+    }
+}
+
+void CChecker::checkScreens()
+{
+    QVector<Window> windows;
+    for (const Place& at : qAsConst(m_windows)) {
+        windows.append(windowOf(at.element));
+    }
+    const QVector<Screen> screens = screensOf(windows);
+    for (int i = 0; i < windows.size(); ++i) {
+        if (isOffScreen(windows[i], screens)) {
+            const QRectF& rect = windows[i].rect;
+            add(m_windows[i], "off-screen", Effect::Kept,
+                QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
+                    .arg(rect.x())
+                    .arg(rect.y())
+                    .arg(rect.width())
+                    .arg(rect.height()));
+        }
+    }
+}
+
+} // namespace inspect

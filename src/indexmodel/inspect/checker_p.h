@@ -1,0 +1,75 @@
+#pragma once
+
+#include "inspect/check.h"
+#include "inspect/fileformat_p.h"
+
+#include <QDomDocument>
+#include <QMap>
+#include <QSet>
+
+namespace inspect {
+
+/// One check of one file: a walk over its tree that keeps count of what it comes by, since the
+/// positions in the text are by number.
+class CChecker {
+public:
+    CChecker(const QString& text, const QDomDocument& document);
+
+    void run(CheckedFile& checked);
+
+private:
+    struct Place {
+        QDomElement element;
+        int nIndex;
+    };
+
+    void add(const Place& at, const QString& rule, Effect effect, const QString& text,
+             const QString& attribute = {});
+    void walkAll(const QDomElement& parent);
+    void walk(const QDomElement& element, const ElementRule* pRule);
+    void walkDocument();
+    void walkRoot();
+    void walkChildren(const Place& at, const ElementRule& rule);
+    void walkSection(const QDomElement& section);
+    TextPosition positionOf(const QDomNode& node);
+    void checkContent(const Place& at, const QDomNode& node, const char* pszWhere);
+    void checkMissing();
+    void checkAttributes(const Place& at, const ElementRule& rule);
+    void checkValue(const Place& at, const AttributeRule& rule);
+    void checkNeeded(const Place& at, const ElementRule& rule);
+    void checkSpecial(const Place& at);
+    void checkWindow(const Place& at);
+    void checkGroup(const Place& at);
+    void checkTemplate(const Place& at);
+    void checkStockList(const Place& at);
+    void checkOptions(const Place& at);
+    void checkFilters(const Place& at);
+    void checkUnique(const Place& at, const QString& attribute, const QString& rule, Effect effect,
+                     const QString& text);
+    void checkPlace(const Place& at);
+    void checkScreens();
+    void checkText();
+    void checkContentOf(const Place& section);
+    void checkEntry(const Place& at);
+    void checkPanels(const Place& at);
+    void checkInstruction(const QDomNode& node, const TextPosition& position);
+    void checkSchema(CheckedFile& checked);
+
+    QString m_strText;
+    CTextPositions m_positions;
+    QDomDocument m_document;
+    QDomElement m_root;
+    int m_nElements = 0; // come by so far, as the two that follow
+    int m_nComments = 0;
+    int m_nInstructions = 0;
+    QVector<Finding> m_findings;
+    QVector<Place> m_windows;
+    QMap<QString, int> m_seen; // entries of lists by list and name
+    QMap<QString, QDomElement> m_read; // of the sections that may stand anywhere
+    QSet<QString> m_misplaced; // those of them that do not stand at their place
+    QString m_strSection; // by which the walk is, empty in those that nobody reads
+    QSet<int> m_foreign; // elements of others, by index
+    QSet<int> m_explained; // lines that no error of the schema has to tell of
+};
+
+} // namespace inspect
