@@ -38,17 +38,21 @@ const char* outcome(bool success)
     return success ? "success" : "fail";
 }
 
+// What a logger throws changes no step: between two of them there is no live file.
 template <typename... Args> void logSave(int line, const char* pszTemplate, const Args&... args)
 {
-    logLine(LogLevel::Info, { c_szSave, line }, pszTemplate, args...);
+    contain([&] { logLine(LogLevel::Info, { c_szSave, line }, pszTemplate, args...); });
 }
 
 void logCut(const QStringList& cut)
 {
     if (!cut.isEmpty()) {
-        logLine(LogLevel::Warn, { c_szSave, 251 },
-                "[CUserConfigManager] save xml; cut elements below level {0}, count:{1}, first:{2}",
-                c_nMaxDepth, cut.size(), cut.first().toStdString());
+        contain([&] {
+            logLine(LogLevel::Warn, { c_szSave, 251 },
+                    "[CUserConfigManager] save xml; cut elements below level {0}, count:{1}, "
+                    "first:{2}",
+                    c_nMaxDepth, cut.size(), cut.first().toStdString());
+        });
     }
 }
 
