@@ -48,8 +48,10 @@ Entries readEntries(std::istream& in)
     for (std::string strLine; std::getline(in, strLine);) {
         strLine = trimmed(strLine);
         const auto nEquals = strLine.find('=');
-        if (!strLine.empty() && strLine.front() == '[') {
-            strSection = folded(strLine.substr(1, strLine.find(']') - 1));
+        const auto nEnd = strLine.find(']');
+        // Without its end it is no header, and the section before it goes on.
+        if (!strLine.empty() && strLine.front() == '[' && nEnd != std::string::npos) {
+            strSection = folded(strLine.substr(1, nEnd - 1));
         } else if (nEquals != std::string::npos) {
             // The key of a comment begins with its mark, and nobody asks for such a name.
             entries.emplace(Name(strSection, folded(strLine.substr(0, nEquals))),
@@ -59,10 +61,18 @@ Entries readEntries(std::istream& in)
     return entries;
 }
 
+// A pair of quotes of either kind.
+std::string unquoted(const std::string& text)
+{
+    const bool bQuoted = text.size() >= 2 && text.front() == text.back()
+        && (text.front() == '"' || text.front() == '\'');
+    return bQuoted ? text.substr(1, text.size() - 2) : text;
+}
+
 // What stands behind the digits says nothing; without digits there is no number.
 int leadingNumber(const std::string& text, int defaultValue)
 {
-    const char* const pBegin = text.c_str() + (text[0] == '"' ? 1 : 0);
+    const char* const pBegin = text.c_str();
     char* pEnd = nullptr;
     errno = 0;
     const long long nValue = std::strtoll(pBegin, &pEnd, 10);
@@ -101,7 +111,7 @@ int Configuration::readInt(std::string section, std::string key, int defaultValu
         return defaultValue;
     }
     const auto it = pEntries->find(Name(folded(section), folded(key)));
-    return it == pEntries->end() ? defaultValue : leadingNumber(it->second, defaultValue);
+    return it == pEntries->end() ? defaultValue : leadingNumber(unquoted(it->second), defaultValue);
 }
 
 } // namespace utils
