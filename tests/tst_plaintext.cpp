@@ -9,6 +9,8 @@ class tst_plaintext : public QObject {
 
 private Q_SLOTS:
     void controlCharactersAreTheseAndNoOthers();
+    void textThatCannotBeStored_data();
+    void textThatCannotBeStored();
     void harmlessTextShowsThem();
     void harmlessJsonIsTheSameJson();
     void harmlessXmlIsTheSameXml();
@@ -37,6 +39,31 @@ void tst_plaintext::controlCharactersAreTheseAndNoOthers()
         QVERIFY2((inspect::harmless(strText) == strText) != bListed,
                  qPrintable(QString::number(c, 16)));
     }
+}
+
+void tst_plaintext::textThatCannotBeStored_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("error");
+    const QString strNowhere("holds a character that no file can hold");
+    QTest::newRow("empty") << QString() << QString();
+    QTest::newRow("plain") << QStringLiteral("浦发 😀\ufeff\ufffd\ufffc") << QString();
+    QTest::newRow("control") << "a\nb"
+                             << "holds a control character";
+    QTest::newRow("NUL") << QString(QChar(0)) << "holds a control character";
+    QTest::newRow("U+FFFE") << QString("a") + QChar(0xfffe) << strNowhere;
+    QTest::newRow("U+FFFF") << QString(QChar(0xffff)) + "a" << strNowhere;
+    QTest::newRow("high surrogate") << QString("a") + QChar(0xd83d) + "b" << strNowhere;
+    QTest::newRow("high surrogate at the end") << QString("a") + QChar(0xd83d) << strNowhere;
+    QTest::newRow("low surrogate") << QString(QChar(0xde00)) + "a" << strNowhere;
+    QTest::newRow("swapped surrogates") << QString(QChar(0xde00)) + QChar(0xd83d) << strNowhere;
+}
+
+void tst_plaintext::textThatCannotBeStored()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, error);
+    QCOMPARE(inspect::textError(text), error);
 }
 
 void tst_plaintext::harmlessTextShowsThem()
@@ -85,7 +112,11 @@ void tst_plaintext::namesOfFiles_data()
     row(".hidden", "begins with a dot");
     row("a/b", "holds '/' or '\\'");
     row("a\\b", "holds '/' or '\\'");
+    row(" ", "holds nothing but blanks");
+    row(QStringLiteral(" \u3000\u00a0"), "holds nothing but blanks");
+    row(" a ", "");
     row("a\nb", "holds a control character");
+    row(QString("a") + QChar(0xfffe), "holds a character that no file can hold");
     row(QString("a") + QChar(0) + "b", "holds a control character");
     row(QStringLiteral("a\u202eb"), "holds a control character");
     row(QString(243, 'x'), "");

@@ -49,8 +49,9 @@ StockList::iterator find(StockList& list, const Request& request)
 void requirePlainText(const QStringList& words)
 {
     for (const QString& word : words) {
-        if (inspect::hasControlCharacter(word)) {
-            throw CFailure(ExitStatus::Usage, "the text holds a control character");
+        const QString strError = inspect::textError(word);
+        if (!strError.isEmpty()) {
+            throw CFailure(ExitStatus::Usage, QStringLiteral("'%1' %2").arg(word, strError));
         }
     }
     if (words[2].isEmpty()) {
@@ -64,10 +65,12 @@ void requirePlainStocks(const KW::CustomStockMap& stocks)
     for (auto it = stocks.begin(); it != stocks.end(); ++it) {
         for (const auto& pDetail : *it) {
             const QString strKey = QString::fromStdString(pDetail->market + pDetail->code);
-            if (inspect::hasControlCharacter(strKey + QString::fromStdString(pDetail->name))) {
+            const QString strError
+                = inspect::textError(strKey + QString::fromStdString(pDetail->name));
+            if (!strError.isEmpty()) {
                 throw CFailure(ExitStatus::Damaged,
-                               QStringLiteral("list %1: stock %2 holds a control character")
-                                   .arg(QString::number(it.key()), strKey));
+                               QStringLiteral("list %1: stock %2 %3")
+                                   .arg(QString::number(it.key()), strKey, strError));
             }
         }
     }

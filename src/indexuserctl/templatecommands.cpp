@@ -55,11 +55,11 @@ void requireTemplate(const QStringList& names, const QString& name)
     }
 }
 
-void requirePlainName(const QString& name, ExitStatus status, const QString& where = {})
+void requireName(const QString& name, ExitStatus status, const QString& where = {})
 {
-    if (inspect::hasControlCharacter(name)) {
-        throw CFailure(status,
-                       where + QStringLiteral("the name '%1' holds a control character").arg(name));
+    const QString strError = name.isEmpty() ? QStringLiteral("is empty") : inspect::textError(name);
+    if (!strError.isEmpty()) {
+        throw CFailure(status, where + QStringLiteral("the name '%1' %2").arg(name, strError));
     }
 }
 
@@ -97,7 +97,7 @@ ExitStatus listTemplates(const Request& request)
 
 ExitStatus saveTemplate(const Request& request)
 {
-    requirePlainName(request.words.first(), ExitStatus::Usage);
+    requireName(request.words.first(), ExitStatus::Usage);
     return editLayouts(request, [&](Layouts& layouts, const TemplateOperations& operations) {
         (layouts.*operations.save)(request.words.first());
     });
@@ -114,7 +114,7 @@ ExitStatus renameTemplate(const Request& request)
 {
     const QString strOld = request.words[0];
     const QString strNew = request.words[1];
-    requirePlainName(strNew, ExitStatus::Usage);
+    requireName(strNew, ExitStatus::Usage);
     return editTemplate(request, [&](Layouts& layouts, const TemplateOperations& operations) {
         if (strNew == strOld) {
             return;
@@ -164,7 +164,7 @@ ExitStatus importTemplates(const Request& request)
         }
         for (const QString& name : after) {
             if (!before.contains(name)) {
-                requirePlainName(name, ExitStatus::Damaged, strPath + ": ");
+                requireName(name, ExitStatus::Damaged, strPath + ": ");
             }
         }
     });

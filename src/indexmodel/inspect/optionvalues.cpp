@@ -52,8 +52,9 @@ public:
 
     QString operator()(QString Options::*pField) const
     {
-        if (hasControlCharacter(m_strValue)) {
-            return QStringLiteral("the text holds a control character");
+        const QString strError = textError(m_strValue);
+        if (!strError.isEmpty()) {
+            return "the text " + strError;
         }
         m_options.*pField = m_strValue;
         return {};

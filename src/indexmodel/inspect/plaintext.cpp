@@ -1,5 +1,7 @@
 #include "inspect/plaintext.h"
 
+#include "indexuser/readabletext_p.h"
+
 #include <algorithm>
 
 namespace inspect {
@@ -37,6 +39,16 @@ bool hasControlCharacter(const QString& text)
     return std::any_of(text.begin(), text.end(), isControl);
 }
 
+QString textError(const QString& text)
+{
+    if (hasControlCharacter(text)) {
+        return QStringLiteral("holds a control character");
+    }
+    return KW::readableText(text) == text
+        ? QString()
+        : QStringLiteral("holds a character that no file can hold");
+}
+
 QString harmless(const QString& text, LineEnds lineEnds)
 {
     const QString strKept = lineEnds == LineEnds::Kept ? QStringLiteral("\n") : QString();
@@ -63,8 +75,12 @@ QString fileNameError(const QString& name)
     if (name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('\\'))) {
         return QStringLiteral("holds '/' or '\\'");
     }
-    if (hasControlCharacter(name)) {
-        return QStringLiteral("holds a control character");
+    if (name.trimmed().isEmpty()) {
+        return QStringLiteral("holds nothing but blanks");
+    }
+    const QString strError = textError(name);
+    if (!strError.isEmpty()) {
+        return strError;
     }
     return name.toUtf8().size() > c_nLongestName
         ? QStringLiteral("is longer than %1 bytes").arg(c_nLongestName)

@@ -8,6 +8,13 @@ namespace inspect {
 /// DEL and C1, separators of lines and paragraphs, and what turns the direction of writing.
 bool hasControlCharacter(const QString& text);
 
+/// Why \a text cannot be stored as it is, put so that a name goes before it; empty when it can. A
+/// control character in it was not meant, and NUL, U+FFFE, U+FFFF and lone surrogates are in no
+/// file that can be read again.
+///
+///     if (!inspect::textError("a\nb").isEmpty()) { ... } // "holds a control character"
+QString textError(const QString& text);
+
 enum class LineEnds { Shown, Kept };
 
 /// The text with each control character as \uXXXX: what may go to a terminal. Line feeds, too,

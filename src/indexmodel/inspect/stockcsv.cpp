@@ -118,8 +118,9 @@ QString fieldError(const QStringList& fields)
         return QStringLiteral("'%1' is no list: a whole number from 0 on").arg(fields[0]);
     }
     for (const QString& field : fields) {
-        if (hasControlCharacter(field)) {
-            return QStringLiteral("a field holds a control character");
+        const QString strError = textError(field);
+        if (!strError.isEmpty()) {
+            return "a field " + strError;
         }
     }
     const bool bNoStock = fields[1].isEmpty() && fields[3].isEmpty();
