@@ -39,9 +39,11 @@ Table diffTable(const QVector<inspect::Difference>& differences, const QString& 
 
 ExitStatus printDifferences(const Request& request, const QString& left, const QString& right)
 {
-    const QVector<inspect::Difference> found
-        = inspect::differences(inspect::recordsOf(wholeFile(left).document),
-                               inspect::recordsOf(wholeFile(right).document));
+    // The first that cannot be read is the one that is named.
+    const inspect::UserFile leftFile = wholeFile(left);
+    const inspect::UserFile rightFile = wholeFile(right);
+    const QVector<inspect::Difference> found = inspect::differences(
+        inspect::recordsOf(leftFile.document), inspect::recordsOf(rightFile.document));
     print({ diffTable(found, left, right, request.secrets) }, request.format);
     return found.isEmpty() ? ExitStatus::Ok : ExitStatus::Negative;
 }

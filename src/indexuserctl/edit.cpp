@@ -23,9 +23,22 @@ namespace {
 
 constexpr int c_nSaveTimeoutMs = 30000;
 
+// What keeps a directory from being changed, in the system's words; empty if nothing does.
+QString closedReason(const QString& directory)
+{
+    const QByteArray path = QFile::encodeName(directory);
+    return ::faccessat(AT_FDCWD, path.constData(), W_OK | X_OK, AT_EACCESS) == 0
+        ? QString()
+        : QString::fromLocal8Bit(std::strerror(errno));
+}
+
+// Where somebody may only look, nothing can be brought back either.
 QString recoverHint(const Request& request)
 {
     using inspect::RecoveryResult;
+    if (!closedReason(request.strConfigDir).isEmpty()) {
+        return {};
+    }
     const RecoveryResult result
         = inspect::recover(request.strConfigDir, inspect::RunMode::DryRun).result;
     const bool bHelps
@@ -68,9 +81,9 @@ void requireUncut(const inspect::UserRecords& changed)
 // The service does not tell what refused; the siblings know of files, the system of directories.
 QString causeOf(const Request& request)
 {
-    const QByteArray directory = QFile::encodeName(request.strConfigDir);
-    if (::faccessat(AT_FDCWD, directory.constData(), W_OK, AT_EACCESS) != 0) {
-        return QString::fromLocal8Bit(std::strerror(errno)) + ": " + request.strConfigDir;
+    const QString strClosed = closedReason(request.strConfigDir);
+    if (!strClosed.isEmpty()) {
+        return strClosed + ": " + request.strConfigDir;
     }
     const standalone::WriteFailure failure = standalone::lastWriteFailure();
     return failure.strReason.isEmpty() ? QString() : failure.strReason + ": " + failure.strPath;

@@ -11,6 +11,11 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <exception>
+#include <new>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -20,6 +25,31 @@ void useUtf8()
 {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+}
+
+// A file that took the number of a closed stream would get what is meant for the stream. These
+// take nothing either, so that a write is refused for what it is.
+void holdStandardStreams()
+{
+    int nOpened = 0;
+    do {
+        nOpened = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    } while (nOpened >= 0 && nOpened <= STDERR_FILENO);
+    if (nOpened > STDERR_FILENO) {
+        ::close(nOpened);
+    }
+}
+
+// Qt puts another character in the place of what it cannot read, and would go on with that.
+void requireUtf8(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const QString strWord = QString::fromUtf8(argv[i]);
+        if (strWord.toUtf8() != argv[i]) {
+            throw CFailure(ExitStatus::Usage,
+                           QStringLiteral("the word '%1' is not UTF-8").arg(strWord));
+        }
+    }
 }
 
 // Qt's warnings name calls; what they are about is told by whoever made the call.
@@ -48,17 +78,27 @@ ExitStatus answer(const QStringList& words)
     return line.pCommand->run(line.request);
 }
 
-ExitStatus answerChecked(const QStringList& words)
+// What was printed comes before the message; the message is the graver of two failures.
+ExitStatus failed(ExitStatus status, const QString& message)
+{
+    std::fflush(stdout);
+    printError(message);
+    return status;
+}
+
+ExitStatus answerChecked(int argc, char** argv)
 {
     try {
-        const ExitStatus status = answer(words);
+        requireUtf8(argc, argv);
+        const ExitStatus status = answer(QCoreApplication::arguments().mid(1));
         finishOutput();
         return status;
     } catch (const CFailure& failure) {
-        // What was printed comes before the message; the message is the graver of two failures.
-        std::fflush(stdout);
-        printError(failure.message());
-        return failure.status();
+        return failed(failure.status(), failure.message());
+    } catch (const std::bad_alloc&) {
+        return failed(ExitStatus::InputOutput, QStringLiteral("out of memory"));
+    } catch (const std::exception& error) {
+        return failed(ExitStatus::InputOutput, QString::fromUtf8(error.what()));
     }
 }
 
@@ -66,6 +106,7 @@ ExitStatus answerChecked(const QStringList& words)
 
 int main(int argc, char** argv)
 {
+    holdStandardStreams();
     // The same document gives the same bytes: the order of attributes hangs on the seed.
     qSetGlobalQHashSeed(0);
     // A reader that goes away must not end a save halfway.
@@ -74,5 +115,5 @@ int main(int argc, char** argv)
     const QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName("indexuser");
     useUtf8();
-    return static_cast<int>(answerChecked(QCoreApplication::arguments().mid(1)));
+    return static_cast<int>(answerChecked(argc, argv));
 }

@@ -275,6 +275,9 @@ void writeFile(const Request& request, const QString& path, const QByteArray& co
         writeStandardOutput(request, content);
         return;
     }
+    if (path.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, QStringLiteral("FILE: the name of a file is wanted"));
+    }
     const QString strBytes = QStringLiteral(" (%1 bytes)").arg(content.size());
     if (request.isDryRun()) {
         printLine("would write " + path + strBytes);

@@ -40,9 +40,10 @@ QVector<standalone::Sector> allSectors()
 {
     const standalone::SectorCatalogue catalogue
         = standalone::readSectors(standalone::sectorsFile());
-    if (!catalogue.strError.isEmpty()) {
-        throw CFailure(QFile::exists(standalone::sectorsFile()) ? ExitStatus::Damaged
-                                                                : ExitStatus::InputOutput,
+    if (catalogue.error != standalone::SectorsError::None) {
+        throw CFailure(catalogue.error == standalone::SectorsError::Damaged
+                           ? ExitStatus::Damaged
+                           : ExitStatus::InputOutput,
                        catalogue.strError);
     }
     return catalogue.sectors;
@@ -72,10 +73,11 @@ void requirePlainStocks(const standalone::Sector& sector)
 {
     for (const standalone::SectorConstituent& stock : sector.constituents) {
         const QString strKey = stock.market + stock.code;
-        if (inspect::hasControlCharacter(strKey)) {
-            throw CFailure(ExitStatus::Damaged,
-                           QStringLiteral("sector %1: the stock '%2' holds a control character")
-                               .arg(sector.code, strKey));
+        const QString strError = inspect::textError(strKey);
+        if (!strError.isEmpty()) {
+            throw CFailure(
+                ExitStatus::Damaged,
+                QStringLiteral("sector %1: the stock '%2' %3").arg(sector.code, strKey, strError));
         }
     }
 }

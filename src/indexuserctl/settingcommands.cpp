@@ -10,26 +10,60 @@
 
 namespace {
 
+// Where the service keeps them.
+QString section()
+{
+    return QStringLiteral("UiSettingConfig");
+}
+
+// The service does not tell a value that is not there from one that cannot be read.
 std::optional<QString> settingOf(const QString& key)
 {
     QString strValue;
-    const bool bThere = KW::UserConfigFactory::getIndexUserConfig()->readConfig(key, strValue);
-    return bThere ? std::make_optional(strValue) : std::nullopt;
+    if (KW::UserConfigFactory::getIndexUserConfig()->readConfig(key, strValue)) {
+        return strValue;
+    }
+    const QString strError = standalone::settingReadError(section(), key);
+    if (!strError.isEmpty()) {
+        throw CFailure(ExitStatus::InputOutput, strError);
+    }
+    return std::nullopt;
 }
 
-void requirePlain(const QString& what, const QString& text)
+void requireText(const QString& what, const QString& text)
 {
-    if (inspect::hasControlCharacter(text)) {
+    const QString strError = inspect::textError(text);
+    if (!strError.isEmpty()) {
         throw CFailure(ExitStatus::Usage,
-                       QStringLiteral("the %1 '%2' holds a control character").arg(what, text));
+                       QStringLiteral("the %1 '%2' %3").arg(what, text, strError));
     }
+}
+
+void requireKey(const QString& key)
+{
+    if (key.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, QStringLiteral("the key is empty"));
+    }
+    requireText(QStringLiteral("key"), key);
+}
+
+[[noreturn]] void failStore(const QString& key)
+{
+    const standalone::WriteFailure failure = standalone::lastWriteFailure();
+    const QString strCause = failure.strReason.isEmpty()
+        ? standalone::settingReadError(section(), key)
+        : failure.strReason + ": " + failure.strPath;
+    const QString strColon = strCause.isEmpty() ? QString() : QStringLiteral(": ");
+    throw CFailure(ExitStatus::InputOutput,
+                   QStringLiteral("the setting '%1' was not stored").arg(key) + strColon
+                       + strCause);
 }
 
 } // namespace
 
 QStringList settingKeys()
 {
-    return standalone::settingKeys(QStringLiteral("UiSettingConfig"));
+    return standalone::settingKeys(section());
 }
 
 ExitStatus getSetting(const Request& request)
@@ -54,8 +88,8 @@ ExitStatus setSetting(const Request& request)
 {
     const QString strKey = request.words[0];
     const QString strValue = request.words[1];
-    requirePlain(QStringLiteral("key"), strKey);
-    requirePlain(QStringLiteral("value"), strValue);
+    requireKey(strKey);
+    requireText(QStringLiteral("value"), strValue);
     if (request.isDryRun()) {
         const std::optional<QString> before = settingOf(strKey);
         print({ Table { "differences",
@@ -67,8 +101,7 @@ ExitStatus setSetting(const Request& request)
     }
     if (!KW::UserConfigFactory::getIndexUserConfig()->writeConfig(strKey, strValue)
         || settingOf(strKey) != strValue) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("the setting '%1' was not stored").arg(strKey));
+        failStore(strKey);
     }
     return ExitStatus::Ok;
 }

@@ -2,16 +2,17 @@
 
 #include "failure.h"
 
-#include <QFile>
-
 QString inputPath(const QString& word)
 {
+    if (word.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, QStringLiteral("FILE: the name of a file is wanted"));
+    }
     return word == QLatin1String("-") ? QStringLiteral("/dev/stdin") : word;
 }
 
 namespace {
 
-inspect::UserFile whole(inspect::UserFile file)
+template <typename File> File whole(File file)
 {
     if (file.state == inspect::FileState::Damaged) {
         throw CFailure(ExitStatus::Damaged, file.strError);
@@ -41,11 +42,5 @@ inspect::UserFile liveFile(const Request& request)
 
 QByteArray contentOf(const QString& path)
 {
-    QFile file(path);
-    QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    if (file.error() != QFileDevice::NoError) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("%1: %2").arg(path, file.errorString()));
-    }
-    return content;
+    return whole(inspect::readBytes(path)).bytes;
 }

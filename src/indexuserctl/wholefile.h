@@ -4,7 +4,7 @@
 
 #include <inspect/userfile.h>
 
-/// The file that a word of the command line names: "-" is standard input.
+/// The file that a word of the command line names: "-" is standard input. Throws CFailure for none.
 QString inputPath(const QString& word);
 
 /// A user file that is there and whole; throws CFailure otherwise, with line and column.
@@ -16,5 +16,5 @@ inspect::UserFile wholeDocument(const QString& path);
 /// The live file of the user's directory.
 inspect::UserFile liveFile(const Request& request);
 
-/// All bytes of a file; throws CFailure when it cannot be read whole.
+/// All bytes of a file, if there are not too many; throws CFailure when it cannot be read whole.
 QByteArray contentOf(const QString& path);

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace inspect {
@@ -20,29 +21,70 @@ UserFile damaged(const QString& path, const TextPosition& at, const QString& rea
     return { FileState::Damaged, {}, path + strPlace + ": " + reason, {} };
 }
 
+std::filesystem::file_status statusOf(const QString& path)
+{
+    std::error_code error; // told by the type, too
+    return std::filesystem::status(QFile::encodeName(path).toStdString(), error);
+}
+
 // Where not even the name can be looked up nobody knows whether the file is there.
 FileState stateWithoutContent(const QString& path)
 {
-    std::error_code error;
-    const auto status = std::filesystem::status(QFile::encodeName(path).toStdString(), error);
-    return status.type() == std::filesystem::file_type::not_found ? FileState::Missing
-                                                                  : FileState::Unreadable;
+    return statusOf(path).type() == std::filesystem::file_type::not_found ? FileState::Missing
+                                                                          : FileState::Unreadable;
+}
+
+// Neither a file nor a directory, which fails by itself.
+bool isOther(const QString& path)
+{
+    return std::filesystem::is_other(statusOf(path));
+}
+
+bool isOwnDescriptor(const QString& path)
+{
+    return path == QLatin1String("/dev/stdin") || path.startsWith(QLatin1String("/dev/fd/"));
+}
+
+QByteArray upTo(qint64 limit, QFile& file)
+{
+    constexpr qint64 nBlock = 1 << 20;
+    QByteArray bytes;
+    QByteArray block;
+    do {
+        block = file.read(std::min(nBlock, limit - bytes.size()));
+        bytes += block;
+    } while (!block.isEmpty() && bytes.size() < limit);
+    return bytes;
 }
 
 } // namespace
 
+FileBytes readBytes(const QString& path, qint64 limit)
+{
+    if (isOther(path) && !isOwnDescriptor(path)) {
+        return { FileState::Unreadable, {}, path + ": is no regular file" };
+    }
+    QFile file(path);
+    // The size says nothing of a stream, and a file may grow.
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? upTo(limit + 1, file) : QByteArray();
+    if (file.error() != QFileDevice::NoError) {
+        return { stateWithoutContent(path), {}, path + ": " + file.errorString() };
+    }
+    if (bytes.size() > limit) {
+        return { FileState::Damaged,
+                 {},
+                 path + QStringLiteral(": larger than %1 bytes").arg(limit) };
+    }
+    return { FileState::Whole, bytes, {} };
+}
+
 UserFile readDocument(const QString& path)
 {
-    QFile file(path);
-    const bool bOpen = file.open(QIODevice::ReadOnly);
-    if (bOpen && file.size() > c_nMaxFileBytes) {
-        return damaged(path, {}, QStringLiteral("larger than %1 bytes").arg(c_nMaxFileBytes));
+    const FileBytes file = readBytes(path);
+    if (file.state != FileState::Whole) {
+        return { file.state, {}, file.strError, {} };
     }
-    const QByteArray bytes = bOpen ? file.readAll() : QByteArray();
-    if (file.error() != QFileDevice::NoError) {
-        return { stateWithoutContent(path), {}, path + ": " + file.errorString(), {} };
-    }
-    const QString strText = QString::fromUtf8(bytes.constData(), bytes.size());
+    const QString strText = QString::fromUtf8(file.bytes.constData(), file.bytes.size());
     const KW::UserDocument parsed = KW::parseUserDocument(strText);
     if (!parsed.isValid()) {
         return damaged(path, { parsed.nLine, parsed.nColumn }, parsed.strError);

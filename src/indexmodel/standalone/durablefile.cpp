@@ -7,11 +7,13 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -167,6 +169,26 @@ WriteFailure tryReplaceFile(const QByteArray& path, const std::string& content, 
     return bReplaced ? WriteFailure() : WriteFailure { QFile::decodeName(path), reason() };
 }
 
+// Asked at once, as reason() is.
+ReadFailure readFailure()
+{
+    const bool bMissing = errno == ENOENT || errno == ENOTDIR;
+    return { bMissing ? ReadCause::Missing : ReadCause::Unreadable, reason() };
+}
+
+// A file may grow while it is read.
+bool readUpTo(std::size_t limit, const CDescriptor& file, std::string& content)
+{
+    std::string strBlock(1U << 16U, '\0');
+    ssize_t n = 0;
+    do {
+        const std::size_t nWanted = std::min(strBlock.size(), limit - content.size());
+        n = retried([&] { return ::read(file.get(), &strBlock[0], nWanted); });
+        content.append(strBlock, 0, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+    } while (n > 0 && content.size() < limit);
+    return n >= 0;
+}
+
 // Saves write on threads of their own.
 class CLastFailure {
 public:
@@ -216,24 +238,39 @@ bool replaceFile(const QByteArray& path, const std::string& content, Sync sync)
 
 bool makeDirectory(const QString& path)
 {
-    return QDir(path).exists()
-        || (makeDirectory(QFileInfo(path).path())
-            // Another thread may be first.
-            && (::mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0 || errno == EEXIST));
+    if (QDir(path).exists()) {
+        return true;
+    }
+    if (!makeDirectory(QFileInfo(path).path())) {
+        return false;
+    }
+    // Another thread may be first.
+    const bool bMade
+        = ::mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0 || errno == EEXIST;
+    lastFailure().set(bMade ? WriteFailure() : WriteFailure { path, reason() });
+    return bMade;
 }
 
-bool readFile(const QString& path, std::string& content)
+ReadFailure readFile(const QString& path, std::string& content, qint64 limit)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > c_nMaxFileBytes) {
-        return false;
+    // Nobody waits for the other end of a named pipe.
+    const CDescriptor file(openFile(QFile::encodeName(path), O_RDONLY | O_NONBLOCK));
+    struct stat info { };
+    if (!file.isOpen() || ::fstat(file.get(), &info) != 0) {
+        return readFailure();
     }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        return false;
+    if (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)) {
+        return { ReadCause::Unreadable, QStringLiteral("is no regular file") };
     }
-    content = bytes.toStdString();
-    return true;
+    std::string strRead;
+    if (!readUpTo(static_cast<std::size_t>(limit) + 1, file, strRead)) {
+        return readFailure();
+    }
+    if (strRead.size() > static_cast<std::size_t>(limit)) {
+        return { ReadCause::Unreadable, QStringLiteral("larger than %1 bytes").arg(limit) };
+    }
+    content = std::move(strRead);
+    return {};
 }
 
 } // namespace standalone

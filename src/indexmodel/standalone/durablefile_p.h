@@ -19,13 +19,26 @@ enum class Sync {
 ///     if (!replaceFile(QFile::encodeName(path), content)) { ... }
 bool replaceFile(const QByteArray& path, const std::string& content, Sync sync = Sync::Disk);
 
-/// Makes the directory \a path and those above it that are missing, for their owner only.
+/// Makes the directory \a path and those above it that are missing, for their owner only. False,
+/// and lastWriteFailure() tells why.
 bool makeDirectory(const QString& path);
 
 /// Larger files are not read: a thousand times what any user has.
 constexpr qint64 c_nMaxFileBytes = 256LL * 1024 * 1024;
 
-/// Reads all of the file \a path; false, and \a content as it was, when that cannot be done.
-bool readFile(const QString& path, std::string& content);
+enum class ReadCause {
+    None, ///< it was read whole
+    Missing,
+    Unreadable, ///< it is there, but cannot be read
+};
+
+struct ReadFailure {
+    ReadCause cause = ReadCause::None;
+    QString strReason; ///< in the system's words where they are its own
+};
+
+/// Reads all of the regular file \a path, if it has at most \a limit bytes; \a content stays as it
+/// was when that cannot be done.
+ReadFailure readFile(const QString& path, std::string& content, qint64 limit = c_nMaxFileBytes);
 
 } // namespace standalone

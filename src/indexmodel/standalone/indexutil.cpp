@@ -10,7 +10,8 @@ namespace KW {
 bool stdReadFile(std::string path, std::string& content)
 {
     content.clear();
-    return standalone::readFile(QFile::decodeName(path.c_str()), content);
+    return standalone::readFile(QFile::decodeName(path.c_str()), content).cause
+        == standalone::ReadCause::None;
 }
 
 bool stdWriteFile(std::string path, std::string& content, std::string mode)

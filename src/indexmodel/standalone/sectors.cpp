@@ -1,6 +1,7 @@
 #include "standalone/standalone.h"
 
-#include <QFile>
+#include "standalone/durablefile_p.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -102,25 +103,28 @@ SectorCatalogue parseSectors(const QByteArray& text)
     QJsonParseError parseError;
     const QJsonDocument doc = QJsonDocument::fromJson(text, &parseError);
     if (parseError.error != QJsonParseError::NoError) {
-        return { {}, placeOf(text, parseError.offset) + parseError.errorString() };
+        return { {},
+                 SectorsError::Damaged,
+                 placeOf(text, parseError.offset) + parseError.errorString() };
     }
     QString strError;
     const QJsonValue root = doc.isObject() ? QJsonValue(doc.object()) : QJsonValue(doc.array());
     const QVector<Sector> sectors = CValue(root, {}, strError)["sectors"].list(readSector);
-    return { strError.isEmpty() ? sectors : QVector<Sector>(), strError };
+    return strError.isEmpty() ? SectorCatalogue { sectors, SectorsError::None, {} }
+                              : SectorCatalogue { {}, SectorsError::Damaged, strError };
 }
 
 } // namespace
 
 SectorCatalogue readSectors(const QString& path)
 {
-    QFile file(path);
-    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    if (file.error() != QFileDevice::NoError) {
-        return { {}, path + ": " + file.errorString() };
+    std::string strText;
+    const ReadFailure failure = readFile(path, strText);
+    if (failure.cause != ReadCause::None) {
+        return { {}, SectorsError::Unread, path + ": " + failure.strReason };
     }
-    SectorCatalogue catalogue = parseSectors(text);
-    if (!catalogue.strError.isEmpty()) {
+    SectorCatalogue catalogue = parseSectors(QByteArray::fromStdString(strText));
+    if (catalogue.error != SectorsError::None) {
         catalogue.strError.prepend(path);
     }
     return catalogue;

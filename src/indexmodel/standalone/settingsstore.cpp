@@ -60,12 +60,21 @@ int writeConfig(const std::string& key, const std::string& value)
 
 int readConfig(const std::string& section, const std::string& key, std::string& value, bool)
 {
-    return standalone::readFile(valuePath(section, key), value) ? c_nOk : c_nFailed;
+    const standalone::ReadFailure failure = standalone::readFile(valuePath(section, key), value);
+    return failure.cause == standalone::ReadCause::None ? c_nOk : c_nFailed;
 }
 
 } // namespace se
 
 namespace standalone {
+
+QString settingReadError(const QString& section, const QString& key)
+{
+    const QString strPath = se::valuePath(section.toStdString(), key.toStdString());
+    std::string strValue;
+    const ReadFailure failure = readFile(strPath, strValue);
+    return failure.cause == ReadCause::Unreadable ? strPath + ": " + failure.strReason : QString();
+}
 
 QStringList settingKeys(const QString& section)
 {

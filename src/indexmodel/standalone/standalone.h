@@ -31,6 +31,10 @@ struct WriteFailure {
 };
 PLATFORM_API WriteFailure lastWriteFailure();
 
+/// Why a value of the settings store that is there cannot be read, behind the name of its file;
+/// empty where it can be read, or where there is none.
+PLATFORM_API QString settingReadError(const QString& section, const QString& key);
+
 /// The keys of a section of the settings store, those too long to be kept in clear left out.
 PLATFORM_API QStringList settingKeys(const QString& section);
 
@@ -49,9 +53,16 @@ struct Sector {
     QVector<SectorConstituent> constituents;
 };
 
+enum class SectorsError {
+    None,
+    Unread, ///< the file is missing, or the system does not let it be read
+    Damaged, ///< it was read, and is no catalogue
+};
+
 /// All sectors of a file, or what is wrong with it: never a part of them.
 struct SectorCatalogue {
     QVector<Sector> sectors;
+    SectorsError error = SectorsError::None;
     QString strError; ///< names the file and the line and column, or the path of the value
 };
 
