@@ -71,8 +71,10 @@ void tst_host::wordsThatMeanNothingAreRefused_data()
     } << "there is no command 'template sav', did you mean 'template save'?; see --help";
     QTest::newRow("half a command")
         << QStringList { "template" } << "A subcommand is required; see --help";
-    QTest::newRow("option") << QStringList { "--bogus" } << "A subcommand is required; see --help";
-    QTest::newRow("option of a command") << QStringList { "show", "--bogus" } << "--bogus; usage: ";
+    QTest::newRow("option") << QStringList { "--bogus" }
+                            << "there is no option '--bogus'; see --help";
+    QTest::newRow("option of a command")
+        << QStringList { "show", "--bogus" } << "there is no option '--bogus'; usage: ";
     QTest::newRow("option of another")
         << QStringList { "show", "--dry-run" } << "usage: indexuserctl show [--json]";
     QTest::newRow("too many words") << QStringList { "tour", "x" } << "usage: indexuserctl tour";

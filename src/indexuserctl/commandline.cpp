@@ -4,7 +4,6 @@
 
 #include <inspect/closest.h>
 
-#include <QRegularExpression>
 #include <QStandardPaths>
 
 #include <CLI/CLI.hpp>
@@ -20,6 +19,12 @@ constexpr char c_szName[] = "indexuserctl";
 QString entryOf(const Command& command)
 {
     return QStringLiteral("  %1\n      %2\n").arg(usageOf(command), command.strHelp);
+}
+
+QString usageHint(const Command* pCommand)
+{
+    return pCommand == nullptr ? QStringLiteral("; see --help")
+                               : QStringLiteral("; usage: %1 %2").arg(c_szName, usageOf(*pCommand));
 }
 
 QString groupHelp(const QString& group)
@@ -154,9 +159,7 @@ private:
     QString usage() const
     {
         const Slots* const pSlots = parsed();
-        return pSlots == nullptr
-            ? QStringLiteral("; see --help")
-            : QStringLiteral("; usage: %1 %2").arg(c_szName, usageOf(*pSlots->pCommand));
+        return usageHint(pSlots == nullptr ? nullptr : pSlots->pCommand);
     }
 
     QString help() const
@@ -215,55 +218,128 @@ QStringList commandNames()
     return names;
 }
 
-QStringList plainWords(const QStringList& words)
+// Groups, and commands of one word.
+QStringList firstWords()
 {
+    QStringList words = commandNames();
+    for (QString& word : words) {
+        word = word.section(' ', 0, 0);
+    }
+    words.removeDuplicates();
+    return words;
+}
+
+QStringList commonOptions()
+{
+    return { "--config-dir", "--log", "--help", "--version", "-h", "-v" };
+}
+
+QStringList allOptions()
+{
+    QStringList names = commonOptions();
+    for (const Command& command : commands()) {
+        names += command.options;
+    }
+    names.removeDuplicates();
+    return names;
+}
+
+bool takesValue(const QString& name)
+{
+    return name == QLatin1String("--config-dir")
+        || (allOptions().contains(name) && !commonOptions().contains(name)
+            && !commandOption(name).strValue.isEmpty());
+}
+
+// The words as they were typed, told apart, with options as "--name" or "--name=value" and without
+// values in words of their own.
+struct TypedWords {
     QStringList plain;
-    for (int i = 0; i < words.size(); ++i) {
-        if (words[i] == QLatin1String("--config-dir")) {
-            ++i;
-        } else if (!words[i].startsWith('-')) {
-            plain.append(words[i]);
+    QStringList options;
+
+    explicit TypedWords(const QStringList& words)
+    {
+        const int nEnd = words.indexOf(QStringLiteral("--"));
+        plain = nEnd < 0 ? QStringList() : words.mid(nEnd + 1);
+        const QStringList before = words.mid(0, nEnd);
+        int nPlain = 0;
+        for (int i = 0; i < before.size(); ++i) {
+            if (before[i].startsWith('-') && before[i].size() > 1) {
+                options.append(before[i]);
+                i += takesValue(before[i]) ? 1 : 0;
+            } else {
+                plain.insert(nPlain++, before[i]);
+            }
         }
     }
-    return plain;
+};
+
+const Command* commandOf(const TypedWords& typed)
+{
+    const QVector<Command>& all = commands();
+    const auto it = std::find_if(all.begin(), all.end(), [&](const Command& command) {
+        const QStringList names = command.strName.split(' ');
+        return typed.plain.mid(0, names.size()) == names;
+    });
+    return it == all.end() ? nullptr : &*it;
+}
+
+// Compared without their dashes, which all of them share.
+QString nearOption(const QString& name, const QStringList& known)
+{
+    QStringList names;
+    for (const QString& each : known) {
+        names.append(each.mid(2));
+    }
+    QString strNear = inspect::didYouMean(name.mid(2), names);
+    return strNear.isEmpty() ? strNear : strNear.insert(strNear.indexOf('\'') + 1, "--");
+}
+
+// The parser would name the word behind an option that it does not know.
+void requireKnownOptions(const TypedWords& typed)
+{
+    const Command* const pCommand = commandOf(typed);
+    const QStringList known
+        = pCommand == nullptr ? allOptions() : pCommand->options + commonOptions();
+    for (const QString& option : typed.options) {
+        const QString strName = option.section('=', 0, 0);
+        if (strName.startsWith(QLatin1String("--")) && !known.contains(strName)) {
+            throw CFailure(ExitStatus::Usage,
+                           QStringLiteral("there is no option '%1'").arg(strName)
+                               + nearOption(strName, known) + usageHint(pCommand));
+        }
+    }
 }
 
 // Of a word that is no command the parser only says that it expected another one.
-void requireKnownCommand(const QStringList& words)
+void requireKnownCommand(const TypedWords& typed)
 {
-    const QStringList plain = plainWords(words);
-    const QStringList names = commandNames();
-    const QString strPair = plain.mid(0, 2).join(' ');
-    const bool bGroup
-        = !names.filter(QRegularExpression('^' + QRegularExpression::escape(plain.value(0)) + ' '))
-               .isEmpty();
-    const bool bKnown = plain.isEmpty() || names.contains(plain.first())
-        || (bGroup && (plain.size() == 1 || names.contains(strPair)));
-    if (!bKnown) {
-        const QString strName = bGroup ? strPair : plain.first();
-        throw CFailure(ExitStatus::Usage,
-                       QStringLiteral("there is no command '%1'%2; see --help")
-                           .arg(strName, inspect::didYouMean(strName, names)));
+    const bool bAlone = typed.plain.size() == 1 && firstWords().contains(typed.plain.first());
+    if (typed.plain.isEmpty() || bAlone || commandOf(typed) != nullptr) {
+        return;
     }
+    const bool bGroup = firstWords().contains(typed.plain.first());
+    const QString strName = bGroup ? typed.plain.mid(0, 2).join(' ') : typed.plain.first();
+    const QStringList known = bGroup ? commandNames() : firstWords();
+    throw CFailure(ExitStatus::Usage,
+                   QStringLiteral("there is no command '%1'%2")
+                           .arg(strName, inspect::didYouMean(strName, known))
+                       + usageHint(nullptr));
 }
 
-bool isSwitch(const QString& name)
+// For a switch the parser would take any word for yes or no, for no value the next word.
+void requireFittingValues(const TypedWords& typed)
 {
-    static const QStringList s_common { "--help", "--version", "--log" };
-    const QVector<Command>& all = commands();
-    return s_common.contains(name)
-        || std::any_of(all.begin(), all.end(), [&](const Command& command) {
-               return command.options.contains(name) && commandOption(name).strValue.isEmpty();
-           });
-}
-
-// The parser would take any word for yes or no.
-void requireBareSwitches(const QStringList& words)
-{
-    for (const QString& word : words.mid(0, words.indexOf(QStringLiteral("--")))) {
-        const QString strName = word.section(QLatin1Char('='), 0, 0);
-        if (strName != word && isSwitch(strName)) {
+    for (const QString& option : typed.options) {
+        const QString strName = option.section('=', 0, 0);
+        if (strName == option || !allOptions().contains(strName)) {
+            continue;
+        }
+        if (!takesValue(strName)) {
             throw CFailure(ExitStatus::Usage, strName + " takes no value");
+        }
+        if (option.size() == strName.size() + 1) {
+            throw CFailure(ExitStatus::Usage, strName + ": a value is wanted");
         }
     }
 }
@@ -272,8 +348,10 @@ void requireBareSwitches(const QStringList& words)
 
 CommandLine parseCommandLine(const QStringList& words)
 {
-    requireKnownCommand(words);
-    requireBareSwitches(words);
+    const TypedWords typed(words);
+    requireKnownOptions(typed);
+    requireKnownCommand(typed);
+    requireFittingValues(typed);
     CommandLine line = CParser().parse(words);
     if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
         throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
