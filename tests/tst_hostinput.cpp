@@ -27,7 +27,6 @@ private Q_SLOTS:
     void theFirstFileThatCannotBeReadIsNamed();
     void closedStandardOutputIsNamed_data();
     void closedStandardOutputIsNamed();
-    void closedStandardErrorTakesNobodysFile();
 
 private:
     Outcome tool(const QStringList& arguments) const;
@@ -234,7 +233,6 @@ void tst_hostinput::closedStandardOutputIsNamed_data()
     QTest::addColumn<QString>("line");
     QTest::newRow("answer") << "show >&-";
     QTest::newRow("file") << "stock export - >&-";
-    QTest::newRow("all closed but one") << "show <&- >&-";
 }
 
 void tst_hostinput::closedStandardOutputIsNamed()
@@ -245,15 +243,6 @@ void tst_hostinput::closedStandardOutputIsNamed()
              QString("indexuserctl: cannot write to standard output: Bad file "
                      "descriptor\n"));
     QCOMPARE(outcome.nStatus, 3);
-}
-
-// Its number must not be that of a file which is being written.
-void tst_hostinput::closedStandardErrorTakesNobodysFile()
-{
-    const Outcome outcome = shell("\"$TOOL\" --log --config-dir . option set tickRestoreDay=7 "
-                                  "<&- 2>&- && \"$TOOL\" --config-dir . option get tickRestoreDay");
-    QVERIFY2(outcome.strOut.endsWith("\n7\n"), qPrintable(outcome.strOut));
-    QCOMPARE(outcome.nStatus, 0);
 }
 
 QTEST_GUILESS_MAIN(tst_hostinput)
