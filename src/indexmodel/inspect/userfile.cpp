@@ -65,12 +65,13 @@ FileBytes readBytes(const QString& path, qint64 limit)
         return { FileState::Unreadable, {}, path + ": is no regular file" };
     }
     QFile file(path);
-    // The size says nothing of a stream, and a file may grow.
-    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? upTo(limit + 1, file) : QByteArray();
+    // What tells its size is refused unread; a stream tells none, and a file may grow.
+    const bool bRead = file.open(QIODevice::ReadOnly) && file.size() <= limit;
+    const QByteArray bytes = bRead ? upTo(limit + 1, file) : QByteArray();
     if (file.error() != QFileDevice::NoError) {
         return { stateWithoutContent(path), {}, path + ": " + file.errorString() };
     }
-    if (bytes.size() > limit) {
+    if (!bRead || bytes.size() > limit) {
         return { FileState::Damaged,
                  {},
                  path + QStringLiteral(": larger than %1 bytes").arg(limit) };

@@ -262,11 +262,12 @@ ReadFailure readFile(const QString& path, std::string& content, qint64 limit)
     if (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)) {
         return { ReadCause::Unreadable, QStringLiteral("is no regular file") };
     }
+    const bool bLarge = info.st_size > limit; // then it is refused unread
     std::string strRead;
-    if (!readUpTo(static_cast<std::size_t>(limit) + 1, file, strRead)) {
+    if (!bLarge && !readUpTo(static_cast<std::size_t>(limit) + 1, file, strRead)) {
         return readFailure();
     }
-    if (strRead.size() > static_cast<std::size_t>(limit)) {
+    if (bLarge || strRead.size() > static_cast<std::size_t>(limit)) {
         return { ReadCause::Unreadable, QStringLiteral("larger than %1 bytes").arg(limit) };
     }
     content = std::move(strRead);
