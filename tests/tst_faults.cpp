@@ -215,8 +215,10 @@ void tst_faults::anEditOfWhatTheServiceCannotReadChangesNothing()
 {
     m_scene.beforeSave();
     m_scene.edit({});
-    const QString strOpen = "open64 " + m_scene.livePath();
-    const int nSecond = 1 + m_scene.calls().indexOf(strOpen, 1 + m_scene.calls().indexOf(strOpen));
+    // Each opens it in its own way.
+    const QRegularExpression open("^open(64)? " + QRegularExpression::escape(m_scene.livePath())
+                                  + '$');
+    const int nSecond = 1 + m_scene.calls().indexOf(open, 1 + m_scene.calls().indexOf(open));
     QVERIFY(nSecond > 1);
     m_scene.beforeSave();
     const Run run = m_scene.edit({ nSecond, "fail", EIO, false });
