@@ -26,8 +26,10 @@ tool() {
     tool cmake 'mkdir -p "build/$3"'
     # -C DIR TARGET
     tool ninja 'echo "[1/2] one"; echo "[2/2] two"; mkdir -p "$2/bin"
-        printf "#!/bin/sh\nprintf \"<%%s>\" \"\$@\"; echo\n" >"$2/bin/indexuserctl"
-        chmod 755 "$2/bin/indexuserctl"'
+        [ -e "$2/bin/indexuserctl" ] || {
+            printf "#!/bin/sh\nprintf \"<%%s>\" \"\$@\"; echo\n" >"$2/bin/indexuserctl"
+            chmod 755 "$2/bin/indexuserctl"
+        }'
 }
 run() { LC_ALL=C PATH="$scratch/tools:$PATH" "$place/run" "$@"; }
 calls() { sort "$scratch/calls" | uniq -c | awk '{ printf "%s%s %d", sep, $2, $1; sep = ", " }'; : >"$scratch/calls"; }
