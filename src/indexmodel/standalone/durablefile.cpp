@@ -23,6 +23,8 @@ namespace standalone {
 
 namespace {
 
+constexpr std::size_t c_nBlockBytes = 1U << 16U; // read at a time
+
 QByteArray directoryOf(const QByteArray& path)
 {
     const int nSlash = path.lastIndexOf('/');
@@ -116,7 +118,7 @@ public:
             return false;
         }
         errno = 0; // other content is no error of the system's
-        std::string strBlock(1U << 16U, '\0');
+        std::string strBlock(c_nBlockBytes, '\0');
         const auto readBlock = [&] { return ::read(file.get(), &strBlock[0], strBlock.size()); };
         std::size_t nRead = 0;
         ssize_t n = 0;
@@ -179,7 +181,7 @@ ReadFailure readFailure()
 // A file may grow while it is read.
 bool readUpTo(std::size_t limit, const CDescriptor& file, std::string& content)
 {
-    std::string strBlock(1U << 16U, '\0');
+    std::string strBlock(c_nBlockBytes, '\0');
     ssize_t n = 0;
     do {
         const std::size_t nWanted = std::min(strBlock.size(), limit - content.size());
