@@ -17,9 +17,12 @@ private Q_SLOTS:
     void aSignalInACallIsNoFailure();
     void aMirrorThatCannotBeWrittenStaysAsItWas_data();
     void aMirrorThatCannotBeWrittenStaysAsItWas();
+    void theMirrorIsNotSynced();
     void aFileThatIsNotSyncedOrClosedTakesNoPlace_data();
     void aFileThatIsNotSyncedOrClosedTakesNoPlace();
     void aDirectoryThatIsNotSyncedIsToldWithItsReason();
+    void aFileThatCannotBeReadBackIsToldWithItsReason_data();
+    void aFileThatCannotBeReadBackIsToldWithItsReason();
     void anEditThatLeavesNoLiveFileSaysSo();
     void anEditOfWhatTheServiceCannotReadChangesNothing();
 
@@ -155,6 +158,15 @@ void tst_faults::aMirrorThatCannotBeWrittenStaysAsItWas()
     QCOMPARE(CScene::generationOf(m_scene.livePath()), 2);
 }
 
+// The dated copy beside it is the durable one, and a sync costs more than all else.
+void tst_faults::theMirrorIsNotSynced()
+{
+    m_scene.beforeSave();
+    m_scene.save({});
+    QVERIFY(!m_scene.calls().filter(QRegularExpression("^rename .*/Settings/")).isEmpty());
+    QCOMPARE(m_scene.calls().filter(QRegularExpression("^fsync .*/Settings")), QStringList());
+}
+
 void tst_faults::aFileThatIsNotSyncedOrClosedTakesNoPlace_data()
 {
     QTest::addColumn<QString>("call");
@@ -189,6 +201,32 @@ void tst_faults::aDirectoryThatIsNotSyncedIsToldWithItsReason()
     const Run run = m_scene.save({ nSync, "fail", EIO, false });
     QVERIFY2(run.strErr.contains("cannot write file:" + m_scene.datedPath()
                                  + ", reason:Input/output error"),
+             qPrintable(run.strErr));
+}
+
+void tst_faults::aFileThatCannotBeReadBackIsToldWithItsReason_data()
+{
+    QTest::addColumn<QString>("call");
+    QTest::addColumn<int>("error");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("opened") << "open" << EACCES << "Permission denied";
+    // All that was written has been read by then.
+    QTest::newRow("read to its end") << "read" << EIO << "Input/output error";
+}
+
+void tst_faults::aFileThatCannotBeReadBackIsToldWithItsReason()
+{
+    QFETCH(QString, call);
+    QFETCH(int, error);
+    QFETCH(QString, reason);
+    m_scene.beforeSave();
+    m_scene.save({});
+    const int nCall
+        = 1 + m_scene.calls().lastIndexOf(QRegularExpression('^' + call + " .*/\\.new-.*"));
+    QVERIFY(nCall > 0);
+    m_scene.beforeSave();
+    const Run run = m_scene.save({ nCall, "fail", error, false });
+    QVERIFY2(run.strErr.contains("cannot write file:" + m_scene.datedPath() + ", reason:" + reason),
              qPrintable(run.strErr));
 }
 

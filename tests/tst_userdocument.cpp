@@ -153,6 +153,9 @@ void tst_userdocument::aDocumentTypeIsNoObstacle_data()
     QTest::newRow("an entity that nobody declares") << ""
                                                     << "<a><b/>&u;</a>"
                                                     << "<a><b/>&u;</a>";
+    QTest::newRow("brackets at the limit") << "[<!ENTITY % p \"" + QString(512, '(') + "\">]"
+                                           << "<a/>"
+                                           << "<a/>";
     QTest::newRow("all of it at the limit")
         << ""
         << "<x:y>&u;\x01" + nested(511) + "</x:y>"

@@ -242,6 +242,7 @@ def arguments():
 
 def main():
     given = arguments()
+    given.place = os.path.realpath(given.place)
     os.makedirs(given.place, exist_ok=True)
     record = Record(os.path.join(given.place, "results"), given.seed)
     all_faults = list(faults())
