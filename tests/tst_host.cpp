@@ -10,6 +10,8 @@ private Q_SLOTS:
     void helpAndVersionGoToStandardOutput();
     void wordsThatMeanNothingAreRefused_data();
     void wordsThatMeanNothingAreRefused();
+    void commonOptionsStandBehindACommandToo();
+    void anEmptyTableSaysSo();
     void showPrintsWhatTheFileHolds();
     void showPrintsOnePart();
     void showNamesTemplatesWithoutWindows();
@@ -69,6 +71,8 @@ void tst_host::wordsThatMeanNothingAreRefused_data()
     QTest::newRow("second word") << QStringList {
         "--config-dir", "x", "template", "sav"
     } << "there is no command 'template sav', did you mean 'template save'?; see --help";
+    QTest::newRow("command behind the options")
+        << QStringList { "--", "shwo" } << "there is no command 'shwo', did you mean 'show'?";
     QTest::newRow("half a command")
         << QStringList { "template" } << "A subcommand is required; see --help";
     QTest::newRow("option") << QStringList { "--bogus" }
@@ -95,6 +99,21 @@ void tst_host::wordsThatMeanNothingAreRefused()
     QVERIFY2(outcome.strErr.startsWith("indexuserctl: ") && outcome.strErr.contains(message),
              qPrintable(outcome.strErr));
     QCOMPARE(outcome.strOut, QString());
+}
+
+void tst_host::commonOptionsStandBehindACommandToo()
+{
+    for (const QStringList& words : { QStringList { "show", "stocks" }, { "stock", "list" } }) {
+        const Outcome outcome = runTool(words + QStringList { "--config-dir", SAMPLE_USER });
+        QCOMPARE(outcome.strErr, QString());
+        QVERIFY(outcome.strOut.contains("SH600519"));
+    }
+}
+
+void tst_host::anEmptyTableSaysSo()
+{
+    const Outcome outcome = runTool({ "--config-dir", userDir(), "snapshot", "list" });
+    QCOMPARE(outcome.strOut, QString("\nDated copies\n  none\n"));
 }
 
 void tst_host::showPrintsWhatTheFileHolds()

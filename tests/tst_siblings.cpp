@@ -118,12 +118,12 @@ void tst_siblings::aLogLineIsOneLine()
     // The message as it is, whatever the locale takes narrow texts for.
     g_RXStdLogger->forcedLogLS(
         log4cxx::Level::getInfo(),
-        "行情\n2024 INFO  forged\r\x1b[2J\x7f\xc2\x9b\xe2\x80\xae\xe2\x80\xa8"
+        "行情\n2024 INFO  forged\r\x1b[2J\x7f\xc2\x9b\xe2\x80\xae\xe2\x80\xa8\xe2\x80\xa9"
         "b😀",
         LOG4CXX_LOCATION);
     const QByteArray content = readFile(strLog);
     QVERIFY2(content.endsWith(" INFO  行情\\u000a2024 INFO  forged\\u000d\\u001b[2J\\u007f\\u009b"
-                              "\\u202e\\u2028b😀\n"),
+                              "\\u202e\\u2028\\u2029b😀\n"),
              content.constData());
     QCOMPARE(content.count('\n'), 1);
 }
