@@ -268,6 +268,7 @@ void tst_hostanswers::theManPageTellsWhatHelpTells()
     }
     QVERIFY(nCommands > 30);
     QVERIFY(strPage.contains("\n.B -\nas FILE: standard input or output\n"));
+    QVERIFY(strPage.contains("\n.SH SYNOPSIS\n.B indexuserctl\n"));
     QVERIFY(strHelp.contains("\nAs FILE, - is standard input or output.\n"));
     for (const char* pszStatus : { "0\nok", "1\nthe answer is no", "2\nwrong usage", "3\na file",
                                    "4\na file is damaged", "6\nrecovered" }) {
