@@ -37,7 +37,7 @@ if(INDEXUSER_TOOLS)
         NAMESPACE indexuser:: DESTINATION ${package_dir} COMPONENT tools)
     install(FILES ${PROJECT_BINARY_DIR}/indexuserctl.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-    install(FILES src/indexuserctl/indexuserctl.bash
+    install(FILES src/indexuserctl/terminal/indexuserctl.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME indexuserctl
         COMPONENT tools)
 endif()

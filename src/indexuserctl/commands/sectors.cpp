@@ -1,8 +1,8 @@
-#include "sectors.h"
+#include "commands/sectors.h"
 
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "output.h"
-#include "wholefile.h"
+#include "terminal/output.h"
 
 #include <inspect/closest.h>
 #include <inspect/filterline.h>

@@ -1,5 +1,5 @@
-#include "difftable.h"
-#include "wholefile.h"
+#include "commands/difftable.h"
+#include "commands/wholefile.h"
 
 #include <inspect/optionvalues.h>
 

@@ -1,7 +1,7 @@
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "output.h"
-#include "progress.h"
-#include "wholefile.h"
+#include "terminal/output.h"
+#include "terminal/progress.h"
 
 #include <inspect/check.h>
 #include <inspect/report.h>

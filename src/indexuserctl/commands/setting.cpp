@@ -1,6 +1,6 @@
+#include "commands/settings.h"
 #include "failure.h"
-#include "output.h"
-#include "settings.h"
+#include "terminal/output.h"
 
 #include <inspect/closest.h>
 #include <inspect/plaintext.h>

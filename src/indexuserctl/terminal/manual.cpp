@@ -1,5 +1,5 @@
 #include "commandtable.h"
-#include "output.h"
+#include "terminal/output.h"
 
 namespace {
 

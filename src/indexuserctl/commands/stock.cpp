@@ -1,7 +1,7 @@
-#include "edit.h"
+#include "commands/edit.h"
+#include "commands/shownuser.h"
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "shownuser.h"
-#include "wholefile.h"
 
 #include <inspect/plaintext.h>
 #include <inspect/stockcsv.h>

@@ -1,6 +1,6 @@
+#include "commands/shownuser.h"
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "shownuser.h"
-#include "wholefile.h"
 
 #include <inspect/closest.h>
 #include <inspect/drawing.h>

@@ -1,9 +1,9 @@
-#include "completion.h"
+#include "terminal/completion.h"
 
+#include "commands/settings.h"
+#include "commands/shownuser.h"
 #include "commandtable.h"
-#include "output.h"
-#include "settings.h"
-#include "shownuser.h"
+#include "terminal/output.h"
 
 #include <inspect/optionvalues.h>
 #include <inspect/plaintext.h>

@@ -1,4 +1,4 @@
-#include "wholefile.h"
+#include "commands/wholefile.h"
 
 #include "failure.h"
 

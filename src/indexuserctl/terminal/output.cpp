@@ -1,4 +1,4 @@
-#include "output.h"
+#include "terminal/output.h"
 
 #include "failure.h"
 

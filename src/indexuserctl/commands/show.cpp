@@ -1,7 +1,7 @@
-#include "shownuser.h"
+#include "commands/shownuser.h"
 
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "wholefile.h"
 
 #include <inspect/closest.h>
 #include <inspect/optionvalues.h>

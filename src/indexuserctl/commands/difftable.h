@@ -1,6 +1,6 @@
 #pragma once
 
-#include "output.h"
+#include "terminal/output.h"
 
 #include <inspect/userdifferences.h>
 

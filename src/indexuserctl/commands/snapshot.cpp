@@ -1,7 +1,7 @@
-#include "difftable.h"
+#include "commands/difftable.h"
+#include "commands/shownuser.h"
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "shownuser.h"
-#include "wholefile.h"
 
 #include <inspect/closest.h>
 #include <inspect/snapshots.h>

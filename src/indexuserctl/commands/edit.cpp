@@ -1,8 +1,8 @@
-#include "edit.h"
+#include "commands/edit.h"
 
-#include "difftable.h"
+#include "commands/difftable.h"
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "wholefile.h"
 
 #include <inspect/userdifferences.h>
 

@@ -1,9 +1,9 @@
-#include "difftable.h"
-#include "edit.h"
+#include "commands/difftable.h"
+#include "commands/edit.h"
+#include "commands/sectors.h"
+#include "commands/shownuser.h"
+#include "commands/wholefile.h"
 #include "failure.h"
-#include "sectors.h"
-#include "shownuser.h"
-#include "wholefile.h"
 
 #include <indexuser/cuserconfigmanager.h>
 #include <inspect/optionvalues.h>
