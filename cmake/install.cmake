@@ -11,10 +11,10 @@ install(TARGETS indexuser indexuser_platform EXPORT indexuserTargets
 install(TARGETS indexuser_standalone EXPORT standaloneTargets
     LIBRARY COMPONENT library NAMELINK_COMPONENT dev)
 set(components indexuser standalone)
-set(modules platform indexuser standalone)
+set(modules platform format indexuser standalone)
 
 if(INDEXUSER_INSPECT)
-    install(TARGETS indexuser_inspect EXPORT inspectTargets ARCHIVE COMPONENT dev)
+    install(TARGETS indexuser_format indexuser_inspect EXPORT inspectTargets ARCHIVE COMPONENT dev)
     list(APPEND components inspect)
     list(APPEND modules inspect)
 endif()

@@ -11,9 +11,10 @@ forbid() {
         status=1
     fi
 }
-forbid src/indexmodel/platform 'indexuser|standalone|inspect' 'declarations know nobody'
+forbid src/indexmodel/platform 'format|indexuser|standalone|inspect' 'declarations know nobody'
+forbid src/indexmodel/format 'indexuser|standalone|inspect' 'what a file holds is nobody else'"'"'s'
 forbid src/indexmodel/indexuser 'standalone|inspect' 'the library does not know who supplies its siblings'
-forbid src/indexmodel/standalone 'indexuser|inspect' 'siblings do not know the library'
+forbid src/indexmodel/standalone 'format|indexuser|inspect' 'siblings do not know the library'
 forbid src/indexmodel/inspect 'standalone' 'whoever links supplies the siblings'
 
 long=$(find src tests examples bench fuzz -name '*.cpp' -o -name '*.h' | xargs wc -l |

@@ -1,7 +1,7 @@
 #include "indexuser/cpanelgrouplayoutconfig.h"
 
-#include "indexuser/layouttemplates_p.h"
-#include "indexuser/panelgroups_p.h"
+#include "format/layouttemplates.h"
+#include "format/panelgroups.h"
 
 #include <algorithm>
 
@@ -19,8 +19,6 @@ template <typename Templates> auto findTemplate(Templates& templates, const QStr
 }
 
 } // namespace
-
-CLayoutWindow::~CLayoutWindow() = default;
 
 // What tells quote templates from trade templates.
 struct CPanelGroupLayoutConfig::TemplateKind {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "indexuser/indexuserexport.h"
-#include "indexuser/paramsettingforclient.h"
-#include "indexuser/sectorfilter.h"
+#include "format/indexuserexport.h"
+#include "format/paramsettingforclient.h"
+#include "format/sectorfilter.h"
 #include "indexuser/userconfigfactory.h"
 #include "indexuser/userconfiginterface.h"
 #include "platform/commonutil.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "indexuser/userdocument.h"
+#include "format/userdocument.h"
 
 #include <QString>
 

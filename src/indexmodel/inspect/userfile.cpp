@@ -2,7 +2,7 @@
 
 #include "inspect/textpositions.h"
 
-#include "indexuser/userdocument.h"
+#include "format/userdocument.h"
 
 #include <QDir>
 #include <QFile>

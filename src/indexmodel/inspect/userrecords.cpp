@@ -3,12 +3,12 @@
 #include "inspect/optionvalues.h"
 #include "inspect/userfile.h"
 
+#include <format/customstocks.h>
+#include <format/optionsettings.h>
+#include <format/userdocument.h>
+#include <format/userparams.h>
+#include <format/xmlelements.h>
 #include <indexuser/cpanelgrouplayoutconfig.h>
-#include <indexuser/customstocks_p.h>
-#include <indexuser/optionsettings_p.h>
-#include <indexuser/userdocument.h>
-#include <indexuser/userparams_p.h>
-#include <indexuser/xmlelements_p.h>
 
 #include <QMap>
 #include <QSet>

@@ -1,6 +1,6 @@
-#include "indexuser/userparams_p.h"
+#include "format/userparams.h"
 
-#include "indexuser/xmlelements_p.h"
+#include "format/xmlelements.h"
 #include "platform/mvcommon.h"
 
 namespace KW {

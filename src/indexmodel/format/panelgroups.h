@@ -1,10 +1,8 @@
 #pragma once
 
-#include "indexuser/cpanelgrouplayoutconfig.h"
+#include "format/layoutrecords.h"
 
 namespace KW {
-
-using PanelGroupMap = QMap<QString, CPanelGroupLayoutSetting>;
 
 /// Merges the groups of every section named \a tag below \a positionLayout into \a groups; a key
 /// read later wins. An entry without windows is no group.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "indexuser/layoutwindows_p.h"
+#include "format/layoutwindows.h"
 
 namespace KW {
 

@@ -1,6 +1,6 @@
-#include "indexuser/layoutwindows_p.h"
+#include "format/layoutwindows.h"
 
-#include "indexuser/xmlelements_p.h"
+#include "format/xmlelements.h"
 
 namespace KW {
 

@@ -1,4 +1,4 @@
-#include "indexuser/xmlelements_p.h"
+#include "format/xmlelements.h"
 
 namespace KW {
 

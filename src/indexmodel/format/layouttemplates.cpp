@@ -1,6 +1,6 @@
-#include "indexuser/layouttemplates_p.h"
+#include "format/layouttemplates.h"
 
-#include "indexuser/xmlelements_p.h"
+#include "format/xmlelements.h"
 
 namespace KW {
 

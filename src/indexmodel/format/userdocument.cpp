@@ -1,6 +1,6 @@
-#include "indexuser/userdocument.h"
+#include "format/userdocument.h"
 
-#include "indexuser/documentdepth_p.h"
+#include "format/documentdepth_p.h"
 
 #include <QVector>
 

@@ -1,8 +1,6 @@
-#include "indexuser/customstocks_p.h"
+#include "format/customstocks.h"
 
-#include "indexuser/xmlelements_p.h"
-#include "platform/commonutil.h"
-#include "platform/formula.h"
+#include "format/xmlelements.h"
 #include "platform/mvcommon.h"
 
 namespace KW {
@@ -86,26 +84,6 @@ void writeCustomStocks(QDomElement& parent, QDomDocument& doc, const CustomStock
         writeList(customs, doc, it.key(), it.value());
     }
     parent.appendChild(customs);
-}
-
-InstrumentList allInstruments(const CustomStockMap& stocks)
-{
-    InstrumentList all;
-    for (const InstrumentList& list : stocks) {
-        all += list;
-    }
-    return all;
-}
-
-void registerInstruments(InstrumentList& instruments)
-{
-    utils::CSingletonT<CSectorManager>::instance()->addStockListToSector(instruments);
-    CStockManager* const pStocks = utils::CSingletonT<CStockManager>::instance();
-    for (const auto& pDetail : qAsConst(instruments)) {
-        if (pDetail) {
-            pStocks->insertCustomDetail(MV::sToQs(pDetail->market + pDetail->code), pDetail);
-        }
-    }
 }
 
 } // namespace KW

@@ -1,4 +1,4 @@
-#include "indexuser/decimaltext_p.h"
+#include "format/decimaltext.h"
 
 #include "platform/mvcommon.h"
 

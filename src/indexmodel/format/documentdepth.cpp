@@ -1,4 +1,4 @@
-#include "indexuser/documentdepth_p.h"
+#include "format/documentdepth_p.h"
 
 #include <QXmlDefaultHandler>
 #include <QXmlInputSource>

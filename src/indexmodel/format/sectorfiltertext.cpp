@@ -1,7 +1,7 @@
-#include "indexuser/sectorfiltertext_p.h"
+#include "format/sectorfiltertext.h"
 
-#include "indexuser/decimaltext_p.h"
-#include "indexuser/xmlelements_p.h"
+#include "format/decimaltext.h"
+#include "format/xmlelements.h"
 
 #include <QStringList>
 

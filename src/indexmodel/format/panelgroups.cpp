@@ -1,7 +1,7 @@
-#include "indexuser/panelgroups_p.h"
+#include "format/panelgroups.h"
 
-#include "indexuser/layoutwindows_p.h"
-#include "indexuser/xmlelements_p.h"
+#include "format/layoutwindows.h"
+#include "format/xmlelements.h"
 
 namespace KW {
 

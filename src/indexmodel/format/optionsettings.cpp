@@ -1,6 +1,6 @@
-#include "indexuser/optionsettings_p.h"
+#include "format/optionsettings.h"
 
-#include "indexuser/xmlelements_p.h"
+#include "format/xmlelements.h"
 
 namespace KW {
 

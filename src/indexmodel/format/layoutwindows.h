@@ -1,6 +1,6 @@
 #pragma once
 
-#include "indexuser/cpanelgrouplayoutconfig.h"
+#include "format/layoutrecords.h"
 
 namespace KW {
 

@@ -1,0 +1,7 @@
+#include "format/layoutrecords.h"
+
+namespace KW {
+
+CLayoutWindow::~CLayoutWindow() = default;
+
+} // namespace KW
