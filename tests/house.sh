@@ -15,7 +15,7 @@ forbid src/indexmodel/platform 'format|indexuser|standalone|inspect' 'declaratio
 forbid src/indexmodel/format 'indexuser|standalone|inspect' 'what a file holds is nobody else'"'"'s'
 forbid src/indexmodel/indexuser 'standalone|inspect' 'the library does not know who supplies its siblings'
 forbid src/indexmodel/standalone 'format|indexuser|inspect' 'siblings do not know the library'
-forbid src/indexmodel/inspect 'standalone' 'whoever links supplies the siblings'
+forbid src/indexmodel/inspect 'indexuser|standalone' 'files are read without the service; whoever links supplies the siblings'
 
 long=$(find src tests examples bench fuzz -name '*.cpp' -o -name '*.h' | xargs wc -l |
     awk '$2 != "total" && $1 > 500 { print $2 ": " $1 " lines, at most 500" }')

@@ -3,26 +3,13 @@
 #include "format/xmlelements.h"
 #include "platform/mvcommon.h"
 
+#include <algorithm>
+
 namespace KW {
 
 namespace {
 
 using rxservice::CInstrumentDetail;
-
-struct StockField {
-    QString strAttribute;
-    std::string CInstrumentDetail::*pField;
-};
-
-const std::vector<StockField>& stockFields()
-{
-    static const std::vector<StockField> s_fields {
-        { QStringLiteral("market"), &CInstrumentDetail::market },
-        { QStringLiteral("code"), &CInstrumentDetail::code },
-        { QStringLiteral("name"), &CInstrumentDetail::name },
-    };
-    return s_fields;
-}
 
 InstrumentList readList(const QDomElement& custom)
 {
@@ -59,11 +46,58 @@ void writeList(QDomElement& customs, QDomDocument& doc, int type, const Instrume
     customs.appendChild(custom);
 }
 
+bool sameInstrument(const InstrumentList::value_type& pLeft,
+                    const InstrumentList::value_type& pRight)
+{
+    return pLeft == pRight
+        || (pLeft && pRight && pLeft->code == pRight->code && pLeft->market == pRight->market
+            && pLeft->name == pRight->name);
+}
+
 } // namespace
+
+const std::vector<StockField>& stockFields()
+{
+    static const std::vector<StockField> s_fields {
+        { QStringLiteral("market"), &CInstrumentDetail::market },
+        { QStringLiteral("code"), &CInstrumentDetail::code },
+        { QStringLiteral("name"), &CInstrumentDetail::name },
+    };
+    return s_fields;
+}
+
+bool sameInstruments(const InstrumentList& left, const InstrumentList& right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), sameInstrument);
+}
+
+bool sameStocks(const CustomStockMap& left, const CustomStockMap& right)
+{
+    return left.keys() == right.keys()
+        && std::equal(left.begin(), left.end(), right.begin(), sameInstruments);
+}
+
+CustomStockMap savedStocks(const CustomStockMap& stocks)
+{
+    CustomStockMap saved;
+    for (auto it = stocks.lowerBound(0); it != stocks.end(); ++it) {
+        InstrumentList& list = saved[it.key()];
+        list = *it;
+        if (list.contains(nullptr)) {
+            list.removeAll(nullptr);
+        }
+    }
+    return saved;
+}
+
+std::string instrumentKey(const CInstrumentDetail& detail)
+{
+    return detail.market + detail.code;
+}
 
 void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
 {
-    const QDomElement customs = MV::getSubElement(root, QStringLiteral("Customs"));
+    const QDomElement customs = MV::getSubElement(root, c_szStockLists);
     if (customs.isNull()) {
         return;
     }
@@ -79,7 +113,7 @@ void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
 
 void writeCustomStocks(QDomElement& parent, QDomDocument& doc, const CustomStockMap& stocks)
 {
-    QDomElement customs = doc.createElement(QStringLiteral("Customs"));
+    QDomElement customs = doc.createElement(c_szStockLists);
     for (auto it = stocks.lowerBound(0); it != stocks.end(); ++it) {
         writeList(customs, doc, it.key(), it.value());
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "format/elementtree.h"
 #include "format/indexuserexport.h"
 #include "platform/mvcommon.h"
 
@@ -46,5 +47,26 @@ public:
 
 /// Panel groups by key.
 using PanelGroupMap = QMap<QString, CPanelGroupLayoutSetting>;
+
+/// All layouts of a user.
+struct LayoutRecord {
+    CPanelGroupLayoutSetting m_quoteGroupSetting;
+    CPanelGroupLayoutSetting m_defaultLayoutSetting;
+    QVector<CLayoutTemplate> m_quoteTemplates;
+    CPanelGroupLayoutSetting m_tradeGroupSetting;
+    QVector<CLayoutTemplate> m_tradeTemplates;
+    PanelGroupMap m_formulaPanelSettings;
+    PanelGroupMap m_valuePanelSettings;
+};
+
+/// The docked-panel tree of \a window as its own toXml() tells it; null for none. It is what
+/// comparing, drawing and checking look at.
+ElementTree panelTree(const CLayoutWindow& window);
+
+// By value, docked-panel trees too.
+bool operator==(const CLayoutWindow& left, const CLayoutWindow& right);
+bool operator==(const CPanelGroupLayoutSetting& left, const CPanelGroupLayoutSetting& right);
+bool operator==(const CLayoutTemplate& left, const CLayoutTemplate& right);
+bool operator==(const LayoutRecord& left, const LayoutRecord& right);
 
 } // namespace KW

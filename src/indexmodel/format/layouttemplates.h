@@ -11,11 +11,16 @@ struct TemplateFormat {
     WindowFormat window;
 };
 
+const TemplateFormat& quoteTemplateFormat();
+const TemplateFormat& tradeTemplateFormat();
+
 /// All templates below \a parent, at any depth, in document order.
 QVector<CLayoutTemplate> readTemplates(const QDomElement& parent, const TemplateFormat& format);
 
-/// Appends \a layout to \a parent.
+/// Append one or all to \a parent.
 void writeTemplate(QDomElement& parent, QDomDocument& doc, const TemplateFormat& format,
                    const CLayoutTemplate& layout);
+void writeTemplates(QDomElement& parent, QDomDocument& doc, const TemplateFormat& format,
+                    const QVector<CLayoutTemplate>& templates);
 
 } // namespace KW

@@ -13,11 +13,6 @@ int lastPixel(int first, int size)
     return static_cast<int>(static_cast<unsigned>(first) + static_cast<unsigned>(size) - 1U);
 }
 
-int pixelCount(int first, int last)
-{
-    return static_cast<int>(static_cast<unsigned>(last) - static_cast<unsigned>(first) + 1U);
-}
-
 QRect readRect(const QDomElement& element)
 {
     const int nLeft = intAttribute(element, QStringLiteral("left"));
@@ -48,15 +43,7 @@ void readPanelTree(const QDomElement& element, CLayoutWindow& window)
 
 CLayoutWindow readWindow(const QDomElement& element, NavTree navTree)
 {
-    CLayoutWindow window;
-    window.m_nScreenId = intAttribute(element, QStringLiteral("screen_id"));
-    window.m_bIsMain = intAttribute(element, QStringLiteral("is_main")) != 0;
-    window.m_bMaximized = intAttribute(element, QStringLiteral("maximized")) != 0;
-    if (navTree == NavTree::Kept) {
-        window.m_strNavTree = element.attribute(QStringLiteral("navtree"));
-    }
-    window.m_rect = readRect(element);
-    window.m_nPanelGroupId = intAttribute(element, QStringLiteral("panelgroup_id"));
+    CLayoutWindow window = readWindowFrame(element, navTree);
     readPanelTree(element, window);
     return window;
 }
@@ -83,6 +70,25 @@ const WindowFormat& layoutWindowFormat()
 {
     static const WindowFormat s_format { QStringLiteral("LayoutWindow"), NavTree::Kept };
     return s_format;
+}
+
+int pixelCount(int first, int last)
+{
+    return static_cast<int>(static_cast<unsigned>(last) - static_cast<unsigned>(first) + 1U);
+}
+
+CLayoutWindow readWindowFrame(const QDomElement& element, NavTree navTree)
+{
+    CLayoutWindow window;
+    window.m_nScreenId = intAttribute(element, QStringLiteral("screen_id"));
+    window.m_bIsMain = intAttribute(element, QStringLiteral("is_main")) != 0;
+    window.m_bMaximized = intAttribute(element, QStringLiteral("maximized")) != 0;
+    if (navTree == NavTree::Kept) {
+        window.m_strNavTree = element.attribute(QStringLiteral("navtree"));
+    }
+    window.m_rect = readRect(element);
+    window.m_nPanelGroupId = intAttribute(element, QStringLiteral("panelgroup_id"));
+    return window;
 }
 
 void readWindows(const QDomElement& parent, const WindowFormat& format,

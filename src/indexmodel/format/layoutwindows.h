@@ -15,6 +15,12 @@ struct WindowFormat {
 
 const WindowFormat& layoutWindowFormat();
 
+/// The pixels from \a first to \a last, both counted, of a rectangle that reaches anywhere.
+int pixelCount(int first, int last);
+
+/// The window of \a element, without its docked-panel tree.
+CLayoutWindow readWindowFrame(const QDomElement& element, NavTree navTree);
+
 /// Appends every window found below \a parent, at any depth, to \a windows.
 void readWindows(const QDomElement& parent, const WindowFormat& format,
                  QVector<CLayoutWindow>& windows);

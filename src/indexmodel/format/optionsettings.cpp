@@ -1,6 +1,9 @@
 #include "format/optionsettings.h"
 
+#include "format/sections.h"
 #include "format/xmlelements.h"
+
+#include <algorithm>
 
 namespace KW {
 
@@ -108,9 +111,28 @@ const std::vector<OptionRow>& optionTable()
     return s_table;
 }
 
+bool operator==(const paramSettingForClient& left, const paramSettingForClient& right)
+{
+    const auto isSame = [&](const OptionRow& row) {
+        return std::visit([&](auto pField) { return left.*pField == right.*pField; }, row.field);
+    };
+    return std::all_of(optionTable().begin(), optionTable().end(), isSame);
+}
+
+paramSettingForClient savedOptions(const paramSettingForClient& param)
+{
+    paramSettingForClient saved;
+    for (const OptionRow& row : optionTable()) {
+        if (row.saved == OptionSaved::Yes) {
+            std::visit([&](auto pField) { saved.*pField = param.*pField; }, row.field);
+        }
+    }
+    return saved;
+}
+
 OptionsFound readOptions(const QDomElement& root, paramSettingForClient& param)
 {
-    const QVector<QDomElement> sections = descendants(root, QStringLiteral("Option"));
+    const QVector<QDomElement> sections = descendants(root, c_szOption);
     if (sections.isEmpty()) {
         return OptionsFound::No;
     }

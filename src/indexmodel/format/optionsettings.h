@@ -28,6 +28,17 @@ struct OptionRow {
 ///     for (const KW::OptionRow& row : KW::optionTable()) { ... row.strAttribute ... }
 INDEXUSER_EXPORT const std::vector<OptionRow>& optionTable();
 
+/// Whether all options of the table are the same. What other modules keep in a record does not
+/// count.
+bool operator==(const paramSettingForClient& left, const paramSettingForClient& right);
+inline bool operator!=(const paramSettingForClient& left, const paramSettingForClient& right)
+{
+    return !(left == right);
+}
+
+/// \a param after a save and the load of a new service: what is never written is the default.
+paramSettingForClient savedOptions(const paramSettingForClient& param);
+
 enum class OptionsFound { Yes, No };
 
 /// Reads the first section Option below \a root, wherever it stands, into \a param: all its child

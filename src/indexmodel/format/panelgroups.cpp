@@ -9,7 +9,7 @@ void readPanelGroups(const QDomElement& positionLayout, const QString& tag, Pane
 {
     const auto sections = descendants(positionLayout, tag);
     for (const QDomElement& section : sections) {
-        const auto items = descendants(section, QStringLiteral("itemLayout"));
+        const auto items = descendants(section, c_szPanelGroup);
         for (const QDomElement& item : items) {
             CPanelGroupLayoutSetting setting;
             setting.m_strKey = item.attribute(QStringLiteral("key"));
@@ -26,7 +26,7 @@ void writePanelGroups(QDomElement& positionLayout, QDomDocument& doc, const QStr
 {
     QDomElement section = doc.createElement(tag);
     for (const CPanelGroupLayoutSetting& setting : groups) {
-        QDomElement item = doc.createElement(QStringLiteral("itemLayout"));
+        QDomElement item = doc.createElement(c_szPanelGroup);
         item.setAttribute(QStringLiteral("key"), setting.m_strKey);
         writeWindows(item, doc, layoutWindowFormat(), setting.m_windows);
         section.appendChild(item);

@@ -4,6 +4,10 @@
 
 namespace KW {
 
+constexpr char c_szFormulaGroups[] = "FormulaPanelGroupLayout";
+constexpr char c_szValueGroups[] = "ValuePanelGroupLayout";
+constexpr char c_szPanelGroup[] = "itemLayout"; ///< one of either
+
 /// Merges the groups of every section named \a tag below \a positionLayout into \a groups; a key
 /// read later wins. An entry without windows is no group.
 void readPanelGroups(const QDomElement& positionLayout, const QString& tag, PanelGroupMap& groups);

@@ -23,6 +23,18 @@ struct SectorFilterEntry {
     QVector<SectorFilterItem> items;
 };
 
+inline bool operator==(const SectorFilterItem& left, const SectorFilterItem& right)
+{
+    return left.id == right.id && left.indicator == right.indicator
+        && left.threshold == right.threshold && left.extra == right.extra
+        && left.compareOp == right.compareOp;
+}
+
+inline bool operator==(const SectorFilterEntry& left, const SectorFilterEntry& right)
+{
+    return left.name == right.name && left.items == right.items;
+}
+
 /// Filters by sector code.
 using SectorFilterMap = QMap<QString, SectorFilterEntry>;
 

@@ -67,6 +67,8 @@ bool isPlain(const QString& text)
                        [](QChar c) { return c.unicode() - 1U < 0xd800U - 1U; });
 }
 
+} // namespace
+
 QString readableText(const QString& text)
 {
     if (isPlain(text)) {
@@ -81,8 +83,6 @@ QString readableText(const QString& text)
     }
     return strReadable;
 }
-
-} // namespace
 
 UserDocument parseUserDocument(const QString& text)
 {

@@ -47,4 +47,7 @@ struct UserDocumentText {
 /// from \a doc itself, too) and the characters NUL, U+FFFE, U+FFFF and lone surrogates.
 INDEXUSER_EXPORT UserDocumentText userDocumentText(QDomDocument& doc);
 
+/// \a text without the characters that a file cannot hold.
+QString readableText(const QString& text);
+
 } // namespace KW

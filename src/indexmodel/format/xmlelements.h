@@ -2,6 +2,7 @@
 
 #include <QDomElement>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace KW {
@@ -12,5 +13,8 @@ int intAttribute(const QDomElement& element, const QString& name);
 /// All elements named \a name below \a parent, at any depth, in document order: what
 /// elementsByTagName() finds, but as a list that stays as it is and never looks again.
 QVector<QDomElement> descendants(const QDomElement& parent, const QString& name);
+
+/// The names of all attributes, in no order; in a time that grows with their number.
+QStringList attributeNames(const QDomElement& element);
 
 } // namespace KW

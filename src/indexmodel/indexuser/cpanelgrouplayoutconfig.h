@@ -18,6 +18,9 @@ namespace KW {
 ///     pLayouts->saveLayoutToTemplate(QStringLiteral("morning"));
 class INDEXUSER_EXPORT CPanelGroupLayoutConfig {
 public:
+    /// All of it as a value.
+    const LayoutRecord& record() const { return m_record; }
+
     /// Reads the layout sections of a user's file. Replaced: the quote windows and both template
     /// lists. Added to: the default and trade windows. Merged by key: both panel-group maps.
     void loadSetting(QDomElement& root);
@@ -104,13 +107,7 @@ private:
     void exportTo(const TemplateKind& kind, const QString& name, QDomElement& parent,
                   QDomDocument& doc) const;
 
-    CPanelGroupLayoutSetting m_quoteGroupSetting;
-    CPanelGroupLayoutSetting m_defaultLayoutSetting;
-    QVector<CLayoutTemplate> m_quoteTemplates;
-    CPanelGroupLayoutSetting m_tradeGroupSetting;
-    QVector<CLayoutTemplate> m_tradeTemplates;
-    QMap<QString, CPanelGroupLayoutSetting> m_formulaPanelSettings;
-    QMap<QString, CPanelGroupLayoutSetting> m_valuePanelSettings;
+    LayoutRecord m_record;
 };
 
 } // namespace KW

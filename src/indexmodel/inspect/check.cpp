@@ -6,8 +6,11 @@
 #include "inspect/optionvalues.h"
 #include "inspect/schema.h"
 #include "inspect/screens.h"
-#include "inspect/treefields.h"
 
+#include <format/elementtree.h>
+#include <format/layoutwindows.h>
+#include <format/sections.h>
+#include <format/xmlelements.h>
 #include <platform/mvcommon.h>
 
 #include <QMap>
@@ -160,9 +163,10 @@ void CChecker::walkRoot()
 
 void CChecker::checkMissing()
 {
-    for (const QString& name : savedSections()) {
+    for (const KW::Section& section : KW::sections()) {
+        const QString& name = section.strName;
         const bool bThere = !m_root.firstChildElement(name).isNull() || m_misplaced.contains(name);
-        if (!bThere && name != QLatin1String("strategyAlgoTrade")) {
+        if (!bThere && section.presence == KW::SectionPresence::Always) {
             m_findings.append({ m_positions.ofElement(0), "missing-section", Effect::Changed,
                                 m_root.tagName() + '/' + name,
                                 name + " is missing: the next save writes it without content" });
@@ -173,7 +177,7 @@ void CChecker::checkMissing()
 void CChecker::walkSection(const QDomElement& section)
 {
     const Place at { section, m_nElements };
-    if (!isKnownSection(section.tagName())) {
+    if (KW::findSection(section.tagName()) == nullptr) {
         add(at, "section", Effect::Dropped, section.tagName() + " is a section that nobody reads");
         if (section.tagName() == QLatin1String("SectorFilter")) {
             checkFilters(at);
@@ -264,9 +268,8 @@ void CChecker::checkContent(const Place& at, const QDomNode& node, const char* p
 
 void CChecker::checkAttributes(const Place& at, const ElementRule& rule)
 {
-    const QDomNamedNodeMap attributes = at.element.attributes();
-    for (int i = 0; i < attributes.size(); ++i) {
-        const QString strName = attributes.item(i).nodeName();
+    const QStringList names = KW::attributeNames(at.element);
+    for (const QString& strName : names) {
         const AttributeRule* const pRule = rule.attribute(strName);
         if (pRule == nullptr) {
             add(at, "attribute", Effect::Dropped, strName + " is not read here", strName);
@@ -411,7 +414,7 @@ void CChecker::checkFilters(const Place& at)
         if (child.hasAttribute("param") && !strError.isEmpty()) {
             add({ child, nIndex }, "filter", Effect::Changed, strError, "param");
         }
-        nIndex += 1 + elementCount(child);
+        nIndex += 1 + KW::elementCount(child);
     }
 }
 
@@ -419,8 +422,9 @@ void CChecker::checkFilters(const Place& at)
 void CChecker::checkPlace(const Place& at)
 {
     const QString strName = at.element.tagName();
-    if (sectionsOfAnyPlace().contains(strName) && at.element.parentNode() != m_root
-        && MV::getSubElement(m_root, strName) == at.element) {
+    const KW::Section* const pSection = KW::findSection(strName);
+    if (pSection != nullptr && pSection->place == KW::SectionPlace::Anywhere
+        && at.element.parentNode() != m_root && MV::getSubElement(m_root, strName) == at.element) {
         m_misplaced.insert(strName);
         add(at, "section-place", Effect::Changed, "is read as the section of that name");
     }
@@ -428,14 +432,14 @@ void CChecker::checkPlace(const Place& at)
 
 void CChecker::checkScreens()
 {
-    QVector<Window> windows;
+    QVector<KW::CLayoutWindow> windows;
     for (const Place& at : qAsConst(m_windows)) {
-        windows.append(windowOf(at.element));
+        windows.append(KW::readWindowFrame(at.element, KW::NavTree::LeftOut));
     }
     const QVector<Screen> screens = screensOf(windows);
     for (int i = 0; i < windows.size(); ++i) {
         if (isOffScreen(windows[i], screens)) {
-            const QRectF& rect = windows[i].rect;
+            const QRectF rect = areaOf(windows[i]);
             add(m_windows[i], "off-screen", Effect::Kept,
                 QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
                     .arg(rect.x())

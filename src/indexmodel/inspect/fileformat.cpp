@@ -1,29 +1,18 @@
 #include "inspect/fileformat_p.h"
 
 #include "inspect/optionvalues.h"
-#include "inspect/userrecords.h"
+
+#include <format/sections.h>
 
 #include <QHash>
-#include <QMap>
+
+#include <algorithm>
 
 namespace inspect {
 
 namespace {
 
 using Rules = QHash<QString, ElementRule>;
-
-const QMap<QString, QString>& windowTags()
-{
-    static const QMap<QString, QString> s_tags {
-        { "DefaultLayout", "LayoutWindow" },
-        { "IndexLayout", "LayoutWindow" },
-        { "IndexPositionLayout", "LayoutWindow" },
-        { "tradePanelGroup", "LayoutWindow" },
-        { "LayoutTemplates", "LayoutWindowTemplate" },
-        { "tradeLayoutTemplates", "tradeWindowTemplate" },
-    };
-    return s_tags;
-}
 
 ElementRule windowRule(const QVector<AttributeRule>& more)
 {
@@ -122,16 +111,10 @@ const ElementRule& settingsRule()
 
 bool isWindowTag(const QString& tag)
 {
-    return windowTags().values().contains(tag);
-}
-
-const QStringList& sectionsOfAnyPlace()
-{
-    static const QStringList s_names { "DefaultLayout",   "IndexLayout",
-                                       "LayoutTemplates", "IndexPositionLayout",
-                                       "tradePanelGroup", "tradeLayoutTemplates",
-                                       "Option",          "UserParams" };
-    return s_names;
+    const auto& all = KW::sections();
+    return !tag.isEmpty() && std::any_of(all.begin(), all.end(), [&](const KW::Section& section) {
+        return section.strWindowTag == tag;
+    });
 }
 
 bool isSingleWindow(const QDomElement& element)
@@ -142,7 +125,8 @@ bool isSingleWindow(const QDomElement& element)
 
 QString windowTagOf(const QString& section)
 {
-    return windowTags().value(section);
+    const KW::Section* const pSection = KW::findSection(section);
+    return pSection == nullptr ? QString() : pSection->strWindowTag;
 }
 
 } // namespace inspect

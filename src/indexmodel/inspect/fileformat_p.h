@@ -33,9 +33,6 @@ const ElementRule& settingsRule();
 
 bool isWindowTag(const QString& tag);
 
-/// The sections that are read wherever they stand, the first of each name.
-const QStringList& sectionsOfAnyPlace();
-
 /// An older form of the quote layout: the panels of one window without the window.
 bool isSingleWindow(const QDomElement& element);
 

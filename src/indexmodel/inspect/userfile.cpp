@@ -2,6 +2,7 @@
 
 #include "inspect/textpositions.h"
 
+#include "format/sections.h"
 #include "format/userdocument.h"
 
 #include <QDir>
@@ -63,7 +64,7 @@ UserFile readUserFile(const QString& path)
 
 QString rootTag()
 {
-    return QStringLiteral("ICUserConfigFile");
+    return KW::c_szRoot;
 }
 
 QString livePath(const QString& configDir)

@@ -5,6 +5,8 @@
 
 namespace {
 
+constexpr int c_nFirst = 200;
+
 QJsonValue shown(const inspect::Difference& difference, const std::optional<QString>& value,
                  Secrets secrets)
 {
@@ -21,8 +23,8 @@ QJsonValue shown(const inspect::Difference& difference, const std::optional<QStr
 
 } // namespace
 
-Table diffTable(const QVector<inspect::Difference>& differences, const QString& left,
-                const QString& right, Secrets secrets)
+Table diffTable(const Request& request, const QVector<inspect::Difference>& differences,
+                const QString& left, const QString& right)
 {
     Table table { "differences",
                   differences.isEmpty()
@@ -30,10 +32,15 @@ Table diffTable(const QVector<inspect::Difference>& differences, const QString& 
                       : QStringLiteral("Differences between %1 (left) and %2 (right): %3")
                             .arg(left, right, inspect::summary(differences)),
                   { "part", "value", "left", "right" } };
-    for (const inspect::Difference& each : differences) {
-        table.rows.append({ inspect::partOf(each), each.strPath, shown(each, each.left, secrets),
-                            shown(each, each.right, secrets) });
+    const bool bAll = request.amount == Amount::All || request.format == Format::Json;
+    const auto shownOnes = bAll ? differences : differences.mid(0, c_nFirst);
+    for (const inspect::Difference& each : shownOnes) {
+        table.rows.append({ KW::partName(each.part), inspect::pathOf(each),
+                            shown(each, each.left, request.secrets),
+                            shown(each, each.right, request.secrets) });
     }
+    const int nMore = differences.size() - shownOnes.size();
+    table.strTitle += nMore > 0 ? QStringLiteral("; %1 more, with --all").arg(nMore) : QString();
     return table;
 }
 
@@ -42,7 +49,7 @@ ExitStatus printDifferences(const Request& request, const QString& left, const Q
     const QVector<inspect::Difference> found
         = inspect::differences(inspect::recordsOf(wholeFile(left).document),
                                inspect::recordsOf(wholeFile(right).document));
-    print({ diffTable(found, left, right, request.secrets) }, request.format);
+    print({ diffTable(request, found, left, right) }, request.format);
     return found.isEmpty() ? ExitStatus::Ok : ExitStatus::Negative;
 }
 

@@ -4,9 +4,10 @@
 
 #include <inspect/userdifferences.h>
 
-/// The one form of differences: what diff, snapshot diff and --dry-run print.
-Table diffTable(const QVector<inspect::Difference>& differences, const QString& left,
-                const QString& right, Secrets secrets);
+/// The one form of differences: what diff, snapshot diff and edits print. As text only the first
+/// 200, unless all are asked for.
+Table diffTable(const Request& request, const QVector<inspect::Difference>& differences,
+                const QString& left, const QString& right);
 
 /// Prints the differences of two users; Negative if there are any.
 ExitStatus printDifferences(const Request& request, const QString& left, const QString& right);

@@ -6,8 +6,9 @@
 
 #include <inspect/userdifferences.h>
 
+#include <format/userdocument.h>
+#include <indexuser/servicerecords.h>
 #include <indexuser/userconfigfactory.h>
-#include <indexuser/userdocument.h>
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -44,19 +45,21 @@ inspect::UserFile editableFile(const Request& request)
 
 // The service reads the file for itself, and goes on with defaults when it cannot: saved, they
 // would take the place of all that the user has.
-void requireLoaded(KW::UserConfigInterface& service, const QDomDocument& file)
+void requireLoaded(const KW::UserRecords& found, const KW::UserRecords& loaded)
 {
-    if (!inspect::differences(inspect::recordsOf(file), inspect::recordsOf(service, file))
-             .isEmpty()) {
+    if (!(found == loaded)) {
         throw CFailure(ExitStatus::InputOutput,
                        QStringLiteral("the file was read once, but not again; nothing is changed"));
     }
 }
 
 // A window stands deeper in a template than in the layout; a save would cut what gets too deep.
-void requireUncut(const inspect::UserRecords& changed)
+// Nothing else that can be changed here has any depth.
+void requireUncut(const KW::UserRecords& changed)
 {
-    QDomDocument doc = inspect::documentOf(changed);
+    KW::UserRecords layouts;
+    layouts.layouts = changed.layouts;
+    QDomDocument doc = KW::documentOf(layouts);
     const QStringList cut = KW::userDocumentText(doc).cut;
     if (!cut.isEmpty()) {
         throw CFailure(ExitStatus::Negative,
@@ -85,16 +88,18 @@ QString causeOf(const Request& request)
 }
 
 // A save replaces the live file in two steps, and the service says "done" after either.
-void requireSaved(const Request& request, const inspect::UserRecords& expected)
+void requireSaved(const Request& request, const KW::UserRecords& expected)
 {
     const inspect::UserFile file = inspect::readUserFile(inspect::livePath(request.strConfigDir));
     if (file.state != inspect::FileState::Whole) {
         failSave(request, file.strError);
     }
-    const auto differences = inspect::differences(expected, inspect::recordsOf(file.document));
-    if (!differences.isEmpty()) {
+    const KW::UserRecords found = KW::recordsOf(file.document);
+    if (!(expected == found)) {
+        const auto differences = inspect::differences(expected, found);
         failSave(request,
-                 "the file does not hold the change: " + inspect::toText(differences.first()));
+                 "the file does not hold the change: "
+                     + (differences.isEmpty() ? QString() : inspect::toText(differences.first())));
     }
 }
 
@@ -102,16 +107,16 @@ void requireSaved(const Request& request, const inspect::UserRecords& expected)
 
 ExitStatus edit(const Request& request, const Change& change)
 {
-    const QDomDocument file = editableFile(request).document;
+    const KW::UserRecords before = KW::recordsOf(editableFile(request).document);
     KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
     service.loadSettings();
-    requireLoaded(service, file);
+    requireLoaded(before, KW::recordsOf(service, before.sections));
     change(service);
-    const inspect::UserRecords changed = inspect::recordsOf(service, file);
+    const KW::UserRecords changed = KW::recordsOf(service, before.sections);
     requireUncut(changed);
-    const inspect::UserRecords expected = inspect::savedForm(changed);
-    const auto differences = inspect::differences(inspect::recordsOf(file), expected);
-    print({ diffTable(differences, "the file", "the change", request.secrets) }, request.format);
+    const KW::UserRecords expected = KW::savedForm(changed);
+    const auto differences = inspect::differences(before, expected);
+    print({ diffTable(request, differences, "the file", "the change") }, request.format);
     if (!differences.isEmpty() && !request.isDryRun()) {
         saveAndWait(service);
         requireSaved(request, expected);

@@ -3,9 +3,9 @@
 #include "commands/wholefile.h"
 #include "failure.h"
 
+#include <format/sections.h>
 #include <inspect/closest.h>
 #include <inspect/optionvalues.h>
-#include <inspect/treefields.h>
 
 #include <QJsonArray>
 
@@ -31,10 +31,10 @@ Table templateTable(const UserRecords& records)
 Table sectionTable(const UserRecords& records)
 {
     Table table { "sections", "Sections of other managers", { "section", "elements", "reader" } };
-    for (const QDomElement& section : records.sections) {
+    for (const KW::ElementTree& section : records.sections) {
         table.rows.append(
-            { section.tagName(), inspect::elementCount(section),
-              inspect::isKnownSection(section.tagName()) ? "its manager" : "nobody" });
+            { section.strName, KW::elementCount(section),
+              KW::findSection(section.strName) != nullptr ? "its manager" : "nobody" });
     }
     return table;
 }
@@ -42,18 +42,20 @@ Table sectionTable(const UserRecords& records)
 const QVector<ShownPart>& allParts()
 {
     static const QVector<ShownPart> s_parts {
-        { "options",
+        { KW::partName(KW::UserPart::Options),
           [](const UserRecords& records, Secrets secrets) {
               return optionTable(records.options, secrets);
           } },
-        { "stocks",
+        { KW::partName(KW::UserPart::Stocks),
           [](const UserRecords& records, Secrets) { return stockTable(records.stocks); } },
-        { "layouts",
+        { KW::partName(KW::UserPart::Layouts),
           [](const UserRecords& records, Secrets) {
               return windowTable("layouts", "Layouts", inspect::layoutsOf(records));
           } },
-        { "templates", [](const UserRecords& records, Secrets) { return templateTable(records); } },
-        { "sections", [](const UserRecords& records, Secrets) { return sectionTable(records); } },
+        { KW::partName(KW::UserPart::Templates),
+          [](const UserRecords& records, Secrets) { return templateTable(records); } },
+        { KW::partName(KW::UserPart::Sections),
+          [](const UserRecords& records, Secrets) { return sectionTable(records); } },
     };
     return s_parts;
 }
@@ -84,19 +86,20 @@ QJsonArray stockNames(const KW::CustomStockMap::mapped_type& list)
     return names;
 }
 
-QVector<QJsonValue> windowRow(const QString& layout, const inspect::Window& window)
+QVector<QJsonValue> windowRow(const QString& layout, const KW::CLayoutWindow& window)
 {
+    const QRectF area = inspect::areaOf(window);
     return { layout,
-             window.nScreenId,
-             window.bMain,
-             window.bMaximized,
-             window.rect.x(),
-             window.rect.y(),
-             window.rect.width(),
-             window.rect.height(),
-             window.nPanelGroupId,
-             QJsonArray::fromStringList(inspect::panelNames(window.panels)),
-             window.strNavTree };
+             window.m_nScreenId,
+             window.m_bIsMain,
+             window.m_bMaximized,
+             area.x(),
+             area.y(),
+             area.width(),
+             area.height(),
+             window.m_nPanelGroupId,
+             QJsonArray::fromStringList(inspect::panelNames(KW::panelTree(window))),
+             window.m_strNavTree };
 }
 
 } // namespace
@@ -131,7 +134,7 @@ Table windowTable(const QString& name, const QString& title,
                     "group", "panels", "navtree" } };
     for (const inspect::Layout& layout : layouts) {
         const QString strLabel = (layout.strSection + ' ' + layout.strName).trimmed();
-        for (const inspect::Window& window : layout.windows) {
+        for (const KW::CLayoutWindow& window : layout.windows) {
             table.rows.append(windowRow(strLabel, window));
         }
         if (layout.windows.isEmpty()) {

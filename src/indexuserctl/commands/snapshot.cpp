@@ -2,6 +2,7 @@
 #include "commands/shownuser.h"
 #include "commands/wholefile.h"
 #include "failure.h"
+#include "terminal/progress.h"
 
 #include <inspect/closest.h>
 #include <inspect/snapshots.h>
@@ -51,16 +52,38 @@ inspect::Snapshot snapshotOf(const Request& request, const QString& date)
 }
 
 // What was changed after the copy; why that cannot be said.
-QString changesSince(const inspect::UserFile& copy, const inspect::UserFile& live)
+QString changesSince(const inspect::UserFile& copy, const std::optional<KW::UserRecords>& live)
 {
     if (copy.state != inspect::FileState::Whole) {
         return copy.strError;
     }
-    if (live.state != inspect::FileState::Whole) {
+    if (!live) {
         return QStringLiteral("the file of now is not whole");
     }
-    return inspect::summary(
-        inspect::differences(inspect::recordsOf(copy.document), inspect::recordsOf(live.document)));
+    return inspect::summary(inspect::differences(inspect::recordsOf(copy.document), *live));
+}
+
+std::optional<KW::UserRecords> liveRecords(const Request& request)
+{
+    const inspect::UserFile live = inspect::readUserFile(inspect::livePath(request.strConfigDir));
+    return live.state == inspect::FileState::Whole
+        ? std::make_optional(inspect::recordsOf(live.document))
+        : std::nullopt;
+}
+
+Table snapshotTable(const Request& request)
+{
+    const std::optional<KW::UserRecords> live = liveRecords(request);
+    Table table { "snapshots", "Dated copies", { "date", "bytes", "state", "changes" } };
+    const auto snapshots = inspect::snapshots(request.strConfigDir);
+    CProgress progress(snapshots.size());
+    for (const inspect::Snapshot& snapshot : snapshots) {
+        const inspect::UserFile copy = inspect::readUserFile(snapshot.strPath);
+        table.rows.append({ snapshot.date.toString(Qt::ISODate), snapshot.nBytes,
+                            stateName(copy.state), changesSince(copy, live) });
+        progress.advance();
+    }
+    return table;
 }
 
 void printRecovery(const inspect::Recovery& recovery, const Request& request)
@@ -92,15 +115,7 @@ ExitStatus statusWithoutCopy(inspect::FileState file)
 
 ExitStatus listSnapshots(const Request& request)
 {
-    const inspect::UserFile live = inspect::readUserFile(inspect::livePath(request.strConfigDir));
-    Table table { "snapshots", "Dated copies", { "date", "bytes", "state", "changes" } };
-    const auto snapshots = inspect::snapshots(request.strConfigDir);
-    for (const inspect::Snapshot& snapshot : snapshots) {
-        const inspect::UserFile copy = inspect::readUserFile(snapshot.strPath);
-        table.rows.append({ snapshot.date.toString(Qt::ISODate), snapshot.nBytes,
-                            stateName(copy.state), changesSince(copy, live) });
-    }
-    print({ table }, request.format);
+    print({ snapshotTable(request) }, request.format);
     return ExitStatus::Ok;
 }
 

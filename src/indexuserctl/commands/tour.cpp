@@ -6,6 +6,7 @@
 #include "failure.h"
 
 #include <indexuser/cuserconfigmanager.h>
+#include <indexuser/servicerecords.h>
 #include <inspect/optionvalues.h>
 #include <inspect/screens.h>
 #include <standalone/standalone.h>
@@ -119,17 +120,17 @@ void printFiles(const QString& directory)
     print({ table }, Format::Text);
 }
 
-UserRecords changeAndSave(const QDomDocument& file)
+UserRecords changeAndSave(const QVector<KW::ElementTree>& sections)
 {
     KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
     service.loadSettings();
-    printLoaded(inspect::recordsOf(service, file));
+    printLoaded(KW::recordsOf(service, sections));
 
     printText("\nChanged\n");
     moveFirstWindow(*service.getLayoutConfig());
     setRefreshTime(service);
     addStockList(service);
-    UserRecords expected = inspect::savedForm(inspect::recordsOf(service, file));
+    UserRecords expected = inspect::savedForm(KW::recordsOf(service, sections));
     saveAndWait(service);
     return expected;
 }
@@ -140,10 +141,10 @@ UserRecords loadAnew(const Request& request)
     standalone::forgetAll();
     KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
     service.loadSettings();
-    return inspect::recordsOf(service, liveFile(request).document);
+    return KW::recordsOf(service, KW::otherSections(liveFile(request).document));
 }
 
-ExitStatus compare(const UserRecords& expected, const UserRecords& found)
+ExitStatus compare(const Request& request, const UserRecords& expected, const UserRecords& found)
 {
     const QVector<inspect::Difference> differences = inspect::differences(expected, found);
     Table table { "compared", "Read back by a new instance", { "part", "state" } };
@@ -151,14 +152,14 @@ ExitStatus compare(const UserRecords& expected, const UserRecords& found)
     for (const QString& part : parts) {
         const bool bDiffers = std::any_of(
             differences.begin(), differences.end(),
-            [&](const inspect::Difference& each) { return inspect::partOf(each) == part; });
+            [&](const inspect::Difference& each) { return KW::partName(each.part) == part; });
         table.rows.append({ part, bDiffers ? "DIFFERS" : "same" });
     }
     print({ table }, Format::Text);
     if (differences.isEmpty()) {
         return ExitStatus::Ok;
     }
-    print({ diffTable(differences, "written", "read", Secrets::Masked) }, Format::Text);
+    print({ diffTable(request, differences, "written", "read") }, Format::Text);
     return ExitStatus::Negative;
 }
 
@@ -198,7 +199,7 @@ ExitStatus tour(const Request& request)
         throw CFailure(ExitStatus::InputOutput, folder.errorString());
     }
     printLine(QStringLiteral("The road of one change, on a copy of %1").arg(request.strConfigDir));
-    const QDomDocument file = liveFile(request).document;
+    const auto sections = KW::otherSections(liveFile(request).document);
     copyUser(request.strConfigDir, folder.path());
     Request onCopy = request;
     onCopy.strConfigDir = folder.path();
@@ -208,11 +209,11 @@ ExitStatus tour(const Request& request)
         throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: cannot write").arg(strLog));
     }
 
-    const UserRecords expected = changeAndSave(file);
+    const UserRecords expected = changeAndSave(sections);
     printText("\nLog of the save\n");
     printLog(strLog);
     printFiles(folder.path());
-    const ExitStatus status = compare(expected, loadAnew(onCopy));
+    const ExitStatus status = compare(onCopy, expected, loadAnew(onCopy));
     if (QFile::exists(standalone::sectorsFile())) {
         showExport(folder.path());
     }
