@@ -68,7 +68,8 @@ const QStringList& attachedSections()
 } // namespace
 
 CUserConfigManager::CUserConfigManager()
-    : m_pLayoutConfig(new (std::nothrow) CPanelGroupLayoutConfig)
+    : m_pSaveState(std::make_shared<SaveState>())
+    , m_pLayoutConfig(new (std::nothrow) CPanelGroupLayoutConfig)
 {
     outlivesItsOwner(m_pLayoutConfig);
 }
@@ -196,12 +197,12 @@ bool CUserConfigManager::getCatalogChange()
 
 void CUserConfigManager::setSaveSuccess(bool success)
 {
-    m_bSaveSuccess = success;
+    m_pSaveState->m_bSaveSuccess = success;
 }
 
 bool CUserConfigManager::getSaveSuccess()
 {
-    return m_bSaveSuccess;
+    return m_pSaveState->m_bSaveSuccess;
 }
 
 void CUserConfigManager::setLinkageQuote(bool linkage)
@@ -326,7 +327,7 @@ void CUserConfigManager::loadSettings()
         single<CFormulaOperateManager>().loadSettings(root);
     }
     readFN10DisplayConfig();
-    m_bNotLoaded = false;
+    m_pSaveState->m_bNotLoaded = false;
     single<CFormulaHistoryDataManager>().loadTradeStrategyHistoryData();
 }
 
@@ -404,28 +405,16 @@ void CUserConfigManager::saveSettings()
 {
     // Handed over, not shared: from here on only the worker knows the document.
     auto pDocument = std::make_unique<QDomDocument>(newDocument());
-    m_bSaveSuccess = false;
-    // The worker keeps the single instance alive; any other manager belongs to who made it, and
-    // the worker's last touch of it is the end of saveSync().
-    auto pSelf = boost::atomic_load(&s_pInstance);
-    if (pSelf.get() != this) {
-        pSelf.reset();
-    }
-    boost::thread([this, pSelf, pDocument = std::move(pDocument)] {
-        saveSync(*pDocument);
+    m_pSaveState->m_bSaveSuccess = false;
+    // Never the manager: it may end while its last save is still being written.
+    boost::thread([pState = m_pSaveState, pDocument = std::move(pDocument)] {
+        saveDocument(*pDocument, *pState);
     }).detach();
 }
 
 void CUserConfigManager::saveSync(QDomDocument& doc)
 {
-    contain([&] {
-        if (m_bNotLoaded) {
-            logNotLoaded();
-        } else {
-            writeLiveFile(userDocumentText(doc));
-        }
-    });
-    m_bSaveSuccess = true;
+    saveDocument(doc, *m_pSaveState);
 }
 
 QString CUserConfigManager::userConfigFilePath(bool temp)
