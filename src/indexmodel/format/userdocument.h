@@ -1,16 +1,13 @@
 #pragma once
 
 #include "format/indexuserexport.h"
+#include "platform/limits.h"
 
 #include <QDomDocument>
 #include <QString>
 #include <QStringList>
 
 namespace KW {
-
-/// Elements deeper than this, the root being at 1, are neither read nor written: Qt's parser and
-/// writer recurse, and far deeper trees than any real one overflow their stack.
-constexpr int c_nMaxDepth = 512;
 
 enum class DocumentError {
     None,

@@ -5,6 +5,8 @@
 #include "format/sections.h"
 #include "format/userdocument.h"
 
+#include <platform/limits.h>
+
 #include <QDir>
 #include <QFile>
 
@@ -36,8 +38,8 @@ UserFile readDocument(const QString& path)
 {
     QFile file(path);
     const bool bOpen = file.open(QIODevice::ReadOnly);
-    if (bOpen && file.size() > c_nMaxFileBytes) {
-        return damaged(path, {}, QStringLiteral("larger than %1 bytes").arg(c_nMaxFileBytes));
+    if (bOpen && file.size() > KW::c_nMaxFileBytes) {
+        return damaged(path, {}, QStringLiteral("larger than %1 bytes").arg(KW::c_nMaxFileBytes));
     }
     const QByteArray bytes = bOpen ? file.readAll() : QByteArray();
     if (file.error() != QFileDevice::NoError) {

@@ -20,10 +20,8 @@ struct UserFile {
     QString strText; ///< what was read of a whole file
 };
 
-/// A file larger than this is no user's, and is called damaged unread.
-constexpr qint64 c_nMaxFileBytes = 256LL * 1024 * 1024;
-
-/// Any thread. A root that is not ICUserConfigFile makes a file damaged, though a load takes it.
+/// Any thread. A file of more than KW::c_nMaxFileBytes is called damaged unread. A root that is not
+/// ICUserConfigFile makes a file damaged, though a load takes it.
 ///
 ///     const inspect::UserFile file = inspect::readUserFile(path);
 UserFile readUserFile(const QString& path);

@@ -1,6 +1,7 @@
 #include "standalone/durablefile_p.h"
 
 #include "platform/commonutil.h"
+#include "platform/limits.h"
 #include "standalone/standalone.h"
 
 #include <QDir>
@@ -225,7 +226,7 @@ bool makeDirectory(const QString& path)
 bool readFile(const QString& path, std::string& content)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > c_nMaxFileBytes) {
+    if (!file.open(QIODevice::ReadOnly) || file.size() > KW::c_nMaxFileBytes) {
         return false;
     }
     const QByteArray bytes = file.readAll();

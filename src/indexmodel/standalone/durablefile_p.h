@@ -22,10 +22,8 @@ bool replaceFile(const QByteArray& path, const std::string& content, Sync sync =
 /// Makes the directory \a path and those above it that are missing, for their owner only.
 bool makeDirectory(const QString& path);
 
-/// Larger files are not read: a thousand times what any user has.
-constexpr qint64 c_nMaxFileBytes = 256LL * 1024 * 1024;
-
-/// Reads all of the file \a path; false, and \a content as it was, when that cannot be done.
+/// Reads all of the file \a path; false, for one of more than KW::c_nMaxFileBytes, too, and \a
+/// content as it was, when that cannot be done.
 bool readFile(const QString& path, std::string& content);
 
 } // namespace standalone
