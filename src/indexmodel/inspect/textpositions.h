@@ -41,6 +41,7 @@ private:
     int skipMarkup(int offset);
     int skipDeclaration(int offset);
     TextPosition ofMark(const QVector<int>& offsets, int index) const;
+    const QHash<QString, int>& attributesOf(int index) const;
 
     QString m_strText;
     QVector<Tag> m_tags;
@@ -49,6 +50,9 @@ private:
     int m_nDocumentType = -1;
     bool m_bEntities = false;
     QVector<int> m_lineStarts;
+    // The attributes of the tag that was asked for last: who asks for one asks for more.
+    mutable int m_nNamedTag = -1;
+    mutable QHash<QString, int> m_attributes;
 };
 
 } // namespace inspect
