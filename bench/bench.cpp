@@ -3,8 +3,8 @@
 #include "peers.h"
 #include "subjects.h"
 
+#include <format/elementtree.h>
 #include <indexuser/cpanelgrouplayoutconfig.h>
-#include <inspect/treefields.h>
 
 #include <benchmark/benchmark.h>
 
@@ -70,8 +70,8 @@ void stallOurs(benchmark::State& state, const Size& size)
 void stallFloor(benchmark::State& state, const Size& size)
 {
     const CPlan plan(size);
-    const int nElements = inspect::elementCount(plan.build());
-    require(nElements > 0 && nElements == inspect::elementCount(buildDocument(size)),
+    const int nElements = KW::elementCount(plan.build());
+    require(nElements > 0 && nElements == KW::elementCount(buildDocument(size)),
             "another document");
     for (auto _ : state) {
         QDomDocument doc = plan.build();

@@ -1,7 +1,7 @@
 #include "subjects.h"
 
+#include <format/elementtree.h>
 #include <indexuser/cpanelgrouplayoutconfig.h>
-#include <inspect/treefields.h>
 #include <platform/indexutil.h>
 #include <standalone/standalone.h>
 
@@ -27,7 +27,7 @@ int threadCount()
 CLibrary::CLibrary(const Size& size)
     : m_size(size)
     , m_directory(QStringLiteral("bench-XXXXXX"))
-    , m_nElements(inspect::elementCount(buildDocument(size)))
+    , m_nElements(KW::elementCount(buildDocument(size)))
     , m_nThreads(threadCount())
 {
     require(m_directory.isValid(), "no temporary directory");
@@ -67,7 +67,7 @@ void CLibrary::requireSaved() const
     QFile file(livePath());
     QDomDocument doc;
     require(file.open(QIODevice::ReadOnly) && doc.setContent(&file), "the file is not whole");
-    require(inspect::elementCount(doc) == m_nElements, "the file does not hold the user");
+    require(KW::elementCount(doc) == m_nElements, "the file does not hold the user");
 }
 
 void CLibrary::requireLoaded()

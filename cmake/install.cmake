@@ -11,10 +11,10 @@ install(TARGETS indexuser indexuser_platform EXPORT indexuserTargets
 install(TARGETS indexuser_standalone EXPORT standaloneTargets
     LIBRARY COMPONENT library NAMELINK_COMPONENT dev)
 set(components indexuser standalone)
-set(modules platform indexuser standalone)
+set(modules platform format indexuser standalone)
 
 if(INDEXUSER_INSPECT)
-    install(TARGETS indexuser_inspect EXPORT inspectTargets ARCHIVE COMPONENT dev)
+    install(TARGETS indexuser_format indexuser_inspect EXPORT inspectTargets ARCHIVE COMPONENT dev)
     list(APPEND components inspect)
     list(APPEND modules inspect)
 endif()
@@ -37,7 +37,7 @@ if(INDEXUSER_TOOLS)
         NAMESPACE indexuser:: DESTINATION ${package_dir} COMPONENT tools)
     install(FILES ${PROJECT_BINARY_DIR}/indexuserctl.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-    install(FILES src/indexuserctl/indexuserctl.bash
+    install(FILES src/indexuserctl/terminal/indexuserctl.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME indexuserctl
         COMPONENT tools)
 endif()

@@ -3,6 +3,7 @@
 #include "fuzzkit.h"
 #include "treemutator.h"
 
+#include <indexuser/servicerecords.h>
 #include <inspect/check.h>
 #include <inspect/userdifferences.h>
 
@@ -14,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KW::UserConfigInterface& service = fuzzkit::load(content);
     const inspect::UserFile before = inspect::readDocument(fuzzkit::livePath());
     const inspect::UserRecords first
-        = inspect::savedForm(inspect::recordsOf(service, before.document));
+        = inspect::savedForm(KW::recordsOf(service, KW::otherSections(before.document)));
     fuzzkit::save(service);
     const inspect::CheckedFile saved = inspect::check(fuzzkit::livePath());
     fuzzkit::require(saved.file.state == inspect::FileState::Whole, saved.file.strError);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <indexuser/userconfiginterface.h>
 #include <inspect/userrecords.h>
 
 #include <QByteArray>

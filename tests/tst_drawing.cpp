@@ -21,17 +21,24 @@ private Q_SLOTS:
     void aDrawingWithoutWindowsIsStillOne();
 
 private:
-    static inspect::Window window(int screen, const QRectF& rect, bool maximized = false);
+    static KW::CLayoutWindow window(int screen, const QRect& rect, bool maximized = false);
+    static std::shared_ptr<const MV::ILayoutElement> panels(const QDomDocument& tree);
     static QVector<QRectF> rects(const QByteArray& svg, const QString& cssClass);
 };
 
-inspect::Window tst_drawing::window(int screen, const QRectF& rect, bool maximized)
+KW::CLayoutWindow tst_drawing::window(int screen, const QRect& rect, bool maximized)
 {
-    inspect::Window window;
-    window.nScreenId = screen;
-    window.rect = rect;
-    window.bMaximized = maximized;
+    KW::CLayoutWindow window;
+    window.m_nScreenId = screen;
+    window.m_rect = rect;
+    window.m_bMaximized = maximized;
     return window;
+}
+
+std::shared_ptr<const MV::ILayoutElement> tst_drawing::panels(const QDomDocument& tree)
+{
+    QDomElement root = tree.documentElement();
+    return std::shared_ptr<const MV::ILayoutElement>(MV::ILayoutElement::fromXml(root));
 }
 
 QVector<QRectF> tst_drawing::rects(const QByteArray& svg, const QString& cssClass)
@@ -71,18 +78,18 @@ void tst_drawing::otherwiseAScreenIsAsLargeAsItsWindows()
 void tst_drawing::windowsThatNoDesktopReachesShowNothing()
 {
     QVERIFY(inspect::screensOf({ window(1, { -32000, -32000, 160, 28 }), window(1, { 0, 0, 0, 0 }),
-                                 window(1, { 0, 0, 2147483647.0, 9 }) })
+                                 window(1, { 0, 0, 2147483647, 9 }) })
                 .isEmpty());
 }
 
 void tst_drawing::windowsWithoutASizeShowNothing()
 {
-    const inspect::Window seen = window(1, { 0, 0, 800, 600 });
-    for (const QRectF& rect : { QRectF(900, 0, 0, 0), QRectF(900, 0, 0, 50), QRectF(900, 0, 50, 0),
-                                QRectF(900, 0, -50, -20), QRectF(900, 0, -50, 20) }) {
+    const KW::CLayoutWindow seen = window(1, { 0, 0, 800, 600 });
+    for (const QRect& rect : { QRect(900, 0, 0, 0), QRect(900, 0, 0, 50), QRect(900, 0, 50, 0),
+                               QRect(900, 0, -50, -20), QRect(900, 0, -50, 20) }) {
         QVERIFY(inspect::screensOf({ window(1, rect) }).isEmpty());
         QVERIFY(inspect::screensOf({ window(1, rect, true) }).isEmpty());
-        QCOMPARE(inspect::screensOf({ seen, window(1, rect) })[0].rect, seen.rect);
+        QCOMPARE(inspect::screensOf({ seen, window(1, rect) })[0].rect, QRectF(seen.m_rect));
     }
 }
 
@@ -96,8 +103,8 @@ void tst_drawing::aWindowIsOffScreenOnlyWhenNoPartOfItShows()
 
 void tst_drawing::windowsAreDrawnToScale()
 {
-    const QVector<inspect::Window> windows { window(1, { 0, 0, 1000, 500 }, true),
-                                             window(1, { 500, 100, 250, 200 }) };
+    const QVector<KW::CLayoutWindow> windows { window(1, { 0, 0, 1000, 500 }, true),
+                                               window(1, { 500, 100, 250, 200 }) };
     const auto found
         = rects(inspect::toSvg({ "title", windows, inspect::screensOf(windows) }), "window");
     // 1168 of the 1200 pixels of the picture are the desktop's; a margin and two lines are above
@@ -108,8 +115,8 @@ void tst_drawing::windowsAreDrawnToScale()
 
 void tst_drawing::aDesktopThatBeginsElsewhereIsDrawnFromThere()
 {
-    const QVector<inspect::Window> windows { window(1, { -1000, 200, 2000, 1000 }, true),
-                                             window(1, { 0, 700, 500, 250 }) };
+    const QVector<KW::CLayoutWindow> windows { window(1, { -1000, 200, 2000, 1000 }, true),
+                                               window(1, { 0, 700, 500, 250 }) };
     const auto found
         = rects(inspect::toSvg({ "title", windows, inspect::screensOf(windows) }), "window");
     const QVector<QRectF> expected { { 16, 76, 1168, 584 }, { 600, 368, 292, 146 } };
@@ -120,8 +127,8 @@ void tst_drawing::splittersShareTheirPlace()
 {
     const QDomDocument tree = parsed("<Dock><Splitter orientation='vertical' ratio='0.25'>"
                                      "<Panel name='a'/><Panel name='b'/></Splitter></Dock>");
-    inspect::Window all = window(1, { 0, 0, 1000, 500 }, true);
-    all.panels = tree.documentElement();
+    KW::CLayoutWindow all = window(1, { 0, 0, 1000, 500 }, true);
+    all.m_pItemLayout = panels(tree);
     const auto found
         = rects(inspect::toSvg({ "title", { all }, inspect::screensOf({ all }) }), "panel");
     QCOMPARE(found.size(), 2);
@@ -135,8 +142,8 @@ void tst_drawing::theCurrentTabShowsWhatIsInIt()
     const QDomDocument tree
         = parsed("<Tabs current='1'><Panel name='a'/><Splitter><Panel name='b'/><Panel name='c'/>"
                  "</Splitter></Tabs>");
-    inspect::Window all = window(1, { 0, 0, 1000, 500 }, true);
-    all.panels = tree.documentElement();
+    KW::CLayoutWindow all = window(1, { 0, 0, 1000, 500 }, true);
+    all.m_pItemLayout = panels(tree);
     const QByteArray svg = inspect::toSvg({ "title", { all }, inspect::screensOf({ all }) });
     QCOMPARE(rects(svg, "panel").size(), 3);
     QVERIFY(svg.contains("a | [b]"));

@@ -10,6 +10,7 @@ private Q_SLOTS:
     void copiesAreListedWithWhatChangedSince();
     void aCopyIsShown();
     void filesAreComparedByMeaning();
+    void theFirstDifferencesAreShownUnlessAllAreAskedFor();
     void copiesAreCompared();
     void aCopyIsRestoredAndNothingLost();
     void aDryRunRestoresNothing();
@@ -77,6 +78,26 @@ void tst_hostcopies::filesAreComparedByMeaning()
     QCOMPARE(runTool({ "diff", strSample, userDir() + "/missing" }).nStatus, 3);
     writeLive("<a");
     QCOMPARE(runTool({ "diff", strSample, livePath() }).nStatus, 4);
+}
+
+void tst_hostcopies::theFirstDifferencesAreShownUnlessAllAreAskedFor()
+{
+    QByteArray stocks;
+    for (int i = 0; i < 300; ++i) {
+        stocks += "<Stock market='SH' code='" + QByteArray::number(i) + "' name='n'/>";
+    }
+    const QByteArray file = "<ICUserConfigFile><CustomStock><Customs><Custom "
+                            "type='1'>%</Custom></Customs></CustomStock></ICUserConfigFile>";
+    writeLive(QByteArray(file).replace('%', ""));
+    const QString strOther = userDir() + "/other.xml";
+    writeFile(strOther, QByteArray(file).replace('%', stocks));
+    const auto shown = [&](const QStringList& more) {
+        const QString strOut = runTool(QStringList { "diff", livePath(), strOther } + more).strOut;
+        return qMakePair(strOut.count("/Stock["), strOut.contains(": stocks 300; 100 more, "));
+    };
+    QCOMPARE(shown({}), qMakePair(200, true));
+    QCOMPARE(shown({ "--all" }), qMakePair(300, false));
+    QCOMPARE(shown({ "--json" }), qMakePair(300, false));
 }
 
 void tst_hostcopies::copiesAreCompared()

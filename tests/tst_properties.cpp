@@ -2,6 +2,7 @@
 #include "logcapture.h"
 
 #include <indexuser/optionsettings.h>
+#include <indexuser/servicerecords.h>
 #include <inspect/userdifferences.h>
 #include <inspect/userfile.h>
 
@@ -281,7 +282,7 @@ Lines held(KW::UserConfigInterface& service, const QStringList& keys)
 
 inspect::UserRecords records(KW::UserConfigInterface& service)
 {
-    return inspect::recordsOf(service, QDomDocument());
+    return KW::recordsOf(service, {});
 }
 
 void requireSame(const inspect::UserRecords& left, const inspect::UserRecords& right)
@@ -337,7 +338,7 @@ void tst_properties::aSecondLoadAddsWhatItAddsAndReplacesTheRest()
         RC_ASSERT(layouts.getQuoteGroupSetting().m_windows.size() == nQuote);
         RC_ASSERT(layouts.getTradeGroupSetting().m_windows.size() == 2 * nTrade);
         for (const inspect::Difference& each : inspect::differences(once, records(service()))) {
-            RC_ASSERT(each.strPath.startsWith("tradePanelGroup"));
+            RC_ASSERT(each.strWhat.startsWith("tradePanelGroup"));
         }
     }));
 }

@@ -79,7 +79,7 @@ void tst_readlimits::theLimitItselfIsRead()
 
 void tst_readlimits::aUserFileBeyondTheLimitIsDamaged()
 {
-    const QString strPath = sparseFile(inspect::c_nMaxFileBytes + 1);
+    const QString strPath = sparseFile(KW::c_nMaxFileBytes + 1);
     const inspect::UserFile file = inspect::readUserFile(strPath);
     QCOMPARE(file.state, FileState::Damaged);
     QCOMPARE(file.strError, strPath + ": larger than 268435456 bytes");
@@ -87,7 +87,7 @@ void tst_readlimits::aUserFileBeyondTheLimitIsDamaged()
 
 void tst_readlimits::noReaderTakesMoreThanTheLimit()
 {
-    const QString strPath = sparseFile(standalone::c_nMaxFileBytes + 1);
+    const QString strPath = sparseFile(KW::c_nMaxFileBytes + 1);
     std::string strContent = "before";
     QVERIFY(!KW::stdReadFile(strPath.toStdString(), strContent));
     QCOMPARE(strContent, std::string());

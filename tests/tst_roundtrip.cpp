@@ -1,26 +1,24 @@
 #include "librarytest.h"
 #include "logcapture.h"
 
-#include "inspect/treefields.h"
+#include "inspect/treedifferences.h"
 
 namespace {
 
 const char c_szSample[] = SAMPLE_USER "/indexUserConfig.xml";
 
-inspect::TreeFields fieldsOfFile(const QByteArray& bytes)
+KW::ElementTree treeOf(const QByteArray& bytes)
 {
-    return inspect::fieldsOf(parsed(QString::fromUtf8(bytes)).documentElement(),
-                             inspect::FieldNames::ByPosition);
+    return KW::elementTree(parsed(QString::fromUtf8(bytes)).documentElement());
 }
 
 void compareTrees(const QByteArray& found, const QByteArray& expected)
 {
     QStringList different;
-    for (const inspect::Difference& each :
-         inspect::differences(fieldsOfFile(expected), fieldsOfFile(found))) {
+    for (const inspect::Difference& each : inspect::differences(treeOf(expected), treeOf(found))) {
         different.append(inspect::toText(each));
     }
-    QVERIFY2(different.isEmpty(), qPrintable(different.join('\n')));
+    QVERIFY2(treeOf(expected) == treeOf(found), qPrintable(different.join('\n')));
 }
 
 } // namespace

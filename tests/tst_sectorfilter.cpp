@@ -1,7 +1,7 @@
 #include "librarytest.h"
 #include "recording.h"
 
-#include "indexuser/sectorfiltertext_p.h"
+#include "format/sectorfiltertext.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>

@@ -1,5 +1,6 @@
 #include "librarytest.h"
 
+#include <indexuser/servicerecords.h>
 #include <inspect/optionvalues.h>
 #include <inspect/userdifferences.h>
 #include <inspect/userfile.h>
@@ -53,8 +54,9 @@ void tst_userrecords::recordsAreWhatTheServiceHolds()
     writeLive(readFile(path));
     service().loadSettings();
     const QDomDocument file = inspect::readUserFile(path).document;
-    QCOMPARE(inspect::summary(inspect::differences(inspect::recordsOf(file),
-                                                   inspect::recordsOf(service(), file))),
+    QVERIFY(inspect::recordsOf(file) == KW::recordsOf(service(), KW::otherSections(file)));
+    QCOMPARE(inspect::summary(inspect::differences(
+                 inspect::recordsOf(file), KW::recordsOf(service(), KW::otherSections(file)))),
              QString("none"));
 }
 
@@ -74,6 +76,7 @@ void tst_userrecords::theSavedFormIsWhatASaveLeaves()
     for (const auto& each : inspect::differences(inspect::savedForm(before), after)) {
         QFAIL(qPrintable(inspect::toText(each)));
     }
+    QVERIFY(inspect::savedForm(before) == after);
 }
 
 void tst_userrecords::howAValueIsWrittenDoesNotCount()
@@ -120,7 +123,7 @@ void tst_userrecords::differencesHaveTheirPart()
     QStringList texts;
     for (const auto& each :
          inspect::differences(sample(), sample(from.constData(), to.constData()))) {
-        texts.append(inspect::partOf(each) + ' ' + inspect::toText(each));
+        texts.append(KW::partName(each.part) + ' ' + inspect::toText(each));
     }
     QVERIFY2(texts.contains(found), qPrintable(texts.join('\n')));
 }
@@ -134,7 +137,7 @@ void tst_userrecords::orderCountsWhereTheEntriesAreTheSame()
     const auto found
         = inspect::differences(sample(), sample(both.constData(), swapped.constData()));
     QCOMPARE(found.size(), 1);
-    QCOMPARE(found[0].strPath, QString("CustomStock/Customs/Custom[2]@(order)"));
+    QCOMPARE(inspect::pathOf(found[0]), QString("CustomStock/Customs/Custom[2]@(order)"));
     QCOMPARE(inspect::differences(sample(), sample(pszFirst, "")).size(), 1);
 }
 

@@ -24,7 +24,7 @@ compile() {
 failed=0
 /usr/lib/qt5/bin/moc -I"$root/src/indexmodel" -p indexuser -o "$scratch/moc.cpp" \
     "$root/src/indexmodel/indexuser/cuserconfigmanager.h"
-for source in "$root"/src/indexmodel/indexuser/*.cpp "$scratch/moc.cpp"; do
+for source in "$root"/src/indexmodel/{format,indexuser}/*.cpp "$scratch/moc.cpp"; do
     compile "$source"
 done
 

@@ -2,9 +2,10 @@
 // installed package. Usage: host DIRECTORY
 
 #include <indexuser/cuserconfigmanager.h>
+#include <indexuser/servicerecords.h>
 #include <indexuser/userconfigfactory.h>
 #include <inspect/recovery.h>
-#include <inspect/userdifferences.h>
+#include <inspect/userfile.h>
 #include <standalone/standalone.h>
 
 #include <QCoreApplication>
@@ -58,10 +59,9 @@ bool waitForSave(KW::UserConfigInterface& service)
 bool isOnDisk(KW::UserConfigInterface& service, const QString& directory)
 {
     const inspect::UserFile file = inspect::readUserFile(inspect::livePath(directory));
-    const inspect::UserRecords held = inspect::recordsOf(service, file.document);
+    const KW::UserRecords held = KW::recordsOf(service, KW::otherSections(file.document));
     return file.state == inspect::FileState::Whole
-        && inspect::differences(inspect::savedForm(held), inspect::recordsOf(file.document))
-               .isEmpty();
+        && KW::savedForm(held) == KW::recordsOf(file.document);
 }
 
 void listen(KW::UserConfigInterface& service)

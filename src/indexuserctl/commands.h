@@ -13,6 +13,7 @@
 
 enum class Format { Text, Json };
 enum class Secrets { Masked, Shown };
+enum class Amount { First, All };
 
 /// What the command line asks for; a command looks at what it declares in the table of commands.
 struct Request {
@@ -22,6 +23,7 @@ struct Request {
     Secrets secrets = Secrets::Masked;
     inspect::RunMode mode = inspect::RunMode::Do;
     inspect::LayoutSide side = inspect::LayoutSide::Quote;
+    Amount amount = Amount::First;
     std::optional<QString> templateName;
     std::optional<QString> filter;
     QString strOut;

@@ -9,6 +9,8 @@ const QVector<CommandOption>& commandOptions()
     static const QVector<CommandOption> s_options {
         { "--json", "", "prints JSON instead of tables",
           [](Request& request, const QString&) { request.format = Format::Json; } },
+        { "--all", "", "prints all differences, not only the first 200; as JSON they are all there",
+          [](Request& request, const QString&) { request.amount = Amount::All; } },
         { "--dry-run", "", "only tells what would be done",
           [](Request& request, const QString&) { request.mode = inspect::RunMode::DryRun; } },
         { "--show-secrets", "", "prints the OA password, too",
@@ -42,7 +44,7 @@ Commands userCommands()
           check },
         { "diff",
           { "FILE", "FILE2" },
-          { "--json", "--show-secrets" },
+          { "--all", "--json", "--show-secrets" },
           "what two files do not share, by meaning",
           diffFiles },
         { "recover",
@@ -69,12 +71,12 @@ Commands copyCommands()
           showSnapshot },
         { "snapshot diff",
           { "DATE", "[DATE2]" },
-          { "--json", "--show-secrets" },
+          { "--all", "--json", "--show-secrets" },
           "what changed from one dated copy to another, or to the file of now",
           diffSnapshots },
         { "snapshot restore",
           { "DATE" },
-          { "--dry-run", "--show-secrets" },
+          { "--all", "--dry-run", "--show-secrets" },
           "puts a dated copy in the place of the file, which is kept beside it",
           restoreSnapshot },
     };
@@ -91,7 +93,7 @@ Commands optionCommands()
         { "option get", { "NAME" }, { "--json", "--show-secrets" }, "one option", getOption },
         { "option set",
           { "NAME=VALUE..." },
-          { "--dry-run", "--show-secrets" },
+          { "--all", "--dry-run", "--show-secrets" },
           "sets options",
           setOptions },
     };
@@ -103,17 +105,17 @@ Commands stockCommands()
         { "stock list", {}, { "--json" }, "custom stock lists", listStocks },
         { "stock add",
           { "LIST", "MARKET", "CODE", "[NAME]" },
-          { "--dry-run" },
+          { "--all", "--dry-run" },
           "appends a stock to a list",
           addStock },
         { "stock remove",
           { "LIST", "MARKET", "CODE" },
-          { "--dry-run" },
+          { "--all", "--dry-run" },
           "takes a stock from a list",
           removeStock },
         { "stock import",
           { "FILE" },
-          { "--dry-run" },
+          { "--all", "--dry-run" },
           "replaces the lists that a CSV file names; others stay",
           importStocks },
         { "stock export",
@@ -143,7 +145,8 @@ Commands layoutCommands()
 
 Commands templateCommands()
 {
-    const QStringList options { "--trade", "--dry-run" };
+    const QStringList options { "--trade", "--all", "--dry-run" };
+    const QStringList exported { "--trade", "--dry-run" };
     return {
         { "template save",
           { "NAME" },
@@ -159,7 +162,7 @@ Commands templateCommands()
         { "template delete", { "NAME" }, options, "removes a template", deleteTemplate },
         { "template export",
           { "NAME", "FILE" },
-          options,
+          exported,
           "writes a template to a file",
           exportTemplate },
         { "template import",

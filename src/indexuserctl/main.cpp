@@ -1,7 +1,7 @@
 #include "commandline.h"
-#include "completion.h"
 #include "failure.h"
-#include "output.h"
+#include "terminal/completion.h"
+#include "terminal/output.h"
 
 #include <platform/commonutil.h>
 

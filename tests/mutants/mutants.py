@@ -21,10 +21,11 @@ from workshop import (Failure, NOT_COMPILED, NOTICED, SURVIVED, Workshop, checke
                       files_of)
 
 ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
-PARTS = {"library": "src/indexmodel/indexuser/", "inspect": "src/indexmodel/inspect/",
+PARTS = {"format": "src/indexmodel/format/", "library": "src/indexmodel/indexuser/",
+         "inspect": "src/indexmodel/inspect/",
          "standalone": "src/indexmodel/standalone/", "tool": "src/indexuserctl/"}
 # A source that all programs hold.
-EVERYWHERE = "src/indexmodel/indexuser/xmlelements.cpp"
+EVERYWHERE = "src/indexmodel/format/xmlelements.cpp"
 
 
 def digest(*parts):

@@ -1,7 +1,8 @@
 #include "indexuser/cpanelgrouplayoutconfig.h"
 
-#include "indexuser/layouttemplates_p.h"
-#include "indexuser/panelgroups_p.h"
+#include "format/layouttemplates.h"
+#include "format/panelgroups.h"
+#include "format/sections.h"
 
 #include <algorithm>
 
@@ -20,49 +21,38 @@ template <typename Templates> auto findTemplate(Templates& templates, const QStr
 
 } // namespace
 
-CLayoutWindow::~CLayoutWindow() = default;
-
 // What tells quote templates from trade templates.
 struct CPanelGroupLayoutConfig::TemplateKind {
     TemplateFormat format;
-    QVector<CLayoutTemplate> CPanelGroupLayoutConfig::*pTemplates;
-    CPanelGroupLayoutSetting CPanelGroupLayoutConfig::*pCurrent;
+    QVector<CLayoutTemplate> LayoutRecord::*pTemplates;
+    CPanelGroupLayoutSetting LayoutRecord::*pCurrent;
 };
 
 // What tells formula panel groups from value panel groups.
 struct CPanelGroupLayoutConfig::PanelGroupKind {
     QString strTag;
-    PanelGroupMap CPanelGroupLayoutConfig::*pGroups;
+    PanelGroupMap LayoutRecord::*pGroups;
 };
 
 const CPanelGroupLayoutConfig::TemplateKind& CPanelGroupLayoutConfig::quoteKind()
 {
-    static const TemplateKind s_kind { { QStringLiteral("LayoutTemplates"),
-                                         QStringLiteral("LayoutTemplate"),
-                                         { QStringLiteral("LayoutWindowTemplate"),
-                                           NavTree::LeftOut } },
-                                       &CPanelGroupLayoutConfig::m_quoteTemplates,
-                                       &CPanelGroupLayoutConfig::m_quoteGroupSetting };
+    static const TemplateKind s_kind { quoteTemplateFormat(), &LayoutRecord::m_quoteTemplates,
+                                       &LayoutRecord::m_quoteGroupSetting };
     return s_kind;
 }
 
 const CPanelGroupLayoutConfig::TemplateKind& CPanelGroupLayoutConfig::tradeKind()
 {
-    static const TemplateKind s_kind { { QStringLiteral("tradeLayoutTemplates"),
-                                         QStringLiteral("tradeLayoutTemplate"),
-                                         { QStringLiteral("tradeWindowTemplate"),
-                                           NavTree::LeftOut } },
-                                       &CPanelGroupLayoutConfig::m_tradeTemplates,
-                                       &CPanelGroupLayoutConfig::m_tradeGroupSetting };
+    static const TemplateKind s_kind { tradeTemplateFormat(), &LayoutRecord::m_tradeTemplates,
+                                       &LayoutRecord::m_tradeGroupSetting };
     return s_kind;
 }
 
 const CPanelGroupLayoutConfig::PanelGroupKind& CPanelGroupLayoutConfig::panelGroupKind(bool formula)
 {
-    static const PanelGroupKind s_formula { QStringLiteral("FormulaPanelGroupLayout"),
-                                            &CPanelGroupLayoutConfig::m_formulaPanelSettings };
-    static const PanelGroupKind s_value { QStringLiteral("ValuePanelGroupLayout"),
-                                          &CPanelGroupLayoutConfig::m_valuePanelSettings };
+    static const PanelGroupKind s_formula { c_szFormulaGroups,
+                                            &LayoutRecord::m_formulaPanelSettings };
+    static const PanelGroupKind s_value { c_szValueGroups, &LayoutRecord::m_valuePanelSettings };
     return formula ? s_formula : s_value;
 }
 
@@ -70,17 +60,17 @@ const CPanelGroupLayoutConfig::PanelGroupKind& CPanelGroupLayoutConfig::panelGro
 
 void CPanelGroupLayoutConfig::addQuotePanelSetting(const CLayoutWindow& window)
 {
-    m_quoteGroupSetting.m_windows.append(window);
+    m_record.m_quoteGroupSetting.m_windows.append(window);
 }
 
 void CPanelGroupLayoutConfig::addTradePanelSetting(const CLayoutWindow& window)
 {
-    m_tradeGroupSetting.m_windows.append(window);
+    m_record.m_tradeGroupSetting.m_windows.append(window);
 }
 
 void CPanelGroupLayoutConfig::updateQuotePanelSet(const CLayoutWindow& window)
 {
-    QVector<CLayoutWindow>& windows = m_quoteGroupSetting.m_windows;
+    QVector<CLayoutWindow>& windows = m_record.m_quoteGroupSetting.m_windows;
     const auto it = std::find_if(windows.begin(), windows.end(), [&](const CLayoutWindow& each) {
         return each.m_nPanelGroupId == window.m_nPanelGroupId;
     });
@@ -93,7 +83,7 @@ void CPanelGroupLayoutConfig::updateQuotePanelSet(const CLayoutWindow& window)
 
 void CPanelGroupLayoutConfig::clearQuoteWindowLayout()
 {
-    QVector<CLayoutWindow>& windows = m_quoteGroupSetting.m_windows;
+    QVector<CLayoutWindow>& windows = m_record.m_quoteGroupSetting.m_windows;
     const auto last = std::remove_if(windows.begin(), windows.end(), [](const auto& window) {
         return window.m_nPanelGroupId != c_nLastingPanelGroup;
     });
@@ -102,27 +92,27 @@ void CPanelGroupLayoutConfig::clearQuoteWindowLayout()
 
 void CPanelGroupLayoutConfig::clearTradeWindowLayout()
 {
-    m_tradeGroupSetting.m_windows.clear();
+    m_record.m_tradeGroupSetting.m_windows.clear();
 }
 
 CPanelGroupLayoutSetting CPanelGroupLayoutConfig::getQuoteGroupSetting()
 {
-    return m_quoteGroupSetting;
+    return m_record.m_quoteGroupSetting;
 }
 
 CPanelGroupLayoutSetting CPanelGroupLayoutConfig::getTradeGroupSetting()
 {
-    return m_tradeGroupSetting;
+    return m_record.m_tradeGroupSetting;
 }
 
 void CPanelGroupLayoutConfig::saveTradeGroupSetting(const CPanelGroupLayoutSetting& setting)
 {
-    m_tradeGroupSetting = setting;
+    m_record.m_tradeGroupSetting = setting;
 }
 
 void CPanelGroupLayoutConfig::loadLayoutFromDefault()
 {
-    m_quoteGroupSetting = m_defaultLayoutSetting;
+    m_record.m_quoteGroupSetting = m_record.m_defaultLayoutSetting;
 }
 
 // --- panel groups ---
@@ -131,14 +121,14 @@ void CPanelGroupLayoutConfig::add(const PanelGroupKind& kind,
                                   const CPanelGroupLayoutSetting& setting)
 {
     if (!setting.m_strKey.isEmpty()) {
-        (this->*kind.pGroups).insert(setting.m_strKey, setting);
+        (m_record.*kind.pGroups).insert(setting.m_strKey, setting);
     }
 }
 
 bool CPanelGroupLayoutConfig::get(const PanelGroupKind& kind, const QString& key,
                                   CPanelGroupLayoutSetting& setting) const
 {
-    const PanelGroupMap& groups = this->*kind.pGroups;
+    const PanelGroupMap& groups = m_record.*kind.pGroups;
     const auto it = groups.find(key);
     if (key.isEmpty() || it == groups.end()) {
         return false;
@@ -171,30 +161,30 @@ bool CPanelGroupLayoutConfig::getValuePanelSetting(QString key,
 
 void CPanelGroupLayoutConfig::removeValuePanelSetting(QString key)
 {
-    m_valuePanelSettings.remove(key);
+    m_record.m_valuePanelSettings.remove(key);
 }
 
 // --- templates ---
 
 void CPanelGroupLayoutConfig::restore(const TemplateKind& kind, const QString& name)
 {
-    const QVector<CLayoutTemplate>& templates = this->*kind.pTemplates;
+    const QVector<CLayoutTemplate>& templates = m_record.*kind.pTemplates;
     const auto it = findTemplate(templates, name);
     if (it != templates.end()) {
-        (this->*kind.pCurrent).m_windows = it->m_windows;
+        (m_record.*kind.pCurrent).m_windows = it->m_windows;
     }
 }
 
 void CPanelGroupLayoutConfig::save(const TemplateKind& kind, const QString& name)
 {
     remove(kind, name);
-    (this->*kind.pTemplates).append({ name, (this->*kind.pCurrent).m_windows });
+    (m_record.*kind.pTemplates).append({ name, (m_record.*kind.pCurrent).m_windows });
 }
 
 void CPanelGroupLayoutConfig::rename(const TemplateKind& kind, const QString& oldName,
                                      const QString& newName)
 {
-    QVector<CLayoutTemplate>& templates = this->*kind.pTemplates;
+    QVector<CLayoutTemplate>& templates = m_record.*kind.pTemplates;
     const auto it = findTemplate(templates, oldName);
     if (it != templates.end()) {
         it->m_strName = newName;
@@ -203,7 +193,7 @@ void CPanelGroupLayoutConfig::rename(const TemplateKind& kind, const QString& ol
 
 void CPanelGroupLayoutConfig::remove(const TemplateKind& kind, const QString& name)
 {
-    QVector<CLayoutTemplate>& templates = this->*kind.pTemplates;
+    QVector<CLayoutTemplate>& templates = m_record.*kind.pTemplates;
     const auto it = findTemplate(templates, name);
     if (it != templates.end()) {
         templates.erase(it);
@@ -213,7 +203,7 @@ void CPanelGroupLayoutConfig::remove(const TemplateKind& kind, const QString& na
 QList<QString> CPanelGroupLayoutConfig::names(const TemplateKind& kind) const
 {
     QList<QString> names;
-    for (const CLayoutTemplate& each : this->*kind.pTemplates) {
+    for (const CLayoutTemplate& each : m_record.*kind.pTemplates) {
         names.append(each.m_strName);
     }
     return names;
@@ -274,12 +264,12 @@ QList<QString> CPanelGroupLayoutConfig::getTradeLayoutTemplate()
 void CPanelGroupLayoutConfig::load(const TemplateKind& kind, const QDomElement& root)
 {
     const QDomElement section = MV::getSubElement(root, kind.format.strSectionTag);
-    this->*kind.pTemplates = readTemplates(section, kind.format);
+    m_record.*kind.pTemplates = readTemplates(section, kind.format);
 }
 
 void CPanelGroupLayoutConfig::importFrom(const TemplateKind& kind, const QDomElement& container)
 {
-    QVector<CLayoutTemplate>& templates = this->*kind.pTemplates;
+    QVector<CLayoutTemplate>& templates = m_record.*kind.pTemplates;
     const auto imported = readTemplates(container, kind.format);
     for (const CLayoutTemplate& each : imported) {
         if (findTemplate(templates, each.m_strName) == templates.end()) {
@@ -291,7 +281,7 @@ void CPanelGroupLayoutConfig::importFrom(const TemplateKind& kind, const QDomEle
 void CPanelGroupLayoutConfig::exportTo(const TemplateKind& kind, const QString& name,
                                        QDomElement& parent, QDomDocument& doc) const
 {
-    const QVector<CLayoutTemplate>& templates = this->*kind.pTemplates;
+    const QVector<CLayoutTemplate>& templates = m_record.*kind.pTemplates;
     const auto it = findTemplate(templates, name);
     if (it != templates.end()) {
         writeTemplate(parent, doc, kind.format, *it);
@@ -301,9 +291,7 @@ void CPanelGroupLayoutConfig::exportTo(const TemplateKind& kind, const QString& 
 void CPanelGroupLayoutConfig::saveAll(const TemplateKind& kind, QDomElement& section,
                                       QDomDocument& doc) const
 {
-    for (const CLayoutTemplate& each : this->*kind.pTemplates) {
-        writeTemplate(section, doc, kind.format, each);
-    }
+    writeTemplates(section, doc, kind.format, m_record.*kind.pTemplates);
 }
 
 void CPanelGroupLayoutConfig::loadLayoutTemplates(QDomElement& root)
@@ -352,26 +340,26 @@ void CPanelGroupLayoutConfig::saveSingleTradeLayoutTemplates(QString name, QDomE
 
 void CPanelGroupLayoutConfig::loadSetting(QDomElement& root)
 {
-    loadDefaultLayout(root, m_defaultLayoutSetting, QStringLiteral("DefaultLayout"));
+    loadDefaultLayout(root, m_record.m_defaultLayoutSetting, c_szDefaultLayout);
     loadLayoutTemplates(root);
     loadLayoutSetting(root);
-    loadDefaultLayout(root, m_tradeGroupSetting, QStringLiteral("tradePanelGroup"));
+    loadDefaultLayout(root, m_record.m_tradeGroupSetting, c_szTradePanelGroup);
     loadTradeLayoutTemplates(root);
 }
 
 void CPanelGroupLayoutConfig::saveSetting(QDomElement& root, QDomDocument& doc)
 {
-    QDomElement indexLayout = doc.createElement(QStringLiteral("IndexLayout"));
-    QDomElement defaultLayout = doc.createElement(QStringLiteral("DefaultLayout"));
-    QDomElement positionLayout = doc.createElement(QStringLiteral("IndexPositionLayout"));
+    QDomElement indexLayout = doc.createElement(c_szIndexLayout);
+    QDomElement defaultLayout = doc.createElement(c_szDefaultLayout);
+    QDomElement positionLayout = doc.createElement(c_szIndexPositionLayout);
     QDomElement templates = doc.createElement(quoteKind().format.strSectionTag);
-    QDomElement tradeLayout = doc.createElement(QStringLiteral("tradePanelGroup"));
+    QDomElement tradeLayout = doc.createElement(c_szTradePanelGroup);
     QDomElement tradeTemplates = doc.createElement(tradeKind().format.strSectionTag);
 
-    saveDefaultLayout(defaultLayout, doc, m_defaultLayoutSetting);
+    saveDefaultLayout(defaultLayout, doc, m_record.m_defaultLayoutSetting);
     saveLayoutTemplates(templates, doc);
     saveLayoutSetting(indexLayout, positionLayout, doc);
-    saveDefaultLayout(tradeLayout, doc, m_tradeGroupSetting);
+    saveDefaultLayout(tradeLayout, doc, m_record.m_tradeGroupSetting);
     saveTradeLayoutTemplates(tradeTemplates, doc);
 
     for (const QDomElement& section :
@@ -394,8 +382,8 @@ void CPanelGroupLayoutConfig::saveDefaultLayout(QDomElement& parent, QDomDocumen
 
 void CPanelGroupLayoutConfig::loadLayoutSetting(QDomElement& root)
 {
-    const QDomElement indexLayout = MV::getSubElement(root, QStringLiteral("IndexLayout"));
-    m_quoteGroupSetting.m_windows
+    const QDomElement indexLayout = MV::getSubElement(root, c_szIndexLayout);
+    m_record.m_quoteGroupSetting.m_windows
         = indexLayout.isNull() ? QVector<CLayoutWindow>() : readQuoteWindows(indexLayout);
     loadPanelGroupLayoutSetting(root, true);
     loadPanelGroupLayoutSetting(root, false);
@@ -404,7 +392,7 @@ void CPanelGroupLayoutConfig::loadLayoutSetting(QDomElement& root)
 void CPanelGroupLayoutConfig::saveLayoutSetting(QDomElement& indexLayout,
                                                 QDomElement& positionLayout, QDomDocument& doc)
 {
-    saveDefaultLayout(indexLayout, doc, m_quoteGroupSetting);
+    saveDefaultLayout(indexLayout, doc, m_record.m_quoteGroupSetting);
     savePanelGroupLayoutSetting(positionLayout, doc, true);
     savePanelGroupLayoutSetting(positionLayout, doc, false);
 }
@@ -412,15 +400,15 @@ void CPanelGroupLayoutConfig::saveLayoutSetting(QDomElement& indexLayout,
 void CPanelGroupLayoutConfig::loadPanelGroupLayoutSetting(QDomElement& root, bool formula)
 {
     const PanelGroupKind& kind = panelGroupKind(formula);
-    readPanelGroups(MV::getSubElement(root, QStringLiteral("IndexPositionLayout")), kind.strTag,
-                    this->*kind.pGroups);
+    readPanelGroups(MV::getSubElement(root, c_szIndexPositionLayout), kind.strTag,
+                    m_record.*kind.pGroups);
 }
 
 void CPanelGroupLayoutConfig::savePanelGroupLayoutSetting(QDomElement& parent, QDomDocument& doc,
                                                           bool formula)
 {
     const PanelGroupKind& kind = panelGroupKind(formula);
-    writePanelGroups(parent, doc, kind.strTag, this->*kind.pGroups);
+    writePanelGroups(parent, doc, kind.strTag, m_record.*kind.pGroups);
 }
 
 } // namespace KW

@@ -1,49 +1,12 @@
 #pragma once
 
-#include "indexuser/indexuserexport.h"
-#include "platform/mvcommon.h"
+#include "format/indexuserexport.h"
+#include "format/layoutrecords.h"
 
 #include <QList>
-#include <QMap>
-#include <QRect>
 #include <QString>
-#include <QVector>
-
-#include <memory>
 
 namespace KW {
-
-/// One top-level window of a layout; a value that may be copied freely.
-class INDEXUSER_EXPORT CLayoutWindow {
-public:
-    CLayoutWindow() = default;
-    CLayoutWindow(const CLayoutWindow&) = default;
-    CLayoutWindow& operator=(const CLayoutWindow&) = default;
-    virtual ~CLayoutWindow();
-
-    bool m_bIsMain = false;
-    int m_nScreenId = 0;
-    bool m_bMaximized = false;
-    QString m_strNavTree; ///< kept as it is; template windows in the file do not carry it
-    QRect m_rect; ///< pixels
-    /// The docked-panel tree, shared by all copies of the window and never changed; null for none.
-    std::shared_ptr<const MV::ILayoutElement> m_pItemLayout;
-    int m_nPanelGroupId = 0; ///< 6000 marks a window that clearQuoteWindowLayout() spares
-};
-
-/// A list of windows under a key.
-class INDEXUSER_EXPORT CPanelGroupLayoutSetting {
-public:
-    QString m_strKey; ///< set for formula and value panel groups only
-    QVector<CLayoutWindow> m_windows;
-};
-
-/// A named copy of a list of windows.
-class INDEXUSER_EXPORT CLayoutTemplate {
-public:
-    QString m_strName; ///< any text, also empty; two templates may share a name
-    QVector<CLayoutWindow> m_windows;
-};
 
 /// All layouts of one user: current, default and saved ones.
 ///
@@ -55,6 +18,9 @@ public:
 ///     pLayouts->saveLayoutToTemplate(QStringLiteral("morning"));
 class INDEXUSER_EXPORT CPanelGroupLayoutConfig {
 public:
+    /// All of it as a value.
+    const LayoutRecord& record() const { return m_record; }
+
     /// Reads the layout sections of a user's file. Replaced: the quote windows and both template
     /// lists. Added to: the default and trade windows. Merged by key: both panel-group maps.
     void loadSetting(QDomElement& root);
@@ -141,13 +107,7 @@ private:
     void exportTo(const TemplateKind& kind, const QString& name, QDomElement& parent,
                   QDomDocument& doc) const;
 
-    CPanelGroupLayoutSetting m_quoteGroupSetting;
-    CPanelGroupLayoutSetting m_defaultLayoutSetting;
-    QVector<CLayoutTemplate> m_quoteTemplates;
-    CPanelGroupLayoutSetting m_tradeGroupSetting;
-    QVector<CLayoutTemplate> m_tradeTemplates;
-    QMap<QString, CPanelGroupLayoutSetting> m_formulaPanelSettings;
-    QMap<QString, CPanelGroupLayoutSetting> m_valuePanelSettings;
+    LayoutRecord m_record;
 };
 
 } // namespace KW

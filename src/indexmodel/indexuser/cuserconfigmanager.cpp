@@ -1,13 +1,14 @@
 #include "indexuser/cuserconfigmanager.h"
 
+#include "format/optionsettings.h"
+#include "format/sections.h"
+#include "format/sectorfiltertext.h"
+#include "format/userparams.h"
 #include "indexuser/cpanelgrouplayoutconfig.h"
-#include "indexuser/customstocks_p.h"
+#include "indexuser/instruments_p.h"
 #include "indexuser/leakcheck_p.h"
-#include "indexuser/optionsettings_p.h"
 #include "indexuser/sectorexport_p.h"
-#include "indexuser/sectorfiltertext_p.h"
 #include "indexuser/userconfigfile_p.h"
-#include "indexuser/userparams_p.h"
 #include "platform/formula.h"
 #include "platform/mvcommon.h"
 #include "platform/orderservice.h"
@@ -29,15 +30,6 @@ namespace {
 
 constexpr char c_szSettingsSection[] = "UiSettingConfig";
 
-// All sections but the layouts and UserParams, in the order of the file. Nobody reads the first.
-const char* const c_apszSections[] = {
-    "ConfigVersion",     "CustomIndex",    "CustomSector",
-    "FormulaCatalog",    "Option",         "GroupIndex",
-    "ExtendDataCatalog", "CustomStock",    "externalDataCatalog",
-    "drawGraph",         "strategyTrade",  "strategyAlgoTrade",
-    "WindDataCatalog",   "interfaceTrade", "specialstrategydata",
-};
-
 // Made with every document and dropped: these names stay taken, and no file holds them.
 const char* const c_apszTakenNames[] = {
     "investFee",   "SectorFilter",   "InvestCatalog",  "BasketHedges",     "tradeBaskets",
@@ -55,10 +47,29 @@ template <typename T> T& manualSingle()
     return *utils::CManualSingletonT<T>::instance();
 }
 
+QStringList attachedNames()
+{
+    QStringList names;
+    for (const Section& section : sections()) {
+        if (section.owner != SectionOwner::Layouts && section.strName != c_szUserParams) {
+            names.append(section.strName);
+        }
+    }
+    return names;
+}
+
+// In the order of the file; the layout store attaches its own, and the last one is made whole.
+const QStringList& attachedSections()
+{
+    static const QStringList s_names = attachedNames();
+    return s_names;
+}
+
 } // namespace
 
 CUserConfigManager::CUserConfigManager()
-    : m_pLayoutConfig(new (std::nothrow) CPanelGroupLayoutConfig)
+    : m_pSaveState(std::make_shared<SaveState>())
+    , m_pLayoutConfig(new (std::nothrow) CPanelGroupLayoutConfig)
 {
     outlivesItsOwner(m_pLayoutConfig);
 }
@@ -186,12 +197,12 @@ bool CUserConfigManager::getCatalogChange()
 
 void CUserConfigManager::setSaveSuccess(bool success)
 {
-    m_bSaveSuccess = success;
+    m_pSaveState->m_bSaveSuccess = success;
 }
 
 bool CUserConfigManager::getSaveSuccess()
 {
-    return m_bSaveSuccess;
+    return m_pSaveState->m_bSaveSuccess;
 }
 
 void CUserConfigManager::setLinkageQuote(bool linkage)
@@ -316,7 +327,7 @@ void CUserConfigManager::loadSettings()
         single<CFormulaOperateManager>().loadSettings(root);
     }
     readFN10DisplayConfig();
-    m_bNotLoaded = false;
+    m_pSaveState->m_bNotLoaded = false;
     single<CFormulaHistoryDataManager>().loadTradeStrategyHistoryData();
 }
 
@@ -341,14 +352,15 @@ void CUserConfigManager::loadSections(QDomElement& root)
     manualSingle<CSpecialStrategyManager>().loadSettings(root);
 }
 
+// The order of these calls is a contract with the managers, and not that of the file.
 void CUserConfigManager::fillSections(QMap<QString, QDomElement>& sections, QDomDocument& doc)
 {
     single<CSectorManager>().saveSettings();
     single<CFormulaOperateManager>().saveSettings(sections["FormulaCatalog"], doc);
-    saveOptionSettings(sections["Option"], doc);
+    saveOptionSettings(sections[c_szOption], doc);
     single<CFormulaOperateManager>().saveGroupIndexSettings(sections["GroupIndex"], doc);
     single<CExtendDataManager>().saveSettings(sections["ExtendDataCatalog"], doc);
-    saveCustomStock(sections["CustomStock"], doc);
+    saveCustomStock(sections[c_szCustomStock], doc);
     single<CExternalDataManager>().saveSettings(sections["externalDataCatalog"], doc);
     single<CWindDataManager>().saveSettings(sections["WindDataCatalog"], doc);
     single<CDrawGraphManager>().saveSettings(sections["drawGraph"], doc);
@@ -366,22 +378,22 @@ QDomDocument CUserConfigManager::newDocument()
 {
     QDomDocument doc;
     doc.appendChild(doc.createProcessingInstruction("xml", "version=\"1.0\" encoding=\"utf-8\""));
-    QDomElement root = doc.createElement("ICUserConfigFile");
+    QDomElement root = doc.createElement(c_szRoot);
     QMap<QString, QDomElement> sections;
-    for (const char* pszName : c_apszSections) {
-        sections.insert(pszName, doc.createElement(pszName));
+    for (const QString& name : attachedSections()) {
+        sections.insert(name, doc.createElement(name));
     }
     for (const char* pszName : c_apszTakenNames) {
         doc.createElement(pszName);
     }
-    sections["ConfigVersion"].setAttribute("version_id", 11);
+    sections["ConfigVersion"].setAttribute("version_id", c_nVersion);
     fillSections(sections, doc);
     if (m_pLayoutConfig) {
         m_pLayoutConfig->saveSetting(root, doc);
     }
-    for (const char* pszName : c_apszSections) {
-        if (sections.contains(pszName)) {
-            root.appendChild(sections[pszName]);
+    for (const QString& name : attachedSections()) {
+        if (sections.contains(name)) {
+            root.appendChild(sections[name]);
         }
     }
     writeFunctionTreeExpand(root, doc, m_bFormulaFunctionTreeExpand);
@@ -393,28 +405,16 @@ void CUserConfigManager::saveSettings()
 {
     // Handed over, not shared: from here on only the worker knows the document.
     auto pDocument = std::make_unique<QDomDocument>(newDocument());
-    m_bSaveSuccess = false;
-    // The worker keeps the single instance alive; any other manager belongs to who made it, and
-    // the worker's last touch of it is the end of saveSync().
-    auto pSelf = boost::atomic_load(&s_pInstance);
-    if (pSelf.get() != this) {
-        pSelf.reset();
-    }
-    boost::thread([this, pSelf, pDocument = std::move(pDocument)] {
-        saveSync(*pDocument);
+    m_pSaveState->m_bSaveSuccess = false;
+    // Never the manager: it may end while its last save is still being written.
+    boost::thread([pState = m_pSaveState, pDocument = std::move(pDocument)] {
+        saveDocument(*pDocument, *pState);
     }).detach();
 }
 
 void CUserConfigManager::saveSync(QDomDocument& doc)
 {
-    contain([&] {
-        if (m_bNotLoaded) {
-            logNotLoaded();
-        } else {
-            writeLiveFile(userDocumentText(doc));
-        }
-    });
-    m_bSaveSuccess = true;
+    saveDocument(doc, *m_pSaveState);
 }
 
 QString CUserConfigManager::userConfigFilePath(bool temp)

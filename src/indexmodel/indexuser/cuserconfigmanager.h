@@ -1,8 +1,8 @@
 #pragma once
 
-#include "indexuser/indexuserexport.h"
-#include "indexuser/paramsettingforclient.h"
-#include "indexuser/sectorfilter.h"
+#include "format/indexuserexport.h"
+#include "format/paramsettingforclient.h"
+#include "format/sectorfilter.h"
 #include "indexuser/userconfigfactory.h"
 #include "indexuser/userconfiginterface.h"
 #include "platform/commonutil.h"
@@ -12,10 +12,11 @@
 #include <QObject>
 #include <QString>
 
-#include <atomic>
+#include <memory>
 
 namespace KW {
 class CUserConfigManager;
+struct SaveState;
 }
 
 // Instantiated once, in the library, so that every module sees the same instance.
@@ -102,8 +103,8 @@ protected:
     void saveWindData(QDomElement& element, QDomDocument& doc);
     void saveIndex(QDomElement& element, QDomDocument& doc);
 
-    /// Writes \a doc, which nobody else may hold, and ends by setting getSaveSuccess(). It runs on
-    /// the thread of a save, touches nothing else of the manager and lets no exception out.
+    /// Writes \a doc, which nobody else may hold, and ends by setting getSaveSuccess(). It is what
+    /// the thread of a save does, and lets no exception out.
     void saveSync(QDomDocument& doc);
 
     /// The live file, or with \a temp today's dated copy, whose directory is then made.
@@ -117,12 +118,11 @@ private:
     QString m_strCurrentUser;
     paramSettingForClient m_clientParam;
     SectorFilterMap m_sectorFilterMap;
-    std::atomic<bool> m_bSaveSuccess { false };
     bool m_bCatalogChange = true;
     CustomStockMap m_customStockMap;
     bool m_bLinkageQuote = false;
     bool m_bFormulaFunctionTreeExpand = false;
-    std::atomic<bool> m_bNotLoaded { true };
+    std::shared_ptr<SaveState> m_pSaveState; ///< shared with the threads of saves
     CPanelGroupLayoutConfig* m_pLayoutConfig;
 };
 

@@ -1,30 +1,3 @@
 #pragma once
 
-#include "indexuser/indexuserexport.h"
-#include "indexuser/paramsettingforclient.h"
-
-#include <QString>
-
-#include <variant>
-#include <vector>
-
-namespace KW {
-
-/// Whether a save writes an option; all of them are read.
-enum class OptionSaved { Yes, No };
-
-/// One option: its attribute in the file, its place in the record and thereby its kind.
-struct OptionRow {
-    QString strAttribute;
-    std::variant<std::int32_t paramSettingForClient::*, bool paramSettingForClient::*,
-                 QString paramSettingForClient::*>
-        field;
-    OptionSaved saved;
-};
-
-/// All options in the order in which they are read: of two rows for one field the later one wins.
-///
-///     for (const KW::OptionRow& row : KW::optionTable()) { ... row.strAttribute ... }
-INDEXUSER_EXPORT const std::vector<OptionRow>& optionTable();
-
-} // namespace KW
+#include "format/optionsettings.h"

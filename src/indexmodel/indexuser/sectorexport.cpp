@@ -1,6 +1,6 @@
 #include "indexuser/sectorexport_p.h"
 
-#include "indexuser/decimaltext_p.h"
+#include "format/decimaltext.h"
 #include "platform/commonutil.h"
 #include "platform/formula.h"
 #include "platform/indexutil.h"

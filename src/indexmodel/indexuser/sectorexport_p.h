@@ -1,6 +1,6 @@
 #pragma once
 
-#include "indexuser/sectorfilter.h"
+#include "format/sectorfilter.h"
 #include "platform/strategybase.h"
 
 namespace KW {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "indexuser/indexuserexport.h"
+#include "format/indexuserexport.h"
 
 namespace KW {
 

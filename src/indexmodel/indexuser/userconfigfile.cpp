@@ -155,9 +155,16 @@ void writeLiveFile(const UserDocumentText& document)
             outcome(bWritten), paths.strGbkLive);
 }
 
-void logNotLoaded()
+void saveDocument(QDomDocument& doc, SaveState& state)
 {
-    logSave(285, "[CUserConfigManager] is not loaded!");
+    contain([&] {
+        if (state.m_bNotLoaded) {
+            logSave(285, "[CUserConfigManager] is not loaded!");
+        } else {
+            writeLiveFile(userDocumentText(doc));
+        }
+    });
+    state.m_bSaveSuccess = true;
 }
 
 void logNotReadable()

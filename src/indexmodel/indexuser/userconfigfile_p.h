@@ -1,8 +1,10 @@
 #pragma once
 
-#include "indexuser/userdocument.h"
+#include "format/userdocument.h"
 
 #include <QString>
+
+#include <atomic>
 
 namespace KW {
 
@@ -35,8 +37,16 @@ template <typename Step> void contain(const Step& step)
     }
 }
 
-/// Logs that a save was refused because nothing has been loaded yet.
-void logNotLoaded();
+/// What a manager and the threads of its saves know of each other; it outlives whichever ends
+/// first.
+struct SaveState {
+    std::atomic<bool> m_bSaveSuccess { false }; ///< the latest save has ended
+    std::atomic<bool> m_bNotLoaded { true };
+};
+
+/// A whole save of \a doc, which nobody else may hold, but for the thread: it ends by setting
+/// m_bSaveSuccess, however it ended, and lets no exception out.
+void saveDocument(QDomDocument& doc, SaveState& state);
 
 /// Logs that the live file could not be read.
 void logNotReadable();

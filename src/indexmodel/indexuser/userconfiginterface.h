@@ -1,24 +1,17 @@
 #pragma once
 
-#include "indexuser/indexuserexport.h"
-#include "indexuser/paramsettingforclient.h"
-#include "platform/marketdata.h"
+#include "format/customstocks.h"
+#include "format/indexuserexport.h"
+#include "format/paramsettingforclient.h"
 
-#include <QList>
-#include <QMap>
 #include <QString>
 
 #include <boost/signals2/signal.hpp>
-
-#include <memory>
 
 namespace KW {
 
 class CPanelGroupLayoutConfig;
 class CPanelGroupLayoutSetting;
-
-/// Custom stock lists by list type (0 and above); the instruments are shared, never copied.
-using CustomStockMap = QMap<int, QList<std::shared_ptr<rxservice::CInstrumentDetail>>>;
 
 /// The configuration of the current user, as the client's modules see it.
 ///

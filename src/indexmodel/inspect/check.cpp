@@ -3,8 +3,8 @@
 #include "inspect/encodingdefects_p.h"
 #include "inspect/schema.h"
 #include "inspect/textdefects_p.h"
-#include "inspect/userrecords.h"
 
+#include <format/sections.h>
 #include <platform/mvcommon.h>
 
 #include <algorithm>
@@ -30,7 +30,7 @@ CChecker::CChecker(const QString& text, const QDomDocument& document)
     , m_document(document)
     , m_root(document.documentElement())
 {
-    for (const QString& name : sectionsOfAnyPlace()) {
+    for (const QString& name : namesOfAnyPlace()) {
         m_read.insert(name, MV::getSubElement(m_root, name));
     }
 }
@@ -105,9 +105,10 @@ void CChecker::walkRoot()
 
 void CChecker::checkMissing()
 {
-    for (const QString& name : savedSections()) {
+    for (const KW::Section& section : KW::sections()) {
+        const QString& name = section.strName;
         const bool bThere = !m_root.firstChildElement(name).isNull() || m_misplaced.contains(name);
-        if (!bThere && name != QLatin1String("strategyAlgoTrade")) {
+        if (!bThere && section.presence == KW::SectionPresence::Always) {
             m_findings.append({ m_positions.ofElement(0), "missing-section", Effect::Changed,
                                 m_root.tagName() + '/' + name,
                                 name + " is missing: the next save writes it without content" });
@@ -119,7 +120,7 @@ void CChecker::walkSection(const QDomElement& section)
 {
     const Place at { section, m_nElements };
     m_strSection.clear();
-    if (!isKnownSection(section.tagName())) {
+    if (KW::findSection(section.tagName()) == nullptr) {
         add(at, "section", Effect::Dropped, section.tagName() + " is a section that nobody reads");
         if (section.tagName() == QLatin1String("SectorFilter")) {
             checkFilters(at);

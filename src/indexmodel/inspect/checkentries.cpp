@@ -3,7 +3,10 @@
 #include "inspect/filterline.h"
 #include "inspect/optionvalues.h"
 #include "inspect/screens.h"
-#include "inspect/treefields.h"
+
+#include <format/elementtree.h>
+#include <format/layoutwindows.h>
+#include <format/xmlelements.h>
 
 namespace inspect {
 
@@ -24,9 +27,8 @@ bool isWord(const QString& value)
 
 void CChecker::checkAttributes(const Place& at, const ElementRule& rule)
 {
-    const QDomNamedNodeMap attributes = at.element.attributes();
-    for (int i = 0; i < attributes.size(); ++i) {
-        const QString strName = attributes.item(i).nodeName();
+    const QStringList names = KW::attributeNames(at.element);
+    for (const QString& strName : names) {
         const AttributeRule* const pRule = rule.attribute(strName);
         if (pRule == nullptr) {
             add(at, "attribute", Effect::Dropped, strName + " is not read here", strName);
@@ -186,7 +188,7 @@ void CChecker::checkFilters(const Place& at)
         if (child.hasAttribute("param") && !strError.isEmpty()) {
             add({ child, nIndex }, "filter", Effect::Changed, strError, "param");
         }
-        nIndex += 1 + elementCount(child);
+        nIndex += 1 + KW::elementCount(child);
     }
 }
 
@@ -204,14 +206,14 @@ void CChecker::checkEntry(const Place& at)
 
 void CChecker::checkScreens()
 {
-    QVector<Window> windows;
+    QVector<KW::CLayoutWindow> windows;
     for (const Place& at : qAsConst(m_windows)) {
-        windows.append(windowOf(at.element));
+        windows.append(KW::readWindowFrame(at.element, KW::NavTree::LeftOut));
     }
     const QVector<Screen> screens = screensOf(windows);
     for (int i = 0; i < windows.size(); ++i) {
         if (isOffScreen(windows[i], screens)) {
-            const QRectF& rect = windows[i].rect;
+            const QRectF rect = areaOf(windows[i]);
             add(m_windows[i], "off-screen", Effect::Kept,
                 QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
                     .arg(rect.x())

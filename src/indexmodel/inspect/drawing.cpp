@@ -8,6 +8,8 @@ namespace inspect {
 
 namespace {
 
+using KW::ElementTree;
+
 constexpr qreal c_nWidth = 1200; // of the picture; the desktop is scaled to it
 constexpr qreal c_nMargin = 16;
 constexpr qreal c_nTitle = 40;
@@ -59,23 +61,13 @@ QString placeText(const QRectF& rect)
         .arg(rect.height());
 }
 
-QString labelOf(const Window& window)
+QString labelOf(const KW::CLayoutWindow& window)
 {
-    QString strLabel = QStringLiteral("group %1").arg(window.nPanelGroupId);
-    strLabel += window.bMain ? QStringLiteral(" ★ main") : QString();
-    strLabel += window.bMaximized ? QStringLiteral(" □ maximized") : QString();
-    return window.strNavTree.isEmpty() ? strLabel
-                                       : strLabel + QStringLiteral(" · ") + window.strNavTree;
-}
-
-QVector<QDomElement> children(const QDomElement& parent)
-{
-    QVector<QDomElement> found;
-    for (QDomElement child = parent.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        found.append(child);
-    }
-    return found;
+    QString strLabel = QStringLiteral("group %1").arg(window.m_nPanelGroupId);
+    strLabel += window.m_bIsMain ? QStringLiteral(" ★ main") : QString();
+    strLabel += window.m_bMaximized ? QStringLiteral(" □ maximized") : QString();
+    return window.m_strNavTree.isEmpty() ? strLabel
+                                         : strLabel + QStringLiteral(" · ") + window.m_strNavTree;
 }
 
 class CPainter {
@@ -88,7 +80,7 @@ public:
             m_desktop |= screen.rect;
         }
         m_nScale = m_desktop.isEmpty() ? 1 : (c_nWidth - 2 * c_nMargin) / m_desktop.width();
-        for (const Window& window : drawing.windows) {
+        for (const KW::CLayoutWindow& window : drawing.windows) {
             (isOffScreen(window, drawing.screens) ? m_off : m_on).append(window);
         }
     }
@@ -101,18 +93,18 @@ private:
     void rect(const QString& cssClass, const QRectF& rect, int color = -1);
     void text(const QString& cssClass, const QPointF& at, const QString& text, qreal width);
     void screen(const Screen& screen);
-    void window(const Window& window, int color);
-    void panel(const QDomElement& element, const QRectF& area);
-    void split(const QVector<QDomElement>& parts, const QDomElement& splitter, const QRectF& area);
-    void tabs(const QVector<QDomElement>& pages, int current, const QRectF& area);
+    void window(const KW::CLayoutWindow& window, int color);
+    void panel(const ElementTree& element, const QRectF& area);
+    void split(const QVector<ElementTree>& parts, const ElementTree& splitter, const QRectF& area);
+    void tabs(const QVector<ElementTree>& pages, int current, const QRectF& area);
     void offScreen();
 
     QXmlStreamWriter& m_xml;
     const Drawing& m_drawing;
     QRectF m_desktop;
     qreal m_nScale = 1;
-    QVector<Window> m_on;
-    QVector<Window> m_off;
+    QVector<KW::CLayoutWindow> m_on;
+    QVector<KW::CLayoutWindow> m_off;
 };
 
 QRectF CPainter::scaled(const QRectF& rect) const
@@ -196,27 +188,28 @@ void CPainter::screen(const Screen& screen)
          area.width());
 }
 
-void CPainter::window(const Window& window, int color)
+void CPainter::window(const KW::CLayoutWindow& window, int color)
 {
-    const QRectF area = scaled(window.rect);
+    const QRectF area = scaled(areaOf(window));
     m_xml.writeStartElement("g");
-    m_xml.writeTextElement("title", labelOf(window) + QLatin1Char('\n') + placeText(window.rect));
-    rect(window.bMain ? "window main" : "window", area, color);
+    m_xml.writeTextElement("title",
+                           labelOf(window) + QLatin1Char('\n') + placeText(areaOf(window)));
+    rect(window.m_bIsMain ? "window main" : "window", area, color);
     text("label", area.topLeft() + QPointF(6, c_nLabel - 3), labelOf(window), area.width() - 12);
-    panel(window.panels, area.adjusted(c_nGap, c_nLabel + c_nGap, -c_nGap, -c_nGap));
+    panel(KW::panelTree(window), area.adjusted(c_nGap, c_nLabel + c_nGap, -c_nGap, -c_nGap));
     m_xml.writeEndElement();
 }
 
 // Panels by what docked trees usually look like: splitters, tabs, named leaves. Whatever else is in
 // a tree shares its place evenly.
-void CPainter::panel(const QDomElement& element, const QRectF& area)
+void CPainter::panel(const ElementTree& element, const QRectF& area)
 {
-    if (element.isNull() || area.width() < 4 || area.height() < 4) {
+    if (!element.isElement() || area.width() < 4 || area.height() < 4) {
         return;
     }
-    const QVector<QDomElement> parts = children(element);
+    const QVector<ElementTree> parts = element.elements();
     if (parts.isEmpty()) {
-        const QString strName = element.attribute("name", element.tagName());
+        const QString strName = element.attribute("name", element.strName);
         rect("panel", area);
         text("panelname", area.topLeft() + QPointF(5, c_nLabel - 2), strName, area.width() - 8);
     } else if (element.hasAttribute("current")) {
@@ -226,7 +219,7 @@ void CPainter::panel(const QDomElement& element, const QRectF& area)
     }
 }
 
-void CPainter::split(const QVector<QDomElement>& parts, const QDomElement& splitter,
+void CPainter::split(const QVector<ElementTree>& parts, const ElementTree& splitter,
                      const QRectF& area)
 {
     const bool bVertical = splitter.attribute("orientation") == QLatin1String("vertical");
@@ -249,18 +242,18 @@ void CPainter::split(const QVector<QDomElement>& parts, const QDomElement& split
     }
 }
 
-void CPainter::tabs(const QVector<QDomElement>& pages, int current, const QRectF& area)
+void CPainter::tabs(const QVector<ElementTree>& pages, int current, const QRectF& area)
 {
     QStringList names;
     for (int i = 0; i < pages.size(); ++i) {
-        const QString strName = panelNames(pages[i]).value(0, pages[i].tagName());
+        const QString strName = panelNames(pages[i]).value(0, pages[i].strName);
         names.append(i == current ? QLatin1Char('[') + strName + QLatin1Char(']') : strName);
     }
     rect("panel", area);
     text("panelname", area.topLeft() + QPointF(5, c_nLabel - 2), names.join(" | "),
          area.width() - 8);
-    const QDomElement page = pages.value(current);
-    if (!page.firstChildElement().isNull()) {
+    const ElementTree page = pages.value(current);
+    if (!page.elements().isEmpty()) {
         panel(page, area.adjusted(c_nGap, c_nLabel + c_nGap, -c_nGap, -c_nGap));
     }
 }
@@ -271,12 +264,13 @@ void CPainter::offScreen()
     if (!m_off.isEmpty()) {
         text("off", at, QStringLiteral("off every screen:"), c_nWidth - 2 * c_nMargin);
     }
-    for (const Window& window : qAsConst(m_off)) {
+    for (const KW::CLayoutWindow& window : qAsConst(m_off)) {
         at += QPointF(0, c_nLine);
         text("off", at,
              QStringLiteral("%1 — %2, screen %3: %4")
-                 .arg(labelOf(window), placeText(window.rect), QString::number(window.nScreenId),
-                      panelNames(window.panels).join(", ")),
+                 .arg(labelOf(window), placeText(areaOf(window)),
+                      QString::number(window.m_nScreenId),
+                      panelNames(KW::panelTree(window)).join(", ")),
              c_nWidth - 2 * c_nMargin);
     }
 }

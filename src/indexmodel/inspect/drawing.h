@@ -13,7 +13,7 @@ namespace inspect {
 /// every screen are listed below. \a title stands on top.
 struct Drawing {
     QString strTitle;
-    QVector<Window> windows;
+    QVector<KW::CLayoutWindow> windows;
     QVector<Screen> screens;
 };
 

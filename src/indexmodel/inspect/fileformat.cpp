@@ -1,10 +1,13 @@
 #include "inspect/fileformat_p.h"
 
 #include "inspect/optionvalues.h"
-#include "inspect/userrecords.h"
+
+#include <format/sections.h>
 
 #include <QHash>
 #include <QMap>
+
+#include <algorithm>
 
 namespace inspect {
 
@@ -165,18 +168,21 @@ const ElementRule& settingsRule()
 
 bool isWindowTag(const QString& tag)
 {
-    return tag == QLatin1String("LayoutWindow") || tag == QLatin1String("LayoutWindowTemplate")
-        || tag == QLatin1String("tradeWindowTemplate");
+    const auto& all = KW::sections();
+    return !tag.isEmpty() && std::any_of(all.begin(), all.end(), [&](const KW::Section& section) {
+        return section.strWindowTag == tag;
+    });
 }
 
-const QStringList& sectionsOfAnyPlace()
+QStringList namesOfAnyPlace()
 {
-    static const QStringList s_names { "DefaultLayout",   "IndexLayout",
-                                       "LayoutTemplates", "IndexPositionLayout",
-                                       "tradePanelGroup", "tradeLayoutTemplates",
-                                       "Option",          "UserParams",
-                                       "Customs" };
-    return s_names;
+    QStringList names { QStringLiteral("Customs") };
+    for (const KW::Section& section : KW::sections()) {
+        if (section.place == KW::SectionPlace::Anywhere) {
+            names.append(section.strName);
+        }
+    }
+    return names;
 }
 
 QDomElement placeOf(const QString& section, const QDomElement& root)

@@ -34,7 +34,7 @@ const ElementRule& settingsRule();
 bool isWindowTag(const QString& tag);
 
 /// The sections, and what of them, that are read wherever they stand, the first of each name.
-const QStringList& sectionsOfAnyPlace();
+QStringList namesOfAnyPlace();
 
 /// Below which element such a section belongs; null when there is none in this file.
 QDomElement placeOf(const QString& section, const QDomElement& root);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "indexuser/optionsettings.h"
+#include "format/optionsettings.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,6 +1,6 @@
 #include "inspect/plaintext.h"
 
-#include "indexuser/readabletext_p.h"
+#include <format/readabletext.h>
 
 #include <algorithm>
 

@@ -151,9 +151,9 @@ void writeSections(CPage& page, const UserRecords& records)
 {
     page.heading(QStringLiteral("Sections of other managers"));
     QVector<QStringList> rows;
-    for (const QDomElement& section : records.sections) {
-        rows.append({ section.tagName(), QString::number(elementCount(section)),
-                      isKnownSection(section.tagName()) ? "kept" : "read by nobody" });
+    for (const KW::ElementTree& section : records.sections) {
+        rows.append({ section.strName, QString::number(KW::elementCount(section)),
+                      KW::findSection(section.strName) != nullptr ? "kept" : "read by nobody" });
     }
     page.table({ "section", "elements", "" }, rows);
 }

@@ -17,29 +17,30 @@ const QRectF& farthestDesktop()
 
 } // namespace
 
-QVector<Screen> screensOf(const QVector<Window>& windows)
+QVector<Screen> screensOf(const QVector<KW::CLayoutWindow>& windows)
 {
     QMap<int, Screen> screens;
-    for (const Window& window : windows) {
-        if (!window.rect.isValid() || !farthestDesktop().contains(window.rect)) {
+    for (const KW::CLayoutWindow& window : windows) {
+        const QRectF area = areaOf(window);
+        if (!area.isValid() || !farthestDesktop().contains(area)) {
             continue;
         }
-        Screen& screen = screens[window.nScreenId];
+        Screen& screen = screens[window.m_nScreenId];
         const ScreenSource source
-            = window.bMaximized ? ScreenSource::Maximized : ScreenSource::Windows;
+            = window.m_bMaximized ? ScreenSource::Maximized : ScreenSource::Windows;
         if (source == screen.source) {
-            screen.rect |= window.rect;
+            screen.rect |= area;
         } else if (source == ScreenSource::Maximized) {
-            screen = { 0, window.rect, source };
+            screen = { 0, area, source };
         }
-        screen.nId = window.nScreenId;
+        screen.nId = window.m_nScreenId;
     }
     return QVector<Screen>(screens.begin(), screens.end());
 }
 
-QVector<Window> windowsOf(const UserRecords& records)
+QVector<KW::CLayoutWindow> windowsOf(const UserRecords& records)
 {
-    QVector<Window> windows;
+    QVector<KW::CLayoutWindow> windows;
     const QVector<Layout> layouts = layoutsOf(records) + templatesOf(records, LayoutSide::Quote)
         + templatesOf(records, LayoutSide::Trade);
     for (const Layout& layout : layouts) {
@@ -48,12 +49,13 @@ QVector<Window> windowsOf(const UserRecords& records)
     return windows;
 }
 
-bool isOffScreen(const Window& window, const QVector<Screen>& screens)
+bool isOffScreen(const KW::CLayoutWindow& window, const QVector<Screen>& screens)
 {
     // A maximized window fills its screen whatever its place when it is not.
-    return !window.bMaximized
+    const QRectF area = areaOf(window);
+    return !window.m_bMaximized
         && std::none_of(screens.begin(), screens.end(),
-                        [&](const Screen& screen) { return screen.rect.intersects(window.rect); });
+                        [&](const Screen& screen) { return screen.rect.intersects(area); });
 }
 
 } // namespace inspect

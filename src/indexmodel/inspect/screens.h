@@ -18,12 +18,12 @@ struct Screen {
 
 /// The screens of \a windows, by number. Windows without a size, or farther out than any desktop
 /// reaches, tell nothing.
-QVector<Screen> screensOf(const QVector<Window>& windows);
+QVector<Screen> screensOf(const QVector<KW::CLayoutWindow>& windows);
 
 /// All windows of a user, current ones and templates.
-QVector<Window> windowsOf(const UserRecords& records);
+QVector<KW::CLayoutWindow> windowsOf(const UserRecords& records);
 
 /// Whether no part of \a window lies on any of \a screens.
-bool isOffScreen(const Window& window, const QVector<Screen>& screens);
+bool isOffScreen(const KW::CLayoutWindow& window, const QVector<Screen>& screens);
 
 } // namespace inspect

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <indexuser/userconfiginterface.h>
+#include <format/customstocks.h>
 
 #include <QByteArray>
 #include <QString>

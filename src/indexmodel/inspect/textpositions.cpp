@@ -149,19 +149,27 @@ TextPosition CTextPositions::ofMark(const QVector<int>& offsets, int index) cons
 
 TextPosition CTextPositions::ofAttribute(int index, const QString& name) const
 {
-    if (ofElement(index).nLine == 0) {
-        return {};
+    return ofElement(index).nLine == 0
+        ? TextPosition()
+        : ofOffset(attributesOf(index).value(name, m_tags[index].nBegin));
+}
+
+const QHash<QString, int>& CTextPositions::attributesOf(int index) const
+{
+    if (m_nNamedTag == index) {
+        return m_attributes;
     }
+    m_nNamedTag = index;
+    m_attributes.clear();
     const TextSpan& tag = m_tags[index];
     int i = tag.nBegin;
     while ((i = findUnquoted(m_strText, i, tag.nEnd, QLatin1Char('='))) < tag.nEnd) {
         const int nName = nameBefore(m_strText, i, tag.nBegin);
-        if (m_strText.midRef(nName, i - nName).trimmed() == name) {
-            return ofOffset(nName);
-        }
+        const QString strName = m_strText.midRef(nName, i - nName).trimmed().toString();
+        m_attributes.insert(strName, m_attributes.value(strName, nName));
         ++i;
     }
-    return ofOffset(tag.nBegin);
+    return m_attributes;
 }
 
 TextPosition CTextPositions::ofOffset(int offset) const

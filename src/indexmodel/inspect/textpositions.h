@@ -57,6 +57,7 @@ private:
     int skipTag(int offset);
     void addCharacters(int markup, int begin, int end);
     TextPosition ofMark(const QVector<int>& offsets, int index) const;
+    const QHash<QString, int>& attributesOf(int index) const;
 
     QString m_strText;
     QVector<TextSpan> m_tags;
@@ -67,6 +68,9 @@ private:
     int m_nDocumentType = -1;
     bool m_bEntities = false;
     QVector<int> m_lineStarts;
+    // The attributes of the tag that was asked for last: who asks for one asks for more.
+    mutable int m_nNamedTag = -1;
+    mutable QHash<QString, int> m_attributes;
 };
 
 } // namespace inspect

@@ -2,7 +2,10 @@
 
 #include "inspect/textpositions.h"
 
-#include "indexuser/userdocument.h"
+#include "format/sections.h"
+#include "format/userdocument.h"
+
+#include <platform/limits.h>
 
 #include <QDir>
 #include <QFile>
@@ -106,7 +109,7 @@ UserFile readUserFile(const QString& path)
 
 QString rootTag()
 {
-    return QStringLiteral("ICUserConfigFile");
+    return KW::c_szRoot;
 }
 
 QString livePath(const QString& configDir)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <platform/limits.h>
+
 #include <QByteArray>
 #include <QDomDocument>
 #include <QString>
@@ -21,9 +23,6 @@ struct UserFile {
     QString strText; ///< what was read of a whole file
 };
 
-/// A file larger than this is no user's, and is called damaged.
-constexpr qint64 c_nMaxFileBytes = 256LL * 1024 * 1024;
-
 /// The bytes of one file, whatever they mean.
 struct FileBytes {
     FileState state = FileState::Missing; ///< damaged when there are more than were allowed
@@ -34,7 +33,7 @@ struct FileBytes {
 /// Reads at most \a limit bytes, and one more to know that it is too many: of an endless file, too.
 /// Any thread. Anything but a regular file is unreadable, since a named pipe might never answer,
 /// unless \a path names a descriptor of this process: /dev/stdin, /dev/fd/63.
-FileBytes readBytes(const QString& path, qint64 limit = c_nMaxFileBytes);
+FileBytes readBytes(const QString& path, qint64 limit = KW::c_nMaxFileBytes);
 
 /// Any thread. A root that is not ICUserConfigFile makes a file damaged, though a load takes it.
 ///

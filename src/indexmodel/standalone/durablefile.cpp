@@ -1,6 +1,7 @@
 #include "standalone/durablefile_p.h"
 
 #include "platform/commonutil.h"
+#include "platform/limits.h"
 #include "standalone/standalone.h"
 
 #include <QDir>

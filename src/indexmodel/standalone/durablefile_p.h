@@ -1,5 +1,7 @@
 #pragma once
 
+#include <platform/limits.h>
+
 #include <QByteArray>
 #include <QString>
 
@@ -23,9 +25,6 @@ bool replaceFile(const QByteArray& path, const std::string& content, Sync sync =
 /// and lastWriteFailure() tells why.
 bool makeDirectory(const QString& path);
 
-/// Larger files are not read: a thousand times what any user has.
-constexpr qint64 c_nMaxFileBytes = 256LL * 1024 * 1024;
-
 enum class ReadCause {
     None, ///< it was read whole
     Missing,
@@ -39,6 +38,6 @@ struct ReadFailure {
 
 /// Reads all of the regular file \a path, if it has at most \a limit bytes; \a content stays as it
 /// was when that cannot be done.
-ReadFailure readFile(const QString& path, std::string& content, qint64 limit = c_nMaxFileBytes);
+ReadFailure readFile(const QString& path, std::string& content, qint64 limit = KW::c_nMaxFileBytes);
 
 } // namespace standalone

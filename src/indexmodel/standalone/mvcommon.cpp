@@ -1,14 +1,13 @@
 #include "platform/mvcommon.h"
 
+#include "platform/limits.h"
+
 #include <cmath>
 #include <memory>
 
 namespace MV {
 
 namespace {
-
-// The parser's own limit; deeper trees overflow the stack when they are copied or written.
-constexpr int c_nMaxDepth = 512;
 
 bool fits(const QDomElement& tree, int levels)
 {
@@ -65,7 +64,7 @@ QString formatDoubleNumber(double value, int precision, int, bool, QString inval
 
 ILayoutElement* ILayoutElement::fromXml(QDomElement& element)
 {
-    if (element.isNull() || !fits(element, c_nMaxDepth)) {
+    if (element.isNull() || !fits(element, KW::c_nMaxDepth)) {
         return nullptr;
     }
     return std::make_unique<CVerbatimLayout>(element).release();

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "format/indexuserexport.h"
+#include "format/paramsettingforclient.h"
+
+#include <QDomElement>
+#include <QString>
+
+#include <variant>
+#include <vector>
+
+namespace KW {
+
+/// Whether a save writes an option; all of them are read.
+enum class OptionSaved { Yes, No };
+
+/// One option: its attribute in the file, its place in the record and thereby its kind.
+struct OptionRow {
+    QString strAttribute;
+    std::variant<std::int32_t paramSettingForClient::*, bool paramSettingForClient::*,
+                 QString paramSettingForClient::*>
+        field;
+    OptionSaved saved;
+};
+
+/// All options in the order in which they are read: of two rows for one field the later one wins.
+///
+///     for (const KW::OptionRow& row : KW::optionTable()) { ... row.strAttribute ... }
+INDEXUSER_EXPORT const std::vector<OptionRow>& optionTable();
+
+/// Whether all options of the table are the same. What other modules keep in a record does not
+/// count.
+bool operator==(const paramSettingForClient& left, const paramSettingForClient& right);
+inline bool operator!=(const paramSettingForClient& left, const paramSettingForClient& right)
+{
+    return !(left == right);
+}
+
+/// \a param after a save and the load of a new service: what is never written is the default.
+paramSettingForClient savedOptions(const paramSettingForClient& param);
+
+enum class OptionsFound { Yes, No };
+
+/// Reads the first section Option below \a root, wherever it stands, into \a param: all its child
+/// elements, whatever they are called. What is absent leaves its field as it was.
+OptionsFound readOptions(const QDomElement& root, paramSettingForClient& param);
+
+/// Appends the element Settings with the options of \a param to \a parent.
+void writeOptions(QDomElement& parent, QDomDocument& doc, const paramSettingForClient& param);
+
+} // namespace KW

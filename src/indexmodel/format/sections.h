@@ -1,0 +1,69 @@
+#pragma once
+
+#include "format/userrecords.h"
+
+#include <QDomElement>
+#include <QString>
+
+#include <vector>
+
+namespace KW {
+
+// The sections that the library keeps itself.
+constexpr char c_szDefaultLayout[] = "DefaultLayout";
+constexpr char c_szIndexLayout[] = "IndexLayout";
+constexpr char c_szIndexPositionLayout[] = "IndexPositionLayout";
+constexpr char c_szLayoutTemplates[] = "LayoutTemplates";
+constexpr char c_szTradePanelGroup[] = "tradePanelGroup";
+constexpr char c_szTradeLayoutTemplates[] = "tradeLayoutTemplates";
+constexpr char c_szOption[] = "Option";
+constexpr char c_szCustomStock[] = "CustomStock";
+constexpr char c_szUserParams[] = "UserParams";
+
+/// The root of every user's file, and the version that is written.
+constexpr char c_szRoot[] = "ICUserConfigFile";
+constexpr int c_nVersion = 11;
+
+/// Who fills a section and reads it.
+enum class SectionOwner {
+    Layouts, ///< the layout store
+    Service, ///< the service itself
+    Managers, ///< other modules
+    Nobody, ///< written, and read by nobody
+};
+
+/// Where the reader of a section looks for it.
+enum class SectionPlace { BelowRoot, Anywhere };
+
+/// Whether every save writes a section.
+enum class SectionPresence { Always, Optional };
+
+/// The part of a user that a section belongs to, as people see it.
+enum class UserPart { Options, Stocks, Layouts, Templates, Sections };
+
+/// One section of a user's file.
+struct Section {
+    QString strName;
+    SectionOwner owner;
+    SectionPlace place;
+    SectionPresence presence;
+    UserPart part;
+    QString strWindowTag; ///< what its windows are called; empty for sections without
+    /// Reads the section below a root; null where the content belongs to others.
+    void (*read)(const QDomElement& root, UserRecords& records);
+    /// Fills the empty section; null likewise.
+    void (*write)(QDomElement& section, QDomDocument& doc, const UserRecords& records);
+};
+
+/// All sections, in the order of the file: the one place that lists them.
+///
+///     for (const KW::Section& section : KW::sections()) { ... section.strName ... }
+const std::vector<Section>& sections();
+
+/// Null for a name that no section has.
+const Section* findSection(const QString& name);
+
+/// "options", "stocks", "layouts", "templates" or "sections".
+QString partName(UserPart part);
+
+} // namespace KW

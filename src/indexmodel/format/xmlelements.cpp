@@ -1,0 +1,63 @@
+#include "format/xmlelements.h"
+
+#include <QTextStream>
+
+namespace KW {
+
+namespace {
+
+constexpr int c_nFewAttributes = 64;
+
+QStringList namesByIndex(const QDomNamedNodeMap& attributes)
+{
+    QStringList names;
+    for (int i = 0; i < attributes.size(); ++i) {
+        names.append(attributes.item(i).nodeName());
+    }
+    return names;
+}
+
+// A tag as Qt writes it: values in double quotes, in which there are none.
+QStringList namesInTag(const QString& tag)
+{
+    QStringList names;
+    int nBegin = tag.indexOf(QLatin1Char(' ')) + 1;
+    for (int i = tag.indexOf(QLatin1Char('='), nBegin); i >= 0;
+         i = tag.indexOf(QLatin1Char('='), nBegin)) {
+        names.append(tag.mid(nBegin, i - nBegin));
+        nBegin = tag.indexOf(QLatin1Char('"'), i + 2) + 2;
+    }
+    return names;
+}
+
+} // namespace
+
+int intAttribute(const QDomElement& element, const QString& name)
+{
+    return element.attribute(name).toInt();
+}
+
+QVector<QDomElement> descendants(const QDomElement& parent, const QString& name)
+{
+    const QDomNodeList nodes = parent.elementsByTagName(name);
+    QVector<QDomElement> found(nodes.size());
+    for (int i = 0; i < found.size(); ++i) {
+        found[i] = nodes.at(i).toElement();
+    }
+    return found;
+}
+
+// To an index Qt goes from the first attribute on, each time.
+QStringList attributeNames(const QDomElement& element)
+{
+    const QDomNamedNodeMap attributes = element.attributes();
+    if (attributes.size() <= c_nFewAttributes) {
+        return namesByIndex(attributes);
+    }
+    QString strTag;
+    QTextStream stream(&strTag);
+    element.cloneNode(false).save(stream, 0);
+    return namesInTag(strTag);
+}
+
+} // namespace KW

@@ -1,0 +1,156 @@
+#include "commands/wholefile.h"
+#include "failure.h"
+#include "terminal/output.h"
+#include "terminal/progress.h"
+
+#include <inspect/check.h>
+#include <inspect/report.h>
+
+#include <algorithm>
+
+namespace {
+
+struct CheckedPath {
+    QString strPath;
+    inspect::CheckedFile checked;
+};
+
+// The worst of all files is the answer.
+ExitStatus statusOf(const inspect::CheckedFile& checked)
+{
+    switch (checked.file.state) {
+    case inspect::FileState::Whole:
+        if (!checked.strFailure.isEmpty()) {
+            break;
+        }
+        return checked.findings.isEmpty() ? ExitStatus::Ok : ExitStatus::Negative;
+    case inspect::FileState::Damaged:
+        return ExitStatus::Damaged;
+    case inspect::FileState::Missing:
+    case inspect::FileState::Unreadable:
+        break;
+    }
+    return ExitStatus::InputOutput;
+}
+
+int severityOf(ExitStatus status)
+{
+    static const QVector<ExitStatus> s_order { ExitStatus::Ok, ExitStatus::Negative,
+                                               ExitStatus::Damaged, ExitStatus::InputOutput };
+    return s_order.indexOf(status);
+}
+
+QString verdictOf(const inspect::CheckedFile& checked)
+{
+    if (!checked.strFailure.isEmpty()) {
+        return QStringLiteral("not checked");
+    }
+    static const QMap<ExitStatus, QString> s_names { { ExitStatus::Ok, "in order" },
+                                                     { ExitStatus::Negative, "findings" },
+                                                     { ExitStatus::Damaged, "damaged" },
+                                                     { ExitStatus::InputOutput, "unreadable" } };
+    return s_names.value(statusOf(checked));
+}
+
+// What kept the file from being checked, for people.
+QString errorOf(const CheckedPath& each)
+{
+    return each.checked.strFailure.isEmpty() ? each.checked.file.strError
+                                             : each.strPath + ": " + each.checked.strFailure;
+}
+
+QVector<CheckedPath> checkAll(const QStringList& paths)
+{
+    QVector<CheckedPath> all;
+    CProgress progress(paths.size());
+    for (const QString& word : paths) {
+        const QString strPath = inputPath(word);
+        all.append({ strPath, inspect::check(strPath) });
+        progress.advance();
+    }
+    return all;
+}
+
+Table findingTable(const QVector<CheckedPath>& all)
+{
+    Table table { "findings",
+                  "Findings",
+                  { "file", "line", "column", "effect", "rule", "path", "what" } };
+    for (const CheckedPath& each : all) {
+        for (const inspect::Finding& finding : each.checked.findings) {
+            table.rows.append({ each.strPath, finding.position.nLine, finding.position.nColumn,
+                                inspect::effectName(finding.effect), finding.strRule,
+                                finding.strPath, finding.strText });
+        }
+    }
+    return table;
+}
+
+Table fileTable(const QVector<CheckedPath>& all)
+{
+    const auto count = [&](ExitStatus status) {
+        return std::count_if(all.begin(), all.end(), [&](const CheckedPath& each) {
+            return statusOf(each.checked) == status;
+        });
+    };
+    Table table { "files",
+                  QStringLiteral("%1 files: %2 in order, %3 with findings, %4 damaged, "
+                                 "%5 unreadable")
+                      .arg(all.size())
+                      .arg(count(ExitStatus::Ok))
+                      .arg(count(ExitStatus::Negative))
+                      .arg(count(ExitStatus::Damaged))
+                      .arg(count(ExitStatus::InputOutput)),
+                  { "file", "state", "findings", "error" } };
+    for (const CheckedPath& each : all) {
+        table.rows.append(
+            { each.strPath, verdictOf(each.checked), each.checked.findings.size(), errorOf(each) });
+    }
+    return table;
+}
+
+// For people: findings as compilers print them, then one summary.
+void printText(const QVector<CheckedPath>& all)
+{
+    for (const CheckedPath& each : all) {
+        if (!errorOf(each).isEmpty()) {
+            printLine(errorOf(each));
+        }
+        for (const inspect::Finding& finding : each.checked.findings) {
+            const inspect::TextPosition& at = finding.position;
+            printLine(QStringLiteral("%1:%2:%3: %4: %5 [%6]")
+                          .arg(each.strPath, QString::number(at.nLine), QString::number(at.nColumn),
+                               inspect::effectName(finding.effect), finding.strText,
+                               finding.strRule));
+        }
+    }
+    printLine(fileTable(all).strTitle);
+}
+
+} // namespace
+
+ExitStatus check(const Request& request)
+{
+    const QStringList paths = request.words.isEmpty()
+        ? QStringList(inspect::livePath(request.strConfigDir))
+        : request.words;
+    const QVector<CheckedPath> all = checkAll(paths);
+    if (request.format == Format::Json) {
+        print({ fileTable(all), findingTable(all) }, request.format);
+    } else {
+        printText(all);
+    }
+    const auto worst = std::max_element(
+        all.begin(), all.end(), [](const CheckedPath& left, const CheckedPath& right) {
+            return severityOf(statusOf(left.checked)) < severityOf(statusOf(right.checked));
+        });
+    return statusOf(worst->checked);
+}
+
+ExitStatus report(const Request& request)
+{
+    liveFile(request);
+    const QByteArray page = inspect::report(request.strConfigDir, QDateTime::currentDateTime());
+    writeFile(request, request.strOut, harmlessPage(page));
+    return ExitStatus::Ok;
+}

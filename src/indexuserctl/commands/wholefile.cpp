@@ -1,0 +1,46 @@
+#include "commands/wholefile.h"
+
+#include "failure.h"
+
+QString inputPath(const QString& word)
+{
+    if (word.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, QStringLiteral("FILE: the name of a file is wanted"));
+    }
+    return word == QLatin1String("-") ? QStringLiteral("/dev/stdin") : word;
+}
+
+namespace {
+
+template <typename File> File whole(File file)
+{
+    if (file.state == inspect::FileState::Damaged) {
+        throw CFailure(ExitStatus::Damaged, file.strError);
+    }
+    if (file.state != inspect::FileState::Whole) {
+        throw CFailure(ExitStatus::InputOutput, file.strError);
+    }
+    return file;
+}
+
+} // namespace
+
+inspect::UserFile wholeFile(const QString& path)
+{
+    return whole(inspect::readUserFile(path));
+}
+
+inspect::UserFile wholeDocument(const QString& path)
+{
+    return whole(inspect::readDocument(path));
+}
+
+inspect::UserFile liveFile(const Request& request)
+{
+    return wholeFile(inspect::livePath(request.strConfigDir));
+}
+
+QByteArray contentOf(const QString& path)
+{
+    return whole(inspect::readBytes(path)).bytes;
+}
