@@ -15,8 +15,9 @@ set(modules platform format indexuser standalone)
 
 if(INDEXUSER_INSPECT)
     install(TARGETS indexuser_format indexuser_inspect EXPORT inspectTargets ARCHIVE COMPONENT dev)
-    list(APPEND components inspect)
-    list(APPEND modules inspect)
+    install(TARGETS indexuser_mend EXPORT mendTargets ARCHIVE COMPONENT dev)
+    list(APPEND components inspect mend)
+    list(APPEND modules inspect mend)
 endif()
 
 foreach(component ${components})

@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         = inspect::savedForm(KW::recordsOf(service, KW::otherSections(before.document)));
     fuzzkit::save(service);
     const inspect::CheckedFile saved = inspect::check(fuzzkit::livePath());
-    fuzzkit::require(saved.file.state == inspect::FileState::Whole, saved.file.strError);
+    fuzzkit::require(saved.file.state == inspect::FileState::Whole, toText(saved.file.error));
     const auto differences = inspect::differences(first, inspect::recordsOf(saved.file.document));
     fuzzkit::require(differences.isEmpty(),
                      differences.isEmpty() ? QString() : inspect::toText(differences.first()));

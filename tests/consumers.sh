@@ -29,14 +29,15 @@ runs() { "$1" "$root/examples/user" | grep >/dev/null 早盘; }
 echo "the whole package, component by component"
 whole=$scratch/whole
 quietly cmake --install "$build" --prefix "$whole"
-answers "$whole" '' 'found: indexuser;platform;standalone;inspect;indexuserctl '
+answers "$whole" '' 'found: indexuser;platform;standalone;inspect;mend;indexuserctl '
 answers "$whole" indexuser 'found: indexuser;platform ' "${bare[@]}"
 answers "$whole" tools 'found: indexuser;platform;indexuserctl ' "${bare[@]}"
 answers "$whole" inspect 'found: indexuser;platform;inspect '
+answers "$whole" mend 'found: indexuser;platform;inspect;mend '
 answers "$whole" inspect 'indexuser: its component inspect needs LibXml2, which was not found' \
     "${bare[@]}"
 answers "$whole" pictures 'indexuser: its component pictures is not installed'
-answers "$whole" 'indexuser;OPTIONAL_COMPONENTS;inspect;pictures' 'found: indexuser;platform ' \
+answers "$whole" 'indexuser;OPTIONAL_COMPONENTS;mend;inspect;pictures' 'found: indexuser;platform ' \
     "${bare[@]}"
 
 echo "the library alone, where CLI11 and libxml2 are not"

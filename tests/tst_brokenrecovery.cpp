@@ -1,9 +1,9 @@
 #include "librarytest.h"
 #include "recording.h"
 
-#include <inspect/recovery.h>
+#include <mend/recovery.h>
 
-using inspect::RecoveryResult;
+using mend::RecoveryResult;
 
 // A recovery believes nobody: what it wrote it reads again.
 class tst_brokenrecovery : public CLibraryTest {
@@ -26,11 +26,11 @@ void tst_brokenrecovery::aCopyThatIsNotThereIsNoRecovery()
     QVERIFY(QDir().mkpath(userDir() + "/Temp"));
     writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", c_szUser);
     recording::answers().writes = { true }; // and nothing is written
-    const inspect::Recovery recovery = inspect::recover(userDir(), inspect::RunMode::Do);
+    const mend::Recovery recovery = mend::recover(userDir(), mend::RunMode::Do);
     QCOMPARE(recovery.result, RecoveryResult::Failed);
-    QVERIFY2(recovery.strError.startsWith(livePath() + ": cannot be written"),
-             qPrintable(recovery.strError));
-    QCOMPARE(inspect::recover(userDir(), inspect::RunMode::Do).result, RecoveryResult::Recovered);
+    QVERIFY2(toText(recovery.error).startsWith(livePath() + ": cannot be written"),
+             qPrintable(toText(recovery.error)));
+    QCOMPARE(mend::recover(userDir(), mend::RunMode::Do).result, RecoveryResult::Recovered);
     QCOMPARE(readFile(livePath()), QByteArray(c_szUser));
 }
 
@@ -40,7 +40,7 @@ void tst_brokenrecovery::aCopyThatCameOutDifferentIsNoRecovery()
     writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", c_szUser);
     writeLive("<half");
     recording::answers().writes = { true };
-    const inspect::Recovery recovery = inspect::recover(userDir(), inspect::RunMode::Do);
+    const mend::Recovery recovery = mend::recover(userDir(), mend::RunMode::Do);
     QCOMPARE(recovery.result, RecoveryResult::Failed);
     QCOMPARE(readFile(recovery.strSetAside), QByteArray("<half"));
 }
@@ -52,12 +52,12 @@ void tst_brokenrecovery::aRestoreThatCannotKeepTheFileChangesNothing()
     writeLive("<ICUserConfigFile>of now</ICUserConfigFile>");
     const inspect::Snapshot snapshot = inspect::snapshots(userDir()).first();
     recording::answers().writes = { false };
-    const inspect::Recovery recovery = inspect::restore(userDir(), snapshot, inspect::RunMode::Do);
+    const mend::Recovery recovery = mend::restore(userDir(), snapshot, mend::RunMode::Do);
     QCOMPARE(recovery.result, RecoveryResult::Failed);
     QCOMPARE(recovery.source.strPath, snapshot.strPath);
     QCOMPARE(recovery.strSetAside, QString());
     QVERIFY(QRegularExpression("/indexUserConfig.xml.replaced-[-0-9]+: cannot be written")
-                .match(recovery.strError)
+                .match(toText(recovery.error))
                 .hasMatch());
     QCOMPARE(readFile(livePath()), QByteArray("<ICUserConfigFile>of now</ICUserConfigFile>"));
 }

@@ -27,7 +27,7 @@ QVector<inspect::Finding> tst_check::findings(const QString& content)
     writeLive(content.toUtf8());
     const inspect::CheckedFile checked = inspect::check(livePath());
     if (checked.file.state != inspect::FileState::Whole || !checked.strFailure.isEmpty()) {
-        qFatal("%s%s", qPrintable(checked.file.strError), qPrintable(checked.strFailure));
+        qFatal("%s%s", qPrintable(toText(checked.file.error)), qPrintable(checked.strFailure));
     }
     return checked.findings;
 }

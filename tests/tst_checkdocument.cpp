@@ -36,7 +36,7 @@ QStringList tst_checkdocument::found(const QByteArray& content)
     writeLive(content);
     const inspect::CheckedFile checked = inspect::check(livePath());
     if (checked.file.state != inspect::FileState::Whole) {
-        qFatal("%s", qPrintable(checked.file.strError));
+        qFatal("%s", qPrintable(toText(checked.file.error)));
     }
     return checkedfiles::texts(checked.findings);
 }
@@ -148,7 +148,7 @@ void tst_checkdocument::aSectionThatIsReadElsewhereIsNotMissing()
 void tst_checkdocument::theSampleUserIsInOrder()
 {
     const inspect::CheckedFile checked = inspect::check(SAMPLE_USER "/indexUserConfig.xml");
-    QCOMPARE(checked.file.strError, QString());
+    QCOMPARE(toText(checked.file.error), QString());
     QCOMPARE(checkedfiles::texts(checked.findings), QStringList());
     QCOMPARE(checked.strFailure, QString());
 }
@@ -171,7 +171,7 @@ void tst_checkdocument::whatASaveWroteIsInOrder()
     service().loadSettings();
     saveAndWait(service());
     const inspect::CheckedFile checked = inspect::check(livePath());
-    QCOMPARE(checked.file.strError + checked.strFailure, QString());
+    QCOMPARE(toText(checked.file.error) + checked.strFailure, QString());
     for (const inspect::Finding& finding : checked.findings) {
         // What the file had no windows for became an empty quote layout.
         QVERIFY2(finding.effect == inspect::Effect::Kept || finding.strRule == "single-window",

@@ -1,7 +1,7 @@
 #include "librarytest.h"
 #include "logcapture.h"
 
-#include <inspect/recovery.h>
+#include <mend/recovery.h>
 #include <standalone/standalone.h>
 
 #include <sys/resource.h>

@@ -69,7 +69,7 @@ void tst_readlimits::theLimitItselfIsRead()
     QCOMPARE(file.state, read ? FileState::Whole : FileState::Damaged);
     QVERIFY(file.bytes == (read ? content : QByteArray()));
     const QString strReason = read ? QString() : QString("larger than %1 bytes").arg(limit);
-    QCOMPARE(file.strError, read ? QString() : strPath + ": " + strReason);
+    QCOMPARE(toText(file.error), read ? QString() : strPath + ": " + strReason);
     std::string strContent = "as it was";
     const standalone::ReadFailure failure = standalone::readFile(strPath, strContent, limit);
     QCOMPARE(failure.cause, read ? ReadCause::None : ReadCause::Unreadable);
@@ -82,7 +82,7 @@ void tst_readlimits::aUserFileBeyondTheLimitIsDamaged()
     const QString strPath = sparseFile(KW::c_nMaxFileBytes + 1);
     const inspect::UserFile file = inspect::readUserFile(strPath);
     QCOMPARE(file.state, FileState::Damaged);
-    QCOMPARE(file.strError, strPath + ": larger than 268435456 bytes");
+    QCOMPARE(toText(file.error), strPath + ": larger than 268435456 bytes");
 }
 
 void tst_readlimits::noReaderTakesMoreThanTheLimit()
@@ -114,7 +114,7 @@ void tst_readlimits::onlyRegularFilesAreRead()
     const QString strPath = kind.startsWith('/') ? kind : userDir() + '/' + kind;
     const inspect::UserFile file = inspect::readUserFile(strPath);
     QCOMPARE(file.state, FileState::Unreadable);
-    QCOMPARE(file.strError, strPath + ": is no regular file");
+    QCOMPARE(toText(file.error), strPath + ": is no regular file");
     std::string strContent;
     const standalone::ReadFailure failure = standalone::readFile(strPath, strContent);
     QCOMPARE(failure.cause, ReadCause::Unreadable);

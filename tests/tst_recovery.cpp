@@ -1,16 +1,16 @@
 #include "filelimits.h"
 #include "librarytest.h"
 
-#include "inspect/recovery.h"
+#include "mend/recovery.h"
 
 #include <QDir>
 
 using inspect::FileState;
-using inspect::Recovery;
-using inspect::RecoveryResult;
-using inspect::RunMode;
+using mend::Recovery;
+using mend::RecoveryResult;
+using mend::RunMode;
 
-Q_DECLARE_METATYPE(inspect::RecoveryResult)
+Q_DECLARE_METATYPE(mend::RecoveryResult)
 
 class tst_recovery : public CLibraryTest {
     Q_OBJECT
@@ -70,7 +70,7 @@ void tst_recovery::writeCopy(const QString& date, const QByteArray& content, int
 
 Recovery tst_recovery::recovered(RunMode mode) const
 {
-    return inspect::recover(userDir(), mode);
+    return mend::recover(userDir(), mode);
 }
 
 QStringList tst_recovery::setAside() const
@@ -115,7 +115,7 @@ void tst_recovery::damageIsNamedWithItsPlace()
     writeLive(content);
     const inspect::UserFile file = inspect::readUserFile(livePath());
     QCOMPARE(file.state, FileState::Damaged);
-    QCOMPARE(file.strError, livePath() + error);
+    QCOMPARE(toText(file.error), livePath() + error);
     QVERIFY(file.document.isNull() && file.strText.isEmpty());
 }
 
@@ -138,10 +138,10 @@ void tst_recovery::whatHidesAFileIsNamed()
         const CNobody nobody({ userDir() });
         const inspect::UserFile file = inspect::readUserFile(livePath());
         QCOMPARE(file.state, FileState::Unreadable);
-        QCOMPARE(file.strError, livePath() + ": Permission denied");
+        QCOMPARE(toText(file.error), livePath() + ": Permission denied");
         const inspect::UserFile missing = inspect::readUserFile(livePath() + "x");
         QCOMPARE(missing.state, FileState::Missing);
-        QCOMPARE(missing.strError, livePath() + "x: No such file or directory");
+        QCOMPARE(toText(missing.error), livePath() + "x: No such file or directory");
     }
     QVERIFY(QFile::setPermissions(userDir(), {}));
     {
@@ -149,7 +149,7 @@ void tst_recovery::whatHidesAFileIsNamed()
         for (const char* pszSuffix : { "", "x" }) {
             const inspect::UserFile hidden = inspect::readUserFile(livePath() + pszSuffix);
             QCOMPARE(hidden.state, FileState::Unreadable);
-            QCOMPARE(hidden.strError, livePath() + pszSuffix + ": Permission denied");
+            QCOMPARE(toText(hidden.error), livePath() + pszSuffix + ": Permission denied");
         }
     }
     QVERIFY(QFile::setPermissions(
@@ -167,7 +167,7 @@ void tst_recovery::aFileThatCannotBeReadIsNotReplaced()
         const Recovery recovery = recovered();
         QCOMPARE(recovery.result, RecoveryResult::Failed);
         QCOMPARE(recovery.before, FileState::Unreadable);
-        QCOMPARE(recovery.strError, livePath() + ": Permission denied");
+        QCOMPARE(toText(recovery.error), livePath() + ": Permission denied");
     }
     QVERIFY(QFile::setPermissions(livePath(), QFileDevice::ReadOwner));
     QCOMPARE(readFile(livePath()), user("mine"));
@@ -257,7 +257,7 @@ void tst_recovery::aFileThatCannotBeSetAsideStays()
             { livePath(), userDir() + "/Temp", userDir() + "/Temp/indexUserConfig.xml_20240131" });
         const Recovery recovery = recovered();
         QCOMPARE(recovery.result, RecoveryResult::Failed);
-        QVERIFY(recovery.strError.startsWith(livePath() + ": cannot be set aside: "));
+        QVERIFY(toText(recovery.error).startsWith(livePath() + ": cannot be set aside: "));
     }
     QCOMPARE(readFile(livePath()), QByteArray("<damaged"));
     QCOMPARE(setAside(), QStringList());
@@ -306,7 +306,7 @@ void tst_recovery::whatHasNoRoomIsToldAndRecoveredLater()
         const CFileSizeLimit limit(1000);
         const Recovery recovery = recovered();
         QCOMPARE(recovery.result, RecoveryResult::Failed);
-        QCOMPARE(recovery.strError, livePath() + ": cannot be written");
+        QCOMPARE(toText(recovery.error), livePath() + ": cannot be written");
         QCOMPARE(readFile(recovery.strSetAside), QByteArray("<damaged"));
     }
     QCOMPARE(recovered().result, RecoveryResult::Recovered);

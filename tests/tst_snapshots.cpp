@@ -2,8 +2,8 @@
 #include "openedfiles.h"
 #include "toolrun.h"
 
-#include <inspect/recovery.h>
 #include <inspect/report.h>
+#include <mend/recovery.h>
 
 // Dated copies are found by their names; who asks for what is in them opens them, each once.
 class tst_snapshots : public CLibraryTest {
@@ -144,8 +144,8 @@ void tst_snapshots::recoveryStopsAtTheFirstWholeOne()
     QVERIFY(QFile::remove(livePath()));
     writeCopy(dayOf(c_nCopies), "<damaged");
     COpenedFiles opened(tempDir());
-    const inspect::Recovery recovery = inspect::recover(userDir(), inspect::RunMode::Do);
-    QCOMPARE(recovery.result, inspect::RecoveryResult::RecoveredWithLoss);
+    const mend::Recovery recovery = mend::recover(userDir(), mend::RunMode::Do);
+    QCOMPARE(recovery.result, mend::RecoveryResult::RecoveredWithLoss);
     QCOMPARE(recovery.source.date, QDate(2024, 1, 1).addDays(c_nCopies - 1));
     // Once to look at it, once to copy it.
     QCOMPARE(opened.counts(),
@@ -157,8 +157,7 @@ void tst_snapshots::aWholeFileNeedsNoCopy()
 {
     writeCopies();
     COpenedFiles opened(tempDir());
-    QCOMPARE(inspect::recover(userDir(), inspect::RunMode::Do).result,
-             inspect::RecoveryResult::NothingToDo);
+    QCOMPARE(mend::recover(userDir(), mend::RunMode::Do).result, mend::RecoveryResult::NothingToDo);
     QCOMPARE(opened.counts(), (QMap<QString, int>()));
 }
 

@@ -4,8 +4,8 @@
 #include <indexuser/cuserconfigmanager.h>
 #include <indexuser/servicerecords.h>
 #include <indexuser/userconfigfactory.h>
-#include <inspect/recovery.h>
 #include <inspect/userfile.h>
+#include <mend/recovery.h>
 #include <standalone/standalone.h>
 
 #include <QCoreApplication>
@@ -24,23 +24,23 @@ QTextStream& out()
 // Before the first load: after it, a save would replace what could not be read by defaults.
 bool isSafeToLoad(const QString& directory)
 {
-    const inspect::Recovery recovery = inspect::recover(directory, inspect::RunMode::Do);
+    const mend::Recovery recovery = mend::recover(directory, mend::RunMode::Do);
     switch (recovery.result) {
-    case inspect::RecoveryResult::NothingToDo:
+    case mend::RecoveryResult::NothingToDo:
         return true;
-    case inspect::RecoveryResult::Recovered:
-    case inspect::RecoveryResult::RecoveredWithLoss:
+    case mend::RecoveryResult::Recovered:
+    case mend::RecoveryResult::RecoveredWithLoss:
         out() << "recovered from " << recovery.source.strPath << '\n';
         return true;
-    case inspect::RecoveryResult::NoSnapshot:
+    case mend::RecoveryResult::NoSnapshot:
         // A new user has neither file nor copies; of a damaged file without copies the user
         // decides.
         return inspect::readUserFile(inspect::livePath(directory)).state
             == inspect::FileState::Missing;
-    case inspect::RecoveryResult::Failed:
+    case mend::RecoveryResult::Failed:
         break;
     }
-    out() << recovery.strError << '\n';
+    out() << toText(recovery.error) << '\n';
     return false;
 }
 

@@ -2,8 +2,8 @@
 
 #include "exitstatus.h"
 
-#include <inspect/recovery.h>
 #include <inspect/userrecords.h>
+#include <mend/recovery.h>
 #include <standalone/standalone.h>
 
 #include <QString>
@@ -21,7 +21,7 @@ struct Request {
     QStringList words; ///< those behind the command's name
     Format format = Format::Text;
     Secrets secrets = Secrets::Masked;
-    inspect::RunMode mode = inspect::RunMode::Do;
+    mend::RunMode mode = mend::RunMode::Do;
     inspect::LayoutSide side = inspect::LayoutSide::Quote;
     Amount amount = Amount::First;
     std::optional<QString> templateName;
@@ -29,7 +29,7 @@ struct Request {
     QString strOut;
     standalone::LogLines log = standalone::LogLines::Problems;
 
-    bool isDryRun() const { return mode == inspect::RunMode::DryRun; }
+    bool isDryRun() const { return mode == mend::RunMode::DryRun; }
 };
 
 // Each command prints its answer, or throws CFailure when it cannot do its work.

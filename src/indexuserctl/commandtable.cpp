@@ -12,7 +12,7 @@ const QVector<CommandOption>& commandOptions()
         { "--all", "", "prints all differences, not only the first 200; as JSON they are all there",
           [](Request& request, const QString&) { request.amount = Amount::All; } },
         { "--dry-run", "", "only tells what would be done",
-          [](Request& request, const QString&) { request.mode = inspect::RunMode::DryRun; } },
+          [](Request& request, const QString&) { request.mode = mend::RunMode::DryRun; } },
         { "--show-secrets", "", "prints the OA password, too",
           [](Request& request, const QString&) { request.secrets = Secrets::Shown; } },
         { "--trade", "", "the trade windows and templates instead of the quote ones",

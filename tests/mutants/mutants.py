@@ -22,7 +22,7 @@ from workshop import (Failure, NOT_COMPILED, NOTICED, SURVIVED, Workshop, checke
 
 ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
 PARTS = {"format": "src/indexmodel/format/", "library": "src/indexmodel/indexuser/",
-         "inspect": "src/indexmodel/inspect/",
+         "inspect": "src/indexmodel/inspect/", "mend": "src/indexmodel/mend/",
          "standalone": "src/indexmodel/standalone/", "tool": "src/indexuserctl/"}
 # A source that all programs hold.
 EVERYWHERE = "src/indexmodel/format/xmlelements.cpp"

@@ -166,9 +166,9 @@ void writeSnapshots(CPage& page, const QString& configDir, const UserRecords& re
     for (const Snapshot& snapshot : copies) {
         const UserFile file = readUserFile(snapshot.strPath);
         const bool bWhole = file.state == FileState::Whole;
-        rows.append(
-            { snapshot.date.toString(Qt::ISODate), QString::number(snapshot.nBytes),
-              bWhole ? summary(differences(recordsOf(file.document), records)) : file.strError });
+        rows.append({ snapshot.date.toString(Qt::ISODate), QString::number(snapshot.nBytes),
+                      bWhole ? summary(differences(recordsOf(file.document), records))
+                             : toText(file.error) });
     }
     page.table({ "date", "bytes", "changed since" }, rows);
 }

@@ -1,7 +1,5 @@
 #include "inspect/userfile.h"
 
-#include "inspect/textpositions.h"
-
 #include "format/sections.h"
 #include "format/userdocument.h"
 
@@ -17,11 +15,31 @@ namespace inspect {
 
 namespace {
 
-UserFile damaged(const QString& path, const TextPosition& at, const QString& reason)
+UserFile damaged(const FileError& error)
 {
-    const QString strPlace
-        = at.nLine > 0 ? QStringLiteral(":%1:%2").arg(at.nLine).arg(at.nColumn) : QString();
-    return { FileState::Damaged, {}, path + strPlace + ": " + reason, {} };
+    return { FileState::Damaged, {}, error, {} };
+}
+
+QString reasonOf(const FileError& error)
+{
+    switch (error.cause) {
+    case FileCause::None:
+    case FileCause::System:
+    case FileCause::Malformed:
+    case FileCause::TooDeep:
+        break;
+    case FileCause::NotRegular:
+        return QStringLiteral("is no regular file");
+    case FileCause::TooLarge:
+        return QStringLiteral("larger than %1 bytes").arg(error.strDetail);
+    case FileCause::NotSetAside:
+        return QStringLiteral("cannot be set aside: ") + error.strDetail;
+    case FileCause::NotWritten:
+        return QStringLiteral("cannot be written");
+    case FileCause::OtherRoot:
+        return QStringLiteral("the root is '%1' instead of '%2'").arg(error.strDetail, rootTag());
+    }
+    return error.strDetail;
 }
 
 std::filesystem::file_status statusOf(const QString& path)
@@ -65,19 +83,21 @@ QByteArray upTo(qint64 limit, QFile& file)
 FileBytes readBytes(const QString& path, qint64 limit)
 {
     if (isOther(path) && !isOwnDescriptor(path)) {
-        return { FileState::Unreadable, {}, path + ": is no regular file" };
+        return { FileState::Unreadable, {}, { FileCause::NotRegular, path, {}, {} } };
     }
     QFile file(path);
     // What tells its size is refused unread; a stream tells none, and a file may grow.
     const bool bRead = file.open(QIODevice::ReadOnly) && file.size() <= limit;
     const QByteArray bytes = bRead ? upTo(limit + 1, file) : QByteArray();
     if (file.error() != QFileDevice::NoError) {
-        return { stateWithoutContent(path), {}, path + ": " + file.errorString() };
+        return { stateWithoutContent(path),
+                 {},
+                 { FileCause::System, path, file.errorString(), {} } };
     }
     if (!bRead || bytes.size() > limit) {
         return { FileState::Damaged,
                  {},
-                 path + QStringLiteral(": larger than %1 bytes").arg(limit) };
+                 { FileCause::TooLarge, path, QString::number(limit), {} } };
     }
     return { FileState::Whole, bytes, {} };
 }
@@ -86,12 +106,16 @@ UserFile readDocument(const QString& path)
 {
     const FileBytes file = readBytes(path);
     if (file.state != FileState::Whole) {
-        return { file.state, {}, file.strError, {} };
+        return { file.state, {}, file.error, {} };
     }
     const QString strText = QString::fromUtf8(file.bytes.constData(), file.bytes.size());
     const KW::UserDocument parsed = KW::parseUserDocument(strText);
     if (!parsed.isValid()) {
-        return damaged(path, { parsed.nLine, parsed.nColumn }, parsed.strError);
+        const bool bDeep = parsed.error == KW::DocumentError::TooDeep;
+        return damaged({ bDeep ? FileCause::TooDeep : FileCause::Malformed,
+                         path,
+                         parsed.strError,
+                         { parsed.nLine, parsed.nColumn } });
     }
     return { FileState::Whole, parsed.document, {}, strText };
 }
@@ -103,8 +127,19 @@ UserFile readUserFile(const QString& path)
     if (file.state != FileState::Whole || strRoot == rootTag()) {
         return file;
     }
-    return damaged(path, CTextPositions(file.strText).ofElement(0),
-                   QStringLiteral("the root is '%1' instead of '%2'").arg(strRoot, rootTag()));
+    return damaged(
+        { FileCause::OtherRoot, path, strRoot, CTextPositions(file.strText).ofElement(0) });
+}
+
+QString toText(const FileError& error)
+{
+    if (error.cause == FileCause::None) {
+        return {};
+    }
+    const QString strPlace = error.at.nLine > 0
+        ? QStringLiteral(":%1:%2").arg(error.at.nLine).arg(error.at.nColumn)
+        : QString();
+    return error.strPath + strPlace + ": " + reasonOf(error);
 }
 
 QString rootTag()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "inspect/textpositions.h"
+
 #include <platform/limits.h>
 
 #include <QByteArray>
@@ -15,11 +17,34 @@ enum class FileState {
     Damaged, ///< it was read and is no user file: no XML, or its root is another
 };
 
+/// Why a file is not whole, or did not become so.
+enum class FileCause {
+    None,
+    System, ///< in the system's words
+    NotRegular,
+    TooLarge, ///< more bytes than were allowed
+    Malformed, ///< in the parser's words, as the next
+    TooDeep, ///< nested below KW::c_nMaxDepth
+    OtherRoot, ///< the name of the root that is there
+    NotSetAside, ///< in the system's words
+    NotWritten,
+};
+
+struct FileError {
+    FileCause cause = FileCause::None;
+    QString strPath;
+    QString strDetail; ///< the words, the limit or the name that belong to the cause
+    TextPosition at; ///< in the text, if that is known
+};
+
+/// One line for people: the file with line and column, and the reason; empty for no error.
+QString toText(const FileError& error);
+
 /// One user file, live or dated, read by itself: nothing is handed to the service.
 struct UserFile {
     FileState state = FileState::Missing;
     QDomDocument document; ///< empty unless the file is whole
-    QString strError; ///< names the file and the reason, line and column if known; empty if whole
+    FileError error;
     QString strText; ///< what was read of a whole file
 };
 
@@ -27,7 +52,7 @@ struct UserFile {
 struct FileBytes {
     FileState state = FileState::Missing; ///< damaged when there are more than were allowed
     QByteArray bytes; ///< empty unless the file is whole
-    QString strError; ///< names the file and the reason; empty if whole
+    FileError error;
 };
 
 /// Reads at most \a limit bytes, and one more to know that it is too many: of an endless file, too.

@@ -55,7 +55,7 @@ QString verdictOf(const inspect::CheckedFile& checked)
 // What kept the file from being checked, for people.
 QString errorOf(const CheckedPath& each)
 {
-    return each.checked.strFailure.isEmpty() ? each.checked.file.strError
+    return each.checked.strFailure.isEmpty() ? toText(each.checked.file.error)
                                              : each.strPath + ": " + each.checked.strFailure;
 }
 

@@ -119,7 +119,7 @@ void move(const QString& from, const QString& to)
 // The service answers true whatever became of the file. In a folder of its own there is either the
 // whole file or nothing, and an older file of the day is replaced only by a whole one.
 SectorExport exportSector(const QString& sector, const QString& directory,
-                          const std::optional<QString>& filter, inspect::RunMode mode)
+                          const std::optional<QString>& filter, mend::RunMode mode)
 {
     if (directory.isEmpty()) {
         throw CFailure(ExitStatus::Usage, QStringLiteral("DIR: a directory is wanted"));
@@ -147,7 +147,7 @@ SectorExport exportSector(const QString& sector, const QString& directory,
     result.lines = strText.isEmpty() ? QStringList() : strText.split(QLatin1Char('\n'));
     result.nLeftOut = found.constituents.size() - result.lines.size();
     result.strPath = QDir(directory).filePath(files.first());
-    if (mode == inspect::RunMode::Do) {
+    if (mode == mend::RunMode::Do) {
         move(folder.filePath(files.first()), result.strPath);
     }
     return result;

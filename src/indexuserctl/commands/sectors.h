@@ -1,6 +1,6 @@
 #pragma once
 
-#include <inspect/recovery.h>
+#include <mend/recovery.h>
 
 #include <QString>
 #include <QStringList>
@@ -18,4 +18,4 @@ struct SectorExport {
 /// is a line of sector filters; a dry run leaves no file. Throws CFailure, and then nothing is
 /// written.
 SectorExport exportSector(const QString& sector, const QString& directory,
-                          const std::optional<QString>& filter, inspect::RunMode mode);
+                          const std::optional<QString>& filter, mend::RunMode mode);

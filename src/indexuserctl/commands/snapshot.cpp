@@ -55,7 +55,7 @@ inspect::Snapshot snapshotOf(const Request& request, const QString& date)
 QString changesSince(const inspect::UserFile& copy, const std::optional<KW::UserRecords>& live)
 {
     if (copy.state != inspect::FileState::Whole) {
-        return copy.strError;
+        return toText(copy.error);
     }
     if (!live) {
         return QStringLiteral("the file of now is not whole");
@@ -86,10 +86,10 @@ Table snapshotTable(const Request& request)
     return table;
 }
 
-void printRecovery(const inspect::Recovery& recovery, const Request& request)
+void printRecovery(const mend::Recovery& recovery, const Request& request)
 {
-    if (!recovery.strError.isEmpty()) {
-        printLine(recovery.strError);
+    if (recovery.error.cause != inspect::FileCause::None) {
+        printLine(toText(recovery.error));
     }
     if (!recovery.strSetAside.isEmpty()) {
         printLine((request.isDryRun() ? "would be set aside as " : "set aside as ")
@@ -100,7 +100,7 @@ void printRecovery(const inspect::Recovery& recovery, const Request& request)
     } else {
         printDone("brought back " + recovery.source.strPath);
     }
-    if (recovery.result == inspect::RecoveryResult::RecoveredWithLoss) {
+    if (recovery.result == mend::RecoveryResult::RecoveredWithLoss) {
         printLine("lost: what was changed after that copy was saved");
     }
 }
@@ -137,12 +137,11 @@ ExitStatus restoreSnapshot(const Request& request)
 {
     const inspect::Snapshot snapshot = snapshotOf(request, request.words.first());
     printDifferences(request, inspect::livePath(request.strConfigDir), snapshot.strPath);
-    const inspect::Recovery recovery
-        = inspect::restore(request.strConfigDir, snapshot, request.mode);
-    if (recovery.result == inspect::RecoveryResult::Failed) {
-        throw CFailure(ExitStatus::InputOutput, recovery.strError);
+    const mend::Recovery recovery = mend::restore(request.strConfigDir, snapshot, request.mode);
+    if (recovery.result == mend::RecoveryResult::Failed) {
+        throw CFailure(ExitStatus::InputOutput, toText(recovery.error));
     }
-    if (recovery.result == inspect::RecoveryResult::NothingToDo) {
+    if (recovery.result == mend::RecoveryResult::NothingToDo) {
         printLine("the file and the dated copy are the same");
     } else {
         printRecovery(recovery, request);
@@ -152,22 +151,22 @@ ExitStatus restoreSnapshot(const Request& request)
 
 ExitStatus recoverUser(const Request& request)
 {
-    const inspect::Recovery recovery = inspect::recover(request.strConfigDir, request.mode);
+    const mend::Recovery recovery = mend::recover(request.strConfigDir, request.mode);
     switch (recovery.result) {
-    case inspect::RecoveryResult::NothingToDo:
+    case mend::RecoveryResult::NothingToDo:
         printLine(inspect::livePath(request.strConfigDir) + ": whole, nothing to recover");
         return ExitStatus::Ok;
-    case inspect::RecoveryResult::Recovered:
+    case mend::RecoveryResult::Recovered:
         printRecovery(recovery, request);
         return ExitStatus::Ok;
-    case inspect::RecoveryResult::RecoveredWithLoss:
+    case mend::RecoveryResult::RecoveredWithLoss:
         printRecovery(recovery, request);
         return ExitStatus::RecoveredWithLoss;
-    case inspect::RecoveryResult::NoSnapshot:
+    case mend::RecoveryResult::NoSnapshot:
         throw CFailure(statusWithoutCopy(recovery.before),
-                       recovery.strError + QStringLiteral("; there is no whole dated copy"));
-    case inspect::RecoveryResult::Failed:
+                       toText(recovery.error) + QStringLiteral("; there is no whole dated copy"));
+    case mend::RecoveryResult::Failed:
         break;
     }
-    throw CFailure(ExitStatus::InputOutput, recovery.strError);
+    throw CFailure(ExitStatus::InputOutput, toText(recovery.error));
 }

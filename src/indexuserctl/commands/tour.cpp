@@ -131,7 +131,9 @@ UserRecords changeAndSave(const QVector<KW::ElementTree>& sections)
     setRefreshTime(service);
     addStockList(service);
     UserRecords expected = inspect::savedForm(KW::recordsOf(service, sections));
-    saveAndWait(service);
+    if (!mend::saveAndWait(service)) {
+        throw CFailure(ExitStatus::InputOutput, QStringLiteral("the save does not end"));
+    }
     return expected;
 }
 
@@ -176,8 +178,7 @@ void showExport(const QString& directory)
         = QStringLiteral("%1=%2,1|绝对权重|2|0|%3")
               .arg(sector.code, sector.name)
               .arg(sector.constituents[sector.constituents.size() / 2].absoluteWeight);
-    const SectorExport result
-        = exportSector(sector.code, directory, strFilter, inspect::RunMode::Do);
+    const SectorExport result = exportSector(sector.code, directory, strFilter, mend::RunMode::Do);
     printLine();
     printLine(QStringLiteral("Exported sector %1, filter %2").arg(sector.code, strFilter));
     printLine(QStringLiteral("  %1: %2 lines, %3 stocks left out")

@@ -15,10 +15,10 @@ namespace {
 template <typename File> File whole(File file)
 {
     if (file.state == inspect::FileState::Damaged) {
-        throw CFailure(ExitStatus::Damaged, file.strError);
+        throw CFailure(ExitStatus::Damaged, toText(file.error));
     }
     if (file.state != inspect::FileState::Whole) {
-        throw CFailure(ExitStatus::InputOutput, file.strError);
+        throw CFailure(ExitStatus::InputOutput, toText(file.error));
     }
     return file;
 }

@@ -1,7 +1,7 @@
-#include "inspect/recovery.h"
+#include "mend/recovery.h"
 
-#include "platform/commonutil.h"
-#include "platform/indexutil.h"
+#include <platform/commonutil.h>
+#include <platform/indexutil.h>
 
 #include <QDateTime>
 #include <QFile>
@@ -9,7 +9,11 @@
 
 #include <algorithm>
 
-namespace inspect {
+namespace mend {
+
+using inspect::FileCause;
+using inspect::FileState;
+using inspect::Snapshot;
 
 namespace {
 
@@ -25,7 +29,7 @@ bool isYounger(const QString& live, const Snapshot& source)
 
 bool isWhole(const Snapshot& snapshot)
 {
-    return readUserFile(snapshot.strPath).state == FileState::Whole;
+    return inspect::readUserFile(snapshot.strPath).state == FileState::Whole;
 }
 
 QString nameAside(const QString& live, const char* pszWhy)
@@ -64,12 +68,12 @@ Recovery carriedOut(Recovery recovery, const QString& live)
 {
     QFile file(live);
     if (!recovery.strSetAside.isEmpty() && !file.rename(recovery.strSetAside)) {
-        recovery.strError = live + QStringLiteral(": cannot be set aside: ") + file.errorString();
+        recovery.error = { FileCause::NotSetAside, live, file.errorString(), {} };
         recovery.strSetAside.clear();
         recovery.result = RecoveryResult::Failed;
     } else if (!copyFile(recovery.source.strPath, live)
-               || readUserFile(live).state != FileState::Whole) {
-        recovery.strError = live + QStringLiteral(": cannot be written");
+               || inspect::readUserFile(live).state != FileState::Whole) {
+        recovery.error = { FileCause::NotWritten, live, {}, {} };
         recovery.result = RecoveryResult::Failed;
     }
     return recovery;
@@ -79,11 +83,11 @@ Recovery carriedOut(Recovery recovery, const QString& live)
 
 Recovery recover(const QString& configDir, RunMode mode)
 {
-    const QString strLive = livePath(configDir);
-    const UserFile file = readUserFile(strLive);
+    const QString strLive = inspect::livePath(configDir);
+    const inspect::UserFile file = inspect::readUserFile(strLive);
     Recovery recovery;
     recovery.before = file.state;
-    recovery.strError = file.strError;
+    recovery.error = file.error;
     if (file.state == FileState::Whole) {
         return recovery;
     }
@@ -91,7 +95,7 @@ Recovery recover(const QString& configDir, RunMode mode)
         recovery.result = RecoveryResult::Failed;
         return recovery;
     }
-    const QVector<Snapshot> all = snapshots(configDir);
+    const QVector<Snapshot> all = inspect::snapshots(configDir);
     const auto it = std::find_if(all.begin(), all.end(), isWhole);
     if (it == all.end()) {
         recovery.result = RecoveryResult::NoSnapshot;
@@ -107,7 +111,7 @@ Recovery recover(const QString& configDir, RunMode mode)
 
 Recovery restore(const QString& configDir, const Snapshot& snapshot, RunMode mode)
 {
-    const QString strLive = livePath(configDir);
+    const QString strLive = inspect::livePath(configDir);
     Recovery recovery;
     recovery.source = snapshot;
     if (sameContent(strLive, snapshot.strPath)) {
@@ -123,11 +127,11 @@ Recovery restore(const QString& configDir, const Snapshot& snapshot, RunMode mod
         if (!copyFile(strFrom, strTo)) {
             recovery.result = RecoveryResult::Failed;
             recovery.strSetAside.clear();
-            recovery.strError = strTo + QStringLiteral(": cannot be written");
+            recovery.error = { FileCause::NotWritten, strTo, {}, {} };
             return recovery;
         }
     }
     return recovery;
 }
 
-} // namespace inspect
+} // namespace mend

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "inspect/snapshots.h"
-#include "inspect/userfile.h"
+#include <inspect/snapshots.h>
+#include <inspect/userfile.h>
 
-namespace inspect {
+namespace mend {
 
 enum class RecoveryResult {
     NothingToDo, ///< the live file is whole
@@ -15,10 +15,10 @@ enum class RecoveryResult {
 
 struct Recovery {
     RecoveryResult result = RecoveryResult::NothingToDo;
-    FileState before = FileState::Whole; ///< the live file, as it was found
-    Snapshot source; ///< the dated copy that was, or would be, brought back
+    inspect::FileState before = inspect::FileState::Whole; ///< the live file, as it was found
+    inspect::Snapshot source; ///< the dated copy that was, or would be, brought back
     QString strSetAside; ///< where the damaged file is now; empty if there was none
-    QString strError; ///< what was wrong with the live file, or why recovery failed
+    inspect::FileError error; ///< what was wrong with the live file, or why recovery failed
 };
 
 enum class RunMode { Do, DryRun };
@@ -28,12 +28,12 @@ enum class RunMode { Do, DryRun };
 /// cannot be read, and a second call finds nothing to do. Dated copies are read from the newest on,
 /// down to the first whole one. For a client before its first load; not while a save runs.
 ///
-///     const inspect::Recovery recovery = inspect::recover(dir, inspect::RunMode::Do);
+///     const mend::Recovery recovery = mend::recover(dir, mend::RunMode::Do);
 Recovery recover(const QString& configDir, RunMode mode);
 
 /// Puts the bytes of a whole dated copy in the place of a whole live file, which is kept beside it
 /// under a name with the time (strSetAside). At every moment there is a whole live file. Results
 /// are NothingToDo when both are the same, Recovered and Failed.
-Recovery restore(const QString& configDir, const Snapshot& snapshot, RunMode mode);
+Recovery restore(const QString& configDir, const inspect::Snapshot& snapshot, RunMode mode);
 
-} // namespace inspect
+} // namespace mend
