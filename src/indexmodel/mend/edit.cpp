@@ -14,13 +14,14 @@ namespace {
 
 constexpr int c_nSaveTimeoutMs = 30000;
 
-inspect::UserFile readFor(Edit& edit, const QString& configDir, EditFailure failure)
+// The tree of a large file is not kept beside that of the service.
+KW::UserRecords readFor(Edit& edit, const QString& configDir, EditFailure failure)
 {
     const inspect::UserFile file = inspect::readUserFile(inspect::livePath(configDir));
     edit.state = file.state;
     edit.error = file.error;
     edit.failure = file.state == inspect::FileState::Whole ? EditFailure::None : failure;
-    return file;
+    return KW::recordsOf(file.document);
 }
 
 // A window stands deeper in a template than in the layout; a save would cut what gets too deep.
@@ -38,11 +39,10 @@ QString firstCut(const KW::UserRecords& changed)
 Edit prepareEdit(const QString& configDir, KW::UserConfigInterface& service, const Change& change)
 {
     Edit edit;
-    const inspect::UserFile file = readFor(edit, configDir, EditFailure::NotWhole);
+    edit.before = readFor(edit, configDir, EditFailure::NotWhole);
     if (edit.failure != EditFailure::None) {
         return edit;
     }
-    edit.before = KW::recordsOf(file.document);
     service.loadSettings();
     // The service reads the file for itself, and goes on with defaults when it cannot: saved, they
     // would take the place of all that the user has.
@@ -64,11 +64,10 @@ bool saveEdit(const QString& configDir, KW::UserConfigInterface& service, Edit& 
         edit.failure = EditFailure::NotEnded;
         return false;
     }
-    const inspect::UserFile file = readFor(edit, configDir, EditFailure::NotSaved);
+    const KW::UserRecords found = readFor(edit, configDir, EditFailure::NotSaved);
     if (edit.failure != EditFailure::None) {
         return false;
     }
-    const KW::UserRecords found = KW::recordsOf(file.document);
     if (!(edit.expected == found)) {
         const auto differences = inspect::differences(edit.expected, found);
         edit.failure = EditFailure::OtherSaved;
