@@ -24,7 +24,7 @@ private Q_SLOTS:
     void aFileThatCannotBeReadBackIsToldWithItsReason_data();
     void aFileThatCannotBeReadBackIsToldWithItsReason();
     void anEditThatLeavesNoLiveFileSaysSo();
-    void anEditOfWhatTheServiceCannotReadChangesNothing();
+    void anEditOfWhatCannotBeReadAgainChangesNothing();
 
 private:
     CScene m_scene;
@@ -248,8 +248,8 @@ void tst_faults::anEditThatLeavesNoLiveFileSaysSo()
     QCOMPARE(CScene::generationOf(m_scene.datedPath()), 2);
 }
 
-// The host reads the file first, then the service does.
-void tst_faults::anEditOfWhatTheServiceCannotReadChangesNothing()
+// The host reads the file, and looks again before the save.
+void tst_faults::anEditOfWhatCannotBeReadAgainChangesNothing()
 {
     m_scene.beforeSave();
     m_scene.edit({});
@@ -261,7 +261,7 @@ void tst_faults::anEditOfWhatTheServiceCannotReadChangesNothing()
     m_scene.beforeSave();
     const Run run = m_scene.edit({ nSecond, "fail", EIO, false });
     QCOMPARE(run.nStatus, 3);
-    QVERIFY2(run.strErr.contains("nothing is changed"), qPrintable(run.strErr));
+    QVERIFY2(run.strErr.contains("nothing is written"), qPrintable(run.strErr));
     QCOMPARE(CScene::generationOf(m_scene.livePath()), 1);
     QCOMPARE(CScene::generationOf(m_scene.datedPath()), 1);
 }

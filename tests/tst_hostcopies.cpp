@@ -135,11 +135,9 @@ void tst_hostcopies::aCopyIsRestoredAndNothingLost()
     QCOMPARE(outcome.strErr, QString());
     QVERIFY(outcome.strOut.contains("stocks 4"));
     QCOMPARE(readFile(livePath()), copy);
-    const QStringList aside = filesBeside("indexUserConfig.xml.replaced-*");
-    QCOMPARE(aside.size(), 1);
-    QCOMPARE(readFile(userDir() + '/' + aside.first()), live);
-    QVERIFY(tool({ "snapshot", "restore", "2024-01-31" }).strOut.contains("are the same"));
-    QCOMPARE(filesBeside("*replaced*").size(), 1);
+    QVERIFY(tool({ "snapshot", "restore", "2024-01-31" }).strOut.contains("is the same already"));
+    QCOMPARE(tool({ "undo" }).nStatus, 0);
+    QCOMPARE(readFile(livePath()), live);
 }
 
 void tst_hostcopies::aDryRunRestoresNothing()
@@ -161,7 +159,7 @@ void tst_hostcopies::aRestoreOnAFullDiskLosesNothing()
     const CFileSizeLimit limit(100); // inherited by the tool
     const Outcome outcome = tool({ "snapshot", "restore", "2024-01-31" });
     QCOMPARE(outcome.nStatus, 3);
-    QVERIFY(outcome.strErr.contains(": cannot be written"));
+    QVERIFY(outcome.strErr.contains("the save failed: File too large: " + userDir() + "/History/"));
     QCOMPARE(readFile(livePath()), live);
 }
 
@@ -184,8 +182,8 @@ void tst_hostcopies::recoveryTellsWhatItDid()
     QVERIFY(!QFile::exists(livePath()));
     const Outcome outcome = runTool(arguments);
     QCOMPARE(outcome.nStatus, 0);
-    QCOMPARE(outcome.strOut,
-             livePath() + ": No such file or directory\nbrought back " + strCopy + '\n');
+    QVERIFY(outcome.strOut.startsWith(livePath() + ": No such file or directory\nbrought back "
+                                      + strCopy + "\n  now: 19 bytes, "));
     QCOMPARE(runTool(arguments).strOut, livePath() + ": whole, nothing to recover\n");
 }
 

@@ -98,7 +98,7 @@ void tst_hostedits::aChangeIsShownAndSaved()
     QCOMPARE(outcome.strErr, QString());
     QCOMPARE(outcome.nStatus, 0);
     QVERIFY2(outcome.strOut.contains(shown), qPrintable(outcome.strOut));
-    QVERIFY(outcome.strOut.endsWith("\nsaved " + livePath() + '\n'));
+    QVERIFY(outcome.strOut.contains("\nsaved " + livePath() + "\n  now: "));
     writeFile(userDir() + "/before.xml", before);
     const Outcome diff = tool({ "diff", "before.xml", livePath() });
     QCOMPARE(diff.nStatus, 1);
@@ -119,7 +119,8 @@ void tst_hostedits::aDryRunShowsTheSameAndWritesNothing()
     QCOMPARE(readFile(livePath()), before);
     QVERIFY(!QDir(userDir()).exists("Temp"));
     const Outcome real = tool(words);
-    QCOMPARE(real.strOut, dry.strOut + "\nsaved " + livePath() + '\n');
+    QVERIFY2(real.strOut.startsWith(dry.strOut + "\nsaved " + livePath() + '\n'),
+             qPrintable(real.strOut));
 }
 
 void tst_hostedits::aFullDiskFailsAndLosesNothing_data()

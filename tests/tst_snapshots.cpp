@@ -3,6 +3,7 @@
 #include "toolrun.h"
 
 #include <inspect/report.h>
+#include <inspect/snapshots.h>
 #include <mend/recovery.h>
 
 // Dated copies are found by their names; who asks for what is in them opens them, each once.
@@ -146,7 +147,8 @@ void tst_snapshots::recoveryStopsAtTheFirstWholeOne()
     COpenedFiles opened(tempDir());
     const mend::Recovery recovery = mend::recover(userDir(), mend::RunMode::Do);
     QCOMPARE(recovery.result, mend::RecoveryResult::RecoveredWithLoss);
-    QCOMPARE(recovery.source.date, QDate(2024, 1, 1).addDays(c_nCopies - 1));
+    QCOMPARE(recovery.source.strName,
+             QDate(2024, 1, 1).addDays(c_nCopies - 1).toString(Qt::ISODate));
     // Once to look at it, once to copy it.
     QCOMPARE(opened.counts(),
              (QMap<QString, int> { { nameOf(dayOf(c_nCopies)), 1 },

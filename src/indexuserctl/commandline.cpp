@@ -3,6 +3,7 @@
 #include "failure.h"
 
 #include <inspect/closest.h>
+#include <inspect/optionvalues.h>
 
 #include <QStandardPaths>
 
@@ -344,6 +345,21 @@ void requireFittingValues(const TypedWords& typed)
     }
 }
 
+// What was typed, for people who look at it later.
+QString maskedCommand(const QStringList& words)
+{
+    QStringList shown;
+    for (int i = 0; i < words.size(); ++i) {
+        const QString strName = words[i].section('=', 0, 0);
+        if (strName == QLatin1String("--config-dir")) {
+            i += strName == words[i] ? 1 : 0;
+        } else {
+            shown.append(inspect::isSecret(strName) ? strName + "=(hidden)" : words[i]);
+        }
+    }
+    return shown.join(' ');
+}
+
 } // namespace
 
 CommandLine parseCommandLine(const QStringList& words)
@@ -353,6 +369,7 @@ CommandLine parseCommandLine(const QStringList& words)
     requireKnownCommand(typed);
     requireFittingValues(typed);
     CommandLine line = CParser().parse(words);
+    line.request.strCommand = maskedCommand(words);
     if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
         throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
     }

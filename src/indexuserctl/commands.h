@@ -27,6 +27,13 @@ struct Request {
     std::optional<QString> templateName;
     std::optional<QString> filter;
     QString strOut;
+    std::optional<QString> wait; ///< seconds, as typed
+    bool bForced = false;
+    bool bList = false;
+    bool bNewest = false;
+    std::optional<QString> source;
+    QString strKeep = QStringLiteral("30d");
+    QString strCommand; ///< as typed, without secrets
     standalone::LogLines log = standalone::LogLines::Problems;
 
     bool isDryRun() const { return mode == mend::RunMode::DryRun; }
@@ -66,6 +73,14 @@ ExitStatus listSnapshots(const Request& request);
 ExitStatus showSnapshot(const Request& request);
 ExitStatus diffSnapshots(const Request& request);
 ExitStatus restoreSnapshot(const Request& request);
+
+ExitStatus undoEdit(const Request& request);
+ExitStatus redoEdit(const Request& request);
+ExitStatus listHistory(const Request& request);
+ExitStatus showHistory(const Request& request);
+ExitStatus diffHistory(const Request& request);
+ExitStatus restoreHistory(const Request& request);
+ExitStatus pruneHistory(const Request& request);
 
 ExitStatus getSetting(const Request& request);
 ExitStatus setSetting(const Request& request);

@@ -21,6 +21,18 @@ const QVector<CommandOption>& commandOptions()
           [](Request& request, const QString& value) { request.templateName = value; } },
         { "--out", "FILE", "the file to write",
           [](Request& request, const QString& value) { request.strOut = value; } },
+        { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
+          [](Request& request, const QString& value) { request.wait = value; } },
+        { "--force", "", "changes the file though somebody else may, too, or has since",
+          [](Request& request, const QString&) { request.bForced = true; } },
+        { "--list", "", "what the file could be brought back from",
+          [](Request& request, const QString&) { request.bList = true; } },
+        { "--newest", "", "the newest dated copy, if it is newer than the file",
+          [](Request& request, const QString&) { request.bNewest = true; } },
+        { "--from", "NAME", "one of those that --list names, or a file",
+          [](Request& request, const QString& value) { request.source = value; } },
+        { "--keep", "AGE", "what is younger stays: 30d, 12h",
+          [](Request& request, const QString& value) { request.strKeep = value; } },
         { "--filter", "LINE", "sector filters: CODE=NAME,ID|INDICATOR|OP|EXTRA|THRESHOLD,...",
           [](Request& request, const QString& value) { request.filter = value; } },
     };
@@ -49,7 +61,7 @@ Commands userCommands()
           diffFiles },
         { "recover",
           {},
-          { "--dry-run" },
+          { "--list", "--newest", "--from", "--json", "--dry-run", "--wait", "--force" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
         { "report", {}, { "--out", "--dry-run" }, "all of it on one HTML page", report },
@@ -76,9 +88,50 @@ Commands copyCommands()
           diffSnapshots },
         { "snapshot restore",
           { "DATE" },
-          { "--all", "--dry-run", "--show-secrets" },
-          "puts a dated copy in the place of the file, which is kept beside it",
+          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "puts a dated copy in the place of the file; undo brings that back",
           restoreSnapshot },
+    };
+}
+
+Commands historyCommands()
+{
+    return {
+        { "undo",
+          {},
+          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "takes the last edit back; again, the one before",
+          undoEdit },
+        { "redo",
+          {},
+          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "does again what was undone",
+          redoEdit },
+        { "history list",
+          {},
+          { "--json" },
+          "the edits of this file, and who made them",
+          listHistory },
+        { "history show",
+          { "N", "[PART...]" },
+          { "--json", "--show-secrets" },
+          "what the file held before edit N",
+          showHistory },
+        { "history diff",
+          { "N", "[N2]" },
+          { "--all", "--json", "--show-secrets" },
+          "what changed from before edit N to before edit N2, or to now",
+          diffHistory },
+        { "history restore",
+          { "N" },
+          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "brings back the file as it was before edit N",
+          restoreHistory },
+        { "history prune",
+          {},
+          { "--keep", "--json", "--dry-run", "--wait", "--force" },
+          "forgets edits of more than 30 days ago and the states before them",
+          pruneHistory },
     };
 }
 
@@ -93,7 +146,7 @@ Commands optionCommands()
         { "option get", { "NAME" }, { "--json", "--show-secrets" }, "one option", getOption },
         { "option set",
           { "NAME=VALUE..." },
-          { "--all", "--dry-run", "--show-secrets" },
+          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
           "sets options",
           setOptions },
     };
@@ -101,21 +154,22 @@ Commands optionCommands()
 
 Commands stockCommands()
 {
+    const QStringList edits { "--all", "--json", "--dry-run", "--wait", "--force" };
     return {
         { "stock list", {}, { "--json" }, "custom stock lists", listStocks },
         { "stock add",
           { "LIST", "MARKET", "CODE", "[NAME]" },
-          { "--all", "--dry-run" },
+          edits,
           "appends a stock to a list",
           addStock },
         { "stock remove",
           { "LIST", "MARKET", "CODE" },
-          { "--all", "--dry-run" },
+          edits,
           "takes a stock from a list",
           removeStock },
         { "stock import",
           { "FILE" },
-          { "--all", "--dry-run" },
+          edits,
           "replaces the lists that a CSV file names; others stay",
           importStocks },
         { "stock export",
@@ -145,7 +199,7 @@ Commands layoutCommands()
 
 Commands templateCommands()
 {
-    const QStringList options { "--trade", "--all", "--dry-run" };
+    const QStringList options { "--trade", "--all", "--json", "--dry-run", "--wait", "--force" };
     const QStringList exported { "--trade", "--dry-run" };
     return {
         { "template save",
@@ -183,7 +237,7 @@ Commands otherCommands()
           getSetting },
         { "setting set",
           { "KEY", "VALUE" },
-          { "--dry-run" },
+          { "--dry-run", "--wait", "--force" },
           "stores a text in the shared settings store",
           setSetting },
         { "sector list", {}, { "--json" }, "the sectors beside the file", listSectors },
@@ -205,8 +259,9 @@ Commands otherCommands()
 
 const QVector<Command>& commands()
 {
-    static const QVector<Command> s_commands = userCommands() + copyCommands() + optionCommands()
-        + stockCommands() + layoutCommands() + templateCommands() + otherCommands();
+    static const QVector<Command> s_commands = userCommands() + copyCommands() + historyCommands()
+        + optionCommands() + stockCommands() + layoutCommands() + templateCommands()
+        + otherCommands();
     return s_commands;
 }
 
@@ -237,6 +292,7 @@ const QVector<StatusText>& statusTexts()
         { ExitStatus::Usage, "wrong usage" },
         { ExitStatus::InputOutput, "a file cannot be read or written" },
         { ExitStatus::Damaged, "a file is damaged" },
+        { ExitStatus::Busy, "somebody else may write the file now" },
         { ExitStatus::RecoveredWithLoss, "recovered, but something newer is lost" },
     };
     return s_texts;

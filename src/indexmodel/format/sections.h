@@ -55,7 +55,8 @@ struct Section {
     void (*write)(QDomElement& section, QDomDocument& doc, const UserRecords& records);
 };
 
-/// All sections, in the order of the file: the one place that lists them.
+/// All sections, in the order of the file: the one place that lists them. The orders in which the
+/// service reads and fills them are its own code, since each step there is a call of a module.
 ///
 ///     for (const KW::Section& section : KW::sections()) { ... section.strName ... }
 const std::vector<Section>& sections();

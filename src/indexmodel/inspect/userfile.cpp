@@ -78,6 +78,23 @@ QByteArray upTo(qint64 limit, QFile& file)
     return bytes;
 }
 
+UserFile documentOf(const FileBytes& file)
+{
+    if (file.state != FileState::Whole) {
+        return { file.state, {}, file.error, {} };
+    }
+    const QString strText = QString::fromUtf8(file.bytes.constData(), file.bytes.size());
+    const KW::UserDocument parsed = KW::parseUserDocument(strText);
+    if (!parsed.isValid()) {
+        const bool bDeep = parsed.error == KW::DocumentError::TooDeep;
+        return damaged({ bDeep ? FileCause::TooDeep : FileCause::Malformed,
+                         file.error.strPath,
+                         parsed.strError,
+                         { parsed.nLine, parsed.nColumn } });
+    }
+    return { FileState::Whole, parsed.document, file.error, strText };
+}
+
 } // namespace
 
 FileBytes readBytes(const QString& path, qint64 limit)
@@ -99,36 +116,35 @@ FileBytes readBytes(const QString& path, qint64 limit)
                  {},
                  { FileCause::TooLarge, path, QString::number(limit), {} } };
     }
-    return { FileState::Whole, bytes, {} };
+    return { FileState::Whole, bytes, { FileCause::None, path, {}, {} } };
 }
 
 UserFile readDocument(const QString& path)
 {
-    const FileBytes file = readBytes(path);
-    if (file.state != FileState::Whole) {
-        return { file.state, {}, file.error, {} };
-    }
-    const QString strText = QString::fromUtf8(file.bytes.constData(), file.bytes.size());
-    const KW::UserDocument parsed = KW::parseUserDocument(strText);
-    if (!parsed.isValid()) {
-        const bool bDeep = parsed.error == KW::DocumentError::TooDeep;
-        return damaged({ bDeep ? FileCause::TooDeep : FileCause::Malformed,
-                         path,
-                         parsed.strError,
-                         { parsed.nLine, parsed.nColumn } });
-    }
-    return { FileState::Whole, parsed.document, {}, strText };
+    return documentOf(readBytes(path));
 }
 
 UserFile readUserFile(const QString& path)
 {
-    const UserFile file = readDocument(path);
+    return userFileOf(readBytes(path));
+}
+
+UserFile userFileOf(const FileBytes& bytes)
+{
+    const UserFile file = documentOf(bytes);
     const QString strRoot = file.document.documentElement().tagName();
     if (file.state != FileState::Whole || strRoot == rootTag()) {
         return file;
     }
-    return damaged(
-        { FileCause::OtherRoot, path, strRoot, CTextPositions(file.strText).ofElement(0) });
+    return damaged({ FileCause::OtherRoot, bytes.error.strPath, strRoot,
+                     CTextPositions(file.strText).ofElement(0) });
+}
+
+QString stateName(FileState state)
+{
+    return state == FileState::Whole  ? QStringLiteral("whole")
+        : state == FileState::Damaged ? QStringLiteral("damaged")
+                                      : QStringLiteral("unreadable");
 }
 
 QString toText(const FileError& error)

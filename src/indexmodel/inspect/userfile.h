@@ -17,6 +17,9 @@ enum class FileState {
     Damaged, ///< it was read and is no user file: no XML, or its root is another
 };
 
+/// "whole", "damaged"; "unreadable" for missing ones, too.
+QString stateName(FileState state);
+
 /// Why a file is not whole, or did not become so.
 enum class FileCause {
     None,
@@ -64,6 +67,9 @@ FileBytes readBytes(const QString& path, qint64 limit = KW::c_nMaxFileBytes);
 ///
 ///     const inspect::UserFile file = inspect::readUserFile(path);
 UserFile readUserFile(const QString& path);
+
+/// What the bytes of a user's file are.
+UserFile userFileOf(const FileBytes& file);
 
 /// The same for files with any root: exported templates.
 UserFile readDocument(const QString& path);

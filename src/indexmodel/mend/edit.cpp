@@ -1,10 +1,13 @@
 #include "mend/edit.h"
 
+#include "mend/durable_p.h"
+
 #include <indexuser/servicerecords.h>
 #include <inspect/userdifferences.h>
 
 #include <format/userdocument.h>
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QThread>
 
@@ -15,9 +18,9 @@ namespace {
 constexpr int c_nSaveTimeoutMs = 30000;
 
 // The tree of a large file is not kept beside that of the service.
-KW::UserRecords readFor(Edit& edit, const QString& configDir, EditFailure failure)
+KW::UserRecords readFor(Edit& edit, CTransaction& transaction, EditFailure failure)
 {
-    const inspect::UserFile file = inspect::readUserFile(inspect::livePath(configDir));
+    const inspect::UserFile file = inspect::userFileOf(transaction.read());
     edit.state = file.state;
     edit.error = file.error;
     edit.failure = file.state == inspect::FileState::Whole ? EditFailure::None : failure;
@@ -34,37 +37,50 @@ QString firstCut(const KW::UserRecords& changed)
     return KW::userDocumentText(doc).cut.value(0);
 }
 
+// Before the live file goes, the name of the copy that takes its place has to be durable, and so
+// has that of the copy's directory. Where it cannot be made, no copy is written and no file goes.
+WriteFailure keepBefore(CTransaction& transaction)
+{
+    makeDurableDirectory(QDir(transaction.configDir()).filePath(QStringLiteral("Temp")));
+    return transaction.keep();
+}
+
 } // namespace
 
-Edit prepareEdit(const QString& configDir, KW::UserConfigInterface& service, const Change& change)
+Edit prepareEdit(CTransaction& transaction, const Changer& changer)
 {
     Edit edit;
-    edit.before = readFor(edit, configDir, EditFailure::NotWhole);
+    edit.before = readFor(edit, transaction, EditFailure::NotWhole);
     if (edit.failure != EditFailure::None) {
         return edit;
     }
-    service.loadSettings();
-    // The service reads the file for itself, and goes on with defaults when it cannot: saved, they
-    // would take the place of all that the user has.
-    if (!(KW::recordsOf(service, edit.before.sections) == edit.before)) {
+    changer.serve(transaction.bytes());
+    changer.service.loadSettings();
+    // Defaults, saved, would take the place of all that the user has.
+    if (!(KW::recordsOf(changer.service, edit.before.sections) == edit.before)) {
         edit.failure = EditFailure::NotLoaded;
         return edit;
     }
-    change(service);
-    const KW::UserRecords changed = KW::recordsOf(service, edit.before.sections);
+    changer.change(changer.service);
+    const KW::UserRecords changed = KW::recordsOf(changer.service, edit.before.sections);
     edit.strCut = firstCut(changed);
     edit.failure = edit.strCut.isEmpty() ? EditFailure::None : EditFailure::TooDeep;
     edit.expected = KW::savedForm(changed);
     return edit;
 }
 
-bool saveEdit(const QString& configDir, KW::UserConfigInterface& service, Edit& edit)
+bool saveEdit(CTransaction& transaction, KW::UserConfigInterface& service, Edit& edit)
 {
+    edit.write = keepBefore(transaction);
+    if (edit.write != WriteFailure::None) {
+        edit.failure = EditFailure::NotWritten;
+        return false;
+    }
     if (!saveAndWait(service)) {
         edit.failure = EditFailure::NotEnded;
         return false;
     }
-    const KW::UserRecords found = readFor(edit, configDir, EditFailure::NotSaved);
+    const KW::UserRecords found = readFor(edit, transaction, EditFailure::NotSaved);
     if (edit.failure != EditFailure::None) {
         return false;
     }
@@ -73,8 +89,11 @@ bool saveEdit(const QString& configDir, KW::UserConfigInterface& service, Edit& 
         edit.failure = EditFailure::OtherSaved;
         edit.difference
             = differences.isEmpty() ? std::nullopt : std::make_optional(differences.first());
+        edit.strKept = transaction.keepFound();
+        return false;
     }
-    return edit.failure == EditFailure::None;
+    edit.receipt = transaction.finish();
+    return true;
 }
 
 bool saveAndWait(KW::UserConfigInterface& service)

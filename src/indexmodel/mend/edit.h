@@ -1,7 +1,8 @@
 #pragma once
 
+#include "mend/transaction.h"
+
 #include <inspect/difference.h>
-#include <inspect/userfile.h>
 
 #include <format/userrecords.h>
 
@@ -14,41 +15,50 @@ class UserConfigInterface;
 
 namespace mend {
 
-/// Changes what \a service holds; what it throws ends the edit with nothing written.
-using Change = std::function<void(KW::UserConfigInterface& service)>;
-
 /// What an edit failed at.
 enum class EditFailure {
     None,
-    NotWhole, ///< the file could not be read: see error
+    NotWhole, ///< the file could not be read: see file
     NotLoaded, ///< the service holds something else than the file
     TooDeep, ///< a save would cut elements: see strCut
+    NotWritten, ///< before the save: see write
     NotEnded, ///< the save, for half a minute
-    NotSaved, ///< the file was not whole after the save: see error
+    NotSaved, ///< the file was not whole after the save: see file
     OtherSaved, ///< the file holds something else than was meant: see difference
 };
 
 /// A change of a user's file by the service, on its way from one whole file to the next.
 struct Edit {
     EditFailure failure = EditFailure::None;
+    WriteFailure write = WriteFailure::None;
     inspect::FileState state = inspect::FileState::Whole; ///< of the file that was read last
-    inspect::FileError error;
+    inspect::FileError error; ///< of that file
     QString strCut; ///< the path of the first element
     std::optional<inspect::Difference> difference;
+    QString strKept; ///< the copy of what the file holds instead
     KW::UserRecords before; ///< what the file held
     KW::UserRecords expected; ///< what it is to hold
+    Receipt receipt; ///< of a save that held
 };
 
-/// Loads \a service from the user's file below \a configDir, which is where it saves, and applies
-/// \a change. Nothing is written.
-///
-///     mend::Edit edit = mend::prepareEdit(dir, service, change);
-///     if (edit.failure == mend::EditFailure::None) { mend::saveEdit(dir, service, edit); }
-Edit prepareEdit(const QString& configDir, KW::UserConfigInterface& service, const Change& change);
+/// How the service is changed.
+struct Changer {
+    KW::UserConfigInterface& service;
+    /// Makes the next load of the service read these bytes, which were just read, and no others.
+    std::function<void(const QByteArray& bytes)> serve;
+    /// Changes what the service holds; what it throws ends the edit with nothing written.
+    std::function<void(KW::UserConfigInterface& service)> change;
+};
 
-/// Saves, waits and reads the file again, since the service answers the same however a save ended.
-/// False sets what \a edit failed at.
-bool saveEdit(const QString& configDir, KW::UserConfigInterface& service, Edit& edit);
+/// Loads the service from the file as it is now, and changes it. Nothing is written.
+///
+///     mend::Edit edit = mend::prepareEdit(transaction, changer);
+///     if (edit.failure == mend::EditFailure::None) { mend::saveEdit(transaction, service, edit); }
+Edit prepareEdit(CTransaction& transaction, const Changer& changer);
+
+/// Keeps the state before, saves, waits and reads the file again, since the service answers the
+/// same however a save ended. False sets what \a edit failed at.
+bool saveEdit(CTransaction& transaction, KW::UserConfigInterface& service, Edit& edit);
 
 /// Saves and waits until the save has ended, well or badly; false after half a minute.
 bool saveAndWait(KW::UserConfigInterface& service);

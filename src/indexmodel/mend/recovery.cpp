@@ -1,9 +1,5 @@
 #include "mend/recovery.h"
 
-#include <platform/commonutil.h>
-#include <platform/indexutil.h>
-
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 
@@ -13,7 +9,6 @@ namespace mend {
 
 using inspect::FileCause;
 using inspect::FileState;
-using inspect::Snapshot;
 
 namespace {
 
@@ -21,20 +16,19 @@ namespace {
 // something that the dated copy does not.
 constexpr qint64 c_nSecondsOfASave = 10;
 
-bool isYounger(const QString& live, const Snapshot& source)
+bool isYounger(const QString& live, const Candidate& source)
 {
-    const QDateTime saved = QFileInfo(source.strPath).lastModified();
-    return saved.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
+    return source.time.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
 }
 
-bool isWhole(const Snapshot& snapshot)
+bool isWhole(const Candidate& candidate)
 {
-    return inspect::readUserFile(snapshot.strPath).state == FileState::Whole;
+    return inspect::readUserFile(candidate.strPath).state == FileState::Whole;
 }
 
-QString nameAside(const QString& live, const char* pszWhy)
+QString nameAside(const QString& live)
 {
-    const QString strStem = live + QLatin1Char('.') + pszWhy + QLatin1Char('-')
+    const QString strStem = live + QStringLiteral(".damaged-")
         + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString strName = strStem;
     for (int i = 2; QFileInfo::exists(strName); ++i) {
@@ -43,48 +37,58 @@ QString nameAside(const QString& live, const char* pszWhy)
     return strName;
 }
 
-bool readAll(const QString& path, std::string& content)
+Recovery failed(Recovery recovery, WriteFailure write, const inspect::FileError& error)
 {
-    return KW::stdReadFile(path.toLocal8Bit().toStdString(), content);
-}
-
-bool copyFile(const QString& from, const QString& to)
-{
-    std::string strContent;
-    std::string strGbkTo = to.toStdString();
-    return readAll(from, strContent) && utils::safeUtf82Gbk(strGbkTo) == 0
-        && KW::stdWriteFile(strGbkTo, strContent, "wb");
-}
-
-bool sameContent(const QString& left, const QString& right)
-{
-    std::string strLeft;
-    std::string strRight;
-    return readAll(left, strLeft) && readAll(right, strRight) && strLeft == strRight;
-}
-
-// Between its two steps there is no live file, and the next call goes on from there.
-Recovery carriedOut(Recovery recovery, const QString& live)
-{
-    QFile file(live);
-    if (!recovery.strSetAside.isEmpty() && !file.rename(recovery.strSetAside)) {
-        recovery.error = { FileCause::NotSetAside, live, file.errorString(), {} };
-        recovery.strSetAside.clear();
-        recovery.result = RecoveryResult::Failed;
-    } else if (!copyFile(recovery.source.strPath, live)
-               || inspect::readUserFile(live).state != FileState::Whole) {
-        recovery.error = { FileCause::NotWritten, live, {}, {} };
-        recovery.result = RecoveryResult::Failed;
-    }
+    recovery.result = RecoveryResult::Failed;
+    recovery.write = write;
+    recovery.error = error;
     return recovery;
 }
 
-} // namespace
-
-Recovery recover(const QString& configDir, RunMode mode)
+// Between its two steps there is no live file, and the next call goes on from there.
+Recovery carriedOut(Recovery recovery, CTransaction& transaction, const QString& live)
 {
-    const QString strLive = inspect::livePath(configDir);
-    const inspect::UserFile file = inspect::readUserFile(strLive);
+    const WriteFailure kept = transaction.keep();
+    if (kept != WriteFailure::None) {
+        recovery.strSetAside.clear();
+        return failed(recovery, kept, recovery.error);
+    }
+    QFile file(live);
+    if (!recovery.strSetAside.isEmpty() && !file.rename(recovery.strSetAside)) {
+        recovery.strSetAside.clear();
+        return failed(recovery, WriteFailure::Refused,
+                      { FileCause::NotSetAside, live, file.errorString(), {} });
+    }
+    const inspect::FileBytes source = inspect::readBytes(recovery.source.strPath);
+    if (inspect::userFileOf(source).state != FileState::Whole
+        || transaction.replace(source.bytes) != WriteFailure::None) {
+        return failed(recovery, WriteFailure::Refused, { FileCause::NotWritten, live, {}, {} });
+    }
+    recovery.receipt = transaction.finish();
+    return recovery;
+}
+
+// The newest whole copy; the mirror, which no date tells from a copy, only where none is whole.
+std::optional<Candidate> sourceOf(const QVector<Candidate>& all)
+{
+    const auto it = std::find_if(all.begin(), all.end(), [](const Candidate& candidate) {
+        return (candidate.kind == CandidateKind::Copy || candidate.kind == CandidateKind::Mirror)
+            && isWhole(candidate);
+    });
+    return it == all.end() ? std::nullopt : std::make_optional(*it);
+}
+
+bool isLoss(const Candidate& source, const QVector<Candidate>& all, FileState live,
+            const QString& path)
+{
+    const bool bNewest = source.strPath == all.first().strPath;
+    // A save stores the mirror first.
+    return (!bNewest && source.kind == CandidateKind::Copy)
+        || (live == FileState::Damaged && isYounger(path, source));
+}
+
+Recovery planned(const QString& configDir, const inspect::UserFile& file)
+{
     Recovery recovery;
     recovery.before = file.state;
     recovery.error = file.error;
@@ -95,42 +99,98 @@ Recovery recover(const QString& configDir, RunMode mode)
         recovery.result = RecoveryResult::Failed;
         return recovery;
     }
-    const QVector<Snapshot> all = inspect::snapshots(configDir);
-    const auto it = std::find_if(all.begin(), all.end(), isWhole);
-    if (it == all.end()) {
+    const QVector<Candidate> all = candidates(configDir);
+    const std::optional<Candidate> source = sourceOf(all);
+    if (!source) {
         recovery.result = RecoveryResult::NoSnapshot;
         return recovery;
     }
-    const bool bDamaged = file.state == FileState::Damaged;
-    const bool bLoss = it != all.begin() || (bDamaged && isYounger(strLive, *it));
-    recovery.result = bLoss ? RecoveryResult::RecoveredWithLoss : RecoveryResult::Recovered;
-    recovery.source = *it;
-    recovery.strSetAside = bDamaged ? nameAside(strLive, "damaged") : QString();
-    return mode == RunMode::Do ? carriedOut(recovery, strLive) : recovery;
+    const QString strLive = inspect::livePath(configDir);
+    recovery.result = isLoss(*source, all, file.state, strLive) ? RecoveryResult::RecoveredWithLoss
+                                                                : RecoveryResult::Recovered;
+    recovery.source = *source;
+    recovery.strSetAside = file.state == FileState::Damaged ? nameAside(strLive) : QString();
+    return recovery;
 }
 
-Recovery restore(const QString& configDir, const Snapshot& snapshot, RunMode mode)
+Recovery planned(const Restoration& restoration, const inspect::FileBytes& live)
 {
-    const QString strLive = inspect::livePath(configDir);
     Recovery recovery;
-    recovery.source = snapshot;
-    if (sameContent(strLive, snapshot.strPath)) {
+    recovery.before = inspect::userFileOf(live).state;
+    recovery.error = live.error;
+    if (!restoration.expected.isEmpty() && digestOf(live.bytes) != restoration.expected) {
+        return failed(recovery, WriteFailure::Changed, live.error);
+    }
+    const inspect::FileBytes wanted { FileState::Whole, restoration.bytes, {} };
+    if (inspect::userFileOf(wanted).state != FileState::Whole) {
+        recovery.result = RecoveryResult::NoSnapshot;
+    } else if (live.state == FileState::Unreadable) {
+        recovery.result = RecoveryResult::Failed;
+    } else if (live.bytes != restoration.bytes) {
+        recovery.result = RecoveryResult::Recovered;
+    }
+    return recovery;
+}
+
+bool isReady(const Recovery& recovery)
+{
+    return recovery.result == RecoveryResult::Recovered
+        || recovery.result == RecoveryResult::RecoveredWithLoss;
+}
+
+// Busy is no failure of one that is forced.
+bool mayWrite(CTransaction& transaction, const WriteWish& wish, Recovery& recovery)
+{
+    const WriteFailure locked = transaction.lock();
+    if (locked == WriteFailure::None || (locked == WriteFailure::Busy && wish.bForced)) {
+        return true;
+    }
+    recovery.holder = transaction.holder();
+    recovery = failed(recovery, locked, recovery.error);
+    return false;
+}
+
+} // namespace
+
+Recovery recover(const QString& configDir, RunMode mode, const WriteWish& wish)
+{
+    CTransaction transaction(configDir, wish);
+    const inspect::UserFile found = inspect::userFileOf(transaction.read());
+    const bool bMendable = found.state == FileState::Missing || found.state == FileState::Damaged;
+    if (mode == RunMode::DryRun || !bMendable) {
+        return planned(configDir, found);
+    }
+    Recovery recovery;
+    recovery.before = found.state;
+    recovery.error = found.error;
+    if (!mayWrite(transaction, wish, recovery)) {
         return recovery;
     }
-    recovery.result = RecoveryResult::Recovered;
-    recovery.strSetAside = nameAside(strLive, "replaced");
-    if (mode == RunMode::DryRun) {
+    // Somebody else may have been at it.
+    recovery = planned(configDir, inspect::userFileOf(transaction.read()));
+    return isReady(recovery) ? carriedOut(recovery, transaction, inspect::livePath(configDir))
+                             : recovery;
+}
+
+Recovery restore(const QString& configDir, const Restoration& restoration, RunMode mode,
+                 const WriteWish& wish)
+{
+    CTransaction transaction(configDir, wish);
+    Recovery recovery;
+    if (mode == RunMode::Do && !mayWrite(transaction, wish, recovery)) {
         return recovery;
     }
-    for (const auto& [strFrom, strTo] :
-         { std::pair { strLive, recovery.strSetAside }, std::pair { snapshot.strPath, strLive } }) {
-        if (!copyFile(strFrom, strTo)) {
-            recovery.result = RecoveryResult::Failed;
-            recovery.strSetAside.clear();
-            recovery.error = { FileCause::NotWritten, strTo, {}, {} };
-            return recovery;
-        }
+    recovery = planned(restoration, transaction.read());
+    if (mode == RunMode::DryRun || !isReady(recovery)) {
+        return recovery;
     }
+    WriteFailure write = transaction.keep(restoration.action, restoration.nOf);
+    write = write == WriteFailure::None ? transaction.replace(restoration.bytes) : write;
+    if (write != WriteFailure::None) {
+        return failed(recovery, write,
+                      { FileCause::NotWritten, inspect::livePath(configDir), {}, {} });
+    }
+    recovery.receipt = transaction.finish();
     return recovery;
 }
 

@@ -1,39 +1,53 @@
 #pragma once
 
-#include <inspect/snapshots.h>
-#include <inspect/userfile.h>
+#include "mend/candidates.h"
+#include "mend/transaction.h"
 
 namespace mend {
 
 enum class RecoveryResult {
-    NothingToDo, ///< the live file is whole
+    NothingToDo, ///< the live file is whole, or what was asked for already
     Recovered,
-    RecoveredWithLoss, ///< what was saved after the dated copy is only in damaged files
-    NoSnapshot, ///< there is no whole dated copy to bring back; nothing was touched
-    Failed, ///< the system refused; a later attempt finds what it needs
+    RecoveredWithLoss, ///< what was saved after the source is only in damaged files
+    NoSnapshot, ///< there is nothing whole to bring back; nothing was touched
+    Failed, ///< see write and error; a later attempt finds what it needs
 };
 
 struct Recovery {
     RecoveryResult result = RecoveryResult::NothingToDo;
     inspect::FileState before = inspect::FileState::Whole; ///< the live file, as it was found
-    inspect::Snapshot source; ///< the dated copy that was, or would be, brought back
+    Candidate source; ///< what was, or would be, brought back
     QString strSetAside; ///< where the damaged file is now; empty if there was none
-    inspect::FileError error; ///< what was wrong with the live file, or why recovery failed
+    inspect::FileError error; ///< what was wrong with the live file, or what could not be written
+    WriteFailure write = WriteFailure::None;
+    LockHolder holder; ///< who is busy
+    Receipt receipt; ///< of what was brought back
 };
 
 enum class RunMode { Do, DryRun };
 
-/// Brings the newest whole dated copy back if the live file is missing or damaged. The damaged file
-/// is kept beside it under a name with the time. A whole file is never touched, nor is one that
-/// cannot be read, and a second call finds nothing to do. Dated copies are read from the newest on,
-/// down to the first whole one. For a client before its first load; not while a save runs.
+/// Brings the newest whole dated copy back if the live file is missing or damaged, or the mirror
+/// where no copy is whole. The damaged file is kept beside it under a name with the time. A whole
+/// file is never touched, nor is one that cannot be read, and a second call finds nothing to do.
+/// Dated copies are read from the newest on, down to the first whole one. For a client before its
+/// first load and before it takes the lock; not while a save runs.
 ///
 ///     const mend::Recovery recovery = mend::recover(dir, mend::RunMode::Do);
-Recovery recover(const QString& configDir, RunMode mode);
+Recovery recover(const QString& configDir, RunMode mode,
+                 const WriteWish& wish = { QStringLiteral("recover") });
 
-/// Puts the bytes of a whole dated copy in the place of a whole live file, which is kept beside it
-/// under a name with the time (strSetAside). At every moment there is a whole live file. Results
-/// are NothingToDo when both are the same, Recovered and Failed.
-Recovery restore(const QString& configDir, const inspect::Snapshot& snapshot, RunMode mode);
+/// A state to bring back, and how it is written down.
+struct Restoration {
+    QByteArray bytes;
+    HistoryAction action = HistoryAction::Edit;
+    int nOf = 0;
+    QByteArray expected = {}; ///< the digest that the live file must have; empty for any
+};
+
+/// Puts \a restoration in the place of the live file, whose state goes into the history. At every
+/// moment there is a live file. Results are NothingToDo when both are the same, NoSnapshot for
+/// bytes that are no whole user file, Recovered and Failed.
+Recovery restore(const QString& configDir, const Restoration& restoration, RunMode mode,
+                 const WriteWish& wish);
 
 } // namespace mend

@@ -1,17 +1,51 @@
 #include "platform/indexutil.h"
 
+#include "platform/commonutil.h"
 #include "standalone/codepage_p.h"
 #include "standalone/durablefile_p.h"
+#include "standalone/standalone.h"
 
+#include <QDir>
 #include <QFile>
+
+#include <optional>
+
+namespace standalone {
+
+namespace {
+
+struct ServedFile {
+    QString strPath;
+    std::optional<QByteArray> bytes;
+};
+
+ServedFile& servedFile()
+{
+    return *utils::CManualSingletonT<ServedFile>::instance();
+}
+
+} // namespace
+
+void serveOnce(const QString& path, const QByteArray& bytes)
+{
+    servedFile() = { QDir::cleanPath(path), bytes };
+}
+
+} // namespace standalone
 
 namespace KW {
 
 bool stdReadFile(std::string path, std::string& content)
 {
     content.clear();
-    return standalone::readFile(QFile::decodeName(path.c_str()), content).cause
-        == standalone::ReadCause::None;
+    const QString strPath = QFile::decodeName(path.c_str());
+    standalone::ServedFile& served = standalone::servedFile();
+    if (served.bytes && served.strPath == QDir::cleanPath(strPath)) {
+        content = served.bytes->toStdString();
+        served = {};
+        return true;
+    }
+    return standalone::readFile(strPath, content).cause == standalone::ReadCause::None;
 }
 
 bool stdWriteFile(std::string path, std::string& content, std::string mode)

@@ -2,6 +2,7 @@
 
 #include "platform/declspec.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -76,6 +77,10 @@ PLATFORM_API SectorCatalogue readSectors(const QString& path);
 /// Where sectors come from; empty for sectors.json in the user's directory. Takes effect at once.
 PLATFORM_API void setSectorsFile(const QString& path);
 PLATFORM_API QString sectorsFile();
+
+/// The next read of the file \a path answers \a bytes, whatever is in it then: who has looked at a
+/// file hands on what it saw. Not while a load or a save runs.
+PLATFORM_API void serveOnce(const QString& path, const QByteArray& bytes);
 
 /// Forgets setSectorsFile() and all that loads and saves have handed over, as a new process would.
 /// Not while any runs.

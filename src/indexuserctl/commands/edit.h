@@ -7,7 +7,10 @@
 #include <indexuser/cpanelgrouplayoutconfig.h>
 #include <indexuser/userconfiginterface.h>
 
-/// Changes the user's file by mend::prepareEdit() and mend::saveEdit(). Prints what the change is,
-/// with --dry-run nothing more. A file that is not whole is not touched. Throws CFailure; what
-/// \a change throws, too, leaves the file alone.
-ExitStatus edit(const Request& request, const mend::Change& change);
+using Change = std::function<void(KW::UserConfigInterface& service)>;
+
+/// Changes the user's file by mend::prepareEdit() and mend::saveEdit(), under the user's lock.
+/// Prints what the change is and what is then in the file, with --dry-run nothing but the change. A
+/// file that is not whole is not touched. Throws CFailure; what \a change throws, too, leaves the
+/// file alone.
+ExitStatus edit(const Request& request, const Change& change);

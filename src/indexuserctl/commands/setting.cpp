@@ -1,4 +1,5 @@
 #include "commands/settings.h"
+#include "commands/writing.h"
 #include "failure.h"
 #include "terminal/output.h"
 
@@ -99,6 +100,8 @@ ExitStatus setSetting(const Request& request)
               request.format);
         return ExitStatus::Ok;
     }
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    takeLock(request, transaction);
     if (!KW::UserConfigFactory::getIndexUserConfig()->writeConfig(strKey, strValue)
         || settingOf(strKey) != strValue) {
         failStore(strKey);

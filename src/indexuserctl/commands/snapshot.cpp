@@ -1,3 +1,4 @@
+#include "commands/bringback.h"
 #include "commands/difftable.h"
 #include "commands/shownuser.h"
 #include "commands/wholefile.h"
@@ -10,20 +11,6 @@
 #include <algorithm>
 
 namespace {
-
-QString stateName(inspect::FileState state)
-{
-    switch (state) {
-    case inspect::FileState::Whole:
-        return QStringLiteral("whole");
-    case inspect::FileState::Damaged:
-        return QStringLiteral("damaged");
-    case inspect::FileState::Missing:
-    case inspect::FileState::Unreadable:
-        break;
-    }
-    return QStringLiteral("unreadable");
-}
 
 QString nearDate(const QString& word, const QDate& wanted, const QVector<inspect::Snapshot>& all)
 {
@@ -80,35 +67,10 @@ Table snapshotTable(const Request& request)
     for (const inspect::Snapshot& snapshot : snapshots) {
         const inspect::UserFile copy = inspect::readUserFile(snapshot.strPath);
         table.rows.append({ snapshot.date.toString(Qt::ISODate), snapshot.nBytes,
-                            stateName(copy.state), changesSince(copy, live) });
+                            inspect::stateName(copy.state), changesSince(copy, live) });
         progress.advance();
     }
     return table;
-}
-
-void printRecovery(const mend::Recovery& recovery, const Request& request)
-{
-    if (recovery.error.cause != inspect::FileCause::None) {
-        printLine(toText(recovery.error));
-    }
-    if (!recovery.strSetAside.isEmpty()) {
-        printLine((request.isDryRun() ? "would be set aside as " : "set aside as ")
-                  + recovery.strSetAside);
-    }
-    if (request.isDryRun()) {
-        printLine("would bring back " + recovery.source.strPath);
-    } else {
-        printDone("brought back " + recovery.source.strPath);
-    }
-    if (recovery.result == mend::RecoveryResult::RecoveredWithLoss) {
-        printLine("lost: what was changed after that copy was saved");
-    }
-}
-
-// The file is what it was.
-ExitStatus statusWithoutCopy(inspect::FileState file)
-{
-    return file == inspect::FileState::Damaged ? ExitStatus::Damaged : ExitStatus::InputOutput;
 }
 
 } // namespace
@@ -136,37 +98,7 @@ ExitStatus diffSnapshots(const Request& request)
 ExitStatus restoreSnapshot(const Request& request)
 {
     const inspect::Snapshot snapshot = snapshotOf(request, request.words.first());
-    printDifferences(request, inspect::livePath(request.strConfigDir), snapshot.strPath);
-    const mend::Recovery recovery = mend::restore(request.strConfigDir, snapshot, request.mode);
-    if (recovery.result == mend::RecoveryResult::Failed) {
-        throw CFailure(ExitStatus::InputOutput, toText(recovery.error));
-    }
-    if (recovery.result == mend::RecoveryResult::NothingToDo) {
-        printLine("the file and the dated copy are the same");
-    } else {
-        printRecovery(recovery, request);
-    }
-    return ExitStatus::Ok;
-}
-
-ExitStatus recoverUser(const Request& request)
-{
-    const mend::Recovery recovery = mend::recover(request.strConfigDir, request.mode);
-    switch (recovery.result) {
-    case mend::RecoveryResult::NothingToDo:
-        printLine(inspect::livePath(request.strConfigDir) + ": whole, nothing to recover");
-        return ExitStatus::Ok;
-    case mend::RecoveryResult::Recovered:
-        printRecovery(recovery, request);
-        return ExitStatus::Ok;
-    case mend::RecoveryResult::RecoveredWithLoss:
-        printRecovery(recovery, request);
-        return ExitStatus::RecoveredWithLoss;
-    case mend::RecoveryResult::NoSnapshot:
-        throw CFailure(statusWithoutCopy(recovery.before),
-                       toText(recovery.error) + QStringLiteral("; there is no whole dated copy"));
-    case mend::RecoveryResult::Failed:
-        break;
-    }
-    throw CFailure(ExitStatus::InputOutput, toText(recovery.error));
+    // A damaged file is for recover, which sets it aside.
+    liveFile(request);
+    return bringBack(request, { contentOf(snapshot.strPath) }, snapshot.strPath);
 }

@@ -1,0 +1,103 @@
+#include "mend/candidates.h"
+
+#include "mend/history.h"
+
+#include <inspect/snapshots.h>
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace mend {
+
+namespace {
+
+QDateTime timeOf(const QString& path)
+{
+    return QFileInfo(path).lastModified();
+}
+
+QVector<Candidate> copies(const QString& configDir)
+{
+    QVector<Candidate> found;
+    const auto all = inspect::snapshots(configDir);
+    for (const inspect::Snapshot& copy : all) {
+        found.append({ CandidateKind::Copy, copy.date.toString(Qt::ISODate), copy.strPath,
+                       timeOf(copy.strPath) });
+    }
+    return found;
+}
+
+// The settings store keeps a value a file, under its section, which is empty, and its key.
+QVector<Candidate> mirrors(const QString& configDir)
+{
+    const QString strPath = QDir(configDir).filePath(QStringLiteral("Settings/=userconfig.xml"));
+    return QFileInfo::exists(strPath)
+        ? QVector<Candidate> { { CandidateKind::Mirror, QStringLiteral("mirror"), strPath,
+                                 timeOf(strPath) } }
+        : QVector<Candidate>();
+}
+
+QVector<Candidate> states(const QString& configDir)
+{
+    QVector<Candidate> found;
+    const CHistory history(configDir);
+    const auto entries = history.entries();
+    for (const HistoryEntry& entry : entries) {
+        const QString strPath = history.statePath(entry.before);
+        if (!entry.before.isEmpty() && QFileInfo::exists(strPath)) {
+            found.prepend({ CandidateKind::History, QStringLiteral("history %1").arg(entry.nNumber),
+                            strPath, entry.time.toLocalTime() });
+        }
+    }
+    return found;
+}
+
+QVector<Candidate> asides(const QString& configDir)
+{
+    QVector<Candidate> found;
+    const QStringList names { "indexUserConfig.xml.damaged-*", "indexUserConfig.xml.replaced-*" };
+    const auto files = QDir(configDir).entryInfoList(names, QDir::Files, QDir::Time);
+    for (const QFileInfo& file : files) {
+        found.append(
+            { CandidateKind::SetAside, file.fileName(), file.filePath(), file.lastModified() });
+    }
+    return found;
+}
+
+} // namespace
+
+QVector<Candidate> candidates(const QString& configDir)
+{
+    return copies(configDir) + mirrors(configDir) + states(configDir) + asides(configDir);
+}
+
+std::optional<Candidate> newerCopy(const QString& configDir)
+{
+    const QVector<Candidate> all = copies(configDir);
+    const QString strLive = inspect::livePath(configDir);
+    if (all.isEmpty() || all.first().time <= timeOf(strLive)) {
+        return std::nullopt;
+    }
+    const inspect::FileBytes copy = inspect::readBytes(all.first().strPath);
+    const bool bDiffers = copy.bytes != inspect::readBytes(strLive).bytes;
+    return bDiffers && inspect::userFileOf(copy).state == inspect::FileState::Whole
+        ? std::make_optional(all.first())
+        : std::nullopt;
+}
+
+QString kindName(CandidateKind kind)
+{
+    switch (kind) {
+    case CandidateKind::Copy:
+        return QStringLiteral("dated copy");
+    case CandidateKind::Mirror:
+        return QStringLiteral("mirror");
+    case CandidateKind::History:
+        return QStringLiteral("history");
+    case CandidateKind::SetAside:
+        break;
+    }
+    return QStringLiteral("set aside");
+}
+
+} // namespace mend

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <inspect/userfile.h>
+
+#include <QDateTime>
+#include <QString>
+#include <QVector>
+
+#include <optional>
+
+namespace mend {
+
+enum class CandidateKind {
+    Copy, ///< the last save of a day
+    Mirror, ///< the last save, as the settings store has it
+    History, ///< the state before an edit
+    SetAside, ///< what a recovery found
+};
+
+/// A file that a user's file could be brought back from.
+struct Candidate {
+    CandidateKind kind = CandidateKind::Copy;
+    QString strName; ///< what a person calls it: "2024-01-31", "mirror", "history 7", a file's name
+    QString strPath;
+    QDateTime time; ///< when it was written
+};
+
+/// All there are for the user's directory \a configDir, by kind, the newest of each first. None is
+/// opened.
+QVector<Candidate> candidates(const QString& configDir);
+
+/// The newest dated copy, if it is whole, younger than the live file and not the same: a power cut
+/// may take back what was written last. None otherwise.
+std::optional<Candidate> newerCopy(const QString& configDir);
+
+/// The words of \a kind for people.
+QString kindName(CandidateKind kind);
+
+} // namespace mend

@@ -1,0 +1,235 @@
+#include "mend/history.h"
+
+#include "mend/durable_p.h"
+
+#include <inspect/userfile.h>
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+#include <QSet>
+
+#include <algorithm>
+
+namespace mend {
+
+namespace {
+
+// What is kept unasked: enough to undo a bad week, never more than a few files of the largest
+// users.
+constexpr int c_nMostEdits = 200;
+constexpr int c_nFewestEdits = 10;
+constexpr qint64 c_nMostBytes = 64LL * 1024 * 1024;
+
+const QMap<HistoryAction, QString>& actionNames()
+{
+    static const QMap<HistoryAction, QString> s_names { { HistoryAction::Edit, "edit" },
+                                                        { HistoryAction::Undo, "undo" },
+                                                        { HistoryAction::Redo, "redo" } };
+    return s_names;
+}
+
+QByteArray lineOf(const HistoryEntry& entry)
+{
+    const QJsonObject line { { "number", entry.nNumber },
+                             { "time", entry.time.toString(Qt::ISODateWithMs) },
+                             { "account", entry.strAccount },
+                             { "host", entry.strHost },
+                             { "command", entry.strCommand },
+                             { "before", QString::fromLatin1(entry.before) },
+                             { "after", QString::fromLatin1(entry.after) },
+                             { "action", actionNames().value(entry.action) },
+                             { "of", entry.nOf } };
+    return QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
+}
+
+HistoryEntry entryOf(const QJsonObject& line)
+{
+    return { line["number"].toInt(),
+             QDateTime::fromString(line["time"].toString(), Qt::ISODateWithMs),
+             line["account"].toString(),
+             line["host"].toString(),
+             line["command"].toString(),
+             line["before"].toString().toLatin1(),
+             line["after"].toString().toLatin1(),
+             actionNames().key(line["action"].toString(), HistoryAction::Edit),
+             line["of"].toInt() };
+}
+
+// Those that were undone at the end, and those that were not, the last of each first to be asked.
+struct Stacks {
+    QVector<HistoryEntry> done;
+    QVector<HistoryEntry> undone;
+};
+
+void move(QVector<HistoryEntry>& from, QVector<HistoryEntry>& to)
+{
+    if (!from.isEmpty()) {
+        to.append(from.takeLast());
+    }
+}
+
+Stacks stacksOf(const QVector<HistoryEntry>& entries)
+{
+    Stacks stacks;
+    for (const HistoryEntry& entry : entries) {
+        if (entry.after.isEmpty() || entry.after == entry.before) {
+            continue; // nothing came of it
+        }
+        switch (entry.action) {
+        case HistoryAction::Edit:
+            stacks.done.append(entry);
+            stacks.undone.clear();
+            break;
+        case HistoryAction::Undo:
+            move(stacks.done, stacks.undone);
+            break;
+        case HistoryAction::Redo:
+            move(stacks.undone, stacks.done);
+            break;
+        }
+    }
+    return stacks;
+}
+
+std::optional<HistoryEntry> lastOf(const QVector<HistoryEntry>& entries)
+{
+    return entries.isEmpty() ? std::nullopt : std::make_optional(entries.last());
+}
+
+QSet<QByteArray> statesOf(const QVector<HistoryEntry>& entries)
+{
+    QSet<QByteArray> states;
+    for (const HistoryEntry& entry : entries) {
+        states << entry.before << entry.after;
+    }
+    return states;
+}
+
+} // namespace
+
+QByteArray digestOf(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+}
+
+CHistory::CHistory(const QString& configDir)
+    : m_strDirectory(QDir(configDir).filePath(QStringLiteral("History")))
+{
+}
+
+QVector<HistoryEntry> CHistory::entries() const
+{
+    QVector<HistoryEntry> entries;
+    const auto lines = inspect::readBytes(m_strDirectory + "/log.jsonl").bytes.split('\n');
+    for (const QByteArray& line : lines) {
+        const QJsonObject object = QJsonDocument::fromJson(line).object();
+        if (!object.isEmpty()) {
+            entries.append(entryOf(object));
+        }
+    }
+    return entries;
+}
+
+bool CHistory::begin(HistoryEntry& entry, const std::optional<QByteArray>& before)
+{
+    QVector<HistoryEntry> all = entries();
+    entry.nNumber = all.isEmpty() ? 1 : all.last().nNumber + 1;
+    entry.before = before ? digestOf(*before) : QByteArray();
+    if (!makeDurableDirectory(m_strDirectory)
+        || (before && !state(entry.before) && !writeDurably(statePath(entry.before), *before))) {
+        return false;
+    }
+    all.append(entry);
+    const bool bMany = all.size() > c_nMostEdits || bytes() > c_nMostBytes;
+    const int nKept = all.size() > c_nMostEdits ? c_nMostEdits : all.size() - 1;
+    if (bMany && all.size() > c_nFewestEdits) {
+        all = all.mid(all.size() - nKept);
+    }
+    return write(all) && (!bMany || removeUnused(all));
+}
+
+bool CHistory::end(int number, const QByteArray& after)
+{
+    QVector<HistoryEntry> all = entries();
+    const auto it = std::find_if(
+        all.begin(), all.end(), [&](const HistoryEntry& entry) { return entry.nNumber == number; });
+    if (it == all.end()) {
+        return false;
+    }
+    it->after = after;
+    return write(all);
+}
+
+std::optional<QByteArray> CHistory::state(const QByteArray& digest) const
+{
+    const inspect::FileBytes file = inspect::readBytes(statePath(digest));
+    return file.state == inspect::FileState::Whole && digestOf(file.bytes) == digest
+        ? std::make_optional(file.bytes)
+        : std::nullopt;
+}
+
+std::optional<int> CHistory::prune(const QDateTime& time)
+{
+    const QVector<HistoryEntry> all = entries();
+    QVector<HistoryEntry> kept;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(kept),
+                 [&](const HistoryEntry& entry) { return entry.time >= time; });
+    // The last one stays, since numbers go on from it.
+    if (kept.isEmpty() && !all.isEmpty()) {
+        kept.append(all.last());
+    }
+    const int nGone = all.size() - kept.size();
+    return nGone == 0 || (write(kept) && removeUnused(kept)) ? std::make_optional(nGone)
+                                                             : std::nullopt;
+}
+
+qint64 CHistory::bytes() const
+{
+    qint64 nBytes = 0;
+    QDirIterator files(m_strDirectory, QDir::Files | QDir::Hidden);
+    while (files.hasNext()) {
+        files.next();
+        nBytes += files.fileInfo().size();
+    }
+    return nBytes;
+}
+
+QString CHistory::statePath(const QByteArray& digest) const
+{
+    return m_strDirectory + '/' + QString::fromLatin1(digest) + ".xml";
+}
+
+bool CHistory::write(const QVector<HistoryEntry>& entries) const
+{
+    QByteArray lines;
+    for (const HistoryEntry& entry : entries) {
+        lines += lineOf(entry);
+    }
+    return writeDurably(m_strDirectory + "/log.jsonl", lines);
+}
+
+bool CHistory::removeUnused(const QVector<HistoryEntry>& entries) const
+{
+    const QSet<QByteArray> used = statesOf(entries);
+    const QDir directory(m_strDirectory);
+    const auto names = directory.entryList({ QStringLiteral("*.xml") }, QDir::Files);
+    return std::all_of(names.begin(), names.end(), [&](const QString& name) {
+        return used.contains(name.chopped(4).toLatin1()) || QFile::remove(directory.filePath(name));
+    });
+}
+
+std::optional<HistoryEntry> toUndo(const QVector<HistoryEntry>& entries)
+{
+    return lastOf(stacksOf(entries).done);
+}
+
+std::optional<HistoryEntry> toRedo(const QVector<HistoryEntry>& entries)
+{
+    return lastOf(stacksOf(entries).undone);
+}
+
+} // namespace mend

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+#include <QVector>
+
+#include <optional>
+
+namespace mend {
+
+/// What an edit did to those before it.
+enum class HistoryAction { Edit, Undo, Redo };
+
+/// One edit of a user's file.
+struct HistoryEntry {
+    int nNumber = 0; ///< from 1, never given twice
+    QDateTime time; ///< when it began, UTC
+    QString strAccount;
+    QString strHost;
+    QString strCommand; ///< without secrets
+    QByteArray before; ///< the digest of the state that it found; empty when there was no file
+    QByteArray after; ///< of that which it left; empty when it did not end
+    HistoryAction action = HistoryAction::Edit;
+    int nOf = 0; ///< the edit that was undone or done again
+};
+
+/// The digest that a state is known by: SHA-256 in hexadecimal.
+QByteArray digestOf(const QByteArray& bytes);
+
+/// The states of a user's file before each edit, in History/ of the user's directory: each state
+/// once, under its digest, and a line for each edit. Whoever writes holds the user's lock.
+class CHistory {
+public:
+    explicit CHistory(const QString& configDir);
+
+    /// All edits, the oldest first; none where there is no history.
+    QVector<HistoryEntry> entries() const;
+
+    /// Keeps the state that \a entry found, numbers \a entry and writes it down; the oldest edits
+    /// go when there are too many. False, and nothing is written down, where the system refuses.
+    bool begin(HistoryEntry& entry, const std::optional<QByteArray>& before);
+
+    /// Writes down what the edit \a number left.
+    bool end(int number, const QByteArray& after);
+
+    /// The bytes of a state; none when it is not kept or no longer what its digest says.
+    std::optional<QByteArray> state(const QByteArray& digest) const;
+
+    /// The file of a state.
+    QString statePath(const QByteArray& digest) const;
+
+    /// Forgets the edits before \a time, their states too. How many; none where the system refuses.
+    std::optional<int> prune(const QDateTime& time);
+
+    /// Of all files of the history.
+    qint64 bytes() const;
+
+private:
+    bool write(const QVector<HistoryEntry>& entries) const;
+    bool removeUnused(const QVector<HistoryEntry>& entries) const;
+
+    QString m_strDirectory;
+};
+
+/// The edit that an undo, or a redo, is about: undone ones are skipped, and a new edit ends what
+/// can be done again. None when there is no such edit.
+std::optional<HistoryEntry> toUndo(const QVector<HistoryEntry>& entries);
+std::optional<HistoryEntry> toRedo(const QVector<HistoryEntry>& entries);
+
+} // namespace mend

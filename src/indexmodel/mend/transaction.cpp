@@ -1,0 +1,105 @@
+#include "mend/transaction.h"
+
+#include "mend/durable_p.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSysInfo>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace mend {
+
+namespace {
+
+// Who called, whatever rights it was lent.
+QString accountName()
+{
+    const passwd* const pAccount = ::getpwuid(::getuid());
+    return pAccount == nullptr ? QString::number(::getuid())
+                               : QString::fromLocal8Bit(pAccount->pw_name);
+}
+
+bool isSame(const inspect::FileBytes& left, const inspect::FileBytes& right)
+{
+    return left.state == right.state && left.bytes == right.bytes;
+}
+
+} // namespace
+
+CTransaction::CTransaction(const QString& configDir, const WriteWish& wish)
+    : m_strConfigDir(configDir)
+    , m_strLive(inspect::livePath(configDir))
+    , m_wish(wish)
+    , m_lock(configDir)
+    , m_history(configDir)
+{
+}
+
+WriteFailure CTransaction::lock()
+{
+    switch (m_lock.take(m_wish.nWaitMs)) {
+    case LockState::Taken:
+        return WriteFailure::None;
+    case LockState::Busy:
+        return WriteFailure::Busy;
+    case LockState::Free:
+    case LockState::Refused:
+        break;
+    }
+    return WriteFailure::NoLock;
+}
+
+const inspect::FileBytes& CTransaction::read()
+{
+    m_read = inspect::readBytes(m_strLive);
+    return m_read;
+}
+
+WriteFailure CTransaction::keep(HistoryAction action, int of)
+{
+    if (!isSame(inspect::readBytes(m_strLive), m_read)) {
+        return WriteFailure::Changed;
+    }
+    m_entry = HistoryEntry { 0,
+                             QDateTime::currentDateTimeUtc(),
+                             accountName(),
+                             QSysInfo::machineHostName(),
+                             m_wish.strCommand,
+                             {},
+                             {},
+                             action,
+                             of };
+    // Of a file that is too large to be read there is nothing to keep; whoever replaces it moves
+    // it.
+    const bool bRead = m_read.state == inspect::FileState::Whole;
+    const bool bKept
+        = m_history.begin(m_entry, bRead ? std::make_optional(m_read.bytes) : std::nullopt);
+    return bKept ? WriteFailure::None : WriteFailure::NoHistory;
+}
+
+QString CTransaction::keepFound()
+{
+    const QByteArray digest = digestOf(m_read.bytes);
+    const QString strPath = m_history.statePath(digest);
+    return digest != m_entry.before && writeDurably(strPath, m_read.bytes) ? strPath : QString();
+}
+
+WriteFailure CTransaction::replace(const QByteArray& bytes)
+{
+    return writeDurably(m_strLive, bytes) && inspect::readBytes(m_strLive).bytes == bytes
+        ? WriteFailure::None
+        : WriteFailure::Refused;
+}
+
+Receipt CTransaction::finish()
+{
+    const inspect::FileBytes file = inspect::readBytes(m_strLive);
+    const QByteArray digest = digestOf(file.bytes);
+    const bool bWritten = m_history.end(m_entry.nNumber, digest);
+    const bool bDurable = syncPath(m_strLive) && syncPath(m_strConfigDir);
+    return { digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber };
+}
+
+} // namespace mend

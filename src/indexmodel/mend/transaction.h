@@ -1,0 +1,76 @@
+#pragma once
+
+#include "mend/history.h"
+#include "mend/userlock.h"
+
+#include <inspect/userfile.h>
+
+namespace mend {
+
+/// Why a user's file was not written.
+enum class WriteFailure {
+    None,
+    Busy, ///< somebody else may write: see holder()
+    NoLock, ///< the directory takes none
+    NoHistory, ///< the state before could not be kept
+    Changed, ///< somebody else wrote after the file was read
+    Refused, ///< by the system
+};
+
+/// What a write has left.
+struct Receipt {
+    QByteArray digest; ///< of what is in the file now
+    qint64 nBytes = 0;
+    bool bDurable = false; ///< it outlasts a power cut
+    int nEdit = 0; ///< the number of the edit in the history, which has the state before
+};
+
+/// How a writer asks for the right to write.
+struct WriteWish {
+    QString strCommand; ///< for the history, without secrets
+    int nWaitMs = 5000;
+    bool bForced = false; ///< writes though somebody else may, too
+};
+
+/// One write of a user's file: the lock, what the file holds under it, the state before kept, the
+/// write itself, and the proof. The lock is held until this ends.
+///
+///     mend::CTransaction transaction(dir, wish);
+///     if (transaction.lock() == mend::WriteFailure::None) { ... transaction.read() ... }
+class CTransaction {
+public:
+    CTransaction(const QString& configDir, const WriteWish& wish);
+
+    const QString& configDir() const { return m_strConfigDir; }
+
+    /// Busy is told of a forced one, too, which may go on all the same.
+    WriteFailure lock();
+    const LockHolder& holder() const { return m_lock.holder(); }
+
+    /// The bytes of the live file, now; those of the last call are what may be replaced.
+    const inspect::FileBytes& read();
+    const QByteArray& bytes() const { return m_read.bytes; }
+
+    /// Keeps what was read. Nothing may be written unless this answers None.
+    WriteFailure keep(HistoryAction action = HistoryAction::Edit, int of = 0);
+
+    /// Keeps what was read last, too, if that is somebody else's text. Its copy; empty without one.
+    QString keepFound();
+
+    /// Puts \a bytes in the place of the live file. There is a whole file at every moment.
+    WriteFailure replace(const QByteArray& bytes);
+
+    /// Sees to it that what is in the file now is durable, and writes it down.
+    Receipt finish();
+
+private:
+    QString m_strConfigDir;
+    QString m_strLive;
+    WriteWish m_wish;
+    CUserLock m_lock;
+    CHistory m_history;
+    inspect::FileBytes m_read;
+    HistoryEntry m_entry;
+};
+
+} // namespace mend

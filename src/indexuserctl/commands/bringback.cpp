@@ -1,0 +1,84 @@
+#include "commands/bringback.h"
+
+#include "commands/difftable.h"
+#include "commands/wholefile.h"
+#include "commands/writing.h"
+#include "failure.h"
+
+namespace {
+
+// Of a file that is not whole nothing can be compared.
+QVector<Table> changes(const Request& request, const mend::Restoration& restoration)
+{
+    const inspect::UserFile live = inspect::readUserFile(inspect::livePath(request.strConfigDir));
+    const inspect::UserFile wanted
+        = inspect::userFileOf({ inspect::FileState::Whole, restoration.bytes, {} });
+    if (live.state != inspect::FileState::Whole || wanted.state != inspect::FileState::Whole) {
+        return {};
+    }
+    const auto differences = inspect::differences(inspect::recordsOf(live.document),
+                                                  inspect::recordsOf(wanted.document));
+    return { diffTable(request, differences, "the file", "what comes back") };
+}
+
+QString messageOf(const Request& request, const mend::Recovery& recovery)
+{
+    switch (recovery.write) {
+    case mend::WriteFailure::Busy:
+        return busyText(recovery.holder);
+    case mend::WriteFailure::Changed:
+        return QStringLiteral("the file has been changed since; --force all the same");
+    case mend::WriteFailure::None:
+        return toText(recovery.error);
+    case mend::WriteFailure::NoLock:
+    case mend::WriteFailure::NoHistory:
+    case mend::WriteFailure::Refused:
+        break;
+    }
+    return writeFailureText(request, recovery.write);
+}
+
+} // namespace
+
+void requireNoFailure(const Request& request, const mend::Recovery& recovery)
+{
+    if (recovery.result != mend::RecoveryResult::Failed) {
+        return;
+    }
+    const bool bBusy = recovery.write == mend::WriteFailure::Busy;
+    const bool bNo = recovery.write == mend::WriteFailure::Changed;
+    throw CFailure(bBusy     ? ExitStatus::Busy
+                       : bNo ? ExitStatus::Negative
+                             : ExitStatus::InputOutput,
+                   messageOf(request, recovery));
+}
+
+ExitStatus bringBack(const Request& request, const mend::Restoration& restoration,
+                     const QString& what)
+{
+    QVector<Table> tables = changes(request, restoration);
+    const mend::Recovery recovery
+        = mend::restore(request.strConfigDir, restoration, request.mode, wishOf(request));
+    requireNoFailure(request, recovery);
+    if (recovery.result == mend::RecoveryResult::NoSnapshot) {
+        throw CFailure(ExitStatus::Damaged, QStringLiteral("what would come back is no user file"));
+    }
+    const bool bWritten = recovery.receipt.nEdit > 0;
+    if (request.format == Format::Json) {
+        print(bWritten ? tables + QVector<Table> { receiptTable(request, recovery.receipt) }
+                       : tables,
+              request.format);
+        return ExitStatus::Ok;
+    }
+    print(tables, request.format);
+    printLine();
+    if (bWritten) {
+        printReceipt("brought back " + what, recovery.receipt,
+                     restoration.action == mend::HistoryAction::Undo ? "redo" : "undo");
+    } else {
+        printLine(recovery.result == mend::RecoveryResult::NothingToDo
+                      ? "the file is the same already"
+                      : "would bring back " + what);
+    }
+    return ExitStatus::Ok;
+}

@@ -1,0 +1,174 @@
+#include "commands/bringback.h"
+#include "commands/difftable.h"
+#include "commands/shownuser.h"
+#include "commands/wholefile.h"
+#include "commands/writing.h"
+#include "failure.h"
+
+#include <mend/history.h>
+
+#include <algorithm>
+
+namespace {
+
+using mend::HistoryEntry;
+
+QVector<HistoryEntry> entriesOf(const Request& request)
+{
+    return mend::CHistory(request.strConfigDir).entries();
+}
+
+HistoryEntry entryOf(const Request& request, const QString& word)
+{
+    const QVector<HistoryEntry> all = entriesOf(request);
+    const auto it = std::find_if(all.begin(), all.end(), [&](const HistoryEntry& entry) {
+        return QString::number(entry.nNumber) == word;
+    });
+    if (it == all.end()) {
+        bool bNumber = false;
+        word.toInt(&bNumber);
+        throw CFailure(bNumber ? ExitStatus::Negative : ExitStatus::Usage,
+                       QStringLiteral("there is no edit '%1' in the history").arg(word));
+    }
+    return *it;
+}
+
+QByteArray stateOf(const Request& request, const QByteArray& digest)
+{
+    const std::optional<QByteArray> state = mend::CHistory(request.strConfigDir).state(digest);
+    if (!state) {
+        throw CFailure(ExitStatus::Negative,
+                       digest.isEmpty() ? QStringLiteral("there was no file then")
+                                        : QStringLiteral("the state %1 is not kept any more")
+                                              .arg(QString::fromLatin1(digest.left(16))));
+    }
+    return *state;
+}
+
+QString pathOf(const Request& request, const QString& word)
+{
+    const HistoryEntry entry = entryOf(request, word);
+    stateOf(request, entry.before);
+    return mend::CHistory(request.strConfigDir).statePath(entry.before);
+}
+
+QString commandOf(const HistoryEntry& entry)
+{
+    return entry.action == mend::HistoryAction::Edit
+        ? entry.strCommand
+        : QStringLiteral("%1 (edit %2)").arg(entry.strCommand, QString::number(entry.nOf));
+}
+
+Table historyTable(const Request& request)
+{
+    Table table { "history",
+                  "History",
+                  { "edit", "time", "account", "host", "command", "before", "after" } };
+    const auto all = entriesOf(request);
+    for (const HistoryEntry& entry : all) {
+        const bool bText = request.format == Format::Text;
+        const int nDigits = bText ? 8 : -1;
+        table.rows.append({ entry.nNumber, entry.time.toLocalTime().toString(Qt::ISODate),
+                            entry.strAccount, entry.strHost, commandOf(entry),
+                            QString::fromLatin1(entry.before.left(nDigits)),
+                            QString::fromLatin1(entry.after.left(nDigits)) });
+    }
+    return table;
+}
+
+// An undo is of the file as the edit left it: what a client has saved since would go with it.
+ExitStatus step(const Request& request, const std::optional<HistoryEntry>& entry,
+                mend::HistoryAction action)
+{
+    const bool bUndo = action == mend::HistoryAction::Undo;
+    if (!entry) {
+        throw CFailure(ExitStatus::Negative,
+                       bUndo ? QStringLiteral("there is nothing to undo")
+                             : QStringLiteral("there is nothing to do again"));
+    }
+    const QByteArray from = bUndo ? entry->after : entry->before;
+    mend::Restoration restoration { stateOf(request, bUndo ? entry->before : entry->after), action,
+                                    entry->nNumber };
+    restoration.expected = request.bForced ? QByteArray() : from;
+    return bringBack(request, restoration,
+                     QStringLiteral("what %1 edit %2: %3")
+                         .arg(bUndo ? "was before" : "came of", QString::number(entry->nNumber),
+                              entry->strCommand));
+}
+
+// "30d" or "12h".
+QDateTime timeBefore(const QString& age)
+{
+    bool bOk = false;
+    const int nCount = age.chopped(1).toInt(&bOk);
+    const bool bDays = age.endsWith('d');
+    if (!bOk || nCount < 0 || nCount > 36500 || !(bDays || age.endsWith('h'))) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("--keep: '%1' is no age such as 30d or 12h").arg(age));
+    }
+    return QDateTime::currentDateTimeUtc().addSecs(-3600LL * nCount * (bDays ? 24 : 1));
+}
+
+} // namespace
+
+ExitStatus undoEdit(const Request& request)
+{
+    return step(request, mend::toUndo(entriesOf(request)), mend::HistoryAction::Undo);
+}
+
+ExitStatus redoEdit(const Request& request)
+{
+    return step(request, mend::toRedo(entriesOf(request)), mend::HistoryAction::Redo);
+}
+
+ExitStatus listHistory(const Request& request)
+{
+    print({ historyTable(request) }, request.format);
+    return ExitStatus::Ok;
+}
+
+ExitStatus showHistory(const Request& request)
+{
+    const QString strPath = pathOf(request, request.words.first());
+    return showUser(request, inspect::recordsOf(wholeFile(strPath).document), request.words.mid(1));
+}
+
+ExitStatus diffHistory(const Request& request)
+{
+    const QString strLeft = pathOf(request, request.words.first());
+    return printDifferences(request, strLeft,
+                            request.words.size() > 1 ? pathOf(request, request.words[1])
+                                                     : inspect::livePath(request.strConfigDir));
+}
+
+ExitStatus restoreHistory(const Request& request)
+{
+    const HistoryEntry entry = entryOf(request, request.words.first());
+    return bringBack(request, { stateOf(request, entry.before) },
+                     QStringLiteral("what was before edit %1").arg(entry.nNumber));
+}
+
+ExitStatus pruneHistory(const Request& request)
+{
+    const QDateTime time = timeBefore(request.strKeep);
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    mend::CHistory history(request.strConfigDir);
+    const auto all = history.entries();
+    const qint64 nOld = std::count_if(all.begin(), all.end(),
+                                      [&](const HistoryEntry& entry) { return entry.time < time; });
+    Table table { "pruned", {}, { "edits", "bytes" } };
+    if (request.isDryRun()) {
+        printLine(QStringLiteral("would forget up to %1 of %2 edits").arg(nOld).arg(all.size()));
+        return ExitStatus::Ok;
+    }
+    takeLock(request, transaction);
+    const std::optional<int> nGone = history.prune(time);
+    if (!nGone) {
+        throw CFailure(ExitStatus::InputOutput,
+                       failedWrite(request, QStringLiteral("the history cannot be written")));
+    }
+    table.strTitle = QStringLiteral("Forgotten, and what is kept");
+    table.rows.append({ *nGone, history.bytes() });
+    print({ table }, request.format);
+    return ExitStatus::Ok;
+}

@@ -1,0 +1,183 @@
+#include "commands/bringback.h"
+#include "commands/wholefile.h"
+#include "commands/writing.h"
+#include "failure.h"
+
+#include <inspect/closest.h>
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+using mend::Candidate;
+
+int windowCount(const QVector<inspect::Layout>& layouts)
+{
+    int nWindows = 0;
+    for (const inspect::Layout& layout : layouts) {
+        nWindows += layout.windows.size();
+    }
+    return nWindows;
+}
+
+int stockCount(const KW::CustomStockMap& stocks)
+{
+    int nStocks = 0;
+    for (const auto& list : stocks) {
+        nStocks += static_cast<int>(list.size());
+    }
+    return nStocks;
+}
+
+// What a candidate holds, in numbers.
+QVector<QJsonValue> rowOf(const Candidate& candidate)
+{
+    using inspect::LayoutSide;
+    const inspect::UserFile file = inspect::readUserFile(candidate.strPath);
+    QVector<QJsonValue> row { candidate.strName, mend::kindName(candidate.kind),
+                              candidate.time.toString(Qt::ISODate),
+                              inspect::stateName(file.state) };
+    if (file.state != inspect::FileState::Whole) {
+        return row + QVector<QJsonValue> { "", "", "", "", "" };
+    }
+    const KW::UserRecords records = inspect::recordsOf(file.document);
+    const int nTemplates = inspect::templatesOf(records, LayoutSide::Quote).size()
+        + inspect::templatesOf(records, LayoutSide::Trade).size();
+    return row
+        + QVector<QJsonValue> { static_cast<int>(records.stocks.size()), stockCount(records.stocks),
+                                windowCount(inspect::layoutsOf(records)), nTemplates,
+                                KW::contents(records.sections).size() };
+}
+
+ExitStatus listCandidates(const Request& request)
+{
+    Table table { "candidates",
+                  "What the file could be brought back from",
+                  { "name", "kind", "time", "state", "lists", "stocks", "windows", "templates",
+                    "sections" } };
+    const auto all = mend::candidates(request.strConfigDir);
+    for (const Candidate& candidate : all) {
+        table.rows.append(rowOf(candidate));
+    }
+    print({ table }, request.format);
+    return ExitStatus::Ok;
+}
+
+QString pathOf(const Request& request, const QString& name)
+{
+    QStringList names;
+    const auto all = mend::candidates(request.strConfigDir);
+    for (const Candidate& candidate : all) {
+        if (candidate.strName == name) {
+            return candidate.strPath;
+        }
+        names.append(candidate.strName);
+    }
+    if (QFileInfo(name).isFile()) {
+        return name;
+    }
+    throw CFailure(ExitStatus::Negative,
+                   QStringLiteral("there is no '%1' to bring back").arg(name)
+                       + inspect::didYouMean(name, names));
+}
+
+ExitStatus recoverFrom(const Request& request, const QString& path)
+{
+    wholeFile(path);
+    return bringBack(request, { contentOf(path) }, path);
+}
+
+ExitStatus recoverNewest(const Request& request)
+{
+    const std::optional<Candidate> copy = mend::newerCopy(request.strConfigDir);
+    if (!copy) {
+        printLine("no dated copy is newer than the file");
+        return ExitStatus::Ok;
+    }
+    return recoverFrom(request, copy->strPath);
+}
+
+void printRecovery(const Request& request, const mend::Recovery& recovery)
+{
+    if (recovery.error.cause != inspect::FileCause::None) {
+        printLine(toText(recovery.error));
+    }
+    if (!recovery.strSetAside.isEmpty()) {
+        printLine((request.isDryRun() ? "would be set aside as " : "set aside as ")
+                  + recovery.strSetAside);
+    }
+    if (request.isDryRun()) {
+        printLine("would bring back " + recovery.source.strPath);
+    } else {
+        printReceipt("brought back " + recovery.source.strPath, recovery.receipt);
+    }
+    if (recovery.result == mend::RecoveryResult::RecoveredWithLoss) {
+        printLine("lost: what was changed after that copy was saved");
+    }
+}
+
+void printRecoveryJson(const Request& request, const mend::Recovery& recovery)
+{
+    const Table table { "recovery",
+                        {},
+                        { "found", "source", "setAside", "loss" },
+                        { { toText(recovery.error), recovery.source.strPath, recovery.strSetAside,
+                            recovery.result == mend::RecoveryResult::RecoveredWithLoss } } };
+    QVector<Table> tables { table };
+    if (recovery.receipt.nEdit > 0) {
+        tables.append(receiptTable(request, recovery.receipt));
+    }
+    print(tables, request.format);
+}
+
+ExitStatus answerNothingToDo(const Request& request)
+{
+    const std::optional<Candidate> copy = mend::newerCopy(request.strConfigDir);
+    const QString strNewer = copy
+        ? "; but " + copy->strPath + " is newer and differs: recover --newest takes it"
+        : QString();
+    printLine(inspect::livePath(request.strConfigDir) + ": whole, nothing to recover" + strNewer);
+    return ExitStatus::Ok;
+}
+
+// The file is what it was.
+ExitStatus statusWithoutCopy(inspect::FileState file)
+{
+    return file == inspect::FileState::Damaged ? ExitStatus::Damaged : ExitStatus::InputOutput;
+}
+
+} // namespace
+
+ExitStatus recoverUser(const Request& request)
+{
+    if (request.bList) {
+        return listCandidates(request);
+    }
+    if (request.source) {
+        return recoverFrom(request, pathOf(request, *request.source));
+    }
+    if (request.bNewest) {
+        return recoverNewest(request);
+    }
+    const mend::Recovery recovery
+        = mend::recover(request.strConfigDir, request.mode, wishOf(request));
+    requireNoFailure(request, recovery);
+    if (recovery.result == mend::RecoveryResult::NothingToDo && request.format == Format::Text) {
+        return answerNothingToDo(request);
+    }
+    if (recovery.result == mend::RecoveryResult::NoSnapshot) {
+        throw CFailure(statusWithoutCopy(recovery.before),
+                       toText(recovery.error)
+                           + QStringLiteral("; there is no whole dated copy and no mirror"));
+    }
+    if (request.format == Format::Json) {
+        printRecoveryJson(request, recovery);
+    } else {
+        printRecovery(request, recovery);
+    }
+    return recovery.result == mend::RecoveryResult::RecoveredWithLoss
+        ? ExitStatus::RecoveredWithLoss
+        : ExitStatus::Ok;
+}

@@ -1,0 +1,128 @@
+#include "commands/writing.h"
+
+#include "failure.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// What keeps a directory from being changed, in the system's words; empty if nothing does.
+QString closedReason(const QString& directory)
+{
+    const QByteArray path = QFile::encodeName(directory);
+    return ::faccessat(AT_FDCWD, path.constData(), W_OK | X_OK, AT_EACCESS) == 0
+        ? QString()
+        : QString::fromLocal8Bit(std::strerror(errno));
+}
+
+// The service does not tell what refused; the siblings know of files, the system of directories.
+QString causeOf(const Request& request)
+{
+    const QString strClosed = closedReason(request.strConfigDir);
+    if (!strClosed.isEmpty()) {
+        return strClosed + ": " + request.strConfigDir;
+    }
+    const standalone::WriteFailure failure = standalone::lastWriteFailure();
+    return failure.strReason.isEmpty() ? QString() : failure.strReason + ": " + failure.strPath;
+}
+
+} // namespace
+
+mend::WriteWish wishOf(const Request& request)
+{
+    mend::WriteWish wish { request.strCommand, 5000, request.bForced };
+    if (request.wait) {
+        bool bOk = false;
+        const double nSeconds = request.wait->toDouble(&bOk);
+        if (!bOk || !(nSeconds >= 0 && nSeconds <= 86400)) {
+            throw CFailure(
+                ExitStatus::Usage,
+                QStringLiteral("--wait: '%1' is no number of seconds").arg(*request.wait));
+        }
+        wish.nWaitMs = static_cast<int>(nSeconds * 1000);
+    }
+    return wish;
+}
+
+QString busyText(const mend::LockHolder& holder)
+{
+    return QStringLiteral("busy: %1, process %2, since %3")
+        .arg(holder.strProgram.isEmpty() ? QStringLiteral("a program") : holder.strProgram)
+        .arg(holder.nProcess)
+        .arg(holder.since.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
+}
+
+bool takeLock(const Request& request, mend::CTransaction& transaction)
+{
+    const mend::WriteFailure failure = transaction.lock();
+    if (failure == mend::WriteFailure::Busy && !request.bForced) {
+        throw CFailure(ExitStatus::Busy, busyText(transaction.holder()));
+    }
+    if (failure == mend::WriteFailure::Busy) {
+        printError(busyText(transaction.holder()) + "; its next save may undo this edit");
+    }
+    return failure != mend::WriteFailure::NoLock;
+}
+
+QString failedWrite(const Request& request, const QString& observed)
+{
+    const QString strCause = causeOf(request);
+    return "the save failed: " + (strCause.isEmpty() ? observed : strCause) + recoverHint(request);
+}
+
+QString writeFailureText(const Request& request, mend::WriteFailure failure)
+{
+    switch (failure) {
+    case mend::WriteFailure::None:
+    case mend::WriteFailure::Busy:
+        break;
+    case mend::WriteFailure::NoLock:
+        return failedWrite(request, QStringLiteral("the user's directory takes no lock"));
+    case mend::WriteFailure::NoHistory:
+        return failedWrite(request, QStringLiteral("the state before cannot be kept"));
+    case mend::WriteFailure::Changed:
+        return QStringLiteral("somebody else has changed the file meanwhile; nothing is written");
+    case mend::WriteFailure::Refused:
+        return failedWrite(request, QStringLiteral("the file cannot be written"));
+    }
+    return {};
+}
+
+// Where somebody may only look, nothing can be brought back either.
+QString recoverHint(const Request& request)
+{
+    using mend::RecoveryResult;
+    if (!closedReason(request.strConfigDir).isEmpty()) {
+        return {};
+    }
+    const RecoveryResult result = mend::recover(request.strConfigDir, mend::RunMode::DryRun).result;
+    const bool bHelps
+        = result == RecoveryResult::Recovered || result == RecoveryResult::RecoveredWithLoss;
+    return bHelps ? QStringLiteral("; 'recover' brings a dated copy back") : QString();
+}
+
+Table receiptTable(const Request& request, const mend::Receipt& receipt)
+{
+    return { "receipt",
+             "Saved",
+             { "file", "sha256", "bytes", "durable", "edit" },
+             { { inspect::livePath(request.strConfigDir), QString::fromLatin1(receipt.digest),
+                 receipt.nBytes, receipt.bDurable, receipt.nEdit } } };
+}
+
+void printReceipt(const QString& what, const mend::Receipt& receipt, const QString& wayBack)
+{
+    printDone(what);
+    printLine(QStringLiteral("  now: %1 bytes, sha256 %2, %3")
+                  .arg(QString::number(receipt.nBytes),
+                       QString::fromLatin1(receipt.digest.left(16)),
+                       receipt.bDurable ? "durable" : "NOT known to outlast a power cut"));
+    printLine(QStringLiteral("  before: kept as edit %1 of the history; '%2' brings it back")
+                  .arg(QString::number(receipt.nEdit), wayBack));
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "terminal/output.h"
+
+#include <mend/recovery.h>
+
+// What all commands that change a user's file share.
+
+/// How \a request asks for the right to write; throws CFailure for a --wait that is no number.
+mend::WriteWish wishOf(const Request& request);
+
+/// "busy: indexuserctl, process 123, since 2024-01-31 09:30:00".
+QString busyText(const mend::LockHolder& holder);
+
+/// Takes the lock, or with --force warns of who has it. Throws CFailure when it is busy. False
+/// where the directory takes none, and then nothing can be written there either.
+bool takeLock(const Request& request, mend::CTransaction& transaction);
+
+/// Why the last write was refused, in the system's words, behind \a observed where it tells
+/// nothing; and whether a dated copy would help.
+QString failedWrite(const Request& request, const QString& observed);
+
+/// What the causes before a write say, for people.
+QString writeFailureText(const Request& request, mend::WriteFailure failure);
+
+/// "; 'recover' brings a dated copy back", where it does.
+QString recoverHint(const Request& request);
+
+/// What is in the file now, as a table for JSON.
+Table receiptTable(const Request& request, const mend::Receipt& receipt);
+
+/// The same as lines for people, and the command that takes it back.
+void printReceipt(const QString& what, const mend::Receipt& receipt,
+                  const QString& wayBack = QStringLiteral("undo"));
