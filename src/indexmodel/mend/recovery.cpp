@@ -122,7 +122,7 @@ Recovery planned(const Restoration& restoration, const inspect::FileBytes& live)
         return failed(recovery, WriteFailure::Changed, live.error);
     }
     const inspect::FileBytes wanted { FileState::Whole, restoration.bytes, {} };
-    if (inspect::userFileOf(wanted).state != FileState::Whole) {
+    if (!restoration.bDamaged && inspect::userFileOf(wanted).state != FileState::Whole) {
         recovery.result = RecoveryResult::NoSnapshot;
     } else if (live.state == FileState::Unreadable) {
         recovery.result = RecoveryResult::Failed;

@@ -42,6 +42,7 @@ struct Restoration {
     HistoryAction action = HistoryAction::Edit;
     int nOf = 0;
     QByteArray expected = {}; ///< the digest that the live file must have; empty for any
+    bool bDamaged = false; ///< whether bytes that are no whole user file are put there, too
 };
 
 /// Puts \a restoration in the place of the live file, whose state goes into the history. At every

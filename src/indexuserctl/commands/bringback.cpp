@@ -61,7 +61,8 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
         = mend::restore(request.strConfigDir, restoration, request.mode, wishOf(request));
     requireNoFailure(request, recovery);
     if (recovery.result == mend::RecoveryResult::NoSnapshot) {
-        throw CFailure(ExitStatus::Damaged, QStringLiteral("what would come back is no user file"));
+        throw CFailure(ExitStatus::Damaged,
+                       QStringLiteral("what would come back is no whole user file"));
     }
     const bool bWritten = recovery.receipt.nEdit > 0;
     if (request.format == Format::Json) {

@@ -5,6 +5,8 @@
 
 #include <inspect/check.h>
 #include <inspect/report.h>
+#include <mend/candidates.h>
+#include <mend/history.h>
 
 #include <algorithm>
 
@@ -127,18 +129,57 @@ void printText(const QVector<CheckedPath>& all)
     printLine(fileTable(all).strTitle);
 }
 
+// A power cut may have taken back what was saved last.
+void addNewerCopy(const Request& request, CheckedPath& live)
+{
+    const std::optional<mend::Candidate> copy = mend::newerCopy(request.strConfigDir);
+    if (copy && live.checked.file.state == inspect::FileState::Whole) {
+        live.checked.findings.append(
+            { {},
+              "newer-copy",
+              inspect::Effect::Kept,
+              {},
+              copy->strPath + " is newer and differs; recover --newest takes it" });
+    }
+}
+
+Table historyTable(const Request& request)
+{
+    const mend::CHistory history(request.strConfigDir);
+    return { "history",
+             "History",
+             { "edits", "bytes" },
+             { { history.entries().size(), history.bytes() } } };
+}
+
+void printHistory(const Request& request)
+{
+    const mend::CHistory history(request.strConfigDir);
+    if (history.bytes() > 0) {
+        printLine(
+            QStringLiteral("history: %1 edits, %2 bytes")
+                .arg(QString::number(history.entries().size()), QString::number(history.bytes())));
+    }
+}
+
 } // namespace
 
 ExitStatus check(const Request& request)
 {
-    const QStringList paths = request.words.isEmpty()
-        ? QStringList(inspect::livePath(request.strConfigDir))
-        : request.words;
-    const QVector<CheckedPath> all = checkAll(paths);
+    const bool bLive = request.words.isEmpty();
+    QVector<CheckedPath> all
+        = checkAll(bLive ? QStringList(inspect::livePath(request.strConfigDir)) : request.words);
+    if (bLive) {
+        addNewerCopy(request, all.first());
+    }
     if (request.format == Format::Json) {
-        print({ fileTable(all), findingTable(all) }, request.format);
+        const QVector<Table> tables { fileTable(all), findingTable(all) };
+        print(bLive ? tables + QVector<Table> { historyTable(request) } : tables, request.format);
     } else {
         printText(all);
+    }
+    if (bLive && request.format == Format::Text) {
+        printHistory(request);
     }
     const auto worst = std::max_element(
         all.begin(), all.end(), [](const CheckedPath& left, const CheckedPath& right) {

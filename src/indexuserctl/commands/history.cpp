@@ -90,6 +90,7 @@ ExitStatus step(const Request& request, const std::optional<HistoryEntry>& entry
     mend::Restoration restoration { stateOf(request, bUndo ? entry->before : entry->after), action,
                                     entry->nNumber };
     restoration.expected = request.bForced ? QByteArray() : from;
+    restoration.bDamaged = request.bForced;
     return bringBack(request, restoration,
                      QStringLiteral("what %1 edit %2: %3")
                          .arg(bUndo ? "was before" : "came of", QString::number(entry->nNumber),
