@@ -1,11 +1,12 @@
-// A host from start to end: recover, load, listen, change, save, make sure, stop. Built against the
-// installed package. Usage: host DIRECTORY
+// A host from start to end: recover, lock, load, listen, change, save, make sure, stop. Built
+// against the installed package. Usage: host DIRECTORY
 
 #include <indexuser/cuserconfigmanager.h>
 #include <indexuser/servicerecords.h>
 #include <indexuser/userconfigfactory.h>
 #include <inspect/userfile.h>
 #include <mend/recovery.h>
+#include <mend/userlock.h>
 #include <standalone/standalone.h>
 
 #include <QCoreApplication>
@@ -89,6 +90,12 @@ int main(int argc, char** argv)
     standalone::setConfigDir(strDirectory);
     standalone::logToStderr(standalone::LogLines::Problems);
     if (!isSafeToLoad(strDirectory)) {
+        return 1;
+    }
+    // Until the end: whoever edits the file meanwhile is told who runs.
+    mend::CUserLock lock(strDirectory);
+    if (lock.take(0) != mend::LockState::Taken) {
+        out() << "process " << lock.holder().nProcess << " may write the file, too\n";
         return 1;
     }
 
