@@ -18,6 +18,13 @@ private Q_SLOTS:
     void withoutACandidateDefaultsAreTold();
     void entriesBesideATearAreTaken_data();
     void entriesBesideATearAreTaken();
+    void whatIsTornIsLost_data();
+    void whatIsTornIsLost();
+    void anEntryIsTheNearestSections_data();
+    void anEntryIsTheNearestSections();
+    void listsAndGroupsAreTakenWhole_data();
+    void listsAndGroupsAreTakenWhole();
+    void ofListsOfATypeTheFirstIsTaken();
     void optionsAreTakenOneByOne_data();
     void optionsAreTakenOneByOne();
     void whatIsTakenIsWhatTheFileHolds();
@@ -131,105 +138,151 @@ void tst_salvage::withoutACandidateDefaultsAreTold()
 
 void tst_salvage::entriesBesideATearAreTaken_data()
 {
-    QTest::addColumn<QByteArray>("sections");
-    QTest::addColumn<QString>("section");
+    QTest::addColumn<QByteArray>("between"); // windows 1 and 5
     QTest::addColumn<QStringList>("rows");
-    const auto row = [](const char* pszName, const QByteArray& sections, const QStringList& rows,
-                        const char* pszSection = "IndexLayout") {
-        QTest::newRow(pszName) << sections << pszSection << rows;
+    const auto row = [](const char* pszName, const QByteArray& between, const QStringList& rows) {
+        QTest::newRow(pszName) << between << rows;
     };
-    const QByteArray one = "<IndexLayout>" + window("1");
-    const QByteArray five = window("5") + "</IndexLayout>";
-    const QString strOlder = "window older copy 1/3: 2";
-    const QStringList both { "window file 2/3", strOlder };
-    row("whole", one + five, { "window file 2/2" });
-    row("zeros between", one + c_zeros + five, both);
-    row("zeros in a value", one + "<LayoutWindow a=\"" + c_zeros + "\"/>" + five,
-        { "window file 2/3", strOlder, "window lost 0/3 +1" });
-    row("zeros in a tree",
-        one + "<LayoutWindow panelgroup_id='8'><Do" + c_zeros + "/></LayoutWindow>" + five,
-        { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" });
-    row("torn, and in the copy", one + "<LayoutWindow panelgroup_id='2'><Do\xff/>" + five, both);
-    row("no UTF-8", one + "<LayoutWindow panelgroup_id='8' navtree='\xca\xd7'/>" + five,
-        { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" });
-    row("cut in a character", one + "<LayoutWindow panelgroup_id='8' navtree='\xe9\xa6",
-        { "window file 1/3", "window older copy 1/3: 2", "window lost 1/3: 8" });
-    row("no character", one + "\xef\xbf\xbe" + five, both);
-    row("U+FFFD of the file",
-        one + "<LayoutWindow panelgroup_id='8' navtree='\xef\xbf\xbd'/>" + five,
-        { "window file 3/3" });
-    row("'&' alone", one + "<LayoutWindow panelgroup_id='8' navtree='a&b;'/>" + five,
-        { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" });
-    row("the section's beginning", "<Index" + c_zeros + window("4") + five,
-        { "window file 2/4", "window older copy 2/4: 1 2" });
-    row("the section's end", one + c_zeros + "out><IndexPositionLayout/>",
-        { "window file 1/2", "window older copy 1/2: 2" });
-    row("between two sections", one + "<Layout" + c_zeros + window("5") + "</tradePanelGroup>",
-        { "window file 1/2", "window older copy 1/2: 2" });
-    row("of the other one", one + "<Layout" + c_zeros + window("5") + "</tradePanelGroup>",
-        { "window file 1/1" }, "tradePanelGroup");
-    row("two tears", one + c_zeros + window("4") + c_zeros + five,
-        { "window file 3/4", "window older copy 1/4: 2" });
-    row("whose is not told", c_zeros + window("4") + c_zeros, { "window lost 1/1: 4" }, "");
-    row("a seam that does not show", one + window("5") + "</tradePanelGroup>",
-        { "window lost 2/2: 1 5" }, "");
-    row("such a seam, one side", one + window("5") + "</tradePanelGroup>",
-        { "window older copy 2/2: 1 2" });
-    row("other entries beside a seam", one + "<LayoutTemplate name='x'/></LayoutTemplates>",
-        { "window file 1/2", "window older copy 1/2: 2" });
-    row("templates beside a seam", one + "<LayoutTemplate name='x'/></LayoutTemplates>",
-        { "template file 1/2", "template older copy 1/2: t" }, "LayoutTemplates");
-    row("begun within, ended elsewhere",
-        one + "<LayoutWindow panelgroup_id='8'><Dock></LayoutWindow></tradePanelGroup>",
-        { "window file 1/3", "window older copy 1/3: 2", "window lost 1/3: 8" });
-    row("glued to a stock", one + "<LayoutWindow panelgroup_id='8' market='SH'/>" + c_zeros + five,
-        { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" });
-    row("an attribute twice", one + "<LayoutWindow panelgroup_id='8' left='1' left='2'/>" + five,
-        { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" });
-    row("the rest of a tag", one + "group_id=\"8\"/>" + five, both);
-    row("the rest of a comment", one + " b -->" + five, both);
-    row("a comment in a comment", one + "<!-- a <!-- b -->" + five, both);
-    row("a whole comment", one + "<!-- a -->" + five, { "window file 2/2" });
-    row("a second declaration", one + "<?xml version='1.0'?>" + five, both);
-    row("an entry within a torn one",
-        one + "<LayoutWindow panelgroup_id='8'><Dock>" + window("4") + c_zeros + "</IndexLayout>",
-        { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" });
-    row("two of a name", one + window("1") + c_zeros + five,
-        { "window file 3/4", "window older copy 1/4: 2" });
-    row("the second of a name", one + "<LayoutWindow panelgroup_id='1'><Do" + c_zeros + five,
+    const QStringList whole { "window file 2/2" };
+    const QStringList both { "window file 2/3", "window older copy 1/3: 2" };
+    const QStringList three { "window file 3/4", "window older copy 1/4: 2" };
+    row("nothing", "", whole);
+    row("a comment", "<!-- a -->", whole);
+    row("zeros", c_zeros, both);
+    row("no character", "\xef\xbf\xbe", both);
+    row("a surrogate", "\xed\xa0\x80", both);
+    row("overlong", "\xe0\x80\x80\xf0\x80\x80\x80\xf4\x90\x80\x80", both);
+    row("no name in a torn tag", "<LayoutWindow a=\"" + c_zeros + "\"/>",
+        both + QStringList { "window lost 0/3 +1" });
+    row("torn, and in the copy", "<LayoutWindow panelgroup_id='2'><Do\xff/>", both);
+    row("the rest of a tag", "group_id=\"8\"/>", both);
+    row("the rest of a comment", " b -->", both);
+    row("a comment in a comment", "<!-- a <!-- b -->", both);
+    row("another window between tears", c_zeros + window("4") + c_zeros, three);
+    row("another one of a name", window("1") + c_zeros, three);
+    row("a torn one of a name", "<LayoutWindow panelgroup_id='1'><Do" + c_zeros,
         { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 1" });
-    row("too deep",
-        one + "<LayoutWindow panelgroup_id='8'>" + QByteArray("<a>").repeated(600)
-            + QByteArray("</a>").repeated(600) + "</LayoutWindow>" + five,
-        { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" });
-    const QByteArray lists = "<CustomStock><Customs><Custom type='0'><Stock code='a'/></Custom>";
-    row("lists",
-        lists + "<Custom type='1'><Stock code='\xff'/></Custom><Custom type='2'/></Customs>",
-        { "stock list file 2/4", "stock list older copy 2/4: 1 3" }, "CustomStock");
-    row("a list of a type that was there", lists + "<Custom type='0'/>" + c_zeros,
-        { "stock list file 1/3", "stock list older copy 2/3: 1 3" }, "CustomStock");
-    row("all lists in a torn section", lists + "</Customs>" + c_zeros, { "stock list file 1/1" },
-        "CustomStock");
-    row("half of the groups",
-        "<IndexPositionLayout><FormulaPanelGroupLayout/><ValuePanelGroupLayout><itemLayout key='w'>"
-            + window("1") + "</itemLayout><itemLayout key='x'>" + window("1"),
-        { "panel group file 1/3", "panel group older copy 1/3: v", "panel group lost 1/3: x" },
-        "IndexPositionLayout/ValuePanelGroupLayout");
-    row("the other half",
-        "<IndexPositionLayout><FormulaPanelGroupLayout/><ValuePanelGroupLayout>" + c_zeros,
-        { "panel group file 0/0" }, "IndexPositionLayout/FormulaPanelGroupLayout");
-    row("windows of groups are no others'",
-        one + "<itemLayout key='w'>" + window("1") + c_zeros + window("7") + "</itemLayout>"
-            + "</ValuePanelGroupLayout></IndexPositionLayout>",
-        {}, "");
 }
 
 void tst_salvage::entriesBesideATearAreTaken()
+{
+    QFETCH(QByteArray, between);
+    QFETCH(QStringList, rows);
+    const QByteArray section = "<IndexLayout>" + window("1") + between + window("5");
+    QCOMPARE(told(mend::salvage(file(section + "</IndexLayout>"), older()), "IndexLayout"), rows);
+}
+
+void tst_salvage::whatIsTornIsLost_data()
+{
+    QTest::addColumn<QByteArray>("rest"); // of window 8
+    QTest::newRow("zeros in its tree") << "><Do" + c_zeros + "/></LayoutWindow>";
+    QTest::newRow("zeros in a value") << " navtree='" + c_zeros + "'/>";
+    QTest::newRow("no UTF-8") << QByteArray(" navtree='\xca\xd7'/>");
+    QTest::newRow("half a character") << QByteArray(" navtree='\xe9\xa6");
+    QTest::newRow("'&' alone") << QByteArray(" navtree='a&b;'/>");
+    QTest::newRow("a '&' without end") << QByteArray(" navtree='a&amp'/>");
+    QTest::newRow("an attribute of a stock") << " market='SH'/>" + c_zeros;
+    QTest::newRow("an attribute twice") << QByteArray(" left='1' left='2'/>");
+    QTest::newRow("no space") << QByteArray(" left='1'top='2'/>");
+    QTest::newRow("the end of another") << QByteArray("><Dock></LayoutWindow></tradePanelGroup>");
+    QTest::newRow("too deep") << '>' + QByteArray("<a>").repeated(600)
+            + QByteArray("</a>").repeated(600) + "</LayoutWindow>" + c_zeros;
+}
+
+void tst_salvage::whatIsTornIsLost()
+{
+    QFETCH(QByteArray, rest);
+    const Salvage salvage = mend::salvage(
+        file("<IndexLayout>" + window("1") + "<LayoutWindow panelgroup_id='8'" + rest), older());
+    QCOMPARE(told(salvage, "IndexLayout"),
+             QStringList({ "window file 1/3", "window older copy 1/3: 2", "window lost 1/3: 8" }));
+}
+
+void tst_salvage::anEntryIsTheNearestSections_data()
+{
+    QTest::addColumn<QByteArray>("sections");
+    QTest::addColumn<QString>("section");
+    QTest::addColumn<QStringList>("rows");
+    const auto row
+        = [](const char* pszName, const QByteArray& sections, const char* pszSection,
+             const QStringList& rows) { QTest::newRow(pszName) << sections << pszSection << rows; };
+    const QByteArray one = "<IndexLayout>" + window("1");
+    const QByteArray trade = window("5") + "</tradePanelGroup>";
+    const QStringList first { "window file 1/2", "window older copy 1/2: 2" };
+    row("beginning torn", "<Ind" + c_zeros + window("4") + "</IndexLayout>", "IndexLayout",
+        { "window file 1/3", "window older copy 2/3: 1 2" });
+    row("end torn", one + c_zeros + "out><IndexPositionLayout/>", "IndexLayout", first);
+    row("end and beginning torn", one + "<Layout" + c_zeros + trade, "IndexLayout", first);
+    row("beginning behind a torn end", one + "<Layout" + c_zeros + trade, "tradePanelGroup",
+        { "window file 1/1" });
+    row("both torn", c_zeros + window("4") + c_zeros, "", { "window lost 1/1: 4" });
+    row("a seam that does not show", one + trade, "", { "window lost 2/2: 1 5" });
+    row("filled beside such a seam", one + trade, "IndexLayout", { "window older copy 2/2: 1 2" });
+    const QByteArray templates = one + "<LayoutTemplate name='x'/></LayoutTemplates>";
+    row("windows beside templates", templates, "IndexLayout", first);
+    row("templates beside windows", templates, "LayoutTemplates",
+        { "template file 1/2", "template older copy 1/2: t" });
+    const QStringList inner { "window file 2/4", "window older copy 1/4: 2", "window lost 1/4: 8" };
+    const QByteArray eight = "<LayoutWindow panelgroup_id='8'><Dock>";
+    row("within a torn one", one + eight + window("4") + c_zeros + "</IndexLayout>", "IndexLayout",
+        inner);
+    row("within two halves",
+        one + "<LayoutWindow panelgroup_id='8'>" + window("4")
+            + "</Dock></LayoutWindow></IndexLayout>",
+        "IndexLayout", inner);
+    row("of a group",
+        one + "<itemLayout key='w'>" + window("1") + c_zeros + window("7")
+            + "</itemLayout></ValuePanelGroupLayout></IndexPositionLayout>",
+        "", {});
+}
+
+void tst_salvage::anEntryIsTheNearestSections()
 {
     QFETCH(QByteArray, sections);
     QFETCH(QString, section);
     QFETCH(QStringList, rows);
     QCOMPARE(told(mend::salvage(file(sections), older()), section), rows);
+}
+
+void tst_salvage::listsAndGroupsAreTakenWhole_data()
+{
+    QTest::addColumn<QByteArray>("sections");
+    QTest::addColumn<QString>("section");
+    QTest::addColumn<QStringList>("rows");
+    const auto row
+        = [](const char* pszName, const QByteArray& sections, const char* pszSection,
+             const QStringList& rows) { QTest::newRow(pszName) << sections << pszSection << rows; };
+    const QByteArray list = "<CustomStock><Customs><Custom type='0'><Stock code='a'/></Custom>";
+    row("lists",
+        list + "<Custom type='1'><Stock code='\xff'/></Custom><Custom type='2'/></Customs>",
+        "CustomStock", { "stock list file 2/4", "stock list older copy 2/4: 1 3" });
+    row("a panel in a list", list + "<Custom type='2'><Panel/></Custom>", "CustomStock",
+        { "stock list file 1/4", "stock list older copy 2/4: 1 3", "stock list lost 1/4: 2" });
+    row("a list of a type that was there", list + "<Custom type='0'/>" + c_zeros, "CustomStock",
+        { "stock list file 1/3", "stock list older copy 2/3: 1 3" });
+    row("all lists of a torn section", list + "</Customs>" + c_zeros, "CustomStock",
+        { "stock list file 1/1" });
+    const QByteArray groups = "<IndexPositionLayout><FormulaPanelGroupLayout/>"
+                              "<ValuePanelGroupLayout><itemLayout key='w'>"
+        + window("1") + "</itemLayout><itemLayout key='none'/><itemLayout key='x'>";
+    row("torn groups", groups, "IndexPositionLayout/ValuePanelGroupLayout",
+        { "panel group file 1/3", "panel group older copy 1/3: v", "panel group lost 1/3: x" });
+    row("whole groups beside", groups, "IndexPositionLayout/FormulaPanelGroupLayout",
+        { "panel group file 0/0" });
+}
+
+void tst_salvage::listsAndGroupsAreTakenWhole()
+{
+    anEntryIsTheNearestSections();
+}
+
+void tst_salvage::ofListsOfATypeTheFirstIsTaken()
+{
+    const Salvage salvage = mend::salvage(
+        file("<CustomStock><Customs><Custom type='0'><Stock code='a'/></Custom><Custom type='0'/>"
+             + c_zeros),
+        std::nullopt);
+    QCOMPARE(salvage.records.stocks.value(0).size(), 1);
 }
 
 void tst_salvage::optionsAreTakenOneByOne_data()

@@ -200,56 +200,66 @@ CTruth::Expected CTruth::expectedOptions(const Damage& damage) const
     return all;
 }
 
-CTruth::Expected CTruth::expected(const QString& path, const Damage& damage) const
+CTruth::Left CTruth::left(const QString& path, const Damage& damage) const
 {
     const Holder& holder = m_holders[path];
-    const QVector<FlatEntry> mine = m_user[path];
-    const auto isWhole = [&](int element) {
-        return damage.leaves(m_elements[element].all.nBegin, m_elements[element].all.nEnd);
-    };
-    if (isWhole(holder.nSection) || isWhole(holder.nElement)) {
-        return { mine, { row(path, holder.strKind, "file", mine.size(), mine.size()) } };
-    }
-    Expected all;
-    QSet<QPair<QString, int>> whole;
-    QSet<QPair<QString, int>> torn;
-    int nNameless = 0;
+    Left left;
     for (int i = 0; i < holder.entries.size(); ++i) {
         const Entry& each = holder.entries[i];
         const QPair<QString, int> id { each.strName, each.nNumber };
         const int nTag = each.all.nBegin + 1 + m_elements[each.nElement].tag.size();
         if (damage.leaves(each.all.nBegin, each.all.nEnd)) {
-            all.entries.append(mine[i]);
-            whole.insert(id);
+            left.entries.append(m_user[path][i]);
+            left.whole.insert(id);
         } else if (holder.strKind != "section" && nTag <= damage.nAt) {
-            each.nKnown <= damage.nAt ? void(torn.insert(id)) : void(++nNameless);
+            each.nKnown <= damage.nAt ? void(left.torn.insert(id)) : void(++left.nNameless);
         }
     }
+    return left;
+}
+
+CTruth::Expected CTruth::filled(const QString& path, Left left) const
+{
     QStringList filled;
     QMap<QString, int> numbers;
     for (const FlatEntry& each : m_older[path]) {
-        const QPair<QString, int> id { each.strName, holder.bOnce ? 0 : numbers[each.strName]++ };
-        if (!whole.contains(id)) {
-            all.entries.append(each);
+        const int nNumber = m_holders[path].bOnce ? 0 : numbers[each.strName]++;
+        if (!left.whole.contains({ each.strName, nNumber })) {
+            left.entries.append(each);
             filled.append(each.strName);
         }
-        torn.remove(id);
+        left.torn.remove({ each.strName, nNumber });
     }
     QStringList lost;
-    for (const auto& id : torn) {
+    for (const auto& id : qAsConst(left.torn)) {
         lost.append(id.first);
     }
-    const int nAll = all.entries.size() + lost.size();
-    if (!whole.isEmpty()) {
-        all.rows.append(row(path, holder.strKind, "file", whole.size(), nAll));
+    const int nAll = left.entries.size() + lost.size();
+    const QString strKind = m_holders[path].strKind;
+    Expected all { left.entries, {} };
+    if (!left.whole.isEmpty()) {
+        all.rows.append(row(path, strKind, "file", left.whole.size(), nAll));
     }
     if (!filled.isEmpty()) {
-        all.rows.append(row(path, holder.strKind, "older copy", filled.size(), nAll, filled));
+        all.rows.append(row(path, strKind, "older copy", filled.size(), nAll, filled));
     }
-    if (!lost.isEmpty() || nNameless > 0) {
-        all.rows.append(row(path, holder.strKind, "lost", lost.size(), nAll, lost, nNameless));
+    if (!lost.isEmpty() || left.nNameless > 0) {
+        all.rows.append(row(path, strKind, "lost", lost.size(), nAll, lost, left.nNameless));
     }
     return all;
+}
+
+CTruth::Expected CTruth::expected(const QString& path, const Damage& damage) const
+{
+    const Holder& holder = m_holders[path];
+    const auto isWhole = [&](int element) {
+        return damage.leaves(m_elements[element].all.nBegin, m_elements[element].all.nEnd);
+    };
+    if (!isWhole(holder.nSection) && !isWhole(holder.nElement)) {
+        return filled(path, left(path, damage));
+    }
+    const int nAll = m_user[path].size();
+    return { m_user[path], { row(path, holder.strKind, "file", nAll, nAll) } };
 }
 
 QStringList CTruth::faults(const Damage& damage, const mend::Salvage& salvage)

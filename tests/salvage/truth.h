@@ -77,10 +77,20 @@ private:
         QStringList rows;
     };
 
+    // What a damage leaves of a holder.
+    struct Left {
+        QVector<FlatEntry> entries;
+        QSet<QPair<QString, int>> whole;
+        QSet<QPair<QString, int>> torn;
+        int nNameless = 0;
+    };
+
     void readElements();
     void readHolders();
     void addHolder(const QString& path, const char* pszKind, const char* pszKey, int element);
     void addOptions(int section);
+    Left left(const QString& path, const Damage& damage) const;
+    Expected filled(const QString& path, Left left) const;
     Expected expected(const QString& path, const Damage& damage) const;
     Expected expectedOptions(const Damage& damage) const;
     QStringList exactFaults(const Damage& damage, const mend::Salvage& salvage) const;

@@ -61,6 +61,29 @@ QString nameAndValue(const FlatEntry& entry)
     return entry.strName + '=' + entry.strContent;
 }
 
+const QVector<QPair<QString, QString>>& entryPaths()
+{
+    static const QVector<QPair<QString, QString>> s_paths {
+        { "LayoutWindow", "DefaultLayout" },
+        { "LayoutTemplate", "LayoutTemplates" },
+        { "tradeLayoutTemplate", "tradeLayoutTemplates" },
+        { "Settings", "Option" },
+        { "Custom", "CustomStock/Customs" },
+        { "itemLayout", "IndexPositionLayout/ValuePanelGroupLayout" }
+    };
+    return s_paths;
+}
+
+QString within(const QString& path, const QString& text)
+{
+    QString strText = text;
+    const QStringList names = path.split('/');
+    for (auto it = names.rbegin(); it != names.rend(); ++it) {
+        strText = '<' + *it + '>' + strText + "</" + *it + '>';
+    }
+    return strText;
+}
+
 // What the readers of this format make of an element, of an option its name and value.
 QSet<QString> contentsOf(const QByteArray& element)
 {
@@ -83,22 +106,11 @@ QSet<QString> contentsOf(const QByteArray& element)
             add(sections, path);
         }
     }
-    const QMap<QString, QString> holders { { "LayoutWindow", "DefaultLayout" },
-                                           { "LayoutTemplate", "LayoutTemplates" },
-                                           { "tradeLayoutTemplate", "tradeLayoutTemplates" },
-                                           { "Settings", "Option" } };
-    for (auto it = holders.begin(); it != holders.end(); ++it) {
-        if (strText.startsWith('<' + it.key())) {
-            add(read('<' + *it + '>' + strText + "</" + *it + '>'), *it);
+    for (const auto& [strTag, strPath] : entryPaths()) {
+        if (strText.startsWith('<' + strTag + ' ')) {
+            add(read(within(strPath, strText)),
+                strPath == "CustomStock/Customs" ? "CustomStock" : strPath);
         }
-    }
-    if (strText.startsWith("<Custom ")) {
-        add(read("<CustomStock><Customs>" + strText + "</Customs></CustomStock>"), "CustomStock");
-    }
-    if (strText.startsWith("<itemLayout")) {
-        add(read("<IndexPositionLayout><ValuePanelGroupLayout>" + strText
-                 + "</ValuePanelGroupLayout></IndexPositionLayout>"),
-            "IndexPositionLayout/ValuePanelGroupLayout");
     }
     return contents;
 }

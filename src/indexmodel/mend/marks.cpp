@@ -274,16 +274,12 @@ private:
         return bWhole ? add(MarkKind::Text, p, pEnd + 3) : addTear(p);
     }
 
-    // An XML declaration that is not the first comes from elsewhere.
     const char* skipInstruction(const char* p)
     {
         const char* const pEnd = nextMarkup(p + 1);
         static const char s_szEnd[] = "?>";
         const char* const pFound = std::search(p + 2, pEnd, s_szEnd, s_szEnd + 2);
-        const bool bDeclaration = standsAt(p, m_pEnd, "<?xml") && isSpace(p[5]);
-        const bool bFirst = m_marks.isEmpty();
-        return pFound < pEnd && isReadable(p, pFound) && (bFirst || !bDeclaration) ? pFound + 2
-                                                                                   : addTear(p);
+        return pFound < pEnd && isReadable(p, pFound) ? pFound + 2 : addTear(p);
     }
 
     const char* skipEndTag(const char* p)
