@@ -39,7 +39,8 @@ struct SalvagedPart {
     int nCount; ///< the entries that come from there, or are lost
     /// The entries that are known of: those that the file shows, whole or by a torn one's name, and
     /// those that only the candidate has. Of a section that is whole in the file, its own; of
-    /// options, all that a save writes. The same in all rows of a section.
+    /// options, all that a save writes and what the file has besides. The same in all rows of a
+    /// section.
     int nOfAll;
     /// What they are called: the panel group of a window, the key of a group, the name of a
     /// template or an option, the type of a list. Only of what does not come from the file.
