@@ -29,6 +29,8 @@ private Q_SLOTS:
     void anyCandidateComesBack();
     void theMirrorIsTakenWhenNoCopyIsWhole();
     void aNewerCopyIsToldAndTaken();
+    void whatIsWholeInACutFileIsSalvaged();
+    void withoutCopyTheRestIsLostAndTold();
 
 private:
     Outcome tool(const QStringList& arguments) const;
@@ -284,6 +286,52 @@ void tst_hosthistory::aNewerCopyIsToldAndTaken()
     QCOMPARE(live(), after);
     QVERIFY(tool({ "recover", "--newest" }).strOut.contains("no dated copy is newer"));
 }
+
+// The copy holds 7, the file 8 and is cut behind the windows.
+void tst_hosthistory::whatIsWholeInACutFileIsSalvaged()
+{
+    edit();
+    const QByteArray copy = live();
+    const QByteArray whole = QByteArray(copy).replace("left=\"0\"", "left=\"11\"");
+    QVERIFY(whole != copy);
+    const QByteArray torn = whole.left(whole.indexOf("<LayoutTemplates"));
+    writeLive(torn);
+    const Outcome dry = tool({ "recover", "--salvage", "--dry-run" });
+    QCOMPARE(dry.nStatus, 6);
+    QCOMPARE(live(), torn);
+    QVERIFY2(dry.strOut.contains(QRegularExpression("IndexLayout +window +file +4 +4\n")),
+             qPrintable(dry.strOut));
+    QVERIFY(dry.strOut.contains(QRegularExpression("CustomStock +stock list +older copy +4 +4 ")));
+    QCOMPARE(tool({ "recover", "--salvage" }).nStatus, 6);
+    // The windows are those of the file, all else is that of the copy.
+    const int nEnd = whole.indexOf("<LayoutTemplates");
+    writeFile(userDir() + "/expected.xml",
+              whole.left(nEnd) + copy.mid(copy.indexOf("<LayoutTemplates")));
+    const Outcome diff = tool({ "diff", userDir() + "/expected.xml", livePath() });
+    QVERIFY2(diff.nStatus == 0, qPrintable(diff.strOut));
+    edit({ "undo", "--force" });
+    QCOMPARE(live(), torn);
+}
+
+void tst_hosthistory::withoutCopyTheRestIsLostAndTold()
+{
+    const QByteArray whole = live();
+    writeLive(whole.left(whole.indexOf("<Stock ", whole.indexOf("<Custom type=\"1\""))));
+    const Outcome outcome = tool({ "recover", "--salvage", "--json" });
+    QCOMPARE(outcome.nStatus, 6);
+    const QJsonArray rows
+        = QJsonDocument::fromJson(outcome.strOut.toUtf8()).object()["salvaged"].toArray();
+    QStringList stocks;
+    for (const QJsonValue& row : rows) {
+        if (row.toObject()["section"].toString() == QLatin1String("CustomStock")) {
+            stocks.append(row.toObject()["from"].toString() + ' '
+                          + QString::number(row.toObject()["count"].toInt()) + ' '
+                          + row.toObject()["names"].toString());
+        }
+    }
+    QCOMPARE(stocks, (QStringList { "file 1 ", "lost 1 1" }));
+    QCOMPARE(tool({ "check" }).nStatus, 0);
+    QCOMPARE(tool({ "show" }).nStatus, 0);
 
 QTEST_GUILESS_MAIN(tst_hosthistory)
 #include "tst_hosthistory.moc"

@@ -31,6 +31,7 @@ struct Request {
     bool bForced = false;
     bool bList = false;
     bool bNewest = false;
+    bool bSalvage = false;
     std::optional<QString> source;
     QString strKeep = QStringLiteral("30d");
     QString strCommand; ///< as typed, without secrets
@@ -47,6 +48,7 @@ ExitStatus check(const Request& request);
 ExitStatus report(const Request& request);
 ExitStatus diffFiles(const Request& request);
 ExitStatus recoverUser(const Request& request);
+ExitStatus salvageUser(const Request& request);
 
 ExitStatus listOptions(const Request& request);
 ExitStatus getOption(const Request& request);

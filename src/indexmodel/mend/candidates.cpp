@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace mend {
 
 namespace {
@@ -69,6 +71,15 @@ QVector<Candidate> asides(const QString& configDir)
 QVector<Candidate> candidates(const QString& configDir)
 {
     return copies(configDir) + mirrors(configDir) + states(configDir) + asides(configDir);
+}
+
+std::optional<Candidate> newestWhole(const QVector<Candidate>& all)
+{
+    const auto it = std::find_if(all.begin(), all.end(), [](const Candidate& candidate) {
+        return (candidate.kind == CandidateKind::Copy || candidate.kind == CandidateKind::Mirror)
+            && inspect::readUserFile(candidate.strPath).state == inspect::FileState::Whole;
+    });
+    return it == all.end() ? std::nullopt : std::make_optional(*it);
 }
 
 std::optional<Candidate> newerCopy(const QString& configDir)

@@ -29,6 +29,10 @@ struct Candidate {
 /// opened.
 QVector<Candidate> candidates(const QString& configDir);
 
+/// The newest dated copy that is whole; the mirror, which no date tells from a copy, only where
+/// none is. None without either.
+std::optional<Candidate> newestWhole(const QVector<Candidate>& all);
+
 /// The newest dated copy, if it is whole, younger than the live file and not the same: a power cut
 /// may take back what was written last. None otherwise.
 std::optional<Candidate> newerCopy(const QString& configDir);

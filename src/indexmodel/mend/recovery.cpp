@@ -21,11 +21,6 @@ bool isYounger(const QString& live, const Candidate& source)
     return source.time.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
 }
 
-bool isWhole(const Candidate& candidate)
-{
-    return inspect::readUserFile(candidate.strPath).state == FileState::Whole;
-}
-
 QString nameAside(const QString& live)
 {
     const QString strStem = live + QStringLiteral(".damaged-")
@@ -68,16 +63,6 @@ Recovery carriedOut(Recovery recovery, CTransaction& transaction, const QString&
     return recovery;
 }
 
-// The newest whole copy; the mirror, which no date tells from a copy, only where none is whole.
-std::optional<Candidate> sourceOf(const QVector<Candidate>& all)
-{
-    const auto it = std::find_if(all.begin(), all.end(), [](const Candidate& candidate) {
-        return (candidate.kind == CandidateKind::Copy || candidate.kind == CandidateKind::Mirror)
-            && isWhole(candidate);
-    });
-    return it == all.end() ? std::nullopt : std::make_optional(*it);
-}
-
 bool isLoss(const Candidate& source, const QVector<Candidate>& all, FileState live,
             const QString& path)
 {
@@ -100,7 +85,7 @@ Recovery planned(const QString& configDir, const inspect::UserFile& file)
         return recovery;
     }
     const QVector<Candidate> all = candidates(configDir);
-    const std::optional<Candidate> source = sourceOf(all);
+    const std::optional<Candidate> source = newestWhole(all);
     if (!source) {
         recovery.result = RecoveryResult::NoSnapshot;
         return recovery;

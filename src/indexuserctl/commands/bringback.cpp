@@ -54,9 +54,9 @@ void requireNoFailure(const Request& request, const mend::Recovery& recovery)
 }
 
 ExitStatus bringBack(const Request& request, const mend::Restoration& restoration,
-                     const QString& what)
+                     const QString& what, const QVector<Table>& before)
 {
-    QVector<Table> tables = changes(request, restoration);
+    const QVector<Table> tables = before + changes(request, restoration);
     const mend::Recovery recovery
         = mend::restore(request.strConfigDir, restoration, request.mode, wishOf(request));
     requireNoFailure(request, recovery);

@@ -161,6 +161,9 @@ ExitStatus recoverUser(const Request& request)
     if (request.bNewest) {
         return recoverNewest(request);
     }
+    if (request.bSalvage) {
+        return salvageUser(request);
+    }
     const mend::Recovery recovery
         = mend::recover(request.strConfigDir, request.mode, wishOf(request));
     requireNoFailure(request, recovery);

@@ -1,0 +1,73 @@
+#include "commands/bringback.h"
+#include "commands/wholefile.h"
+#include "failure.h"
+#include "terminal/output.h"
+
+#include <mend/candidates.h>
+#include <mend/salvage.h>
+
+#include <algorithm>
+
+namespace {
+
+using mend::PartSource;
+using mend::SalvagedPart;
+
+QString namesOf(const SalvagedPart& part)
+{
+    const QString strNames = part.names.join(QStringLiteral(", "));
+    return part.nNameless == 0 ? strNames
+                               : QStringLiteral("%1%2 more without a name")
+                                     .arg(strNames.isEmpty() ? QString() : strNames + ", ",
+                                          QString::number(part.nNameless));
+}
+
+Table partTable(const QVector<SalvagedPart>& parts)
+{
+    Table table { "salvaged",
+                  "What comes from where",
+                  { "section", "what", "from", "count", "of", "names" } };
+    for (const SalvagedPart& part : parts) {
+        table.rows.append({ part.strSection, mend::kindName(part.kind),
+                            mend::sourceName(part.source), part.nCount, part.nOfAll,
+                            namesOf(part) });
+    }
+    return table;
+}
+
+std::optional<KW::UserRecords> recordsOf(const std::optional<mend::Candidate>& candidate)
+{
+    return candidate ? std::make_optional(KW::recordsOf(wholeFile(candidate->strPath).document))
+                     : std::nullopt;
+}
+
+bool isOlder(const SalvagedPart& part)
+{
+    return part.source == PartSource::Lost || part.source == PartSource::Candidate;
+}
+
+} // namespace
+
+ExitStatus salvageUser(const Request& request)
+{
+    const inspect::FileBytes torn = inspect::readBytes(inspect::livePath(request.strConfigDir));
+    if (torn.state != inspect::FileState::Whole) {
+        throw CFailure(ExitStatus::InputOutput, toText(torn.error));
+    }
+    const std::optional<mend::Candidate> candidate
+        = mend::newestWhole(mend::candidates(request.strConfigDir));
+    const mend::Salvage salvaged = mend::salvage(torn.bytes, recordsOf(candidate));
+    const bool bText = request.format == Format::Text;
+    if (bText) {
+        print({ partTable(salvaged.table) }, request.format);
+        printLine(candidate ? "older copy: " + candidate->strPath
+                            : QStringLiteral("no older copy"));
+    }
+    const QString strText = mend::salvagedText(salvaged.records).strText;
+    const QVector<Table> tables { partTable(salvaged.table) };
+    bringBack(request, { strText.toUtf8() }, QStringLiteral("what is whole in the torn file"),
+              bText ? QVector<Table>() : tables);
+    return std::any_of(salvaged.table.begin(), salvaged.table.end(), isOlder)
+        ? ExitStatus::RecoveredWithLoss
+        : ExitStatus::Ok;
+}
