@@ -1,6 +1,7 @@
 #include "format/userdocument.h"
 
 #include "format/documentdepth_p.h"
+#include "format/documentwriter_p.h"
 #include "format/readabletext.h"
 
 #include <QVector>
@@ -69,9 +70,12 @@ UserDocument parseUserDocument(const QString& text)
 
 UserDocumentText userDocumentText(QDomDocument& doc)
 {
+    if (std::optional<std::string> written = writtenDocument(doc, c_nMaxDepth)) {
+        return { std::move(*written), {} };
+    }
     UserDocumentText result;
     cutBelow(doc, c_nMaxDepth, result.cut);
-    result.strText = readableText(doc.toString(4));
+    result.strUtf8 = readableText(doc.toString(4)).toStdString();
     return result;
 }
 
