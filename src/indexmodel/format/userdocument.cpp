@@ -1,6 +1,7 @@
 #include "format/userdocument.h"
 
 #include "format/documentdepth_p.h"
+#include "format/documentreader_p.h"
 #include "format/documentwriter_p.h"
 #include "format/readabletext.h"
 
@@ -53,7 +54,9 @@ void cutBelow(QDomNode node, int levels, QStringList& cut)
 UserDocument parseUserDocument(const QString& text)
 {
     UserDocument result;
-    if (const std::optional<DepthExcess> excess = depthExcess(text, c_nMaxDepth)) {
+    if (const std::optional<QDomDocument> document = readDocument(text, c_nMaxDepth)) {
+        result.document = *document;
+    } else if (const std::optional<DepthExcess> excess = depthExcess(text, c_nMaxDepth)) {
         result.error = DocumentError::TooDeep;
         result.strError = QStringLiteral("%1 are nested deeper than %2 levels")
                               .arg(excess->strWhat, QString::number(c_nMaxDepth));
