@@ -46,8 +46,8 @@ struct SaveState {
 };
 
 /// A whole save of \a doc, which nobody else may touch, but for the thread: it ends by setting
-/// m_bSaveSuccess, however it ended, and lets no exception out. A document that nobody else holds is
-/// gone before the first file is written.
+/// m_bSaveSuccess, however it ended, and lets no exception out. A document that nobody else holds
+/// is gone before the first file is written.
 void saveDocument(QDomDocument doc, SaveState& state);
 
 /// Logs that the live file could not be read.
