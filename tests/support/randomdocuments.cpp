@@ -60,7 +60,7 @@ public:
             m_doc = QDomDocument("type");
         }
         declare();
-        while (m_choose(4) == 0) {
+        for (int i = m_choose(3); i > 1; --i) {
             m_doc.appendChild(oddity() ? leaf() : m_doc.createComment(content(m_choose)));
         }
         QDomElement root = element();
