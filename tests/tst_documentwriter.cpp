@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int c_nTrees = 20000;
+constexpr int c_nTrees = 10000;
 
 // By Qt alone, which makes a question mark of half a pair.
 QString readable(QString text)

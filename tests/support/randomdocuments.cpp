@@ -289,39 +289,10 @@ QString text(const Choose& choose)
 
 QString changed(QString text, const Choose& choose)
 {
-    static const QStringList s_tokens {
-        "<",
-        ">",
-        "/",
-        "=",
-        "\"",
-        "'",
-        "&",
-        ";",
-        "]]>",
-        "--",
-        "-->",
-        "<!--",
-        "<![CDATA[",
-        "<?",
-        "?>",
-        "<!DOCTYPE a>",
-        "<?xml version='1.0'?>",
-        "<b/>",
-        "</b>",
-        "<a>",
-        "</a>",
-        "&amp;",
-        "&#65;",
-        " ",
-        "\n",
-        "\r",
-        "x",
-        " a='1'",
-        "\u3000",
-        "名",
-        "\ufeff",
-    };
+    static const QStringList s_tokens
+        = QString("<|>|/|=|\"|'|&|;|]]>|--|-->|<!--|<![CDATA[|<?|?>|<b/>|</b>|<a>|</a>|&amp;|&#65;"
+                  "|x|名|<!DOCTYPE a>|<?xml version='1.0'?>| |\n|\r| a='1'|\u3000|\ufeff")
+              .split('|');
     for (int i = 1 + choose(3); i > 0; --i) {
         const int nAt = choose(text.size() + 1);
         switch (choose(4)) {
