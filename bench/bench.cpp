@@ -1,4 +1,5 @@
-// Everything beside its floor and its peers, in one run. See docs/performance.md.
+// Everything beside its floor and its peers, in pairs: one right after the other in one process, in
+// turn the one and the other first. See docs/performance.md.
 
 #include "peers.h"
 #include "subjects.h"
@@ -6,168 +7,191 @@
 #include <format/elementtree.h>
 #include <indexuser/cpanelgrouplayoutconfig.h>
 
-#include <benchmark/benchmark.h>
-
 #include <QCoreApplication>
 #include <QFile>
+#include <QVector>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <memory>
+
+#include <malloc.h>
 
 namespace {
 
 using namespace bench;
 
-QByteArray contentOf(const QString& path)
+constexpr int c_nPairs = 15;
+// Quartiles further apart than this part of the median settle nothing.
+constexpr double c_dMostSpread = 0.1;
+
+/// Milliseconds of one run; whatever is not to be timed it does before and after.
+using Run = std::function<double()>;
+
+template <typename Work> double timed(const Work& work)
 {
-    QFile file(path);
-    require(file.open(QIODevice::ReadOnly), "cannot read");
-    return file.readAll();
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
+        .count();
 }
 
-// What the caller waits for; the document stays, with the sections of others in it.
-void loadOurs(benchmark::State& state, const Size& size)
+// The document of the file goes within a load; the records stay until they are forgotten.
+double load(CLibrary& library)
 {
-    CLibrary library(size);
-    for (auto _ : state) {
+    const double dTime = timed([&] { library.service().loadSettings(); });
+    library.requireLoaded();
+    library.renew();
+    return dTime;
+}
+
+double loadAndForget(CLibrary& library)
+{
+    return timed([&] {
         library.service().loadSettings();
-        state.PauseTiming();
-        library.requireLoaded();
         library.renew();
-        state.ResumeTiming();
-    }
+    });
 }
 
-// And all of it destroyed again, as the floor destroys its document.
-void loadAndForget(benchmark::State& state, const Size& size)
+double loadByQt(CLibrary& library)
 {
-    CLibrary library(size);
-    for (auto _ : state) {
-        library.service().loadSettings();
-        library.renew();
-    }
+    auto pDocument = std::make_unique<QDomDocument>();
+    double dTime = timed([&] {
+        QFile file(library.livePath());
+        require(file.open(QIODevice::ReadOnly), "cannot read");
+        require(pDocument->setContent(QString::fromUtf8(file.readAll())), "not parsed");
+    });
+    require(KW::elementCount(*pDocument) == library.elementCount(), "another document");
+    dTime += timed([&] { pDocument.reset(); });
+    return dTime;
 }
 
-void loadFloor(benchmark::State& state, const Size& size)
+double stall(CLibrary& library)
 {
-    CLibrary library(size);
-    for (auto _ : state) {
-        QDomDocument doc;
-        require(doc.setContent(QString::fromUtf8(contentOf(library.livePath()))), "not parsed");
-    }
-}
-
-void stallOurs(benchmark::State& state, const Size& size)
-{
-    CLibrary library(size);
     library.service().loadSettings();
-    for (auto _ : state) {
-        library.service().saveSettings();
-        state.PauseTiming();
-        library.waitForWorker();
-        state.ResumeTiming();
-    }
+    const double dTime = timed([&] { library.service().saveSettings(); });
+    library.waitForWorker();
     library.requireSaved();
+    library.renew();
+    return dTime;
 }
 
-void stallFloor(benchmark::State& state, const Size& size)
+// After the load of the other side: memory that was used before costs more to get.
+double stallByHand(CLibrary& library, const CPlan& plan)
 {
-    const CPlan plan(size);
-    const int nElements = KW::elementCount(plan.build());
-    require(nElements > 0 && nElements == KW::elementCount(buildDocument(size)),
-            "another document");
-    for (auto _ : state) {
-        QDomDocument doc = plan.build();
-        state.PauseTiming();
-        doc.clear();
-        state.ResumeTiming();
-    }
+    library.service().loadSettings();
+    QDomDocument doc;
+    const double dTime = timed([&] { doc = plan.build(); });
+    require(KW::elementCount(doc) == library.elementCount(), "another document");
+    library.renew();
+    return dTime;
 }
 
-void workerOurs(benchmark::State& state, const Size& size)
+double worker(CLibrary& library)
 {
-    CLibrary library(size);
     COpenManager manager;
     manager.loadSettings();
-    for (auto _ : state) {
-        state.PauseTiming();
-        QDomDocument doc = buildDocument(size);
-        state.ResumeTiming();
-        manager.saveSync(doc);
-    }
+    QDomDocument doc = buildDocument(library.size());
+    const double dTime = timed([&] { manager.saveSync(doc); });
     delete manager.getLayoutConfig();
     library.requireSaved();
+    return dTime;
 }
 
-void workerFloor(benchmark::State& state, const Size& size)
+double workerByQt(CLibrary& library)
 {
-    CLibrary library(size);
-    const QString strCopy = library.livePath() + ".copy";
-    for (auto _ : state) {
-        state.PauseTiming();
-        QDomDocument doc = buildDocument(size);
-        state.ResumeTiming();
-        writeDurably(strCopy, doc.toString(4).toUtf8());
-        QFile::remove(library.livePath());
-        require(QFile::copy(strCopy, library.livePath()), "not copied");
-    }
+    const QDomDocument doc = buildDocument(library.size());
+    const double dTime = timed([&] { saveByQt(doc, library.livePath()); });
     library.requireSaved();
-}
-
-using Write = void (*)(const QString& path, const Settings& settings);
-using Read = int (*)(const QString& path);
-
-void peerLoad(benchmark::State& state, const Size& size, Write write, Read read)
-{
-    const QTemporaryDir directory(QStringLiteral("bench-XXXXXX"));
-    const QString strPath = directory.filePath("peer");
-    write(strPath, settingsOf(size));
-    for (auto _ : state) {
-        require(read(strPath) > 0, "nothing was read");
-    }
-}
-
-void peerStall(benchmark::State& state, const Size& size, Write write, Read read)
-{
-    const QTemporaryDir directory(QStringLiteral("bench-XXXXXX"));
-    const QString strPath = directory.filePath("peer");
-    const Settings settings = settingsOf(size);
-    for (auto _ : state) {
-        write(strPath, settings);
-    }
-    require(read(strPath) > 0, "nothing was written");
+    return dTime;
 }
 
 struct Peer {
     const char* pszName;
-    Write write;
-    Read read;
+    void (*write)(const QString& path, const Settings& settings);
+    int (*read)(const QString& path);
 };
 
-constexpr Peer c_peers[] = { { "qsettings", qsettingsWrite, qsettingsRead },
-                             { "kconfig", kconfigWrite, kconfigRead },
-                             { "ptree", ptreeWrite, ptreeRead } };
+constexpr Peer c_peers[] = { { "QSettings", qsettingsWrite, qsettingsRead },
+                             { "KConfig", kconfigWrite, kconfigRead },
+                             { "PropertyTree", ptreeWrite, ptreeRead } };
 
-template <typename Function, typename... Args>
-void add(const char* pszWhat, const Size& size, const char* pszWho, Function function, Args... args)
+// The value below which this part of the values is.
+double quantile(QVector<double> values, double part)
 {
-    const std::string strName = std::string(pszWhat) + '/' + size.pszName + '/' + pszWho;
-    benchmark::RegisterBenchmark(strName.c_str(), function, size, args...)
-        ->Unit(benchmark::kMicrosecond)
-        ->UseRealTime();
+    const auto it = values.begin() + static_cast<int>(part * (values.size() - 1));
+    std::nth_element(values.begin(), it, values.end());
+    return *it;
 }
 
-void registerAll()
+double trimmed(const Run& run)
 {
-    for (const Size& size : c_sizes) {
-        add("load", size, "ours", loadOurs);
-        add("load", size, "ours+forget", loadAndForget);
-        add("load", size, "floor", loadFloor);
-        add("stall", size, "ours", stallOurs);
-        add("stall", size, "floor", stallFloor);
-        add("worker", size, "ours", workerOurs);
-        add("worker", size, "floor", workerFloor);
-        for (const Peer& peer : c_peers) {
-            add("load", size, peer.pszName, peerLoad, peer.write, peer.read);
-            add("stall", size, peer.pszName, peerStall, peer.write, peer.read);
-        }
+    ::malloc_trim(0);
+    return run();
+}
+
+void compare(const char* pszWhat, const Size& size, const Run& ours, const Run& other)
+{
+    trimmed(ours);
+    trimmed(other);
+    QVector<double> times;
+    QVector<double> ratios;
+    for (int i = 0; i < c_nPairs; ++i) {
+        const double dFirst = trimmed(i % 2 == 0 ? ours : other);
+        const double dSecond = trimmed(i % 2 == 0 ? other : ours);
+        times.append(i % 2 == 0 ? dFirst : dSecond);
+        ratios.append(i % 2 == 0 ? dFirst / dSecond : dSecond / dFirst);
+    }
+    const double dMedian = quantile(ratios, 0.5);
+    const double dLow = quantile(ratios, 0.25);
+    const double dHigh = quantile(ratios, 0.75);
+    const bool bSettled = dHigh - dLow <= c_dMostSpread * dMedian;
+    std::printf("| %s | %s | %.2f | %s%.2f | %.2f-%.2f |\n", pszWhat, size.pszName,
+                quantile(times, 0.5), bSettled ? "" : "not settled: ", dMedian, dLow, dHigh);
+    std::fflush(stdout);
+}
+
+void comparePeer(const Size& size, CLibrary& library, const Peer& peer)
+{
+    const Settings settings = settingsOf(size);
+    const QString strPath = library.livePath() + ".peer";
+    peer.write(strPath, settings);
+    const bool bSameFile = peer.read == ptreeRead;
+    const Run read = [&] {
+        int nRead = 0;
+        const double dTime = timed(
+            [&] { nRead = bSameFile ? ptreeElements(library.livePath()) : peer.read(strPath); });
+        require(nRead > 0, "nothing was read");
+        return dTime;
+    };
+    const Run write = [&] { return timed([&] { peer.write(strPath, settings); }); };
+    const auto named = [&](const char* pszWhat) { return pszWhat + std::string(peer.pszName); };
+    compare(
+        named("load / ").c_str(), size, [&] { return load(library); }, read);
+    compare(
+        named("stall / ").c_str(), size, [&] { return stall(library); }, write);
+    require(peer.read(strPath) > 0, "nothing was written");
+}
+
+void compareAll(const Size& size)
+{
+    CLibrary library(size);
+    const CPlan plan(size);
+    const Run byQt = [&] { return loadByQt(library); };
+    compare(
+        "load / Qt's reading", size, [&] { return load(library); }, byQt);
+    compare(
+        "load+forget / Qt's reading", size, [&] { return loadAndForget(library); }, byQt);
+    compare(
+        "stall / bare QDom", size, [&] { return stall(library); },
+        [&] { return stallByHand(library, plan); });
+    compare(
+        "worker / Qt's writing", size, [&] { return worker(library); },
+        [&] { return workerByQt(library); });
+    for (const Peer& peer : c_peers) {
+        comparePeer(size, library, peer);
     }
 }
 
@@ -177,8 +201,9 @@ int main(int argc, char** argv)
 {
     qSetGlobalQHashSeed(0);
     const QCoreApplication app(argc, argv);
-    registerAll();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    std::printf("| what | size | ours, ms | ratio | quartiles |\n|---|---|---|---|---|\n");
+    for (const Size& size : c_sizes) {
+        compareAll(size);
+    }
     return 0;
 }

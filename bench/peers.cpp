@@ -24,6 +24,15 @@ QPair<QString, QString> groupAndKey(const QString& path)
     return { path.left(nSlash), path.mid(nSlash + 1) };
 }
 
+int elementCount(const boost::property_tree::ptree& tree)
+{
+    int nCount = 0;
+    for (const auto& [strName, child] : tree) {
+        nCount += strName == "<xmlattr>" || strName == "<xmltext>" ? 0 : 1 + elementCount(child);
+    }
+    return nCount;
+}
+
 } // namespace
 
 void qsettingsWrite(const QString& path, const Settings& settings)
@@ -81,6 +90,14 @@ void ptreeWrite(const QString& path, const Settings& settings)
     boost::property_tree::write_xml(
         text, tree, boost::property_tree::xml_writer_make_settings<std::string>(' ', 4));
     writeDurably(path, QByteArray::fromStdString(text.str()));
+}
+
+int ptreeElements(const QString& path)
+{
+    boost::property_tree::ptree tree;
+    boost::property_tree::read_xml(path.toStdString(), tree,
+                                   boost::property_tree::xml_parser::trim_whitespace);
+    return elementCount(tree);
 }
 
 int ptreeRead(const QString& path)

@@ -13,6 +13,9 @@ int qsettingsRead(const QString& path);
 void kconfigWrite(const QString& path, const Settings& settings);
 int kconfigRead(const QString& path);
 
+/// Reads the very file that the library reads, and forgets it; counts its elements.
+int ptreeElements(const QString& path);
+
 void ptreeWrite(const QString& path, const Settings& settings);
 int ptreeRead(const QString& path);
 

@@ -81,6 +81,14 @@ void CLibrary::requireLoaded()
     require(nStocks == m_size.nStocks, "not all stocks were loaded");
 }
 
+void saveByQt(const QDomDocument& doc, const QString& path)
+{
+    const QString strCopy = path + ".copy";
+    writeDurably(strCopy, doc.toString(4).toUtf8());
+    QFile::remove(path);
+    require(QFile::copy(strCopy, path), "not copied");
+}
+
 void writeDurably(const QString& path, const QByteArray& content)
 {
     std::string strContent = content.toStdString();

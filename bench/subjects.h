@@ -14,6 +14,7 @@ public:
     explicit CLibrary(const Size& size);
 
     const Size& size() const { return m_size; }
+    int elementCount() const { return m_nElements; }
     QString livePath() const;
     KW::UserConfigInterface& service();
     /// A new service that has read nothing; the old one and all it held are destroyed.
@@ -36,6 +37,9 @@ class COpenManager : public KW::CUserConfigManager {
 public:
     using KW::CUserConfigManager::saveSync;
 };
+
+/// What a save does at the least, with Qt's writer: a durable copy, and a copy of that as \a path.
+void saveByQt(const QDomDocument& doc, const QString& path);
 
 /// Writes \a content as the library's siblings do, once.
 void writeDurably(const QString& path, const QByteArray& content);

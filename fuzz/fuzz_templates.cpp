@@ -15,7 +15,7 @@ QString exported(KW::CPanelGroupLayoutConfig& layouts)
     for (const QString& name : layouts.getQuoteLayoutTemplate()) {
         layouts.saveSingleLayoutTemplates(name, root, doc);
     }
-    return KW::userDocumentText(doc).strText;
+    return QString::fromStdString(KW::userDocumentText(doc).strUtf8);
 }
 
 QString throughAStore(const QString& text)

@@ -62,6 +62,7 @@ private Q_SLOTS:
     void aLoggerThatThrowsChangesNoStep_data();
     void aLoggerThatThrowsChangesNoStep();
     void whatIsCutIsLogged();
+    void theDocumentIsGoneBeforeTheFirstFileIsWritten();
     void chinesePathsAreGbkForNarrowFunctionsOnly();
     void bracesInThePathMeanNothing();
     void levelAboveInfoLogsNothing();
@@ -328,6 +329,28 @@ void tst_savefile::whatIsCutIsLogged()
     QCOMPARE(line.strFunction, QString(c_szSaveSync));
     QCOMPARE(line.strFile, QString("src/indexmodel/indexuser/cuserconfigmanager"));
     QCOMPARE(logcapture::lines().size(), 4);
+}
+
+// A node stays as long as somebody holds it, its parent only as long as the document.
+void tst_savefile::theDocumentIsGoneBeforeTheFirstFileIsWritten()
+{
+    struct CWitness : MV::ILayoutElement {
+        void toXml(QDomElement& parent, QDomDocument&) const override { m_window = parent; }
+        mutable QDomElement m_window;
+    };
+    writeLive("<ICUserConfigFile/>");
+    service().loadSettings();
+    const auto pWitness = std::make_shared<CWitness>();
+    KW::CLayoutWindow window;
+    window.m_pItemLayout = pWitness;
+    service().getLayoutConfig()->addQuotePanelSetting(window);
+    QStringList there;
+    recording::answers().onWrite = [&](const QString& what) {
+        there += pWitness->m_window.parentNode().isNull() ? QString() : what;
+    };
+    saveAndWait(service());
+    QCOMPARE(pWitness->m_window.tagName(), QString("LayoutWindow"));
+    QCOMPARE(there, QStringList({ "", "" }));
 }
 
 void tst_savefile::chinesePathsAreGbkForNarrowFunctionsOnly()

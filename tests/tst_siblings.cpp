@@ -67,6 +67,7 @@ private Q_SLOTS:
 
     void aForeignSectionIsKeptWordForWord();
     void twoSavesOfASectionShareNoNode();
+    void sectionsOutliveTheirDocument();
     void anAbsentSectionStaysEmpty();
     void anUnreadableFileLeavesTheCatalogue();
     void absentAlgorithmsStayAbsent();
@@ -202,6 +203,30 @@ void tst_siblings::twoSavesOfASectionShareNoNode()
         QCOMPARE(out.toString(-1), QString("<drawGraph><g/></drawGraph>"));
         element.firstChildElement().setAttribute("changed", 1);
     }
+}
+
+// A node stays as long as somebody holds it, its parent only as long as the document.
+void tst_siblings::sectionsOutliveTheirDocument()
+{
+    const QString strSection = "<FormulaCatalog a=\"1\"><b>x<c/></b></FormulaCatalog>";
+    auto& formulas = single<KW::CFormulaOperateManager>();
+    auto& history = single<KW::CFormulaHistoryDataManager>();
+    QDomDocument out = parsed("<r/>");
+    for (int i = 0; i < 2; ++i) {
+        QDomDocument doc = parsed("<r><s/>" + strSection + "</r>");
+        QDomElement root = rootOf(doc);
+        const QDomElement other = root.firstChildElement("s");
+        formulas.loadSettings(root);
+        root = QDomElement();
+        doc = QDomDocument();
+        QVERIFY(!other.parentNode().isNull());
+        history.loadTradeStrategyHistoryData();
+        QVERIFY(other.parentNode().isNull());
+    }
+    QDomElement saved = out.createElement("FormulaCatalog");
+    formulas.saveSettings(saved, out);
+    out.documentElement().appendChild(saved);
+    QCOMPARE(out.toString(-1), "<r>" + strSection + "</r>");
 }
 
 void tst_siblings::anAbsentSectionStaysEmpty()

@@ -25,15 +25,18 @@ QDomDocument nestedDocument(int levels)
     return doc;
 }
 
+QString textOf(QDomDocument& doc)
+{
+    return QString::fromStdString(KW::userDocumentText(doc).strUtf8);
+}
+
 // The texts of an attribute and of a text node that were written and read again.
 QStringList writtenAndRead(const QString& attribute, const QString& text)
 {
     QDomDocument doc = parsed("<r/>");
     doc.documentElement().setAttribute("a", attribute);
     doc.documentElement().appendChild(doc.createTextNode(text));
-    const QByteArray bytes = KW::userDocumentText(doc).strText.toUtf8();
-    const KW::UserDocument file
-        = KW::parseUserDocument(QString::fromUtf8(bytes.constData(), bytes.size()));
+    const KW::UserDocument file = KW::parseUserDocument(textOf(doc));
     const QDomElement root = file.document.documentElement();
     return { file.strError, root.attribute("a"), root.text() };
 }
@@ -316,15 +319,15 @@ void tst_userdocument::allOtherCharactersGoThrough()
 void tst_userdocument::elementsBelowTheLimitAreCut()
 {
     QDomDocument doc = nestedDocument(KW::c_nMaxDepth + 5);
-    QCOMPARE(depthOf(KW::userDocumentText(doc).strText), KW::c_nMaxDepth);
+    QCOMPARE(depthOf(textOf(doc)), KW::c_nMaxDepth);
     QDomDocument justRight = nestedDocument(KW::c_nMaxDepth);
-    QCOMPARE(depthOf(KW::userDocumentText(justRight).strText), KW::c_nMaxDepth);
+    QCOMPARE(depthOf(textOf(justRight)), KW::c_nMaxDepth);
 }
 
 void tst_userdocument::aHundredThousandLevelsAreCut()
 {
     QDomDocument doc = nestedDocument(100000);
-    QCOMPARE(depthOf(KW::userDocumentText(doc).strText), KW::c_nMaxDepth);
+    QCOMPARE(depthOf(textOf(doc)), KW::c_nMaxDepth);
 }
 
 void tst_userdocument::theCutsAreNamed()
@@ -353,7 +356,7 @@ void tst_userdocument::textBesideTheCutStays()
     }
     deepest.appendChild(doc.createTextNode("text"));
     deepest.appendChild(doc.createElement("cut"));
-    const QString strText = KW::userDocumentText(doc).strText;
+    const QString strText = textOf(doc);
     QVERIFY(strText.contains(">text</a>"));
     QVERIFY(!strText.contains("<cut"));
 }

@@ -1,5 +1,6 @@
 #include "librarytest.h"
 
+#include <format/savedtext_p.h>
 #include <indexuser/servicerecords.h>
 #include <inspect/optionvalues.h>
 #include <inspect/userdifferences.h>
@@ -16,6 +17,7 @@ private Q_SLOTS:
     void recordsAreWhatTheServiceHolds();
     void theSavedFormIsWhatASaveLeaves_data();
     void theSavedFormIsWhatASaveLeaves();
+    void whatIsReadBackAsItIsNeedsNoWriter();
     void howAValueIsWrittenDoesNotCount();
     void differencesHaveTheirPart_data();
     void differencesHaveTheirPart();
@@ -77,6 +79,16 @@ void tst_userrecords::theSavedFormIsWhatASaveLeaves()
         QFAIL(qPrintable(inspect::toText(each)));
     }
     QVERIFY(inspect::savedForm(before) == after);
+}
+
+void tst_userrecords::whatIsReadBackAsItIsNeedsNoWriter()
+{
+    QVERIFY(KW::isReadBackAsItIs(KW::savedForm(sample())));
+    const char* const pszIn = "<FormulaCatalog>";
+    const UserRecords windows = sample(pszIn, "<FormulaCatalog><LayoutWindow/>");
+    QVERIFY(!KW::isReadBackAsItIs(KW::savedForm(windows)));
+    const UserRecords unreadable = sample(pszIn, "<FormulaCatalog><a>&#xffff;</a>");
+    QVERIFY(!KW::isReadBackAsItIs(unreadable));
 }
 
 void tst_userrecords::howAValueIsWrittenDoesNotCount()

@@ -30,6 +30,8 @@ const QSet<QString>& lookedFor()
                 names += { section.strName, section.strWindowTag };
             }
         }
+        // Not every section has windows, and a section's content goes without a name here.
+        names.remove(QString());
         return names;
     }();
     return s_names;

@@ -1,6 +1,8 @@
 #include "format/userdocument.h"
 
 #include "format/documentdepth_p.h"
+#include "format/documentreader_p.h"
+#include "format/documentwriter_p.h"
 #include "format/readabletext.h"
 
 #include <QVector>
@@ -52,7 +54,9 @@ void cutBelow(QDomNode node, int levels, QStringList& cut)
 UserDocument parseUserDocument(const QString& text)
 {
     UserDocument result;
-    if (const std::optional<DepthExcess> excess = depthExcess(text, c_nMaxDepth)) {
+    if (const std::optional<QDomDocument> document = readDocument(text, c_nMaxDepth)) {
+        result.document = *document;
+    } else if (const std::optional<DepthExcess> excess = depthExcess(text, c_nMaxDepth)) {
         result.error = DocumentError::TooDeep;
         result.strError = QStringLiteral("%1 are nested deeper than %2 levels")
                               .arg(excess->strWhat, QString::number(c_nMaxDepth));
@@ -69,9 +73,12 @@ UserDocument parseUserDocument(const QString& text)
 
 UserDocumentText userDocumentText(QDomDocument& doc)
 {
+    if (std::optional<std::string> written = writtenDocument(doc, c_nMaxDepth)) {
+        return { std::move(*written), {} };
+    }
     UserDocumentText result;
     cutBelow(doc, c_nMaxDepth, result.cut);
-    result.strText = readableText(doc.toString(4));
+    result.strUtf8 = readableText(doc.toString(4)).toStdString();
     return result;
 }
 

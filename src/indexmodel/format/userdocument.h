@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <string>
+
 namespace KW {
 
 enum class DocumentError {
@@ -34,7 +36,7 @@ INDEXUSER_EXPORT UserDocument parseUserDocument(const QString& text);
 
 /// What is to be written for a document, and what is not.
 struct UserDocumentText {
-    QString strText; ///< parseUserDocument() reads it again
+    std::string strUtf8; ///< parseUserDocument() reads it again
     /// The elements that were cut, in their order: the beginning of the path and its end, such as
     /// "/ICUserConfigFile/IndexLayout/LayoutWindow/dock/.../panel".
     QStringList cut;

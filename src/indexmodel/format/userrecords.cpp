@@ -147,7 +147,8 @@ UserRecords savedForm(const UserRecords& records)
     }
     // What becomes of such texts and trees only the writer and the readers know.
     QDomDocument doc = documentOf(saved);
-    return recordsOf(parseUserDocument(userDocumentText(doc).strText).document);
+    const UserDocumentText written = userDocumentText(doc);
+    return recordsOf(parseUserDocument(QString::fromStdString(written.strUtf8)).document);
 }
 
 QDomDocument documentOf(const UserRecords& records)

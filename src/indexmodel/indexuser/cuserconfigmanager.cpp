@@ -21,6 +21,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <utility>
 
 template class utils::CSingletonT<KW::CUserConfigManager>;
 
@@ -408,7 +409,7 @@ void CUserConfigManager::saveSettings()
     m_pSaveState->m_bSaveSuccess = false;
     // Never the manager: it may end while its last save is still being written.
     boost::thread([pState = m_pSaveState, pDocument = std::move(pDocument)] {
-        saveDocument(*pDocument, *pState);
+        saveDocument(std::exchange(*pDocument, QDomDocument()), *pState);
     }).detach();
 }
 

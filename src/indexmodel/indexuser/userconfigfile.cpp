@@ -135,10 +135,10 @@ UserDocument readLiveFile()
     return parseUserDocument(MV::sToQs(strContent));
 }
 
-void writeLiveFile(const UserDocumentText& document)
+void writeLiveFile(UserDocumentText document)
 {
     logCut(document.cut);
-    std::string strContent = document.strText.toStdString();
+    std::string& strContent = document.strUtf8;
     // The mirror is a convenience of other modules: without it the file is saved all the same.
     contain([&] { se::writeConfig("userconfig.xml", strContent); });
 
@@ -155,14 +155,17 @@ void writeLiveFile(const UserDocumentText& document)
             outcome(bWritten), paths.strGbkLive);
 }
 
-void saveDocument(QDomDocument& doc, SaveState& state)
+void saveDocument(QDomDocument doc, SaveState& state)
 {
     contain([&] {
         if (state.m_bNotLoaded) {
             logSave(285, "[CUserConfigManager] is not loaded!");
-        } else {
-            writeLiveFile(userDocumentText(doc));
+            return;
         }
+        UserDocumentText text = userDocumentText(doc);
+        // Many times larger than its text; whoever loads meanwhile needs the room.
+        doc = QDomDocument();
+        writeLiveFile(std::move(text));
     });
     state.m_bSaveSuccess = true;
 }

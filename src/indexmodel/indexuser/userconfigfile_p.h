@@ -23,8 +23,9 @@ UserDocument readLiveFile();
 
 /// Writes \a document to the mirror in the settings store and to the dated copy, then puts the
 /// dated copy in the place of the live file, and logs each step and what was cut. Any thread;
-/// nothing serialises calls. What a sibling throws passes through, unless it is the mirror.
-void writeLiveFile(const UserDocumentText& document);
+/// nothing serialises calls. What a sibling throws passes through, unless it is the mirror. By
+/// value: the siblings' functions ask for bytes that they may change.
+void writeLiveFile(UserDocumentText document);
 
 /// Does a \a step of a save. What it throws is logged and goes no further: on the thread of a save
 /// nobody would catch it.
@@ -44,9 +45,10 @@ struct SaveState {
     std::atomic<bool> m_bNotLoaded { true };
 };
 
-/// A whole save of \a doc, which nobody else may hold, but for the thread: it ends by setting
-/// m_bSaveSuccess, however it ended, and lets no exception out.
-void saveDocument(QDomDocument& doc, SaveState& state);
+/// A whole save of \a doc, which nobody else may touch, but for the thread: it ends by setting
+/// m_bSaveSuccess, however it ended, and lets no exception out. A document that nobody else holds
+/// is gone before the first file is written.
+void saveDocument(QDomDocument doc, SaveState& state);
 
 /// Logs that the live file could not be read.
 void logNotReadable();

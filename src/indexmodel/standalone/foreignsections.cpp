@@ -27,6 +27,17 @@ void CForeignSections::load(const QDomElement& root, const QString& name)
     }
 }
 
+void CForeignSections::settle()
+{
+    QDomDocument own;
+    QDomElement keeper = own.createElement(QStringLiteral("sections"));
+    own.appendChild(keeper);
+    for (Section& section : m_sections) {
+        keeper.appendChild(section.element);
+        section.document = own;
+    }
+}
+
 bool CForeignSections::contains(const QString& name) const
 {
     return m_sections.contains(name);

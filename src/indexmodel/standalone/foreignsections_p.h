@@ -7,12 +7,15 @@
 
 namespace standalone {
 
-/// Keeps sections of the user's file word for word. They stay in the document of the file, which
-/// nobody changes after a load: copies of them would double the time that a load takes.
+/// Keeps sections of the user's file word for word. While a file is loaded they stay in its
+/// document, which others still read; afterwards they move, since copies of them would double the
+/// time of a load, and the document, often a hundred times larger, would take its room for good.
 class CForeignSections {
 public:
     /// Takes over the child \a name of \a root, or its absence. A null root changes nothing.
     void load(const QDomElement& root, const QString& name);
+    /// A load has ended: moves the sections into a document of their own.
+    void settle();
     bool contains(const QString& name) const;
     /// Puts what the section \a name holds into \a element.
     void save(const QString& name, QDomElement& element, QDomDocument& doc) const;

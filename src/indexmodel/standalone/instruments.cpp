@@ -8,7 +8,6 @@
 template class utils::CSingletonT<KW::CSectorManager>;
 template class utils::CSingletonT<KW::CStockManager>;
 template class utils::CSingletonT<KW::CFormulaManager>;
-template class utils::CSingletonT<KW::CFormulaHistoryDataManager>;
 
 namespace KW {
 
@@ -107,11 +106,6 @@ bool CStockManager::getSectorStock(const std::string& sector,
 void CFormulaManager::setOptionSettings(std::map<std::string, int>&)
 {
     // No formula draws lines here, so nobody wants to know how many.
-}
-
-void CFormulaHistoryDataManager::loadTradeStrategyHistoryData()
-{
-    // No strategy runs here, so there is no history to load.
 }
 
 } // namespace KW

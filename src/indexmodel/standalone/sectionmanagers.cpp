@@ -10,6 +10,7 @@ template class utils::CSingletonT<KW::CExternalDataManager>;
 template class utils::CSingletonT<KW::CWindDataManager>;
 template class utils::CSingletonT<KW::CStrategyTradeManager>;
 template class utils::CSingletonT<KW::CDrawGraphManager>;
+template class utils::CSingletonT<KW::CFormulaHistoryDataManager>;
 template class utils::CManualSingletonT<KW::COrderService>;
 template class utils::CManualSingletonT<KW::CSpecialStrategyManager>;
 
@@ -123,6 +124,12 @@ void CSpecialStrategyManager::loadSettings(QDomElement& root)
 void CSpecialStrategyManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
     sections().save(QStringLiteral("specialstrategydata"), element, doc);
+}
+
+// No strategy runs here, so there is no history to load; but this is the last call of every load.
+void CFormulaHistoryDataManager::loadTradeStrategyHistoryData()
+{
+    sections().settle();
 }
 
 } // namespace KW

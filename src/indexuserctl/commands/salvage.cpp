@@ -63,9 +63,9 @@ ExitStatus salvageUser(const Request& request)
         printLine(candidate ? "older copy: " + candidate->strPath
                             : QStringLiteral("no older copy"));
     }
-    const QString strText = mend::salvagedText(salvaged.records).strText;
+    const QByteArray text = QByteArray::fromStdString(mend::salvagedText(salvaged.records).strUtf8);
     const QVector<Table> tables { partTable(salvaged.table) };
-    bringBack(request, { strText.toUtf8() }, QStringLiteral("what is whole in the torn file"),
+    bringBack(request, { text }, QStringLiteral("what is whole in the torn file"),
               bText ? QVector<Table>() : tables);
     return std::any_of(salvaged.table.begin(), salvaged.table.end(), isOlder)
         ? ExitStatus::RecoveredWithLoss
