@@ -6,6 +6,8 @@
 #include <inspect/check.h>
 #include <inspect/report.h>
 
+#include <QFileInfo>
+
 #include <algorithm>
 
 namespace {
@@ -59,13 +61,33 @@ QString errorOf(const CheckedPath& each)
                                              : each.strPath + ": " + each.checked.strFailure;
 }
 
-QVector<CheckedPath> checkAll(const QStringList& paths)
+// Of the user's directory the live file stands for all that is in it.
+QVector<inspect::Finding> leftoversBeside(const QString& path, const QString& liveFile)
+{
+    QVector<inspect::Finding> findings;
+    if (QFileInfo(path) != QFileInfo(liveFile)) {
+        return findings;
+    }
+    const auto files = standalone::leftovers(QFileInfo(liveFile).path());
+    for (const QString& file : files) {
+        findings.append(
+            { {},
+              "leftover",
+              inspect::Effect::Kept,
+              {},
+              file + " is left of a write that was cut short; the next one removes it" });
+    }
+    return findings;
+}
+
+QVector<CheckedPath> checkAll(const QStringList& paths, const QString& liveFile)
 {
     QVector<CheckedPath> all;
     CProgress progress(paths.size());
     for (const QString& word : paths) {
         const QString strPath = inputPath(word);
         all.append({ strPath, inspect::check(strPath) });
+        all.last().checked.findings += leftoversBeside(strPath, liveFile);
         progress.advance();
     }
     return all;
@@ -109,6 +131,11 @@ Table fileTable(const QVector<CheckedPath>& all)
     return table;
 }
 
+QString placeOf(const inspect::TextPosition& at)
+{
+    return at.nLine > 0 ? QStringLiteral(":%1:%2").arg(at.nLine).arg(at.nColumn) : QString();
+}
+
 // For people: findings as compilers print them, then one summary.
 void printText(const QVector<CheckedPath>& all)
 {
@@ -117,9 +144,8 @@ void printText(const QVector<CheckedPath>& all)
             printLine(errorOf(each));
         }
         for (const inspect::Finding& finding : each.checked.findings) {
-            const inspect::TextPosition& at = finding.position;
-            printLine(QStringLiteral("%1:%2:%3: %4: %5 [%6]")
-                          .arg(each.strPath, QString::number(at.nLine), QString::number(at.nColumn),
+            printLine(QStringLiteral("%1%2: %3: %4 [%5]")
+                          .arg(each.strPath, placeOf(finding.position),
                                inspect::effectName(finding.effect), finding.strText,
                                finding.strRule));
         }
@@ -131,10 +157,9 @@ void printText(const QVector<CheckedPath>& all)
 
 ExitStatus check(const Request& request)
 {
-    const QStringList paths = request.words.isEmpty()
-        ? QStringList(inspect::livePath(request.strConfigDir))
-        : request.words;
-    const QVector<CheckedPath> all = checkAll(paths);
+    const QString strLive = inspect::livePath(request.strConfigDir);
+    const QStringList paths = request.words.isEmpty() ? QStringList(strLive) : request.words;
+    const QVector<CheckedPath> all = checkAll(paths, strLive);
     if (request.format == Format::Json) {
         print({ fileTable(all), findingTable(all) }, request.format);
     } else {
