@@ -2,11 +2,15 @@
 
 #include "format/sections.h"
 #include "format/userdocument.h"
+#include "inspect/savemoment_p.h"
+#include "inspect/textencoding.h"
 
 #include <platform/limits.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QThread>
 
 #include <algorithm>
 #include <filesystem>
@@ -14,6 +18,8 @@
 namespace inspect {
 
 namespace {
+
+constexpr int c_nSavedMs = 200; // after that whoever saves has met with something
 
 UserFile damaged(const FileError& error)
 {
@@ -32,6 +38,10 @@ QString reasonOf(const FileError& error)
         return QStringLiteral("is no regular file");
     case FileCause::TooLarge:
         return QStringLiteral("larger than %1 bytes").arg(error.strDetail);
+    case FileCause::NotUtf8:
+        return error.strDetail.isEmpty()
+            ? QStringLiteral("holds bytes that are no UTF-8")
+            : QStringLiteral("is not UTF-8, but probably ") + error.strDetail;
     case FileCause::NotSetAside:
         return QStringLiteral("cannot be set aside: ") + error.strDetail;
     case FileCause::NotWritten:
@@ -78,6 +88,13 @@ QByteArray upTo(qint64 limit, QFile& file)
     return bytes;
 }
 
+FileError otherEncoding(const QString& path, const QByteArray& bytes)
+{
+    const EncodingFault fault = encodingFault(bytes).value_or(EncodingFault());
+    return { FileCause::NotUtf8, path, fault.probable ? encodingName(*fault.probable) : QString(),
+             fault.at };
+}
+
 } // namespace
 
 FileBytes readBytes(const QString& path, qint64 limit)
@@ -102,14 +119,22 @@ FileBytes readBytes(const QString& path, qint64 limit)
     return { FileState::Whole, bytes, {} };
 }
 
-UserFile readDocument(const QString& path)
+UserFile readDocument(const QString& path, OtherBytes others)
 {
     const FileBytes file = readBytes(path);
     if (file.state != FileState::Whole) {
         return { file.state, {}, file.error, {} };
     }
-    const QString strText = QString::fromUtf8(file.bytes.constData(), file.bytes.size());
+    const std::optional<QString> utf8 = decoded(file.bytes, TextEncoding::Utf8);
+    if (!utf8 && others == OtherBytes::Refused) {
+        return damaged(otherEncoding(path, file.bytes));
+    }
+    const QString strText
+        = utf8 ? *utf8 : QString::fromUtf8(file.bytes.constData(), file.bytes.size());
     const KW::UserDocument parsed = KW::parseUserDocument(strText);
+    if (!parsed.isValid() && !utf8) {
+        return damaged(otherEncoding(path, file.bytes));
+    }
     if (!parsed.isValid()) {
         const bool bDeep = parsed.error == KW::DocumentError::TooDeep;
         return damaged({ bDeep ? FileCause::TooDeep : FileCause::Malformed,
@@ -120,9 +145,27 @@ UserFile readDocument(const QString& path)
     return { FileState::Whole, parsed.document, {}, strText };
 }
 
-UserFile readUserFile(const QString& path)
+namespace {
+
+// A save removes the file before it copies the new one to its place.
+UserFile readWhenSaved(const QString& path, OtherBytes others)
 {
-    const UserFile file = readDocument(path);
+    UserFile file = readDocument(path, others);
+    QElapsedTimer timer;
+    timer.start();
+    while (file.state == FileState::Missing && !timer.hasExpired(c_nSavedMs)
+           && isBeingSaved(path)) {
+        QThread::msleep(1);
+        file = readDocument(path, others);
+    }
+    return file;
+}
+
+} // namespace
+
+UserFile readUserFile(const QString& path, OtherBytes others)
+{
+    const UserFile file = readWhenSaved(path, others);
     const QString strRoot = file.document.documentElement().tagName();
     if (file.state != FileState::Whole || strRoot == rootTag()) {
         return file;
