@@ -1,8 +1,21 @@
 #include "commandtable.h"
 
+#include "failure.h"
+
 #include <algorithm>
 
 namespace {
+
+inspect::TextEncoding wantedEncoding(const QString& name)
+{
+    const auto encoding = inspect::encodingOf(name);
+    if (!encoding) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("there is no encoding '%1'; encodings are %2")
+                           .arg(name, inspect::encodingNames().join(QStringLiteral(", "))));
+    }
+    return *encoding;
+}
 
 const QVector<CommandOption>& commandOptions()
 {
@@ -17,6 +30,13 @@ const QVector<CommandOption>& commandOptions()
           [](Request& request, const QString&) { request.secrets = Secrets::Shown; } },
         { "--trade", "", "the trade windows and templates instead of the quote ones",
           [](Request& request, const QString&) { request.side = inspect::LayoutSide::Trade; } },
+        { "--force", "", "changes a file that is read-only, or somebody else's, all the same",
+          [](Request& request, const QString&) { request.force = Force::Yes; } },
+        { "--encoding", "NAME",
+          "converts the file, which is in another encoding: gbk, gb18030, utf-16le, utf-16be",
+          [](Request& request, const QString& value) {
+              request.encoding = wantedEncoding(value);
+          } },
         { "--template", "NAME", "a template instead of the current layout",
           [](Request& request, const QString& value) { request.templateName = value; } },
         { "--out", "FILE", "the file to write",
@@ -49,7 +69,7 @@ Commands userCommands()
           diffFiles },
         { "recover",
           {},
-          { "--dry-run" },
+          { "--dry-run", "--encoding", "--force", "--all", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
         { "report", {}, { "--out", "--dry-run" }, "all of it on one HTML page", report },
@@ -76,7 +96,7 @@ Commands copyCommands()
           diffSnapshots },
         { "snapshot restore",
           { "DATE" },
-          { "--all", "--dry-run", "--show-secrets" },
+          { "--all", "--dry-run", "--force", "--show-secrets" },
           "puts a dated copy in the place of the file, which is kept beside it",
           restoreSnapshot },
     };
@@ -93,7 +113,7 @@ Commands optionCommands()
         { "option get", { "NAME" }, { "--json", "--show-secrets" }, "one option", getOption },
         { "option set",
           { "NAME=VALUE..." },
-          { "--all", "--dry-run", "--show-secrets" },
+          { "--all", "--dry-run", "--force", "--show-secrets" },
           "sets options",
           setOptions },
     };
@@ -105,17 +125,17 @@ Commands stockCommands()
         { "stock list", {}, { "--json" }, "custom stock lists", listStocks },
         { "stock add",
           { "LIST", "MARKET", "CODE", "[NAME]" },
-          { "--all", "--dry-run" },
+          { "--all", "--dry-run", "--force" },
           "appends a stock to a list",
           addStock },
         { "stock remove",
           { "LIST", "MARKET", "CODE" },
-          { "--all", "--dry-run" },
+          { "--all", "--dry-run", "--force" },
           "takes a stock from a list",
           removeStock },
         { "stock import",
           { "FILE" },
-          { "--all", "--dry-run" },
+          { "--all", "--dry-run", "--force" },
           "replaces the lists that a CSV file names; others stay",
           importStocks },
         { "stock export",
@@ -145,7 +165,7 @@ Commands layoutCommands()
 
 Commands templateCommands()
 {
-    const QStringList options { "--trade", "--all", "--dry-run" };
+    const QStringList options { "--trade", "--all", "--dry-run", "--force" };
     const QStringList exported { "--trade", "--dry-run" };
     return {
         { "template save",

@@ -1,5 +1,8 @@
 #include "mend/recovery.h"
 
+#include "mend/asidename_p.h"
+#include "mend/reencode.h"
+
 #include <platform/commonutil.h>
 #include <platform/indexutil.h>
 
@@ -30,17 +33,6 @@ bool isYounger(const QString& live, const Snapshot& source)
 bool isWhole(const Snapshot& snapshot)
 {
     return inspect::readUserFile(snapshot.strPath).state == FileState::Whole;
-}
-
-QString nameAside(const QString& live, const char* pszWhy)
-{
-    const QString strStem = live + QLatin1Char('.') + pszWhy + QLatin1Char('-')
-        + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    QString strName = strStem;
-    for (int i = 2; QFileInfo::exists(strName); ++i) {
-        strName = QStringLiteral("%1-%2").arg(strStem).arg(i);
-    }
-    return strName;
 }
 
 bool readAll(const QString& path, std::string& content)
@@ -91,7 +83,7 @@ Recovery recover(const QString& configDir, RunMode mode)
     if (file.state == FileState::Whole) {
         return recovery;
     }
-    if (file.state == FileState::Unreadable) {
+    if (file.state == FileState::Unreadable || isConvertible(file.error)) {
         recovery.result = RecoveryResult::Failed;
         return recovery;
     }

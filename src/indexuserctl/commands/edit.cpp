@@ -1,6 +1,8 @@
 #include "commands/edit.h"
 
 #include "commands/difftable.h"
+#include "commands/userguard.h"
+#include "commands/wholefile.h"
 #include "failure.h"
 
 #include <inspect/userdifferences.h>
@@ -66,7 +68,7 @@ QString messageOf(const Request& request, const mend::Edit& edit)
     case EditFailure::None:
         break;
     case EditFailure::NotWhole:
-        return toText(edit.error) + recoverHint(request);
+        return toText(edit.error) + encodingHint(edit.error) + recoverHint(request);
     case EditFailure::NotLoaded:
         return QStringLiteral("the file was read once, but not again; nothing is changed");
     case EditFailure::TooDeep:
@@ -104,14 +106,17 @@ void requireNoFailure(const Request& request, const mend::Edit& edit)
 
 ExitStatus edit(const Request& request, const mend::Change& change)
 {
+    const CUserGuard guard(request);
     KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
     mend::Edit edit = mend::prepareEdit(request.strConfigDir, service, change);
     requireNoFailure(request, edit);
+    guard.requireReplaceable();
     const auto differences = inspect::differences(edit.before, edit.expected);
     print({ diffTable(request, differences, "the file", "the change") }, request.format);
     if (!differences.isEmpty() && !request.isDryRun()) {
         mend::saveEdit(request.strConfigDir, service, edit);
         requireNoFailure(request, edit);
+        guard.giveBack();
         printLine();
         printDone("saved " + inspect::livePath(request.strConfigDir));
     }

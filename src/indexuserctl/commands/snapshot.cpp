@@ -1,11 +1,13 @@
 #include "commands/difftable.h"
 #include "commands/shownuser.h"
+#include "commands/userguard.h"
 #include "commands/wholefile.h"
 #include "failure.h"
 #include "terminal/progress.h"
 
 #include <inspect/closest.h>
 #include <inspect/snapshots.h>
+#include <mend/reencode.h>
 
 #include <algorithm>
 
@@ -105,6 +107,17 @@ void printRecovery(const mend::Recovery& recovery, const Request& request)
     }
 }
 
+// The link would be set aside, and what it leads to with it.
+void requireNoDamagedLink(const Request& request, const CUserGuard& guard)
+{
+    if (!guard.target().isEmpty()
+        && inspect::readUserFile(guard.target()).state != inspect::FileState::Whole) {
+        throw CFailure(ExitStatus::InputOutput,
+                       inspect::livePath(request.strConfigDir) + " is a link to the damaged file "
+                           + guard.target() + ", which is not set aside: put a file there");
+    }
+}
+
 // The file is what it was.
 ExitStatus statusWithoutCopy(inspect::FileState file)
 {
@@ -135,12 +148,15 @@ ExitStatus diffSnapshots(const Request& request)
 
 ExitStatus restoreSnapshot(const Request& request)
 {
+    const CUserGuard guard(request);
+    guard.requireReplaceable();
     const inspect::Snapshot snapshot = snapshotOf(request, request.words.first());
     printDifferences(request, inspect::livePath(request.strConfigDir), snapshot.strPath);
     const mend::Recovery recovery = mend::restore(request.strConfigDir, snapshot, request.mode);
     if (recovery.result == mend::RecoveryResult::Failed) {
         throw CFailure(ExitStatus::InputOutput, toText(recovery.error));
     }
+    guard.giveBack();
     if (recovery.result == mend::RecoveryResult::NothingToDo) {
         printLine("the file and the dated copy are the same");
     } else {
@@ -151,7 +167,13 @@ ExitStatus restoreSnapshot(const Request& request)
 
 ExitStatus recoverUser(const Request& request)
 {
+    if (request.encoding) {
+        return reencodeUser(request);
+    }
+    const CUserGuard guard(request);
+    requireNoDamagedLink(request, guard);
     const mend::Recovery recovery = mend::recover(request.strConfigDir, request.mode);
+    guard.giveBack();
     switch (recovery.result) {
     case mend::RecoveryResult::NothingToDo:
         printLine(inspect::livePath(request.strConfigDir) + ": whole, nothing to recover");
@@ -168,5 +190,7 @@ ExitStatus recoverUser(const Request& request)
     case mend::RecoveryResult::Failed:
         break;
     }
-    throw CFailure(ExitStatus::InputOutput, toText(recovery.error));
+    throw CFailure(mend::isConvertible(recovery.error) ? ExitStatus::Damaged
+                                                       : ExitStatus::InputOutput,
+                   toText(recovery.error) + encodingHint(recovery.error));
 }
