@@ -93,7 +93,7 @@ void tst_readlimits::noReaderTakesMoreThanTheLimit()
     QCOMPARE(strContent, std::string());
     const standalone::SectorCatalogue catalogue = standalone::readSectors(strPath);
     QCOMPARE(catalogue.error, standalone::SectorsError::Unread);
-    QCOMPARE(catalogue.strError, strPath + ": larger than 268435456 bytes");
+    QCOMPARE(catalogue.strError, strPath + ": larger than 33554432 bytes");
 }
 
 void tst_readlimits::onlyRegularFilesAreRead_data()

@@ -4,6 +4,7 @@
 
 #include <inspect/closest.h>
 #include <inspect/optionvalues.h>
+#include <mend/ownership.h>
 
 #include <QStandardPaths>
 
@@ -12,6 +13,8 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+
+#include <unistd.h>
 
 namespace {
 
@@ -370,6 +373,7 @@ CommandLine parseCommandLine(const QStringList& words)
     requireFittingValues(typed);
     CommandLine line = CParser().parse(words);
     line.request.strCommand = maskedCommand(words);
+    line.request.strAccount = mend::accountName(::getuid());
     if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
         throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
     }

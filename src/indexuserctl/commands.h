@@ -2,6 +2,7 @@
 
 #include "exitstatus.h"
 
+#include <inspect/textencoding.h>
 #include <inspect/userrecords.h>
 #include <mend/recovery.h>
 #include <standalone/standalone.h>
@@ -14,6 +15,7 @@
 enum class Format { Text, Json };
 enum class Secrets { Masked, Shown };
 enum class Amount { First, All };
+enum class Force { No, Yes };
 
 /// What the command line asks for; a command looks at what it declares in the table of commands.
 struct Request {
@@ -24,19 +26,22 @@ struct Request {
     mend::RunMode mode = mend::RunMode::Do;
     inspect::LayoutSide side = inspect::LayoutSide::Quote;
     Amount amount = Amount::First;
+    Force force = Force::No;
+    std::optional<inspect::TextEncoding> encoding;
     std::optional<QString> templateName;
     std::optional<QString> filter;
     QString strOut;
     std::optional<QString> wait; ///< seconds, as typed
-    bool bForced = false;
     bool bList = false;
     bool bNewest = false;
     bool bSalvage = false;
     std::optional<QString> source;
     QString strKeep = QStringLiteral("30d");
     QString strCommand; ///< as typed, without secrets
+    QString strAccount; ///< of whoever typed it
     standalone::LogLines log = standalone::LogLines::Problems;
 
+    bool isForced() const { return force == Force::Yes; }
     bool isDryRun() const { return mode == mend::RunMode::DryRun; }
 };
 
@@ -49,6 +54,7 @@ ExitStatus report(const Request& request);
 ExitStatus diffFiles(const Request& request);
 ExitStatus recoverUser(const Request& request);
 ExitStatus salvageUser(const Request& request);
+ExitStatus reencodeUser(const Request& request);
 
 ExitStatus listOptions(const Request& request);
 ExitStatus getOption(const Request& request);

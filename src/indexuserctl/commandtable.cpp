@@ -1,12 +1,25 @@
 #include "commandtable.h"
 
+#include "failure.h"
+
 #include <algorithm>
 
 namespace {
 
-const QVector<CommandOption>& commandOptions()
+inspect::TextEncoding wantedEncoding(const QString& name)
 {
-    static const QVector<CommandOption> s_options {
+    const auto encoding = inspect::encodingOf(name);
+    if (!encoding) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("there is no encoding '%1'; encodings are %2")
+                           .arg(name, inspect::encodingNames().join(QStringLiteral(", "))));
+    }
+    return *encoding;
+}
+
+QVector<CommandOption> switches()
+{
+    return {
         { "--json", "", "prints JSON instead of tables",
           [](Request& request, const QString&) { request.format = Format::Json; } },
         { "--all", "", "prints all differences, not only the first 200; as JSON they are all there",
@@ -17,20 +30,32 @@ const QVector<CommandOption>& commandOptions()
           [](Request& request, const QString&) { request.secrets = Secrets::Shown; } },
         { "--trade", "", "the trade windows and templates instead of the quote ones",
           [](Request& request, const QString&) { request.side = inspect::LayoutSide::Trade; } },
-        { "--template", "NAME", "a template instead of the current layout",
-          [](Request& request, const QString& value) { request.templateName = value; } },
-        { "--out", "FILE", "the file to write",
-          [](Request& request, const QString& value) { request.strOut = value; } },
-        { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
-          [](Request& request, const QString& value) { request.wait = value; } },
-        { "--force", "", "changes the file though somebody else may, too, or has since",
-          [](Request& request, const QString&) { request.bForced = true; } },
+        { "--force", "",
+          "changes a file that is read-only, or that somebody else has, all the same",
+          [](Request& request, const QString&) { request.force = Force::Yes; } },
         { "--list", "", "what the file could be brought back from",
           [](Request& request, const QString&) { request.bList = true; } },
         { "--newest", "", "the newest dated copy, if it is newer than the file",
           [](Request& request, const QString&) { request.bNewest = true; } },
         { "--salvage", "", "what is whole in a torn file, the rest from the newest whole copy",
           [](Request& request, const QString&) { request.bSalvage = true; } },
+    };
+}
+
+QVector<CommandOption> optionsWithValue()
+{
+    return {
+        { "--encoding", "NAME",
+          "converts the file, which is in another encoding: gbk, gb18030, utf-16le, utf-16be",
+          [](Request& request, const QString& value) {
+              request.encoding = wantedEncoding(value);
+          } },
+        { "--template", "NAME", "a template instead of the current layout",
+          [](Request& request, const QString& value) { request.templateName = value; } },
+        { "--out", "FILE", "the file to write",
+          [](Request& request, const QString& value) { request.strOut = value; } },
+        { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
+          [](Request& request, const QString& value) { request.wait = value; } },
         { "--from", "NAME", "one of those that --list names, or a file",
           [](Request& request, const QString& value) { request.source = value; } },
         { "--keep", "AGE", "what is younger stays: 30d, 12h",
@@ -38,6 +63,11 @@ const QVector<CommandOption>& commandOptions()
         { "--filter", "LINE", "sector filters: CODE=NAME,ID|INDICATOR|OP|EXTRA|THRESHOLD,...",
           [](Request& request, const QString& value) { request.filter = value; } },
     };
+}
+
+const QVector<CommandOption>& commandOptions()
+{
+    static const QVector<CommandOption> s_options = switches() + optionsWithValue();
     return s_options;
 }
 
@@ -63,8 +93,8 @@ Commands userCommands()
           diffFiles },
         { "recover",
           {},
-          { "--list", "--newest", "--from", "--salvage", "--json", "--dry-run", "--wait",
-            "--force" },
+          { "--list", "--newest", "--from", "--salvage", "--encoding", "--all", "--json",
+            "--dry-run", "--wait", "--force", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
         { "report", {}, { "--out", "--dry-run" }, "all of it on one HTML page", report },

@@ -273,7 +273,7 @@ QString effectName(Effect effect)
 CheckedFile check(const QString& path)
 {
     CheckedFile checked;
-    checked.file = readUserFile(path);
+    checked.file = readUserFile(path, OtherBytes::Replaced);
     if (checked.file.state == FileState::Whole) {
         CChecker(checked.file.strText, checked.file.document).run(checked);
     }

@@ -1,9 +1,9 @@
 #include "inspect/stockcsv.h"
 
 #include "inspect/plaintext.h"
+#include "inspect/textencoding.h"
 
 #include <QStringList>
-#include <QTextCodec>
 
 #include <algorithm>
 #include <iterator>
@@ -158,22 +158,6 @@ CsvStocks refused(int line, const QString& error)
     return { {}, error, line };
 }
 
-// The line of the first byte that is not UTF-8, 0 if all are. No line feed is part of a longer
-// character, so lines can be looked at one by one.
-int lineOfOtherEncoding(const QByteArray& text)
-{
-    const QTextCodec* const pCodec = QTextCodec::codecForName("UTF-8");
-    const QList<QByteArray> lines = text.split('\n');
-    for (int i = 0; i < lines.size(); ++i) {
-        QTextCodec::ConverterState state;
-        pCodec->toUnicode(lines[i].constData(), lines[i].size(), &state);
-        if (state.invalidChars > 0 || state.remainingChars > 0) {
-            return i + 1;
-        }
-    }
-    return 0;
-}
-
 } // namespace
 
 QByteArray stocksToCsv(const KW::CustomStockMap& stocks)
@@ -195,11 +179,11 @@ QByteArray stocksToCsv(const KW::CustomStockMap& stocks)
 
 CsvStocks stocksFromCsv(const QByteArray& csv)
 {
-    const int nOther = lineOfOtherEncoding(csv);
-    if (nOther > 0) {
-        return refused(nOther, QStringLiteral("the text is not UTF-8"));
+    const std::optional<QString> text = decoded(csv, TextEncoding::Utf8);
+    if (!text) {
+        return refused(encodingFault(csv)->at.nLine, QStringLiteral("the text is not UTF-8"));
     }
-    CCsvReader reader(QTextCodec::codecForName("UTF-8")->toUnicode(csv));
+    CCsvReader reader(*text);
     const std::optional<QStringList> first = reader.next();
     if (!first || *first != heading()) {
         return refused(1, QStringLiteral("the heading is not list,market,code,name"));

@@ -2,11 +2,15 @@
 
 #include "format/sections.h"
 #include "format/userdocument.h"
+#include "inspect/savemoment_p.h"
+#include "inspect/textencoding.h"
 
 #include <platform/limits.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QThread>
 
 #include <algorithm>
 #include <filesystem>
@@ -14,6 +18,8 @@
 namespace inspect {
 
 namespace {
+
+constexpr int c_nSavedMs = 200; // after that whoever saves has met with something
 
 UserFile damaged(const FileError& error)
 {
@@ -32,6 +38,10 @@ QString reasonOf(const FileError& error)
         return QStringLiteral("is no regular file");
     case FileCause::TooLarge:
         return QStringLiteral("larger than %1 bytes").arg(error.strDetail);
+    case FileCause::NotUtf8:
+        return error.strDetail.isEmpty()
+            ? QStringLiteral("holds bytes that are no UTF-8")
+            : QStringLiteral("is not UTF-8, but probably ") + error.strDetail;
     case FileCause::NotSetAside:
         return QStringLiteral("cannot be set aside: ") + error.strDetail;
     case FileCause::NotWritten:
@@ -78,13 +88,28 @@ QByteArray upTo(qint64 limit, QFile& file)
     return bytes;
 }
 
-UserFile documentOf(const FileBytes& file)
+FileError otherEncoding(const FileBytes& file)
+{
+    const EncodingFault fault = encodingFault(file.bytes).value_or(EncodingFault());
+    return { FileCause::NotUtf8, file.error.strPath,
+             fault.probable ? encodingName(*fault.probable) : QString(), fault.at };
+}
+
+UserFile documentOf(const FileBytes& file, OtherBytes others)
 {
     if (file.state != FileState::Whole) {
         return { file.state, {}, file.error, {} };
     }
-    const QString strText = QString::fromUtf8(file.bytes.constData(), file.bytes.size());
+    const std::optional<QString> utf8 = decoded(file.bytes, TextEncoding::Utf8);
+    if (!utf8 && others == OtherBytes::Refused) {
+        return damaged(otherEncoding(file));
+    }
+    const QString strText
+        = utf8 ? *utf8 : QString::fromUtf8(file.bytes.constData(), file.bytes.size());
     const KW::UserDocument parsed = KW::parseUserDocument(strText);
+    if (!parsed.isValid() && !utf8) {
+        return damaged(otherEncoding(file));
+    }
     if (!parsed.isValid()) {
         const bool bDeep = parsed.error == KW::DocumentError::TooDeep;
         return damaged({ bDeep ? FileCause::TooDeep : FileCause::Malformed,
@@ -119,19 +144,33 @@ FileBytes readBytes(const QString& path, qint64 limit)
     return { FileState::Whole, bytes, { FileCause::None, path, {}, {} } };
 }
 
-UserFile readDocument(const QString& path)
+UserFile readDocument(const QString& path, OtherBytes others)
 {
-    return documentOf(readBytes(path));
+    return documentOf(readBytes(path), others);
 }
 
-UserFile readUserFile(const QString& path)
+FileBytes readSavedBytes(const QString& path)
 {
-    return userFileOf(readBytes(path));
+    // A save removes the file before it copies the new one to its place.
+    FileBytes file = readBytes(path);
+    QElapsedTimer timer;
+    timer.start();
+    while (file.state == FileState::Missing && !timer.hasExpired(c_nSavedMs)
+           && isBeingSaved(path)) {
+        QThread::msleep(1);
+        file = readBytes(path);
+    }
+    return file;
 }
 
-UserFile userFileOf(const FileBytes& bytes)
+UserFile readUserFile(const QString& path, OtherBytes others)
 {
-    const UserFile file = documentOf(bytes);
+    return userFileOf(readSavedBytes(path), others);
+}
+
+UserFile userFileOf(const FileBytes& bytes, OtherBytes others)
+{
+    const UserFile file = documentOf(bytes, others);
     const QString strRoot = file.document.documentElement().tagName();
     if (file.state != FileState::Whole || strRoot == rootTag()) {
         return file;

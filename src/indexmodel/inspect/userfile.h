@@ -26,6 +26,7 @@ enum class FileCause {
     System, ///< in the system's words
     NotRegular,
     TooLarge, ///< more bytes than were allowed
+    NotUtf8, ///< the name of the encoding that it probably is in, empty where nobody can tell
     Malformed, ///< in the parser's words, as the next
     TooDeep, ///< nested below KW::c_nMaxDepth
     OtherRoot, ///< the name of the root that is there
@@ -63,16 +64,26 @@ struct FileBytes {
 /// unless \a path names a descriptor of this process: /dev/stdin, /dev/fd/63.
 FileBytes readBytes(const QString& path, qint64 limit = KW::c_nMaxFileBytes);
 
-/// Any thread. A root that is not ICUserConfigFile makes a file damaged, though a load takes it.
+/// The same of a user's live file; one that a save has just removed is waited for, up to 200 ms.
+FileBytes readSavedBytes(const QString& path);
+
+/// What is done with bytes that are no UTF-8.
+enum class OtherBytes {
+    Refused, ///< the file is damaged
+    Replaced, ///< each comes as U+FFFD, as in a load by the service
+};
+
+/// Any thread. A root that is not ICUserConfigFile makes a file damaged, though a load takes it. A
+/// live file that a save has just removed is waited for, up to 200 ms.
 ///
 ///     const inspect::UserFile file = inspect::readUserFile(path);
-UserFile readUserFile(const QString& path);
+UserFile readUserFile(const QString& path, OtherBytes others = OtherBytes::Refused);
 
 /// What the bytes of a user's file are.
-UserFile userFileOf(const FileBytes& file);
+UserFile userFileOf(const FileBytes& file, OtherBytes others = OtherBytes::Refused);
 
 /// The same for files with any root: exported templates.
-UserFile readDocument(const QString& path);
+UserFile readDocument(const QString& path, OtherBytes others = OtherBytes::Refused);
 
 /// The root of every user's file.
 QString rootTag();

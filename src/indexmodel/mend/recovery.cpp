@@ -1,5 +1,8 @@
 #include "mend/recovery.h"
 
+#include "mend/asidename_p.h"
+#include "mend/reencode.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -19,17 +22,6 @@ constexpr qint64 c_nSecondsOfASave = 10;
 bool isYounger(const QString& live, const Candidate& source)
 {
     return source.time.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
-}
-
-QString nameAside(const QString& live)
-{
-    const QString strStem = live + QStringLiteral(".damaged-")
-        + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    QString strName = strStem;
-    for (int i = 2; QFileInfo::exists(strName); ++i) {
-        strName = QStringLiteral("%1-%2").arg(strStem).arg(i);
-    }
-    return strName;
 }
 
 Recovery failed(Recovery recovery, WriteFailure write, const inspect::FileError& error)
@@ -80,7 +72,7 @@ Recovery planned(const QString& configDir, const inspect::UserFile& file)
     if (file.state == FileState::Whole) {
         return recovery;
     }
-    if (file.state == FileState::Unreadable) {
+    if (file.state == FileState::Unreadable || isConvertible(file.error)) {
         recovery.result = RecoveryResult::Failed;
         return recovery;
     }
@@ -94,7 +86,8 @@ Recovery planned(const QString& configDir, const inspect::UserFile& file)
     recovery.result = isLoss(*source, all, file.state, strLive) ? RecoveryResult::RecoveredWithLoss
                                                                 : RecoveryResult::Recovered;
     recovery.source = *source;
-    recovery.strSetAside = file.state == FileState::Damaged ? nameAside(strLive) : QString();
+    recovery.strSetAside
+        = file.state == FileState::Damaged ? nameAside(strLive, "damaged") : QString();
     return recovery;
 }
 

@@ -1,25 +1,17 @@
 #include "mend/transaction.h"
 
 #include "mend/durable_p.h"
+#include "mend/ownership.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QSysInfo>
 
-#include <pwd.h>
 #include <unistd.h>
 
 namespace mend {
 
 namespace {
-
-// Who called, whatever rights it was lent.
-QString accountName()
-{
-    const passwd* const pAccount = ::getpwuid(::getuid());
-    return pAccount == nullptr ? QString::number(::getuid())
-                               : QString::fromLocal8Bit(pAccount->pw_name);
-}
 
 bool isSame(const inspect::FileBytes& left, const inspect::FileBytes& right)
 {
@@ -53,24 +45,25 @@ WriteFailure CTransaction::lock()
 
 const inspect::FileBytes& CTransaction::read()
 {
-    m_read = inspect::readBytes(m_strLive);
+    m_read = inspect::readSavedBytes(m_strLive);
     return m_read;
 }
 
 WriteFailure CTransaction::keep(HistoryAction action, int of)
 {
-    if (!isSame(inspect::readBytes(m_strLive), m_read)) {
+    if (!isSame(inspect::readSavedBytes(m_strLive), m_read)) {
         return WriteFailure::Changed;
     }
-    m_entry = HistoryEntry { 0,
-                             QDateTime::currentDateTimeUtc(),
-                             accountName(),
-                             QSysInfo::machineHostName(),
-                             m_wish.strCommand,
-                             {},
-                             {},
-                             action,
-                             of };
+    m_entry
+        = HistoryEntry { 0,
+                         QDateTime::currentDateTimeUtc(),
+                         m_wish.strAccount.isEmpty() ? accountName(::getuid()) : m_wish.strAccount,
+                         QSysInfo::machineHostName(),
+                         m_wish.strCommand,
+                         {},
+                         {},
+                         action,
+                         of };
     // Of a file that is too large to be read there is nothing to keep; whoever replaces it moves
     // it.
     const bool bRead = m_read.state == inspect::FileState::Whole;

@@ -30,6 +30,7 @@ struct WriteWish {
     QString strCommand; ///< for the history, without secrets
     int nWaitMs = 5000;
     bool bForced = false; ///< writes though somebody else may, too
+    QString strAccount = {}; ///< who asked; empty for the account of this process
 };
 
 /// One write of a user's file: the lock, what the file holds under it, the state before kept, the

@@ -2,6 +2,7 @@
 
 #include "platform/commonutil.h"
 #include "platform/limits.h"
+#include "standalone/leftovers_p.h"
 #include "standalone/standalone.h"
 
 #include <QDir>
@@ -80,7 +81,7 @@ private:
 class CReplacement {
 public:
     explicit CReplacement(const QByteArray& path)
-        : m_path(directoryOf(path) + ".new-XXXXXX")
+        : m_path(directoryOf(path) + c_szReplacement + "XXXXXX")
         , m_file(retried([this] { return ::mkostemp(m_path.data(), O_CLOEXEC); }))
     {
     }
@@ -161,6 +162,7 @@ QString reason()
 
 WriteFailure tryReplaceFile(const QByteArray& path, const std::string& content, Sync sync)
 {
+    removeLeftoversIn(directoryOf(path));
     CReplacement replacement(path);
     if (!replacement.isOpen()) {
         return { QFileInfo(QFile::decodeName(path)).path(), reason() };

@@ -119,7 +119,7 @@ SectorCatalogue parseSectors(const QByteArray& text)
 SectorCatalogue readSectors(const QString& path)
 {
     std::string strText;
-    const ReadFailure failure = readFile(path, strText);
+    const ReadFailure failure = readFile(path, strText, c_nMaxSectorsBytes);
     if (failure.cause != ReadCause::None) {
         return { {}, SectorsError::Unread, path + ": " + failure.strReason };
     }

@@ -32,6 +32,14 @@ struct WriteFailure {
 };
 PLATFORM_API WriteFailure lastWriteFailure();
 
+/// Files in a user's directory, and in Temp and Settings, that a write which was cut short has left
+/// more than an hour ago. They may hold secrets. Any thread.
+PLATFORM_API QStringList leftovers(const QString& configDir);
+
+/// Removes those that belong to the account of this process, as the next write into the same folder
+/// would. What cannot be removed stays for another time. Any thread.
+PLATFORM_API void removeLeftovers(const QString& configDir);
+
 /// Why a value of the settings store that is there cannot be read, behind the name of its file;
 /// empty where it can be read, or where there is none.
 PLATFORM_API QString settingReadError(const QString& section, const QString& key);
@@ -67,11 +75,12 @@ struct SectorCatalogue {
     QString strError; ///< names the file and the line and column, or the path of the value
 };
 
-/// Reads a file such as
+/// Reads a file of at most c_nMaxSectorsBytes such as
 ///
 ///     {"sectors": [{"code": "801010", "name": "Banks", "constituents": [
 ///         {"market": "SH", "code": "600000", "name": "SPDB",
 ///          "absoluteWeight": 0.05, "previousClose": 10.21}]}]}
+constexpr qint64 c_nMaxSectorsBytes = 32LL * 1024 * 1024; ///< a tree of it takes four times that
 PLATFORM_API SectorCatalogue readSectors(const QString& path);
 
 /// Where sectors come from; empty for sectors.json in the user's directory. Takes effect at once.

@@ -1,9 +1,12 @@
 #include "commands/bringback.h"
 
 #include "commands/difftable.h"
+#include "commands/userguard.h"
 #include "commands/wholefile.h"
 #include "commands/writing.h"
 #include "failure.h"
+
+#include <mend/reencode.h>
 
 namespace {
 
@@ -21,23 +24,6 @@ QVector<Table> changes(const Request& request, const mend::Restoration& restorat
     return { diffTable(request, differences, "the file", "what comes back") };
 }
 
-QString messageOf(const Request& request, const mend::Recovery& recovery)
-{
-    switch (recovery.write) {
-    case mend::WriteFailure::Busy:
-        return busyText(recovery.holder);
-    case mend::WriteFailure::Changed:
-        return QStringLiteral("the file has been changed since; --force all the same");
-    case mend::WriteFailure::None:
-        return toText(recovery.error);
-    case mend::WriteFailure::NoLock:
-    case mend::WriteFailure::NoHistory:
-    case mend::WriteFailure::Refused:
-        break;
-    }
-    return writeFailureText(request, recovery.write);
-}
-
 } // namespace
 
 void requireNoFailure(const Request& request, const mend::Recovery& recovery)
@@ -45,17 +31,23 @@ void requireNoFailure(const Request& request, const mend::Recovery& recovery)
     if (recovery.result != mend::RecoveryResult::Failed) {
         return;
     }
-    const bool bBusy = recovery.write == mend::WriteFailure::Busy;
-    const bool bNo = recovery.write == mend::WriteFailure::Changed;
-    throw CFailure(bBusy     ? ExitStatus::Busy
-                       : bNo ? ExitStatus::Negative
-                             : ExitStatus::InputOutput,
-                   messageOf(request, recovery));
+    if (recovery.write == mend::WriteFailure::Changed) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("the file has been changed since; --force all the same"));
+    }
+    if (recovery.write != mend::WriteFailure::None) {
+        throw writeFailure(request, recovery.write, recovery.holder);
+    }
+    throw CFailure(mend::isConvertible(recovery.error) ? ExitStatus::Damaged
+                                                       : ExitStatus::InputOutput,
+                   toText(recovery.error) + encodingHint(recovery.error));
 }
 
 ExitStatus bringBack(const Request& request, const mend::Restoration& restoration,
                      const QString& what, const QVector<Table>& before)
 {
+    const CUserGuard guard(request);
+    guard.requireReplaceable();
     const QVector<Table> tables = before + changes(request, restoration);
     const mend::Recovery recovery
         = mend::restore(request.strConfigDir, restoration, request.mode, wishOf(request));
@@ -65,6 +57,9 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
                        QStringLiteral("what would come back is no whole user file"));
     }
     const bool bWritten = recovery.receipt.nEdit > 0;
+    if (bWritten) {
+        guard.giveBack();
+    }
     if (request.format == Format::Json) {
         print(bWritten ? tables + QVector<Table> { receiptTable(request, recovery.receipt) }
                        : tables,

@@ -8,6 +8,8 @@
 #include <mend/candidates.h>
 #include <mend/history.h>
 
+#include <QFileInfo>
+
 #include <algorithm>
 
 namespace {
@@ -61,13 +63,33 @@ QString errorOf(const CheckedPath& each)
                                              : each.strPath + ": " + each.checked.strFailure;
 }
 
-QVector<CheckedPath> checkAll(const QStringList& paths)
+// Of the user's directory the live file stands for all that is in it.
+QVector<inspect::Finding> leftoversBeside(const QString& path, const QString& liveFile)
+{
+    QVector<inspect::Finding> findings;
+    if (QFileInfo(path) != QFileInfo(liveFile)) {
+        return findings;
+    }
+    const auto files = standalone::leftovers(QFileInfo(liveFile).path());
+    for (const QString& file : files) {
+        findings.append(
+            { {},
+              "leftover",
+              inspect::Effect::Kept,
+              {},
+              file + " is left of a write that was cut short; the next one removes it" });
+    }
+    return findings;
+}
+
+QVector<CheckedPath> checkAll(const QStringList& paths, const QString& liveFile)
 {
     QVector<CheckedPath> all;
     CProgress progress(paths.size());
     for (const QString& word : paths) {
         const QString strPath = inputPath(word);
         all.append({ strPath, inspect::check(strPath) });
+        all.last().checked.findings += leftoversBeside(strPath, liveFile);
         progress.advance();
     }
     return all;
@@ -111,6 +133,11 @@ Table fileTable(const QVector<CheckedPath>& all)
     return table;
 }
 
+QString placeOf(const inspect::TextPosition& at)
+{
+    return at.nLine > 0 ? QStringLiteral(":%1:%2").arg(at.nLine).arg(at.nColumn) : QString();
+}
+
 // For people: findings as compilers print them, then one summary.
 void printText(const QVector<CheckedPath>& all)
 {
@@ -119,9 +146,8 @@ void printText(const QVector<CheckedPath>& all)
             printLine(errorOf(each));
         }
         for (const inspect::Finding& finding : each.checked.findings) {
-            const inspect::TextPosition& at = finding.position;
-            printLine(QStringLiteral("%1:%2:%3: %4: %5 [%6]")
-                          .arg(each.strPath, QString::number(at.nLine), QString::number(at.nColumn),
+            printLine(QStringLiteral("%1%2: %3: %4 [%5]")
+                          .arg(each.strPath, placeOf(finding.position),
                                inspect::effectName(finding.effect), finding.strText,
                                finding.strRule));
         }
@@ -167,8 +193,8 @@ void printHistory(const Request& request)
 ExitStatus check(const Request& request)
 {
     const bool bLive = request.words.isEmpty();
-    QVector<CheckedPath> all
-        = checkAll(bLive ? QStringList(inspect::livePath(request.strConfigDir)) : request.words);
+    const QString strLive = inspect::livePath(request.strConfigDir);
+    QVector<CheckedPath> all = checkAll(bLive ? QStringList(strLive) : request.words, strLive);
     if (bLive) {
         addNewerCopy(request, all.first());
     }

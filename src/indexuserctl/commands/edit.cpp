@@ -1,6 +1,8 @@
 #include "commands/edit.h"
 
 #include "commands/difftable.h"
+#include "commands/userguard.h"
+#include "commands/wholefile.h"
 #include "commands/writing.h"
 #include "failure.h"
 
@@ -19,7 +21,7 @@ QString messageOf(const Request& request, const mend::Edit& edit)
     case EditFailure::None:
         break;
     case EditFailure::NotWhole:
-        return toText(edit.error) + recoverHint(request);
+        return toText(edit.error) + encodingHint(edit.error) + recoverHint(request);
     case EditFailure::NotLoaded:
         return QStringLiteral("the service does not hold what is in the file; nothing is changed");
     case EditFailure::TooDeep:
@@ -76,10 +78,12 @@ void save(const Request& request, mend::CTransaction& transaction, mend::Edit& e
 
 ExitStatus edit(const Request& request, const Change& change)
 {
+    const CUserGuard guard(request);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     const bool bLocked = request.isDryRun() || takeLock(request, transaction);
     mend::Edit edit = mend::prepareEdit(transaction, changerOf(request, change));
     requireNoFailure(request, edit);
+    guard.requireReplaceable();
     const auto differences = inspect::differences(edit.before, edit.expected);
     QVector<Table> tables { diffTable(request, differences, "the file", "the change") };
     const bool bText = request.format == Format::Text;
@@ -93,6 +97,7 @@ ExitStatus edit(const Request& request, const Change& change)
     }
     if (bSave) {
         save(request, transaction, edit);
+        guard.giveBack();
         tables.append(receiptTable(request, edit.receipt));
     }
     if (!bText) {

@@ -1,6 +1,7 @@
 #include "commands/bringback.h"
 #include "commands/difftable.h"
 #include "commands/shownuser.h"
+#include "commands/userguard.h"
 #include "commands/wholefile.h"
 #include "commands/writing.h"
 #include "failure.h"
@@ -89,8 +90,8 @@ ExitStatus step(const Request& request, const std::optional<HistoryEntry>& entry
     const QByteArray from = bUndo ? entry->after : entry->before;
     mend::Restoration restoration { stateOf(request, bUndo ? entry->before : entry->after), action,
                                     entry->nNumber };
-    restoration.expected = request.bForced ? QByteArray() : from;
-    restoration.bDamaged = request.bForced;
+    restoration.expected = request.isForced() ? QByteArray() : from;
+    restoration.bDamaged = request.isForced();
     return bringBack(request, restoration,
                      QStringLiteral("what %1 edit %2: %3")
                          .arg(bUndo ? "was before" : "came of", QString::number(entry->nNumber),
@@ -162,6 +163,7 @@ ExitStatus pruneHistory(const Request& request)
         printLine(QStringLiteral("would forget up to %1 of %2 edits").arg(nOld).arg(all.size()));
         return ExitStatus::Ok;
     }
+    requireOwner(request);
     takeLock(request, transaction);
     const std::optional<int> nGone = history.prune(time);
     if (!nGone) {

@@ -1,4 +1,5 @@
 #include "commands/bringback.h"
+#include "commands/userguard.h"
 #include "commands/wholefile.h"
 #include "commands/writing.h"
 #include "failure.h"
@@ -142,6 +143,17 @@ ExitStatus answerNothingToDo(const Request& request)
     return ExitStatus::Ok;
 }
 
+// The link would be set aside, and what it leads to with it.
+void requireNoDamagedLink(const Request& request, const CUserGuard& guard)
+{
+    if (!guard.target().isEmpty()
+        && inspect::readUserFile(guard.target()).state != inspect::FileState::Whole) {
+        throw CFailure(ExitStatus::InputOutput,
+                       inspect::livePath(request.strConfigDir) + " is a link to the damaged file "
+                           + guard.target() + ", which is not set aside: put a file there");
+    }
+}
+
 // The file is what it was.
 ExitStatus statusWithoutCopy(inspect::FileState file)
 {
@@ -155,6 +167,7 @@ ExitStatus recoverUser(const Request& request)
     if (request.bList) {
         return listCandidates(request);
     }
+    requireOwner(request);
     if (request.source) {
         return recoverFrom(request, pathOf(request, *request.source));
     }
@@ -164,9 +177,15 @@ ExitStatus recoverUser(const Request& request)
     if (request.bSalvage) {
         return salvageUser(request);
     }
+    if (request.encoding) {
+        return reencodeUser(request);
+    }
+    const CUserGuard guard(request);
+    requireNoDamagedLink(request, guard);
     const mend::Recovery recovery
         = mend::recover(request.strConfigDir, request.mode, wishOf(request));
     requireNoFailure(request, recovery);
+    guard.giveBack();
     if (recovery.result == mend::RecoveryResult::NothingToDo && request.format == Format::Text) {
         return answerNothingToDo(request);
     }

@@ -3,22 +3,20 @@
 #include "commands/wholefile.h"
 #include "failure.h"
 #include "terminal/output.h"
+#include "terminal/outputfile.h"
 
 #include <inspect/closest.h>
 #include <inspect/filterline.h>
 #include <inspect/plaintext.h>
 
 #include <indexuser/cuserconfigmanager.h>
+#include <platform/environment.h>
 #include <standalone/standalone.h>
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 namespace {
 
@@ -106,11 +104,11 @@ void useFilter(const QString& sector, const QString& line)
     CFilterAccess::load(*utils::CSingletonT<KW::CUserConfigManager>::instance(), line);
 }
 
-void move(const QString& from, const QString& to)
+void write(const QString& path, const QByteArray& content)
 {
-    if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0) {
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("%1: %2").arg(to, std::strerror(errno)));
+    const QString strError = replaceOutput(path, content);
+    if (!strError.isEmpty()) {
+        throw CFailure(ExitStatus::InputOutput, path + ": " + strError);
     }
 }
 
@@ -124,6 +122,7 @@ SectorExport exportSector(const QString& sector, const QString& directory,
     if (directory.isEmpty()) {
         throw CFailure(ExitStatus::Usage, QStringLiteral("DIR: a directory is wanted"));
     }
+    requireNothingOfTheUser(KW::getConfigDir(), directory);
     const standalone::Sector found = sectorOf(sector);
     requirePlainStocks(found);
     if (filter) {
@@ -143,12 +142,14 @@ SectorExport exportSector(const QString& sector, const QString& directory,
                        QStringLiteral("%1: the file was not written").arg(directory));
     }
     SectorExport result;
-    const QString strText = QString::fromUtf8(contentOf(folder.filePath(files.first())));
+    const QByteArray content = contentOf(folder.filePath(files.first()));
+    const QString strText = QString::fromUtf8(content);
     result.lines = strText.isEmpty() ? QStringList() : strText.split(QLatin1Char('\n'));
     result.nLeftOut = found.constituents.size() - result.lines.size();
     result.strPath = QDir(directory).filePath(files.first());
+    requireNothingOfTheUser(KW::getConfigDir(), result.strPath);
     if (mode == mend::RunMode::Do) {
-        move(folder.filePath(files.first()), result.strPath);
+        write(result.strPath, content);
     }
     return result;
 }

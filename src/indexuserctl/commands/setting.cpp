@@ -1,4 +1,5 @@
 #include "commands/settings.h"
+#include "commands/userguard.h"
 #include "commands/writing.h"
 #include "failure.h"
 #include "terminal/output.h"
@@ -91,6 +92,7 @@ ExitStatus setSetting(const Request& request)
     const QString strValue = request.words[1];
     requireKey(strKey);
     requireText(QStringLiteral("value"), strValue);
+    requireOwner(request);
     if (request.isDryRun()) {
         const std::optional<QString> before = settingOf(strKey);
         print({ Table { "differences",

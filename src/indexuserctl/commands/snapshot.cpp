@@ -1,12 +1,14 @@
 #include "commands/bringback.h"
 #include "commands/difftable.h"
 #include "commands/shownuser.h"
+#include "commands/userguard.h"
 #include "commands/wholefile.h"
 #include "failure.h"
 #include "terminal/progress.h"
 
 #include <inspect/closest.h>
 #include <inspect/snapshots.h>
+#include <mend/reencode.h>
 
 #include <algorithm>
 
@@ -97,6 +99,7 @@ ExitStatus diffSnapshots(const Request& request)
 
 ExitStatus restoreSnapshot(const Request& request)
 {
+    requireOwner(request);
     const inspect::Snapshot snapshot = snapshotOf(request, request.words.first());
     // A damaged file is for recover, which sets it aside.
     liveFile(request);

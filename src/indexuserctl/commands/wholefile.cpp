@@ -2,6 +2,8 @@
 
 #include "failure.h"
 
+#include <mend/reencode.h>
+
 QString inputPath(const QString& word)
 {
     if (word.isEmpty()) {
@@ -10,12 +12,19 @@ QString inputPath(const QString& word)
     return word == QLatin1String("-") ? QStringLiteral("/dev/stdin") : word;
 }
 
+QString encodingHint(const inspect::FileError& error)
+{
+    return mend::isConvertible(error)
+        ? QStringLiteral("; 'recover --encoding %1' converts a user's file").arg(error.strDetail)
+        : QString();
+}
+
 namespace {
 
 template <typename File> File whole(File file)
 {
     if (file.state == inspect::FileState::Damaged) {
-        throw CFailure(ExitStatus::Damaged, toText(file.error));
+        throw CFailure(ExitStatus::Damaged, toText(file.error) + encodingHint(file.error));
     }
     if (file.state != inspect::FileState::Whole) {
         throw CFailure(ExitStatus::InputOutput, toText(file.error));

@@ -7,6 +7,9 @@
 /// The file that a word of the command line names: "-" is standard input. Throws CFailure for none.
 QString inputPath(const QString& word);
 
+/// What helps a file in another encoding, put so that it goes behind the error; empty for others.
+QString encodingHint(const inspect::FileError& error);
+
 /// A user file that is there and whole; throws CFailure otherwise, with line and column.
 inspect::UserFile wholeFile(const QString& path);
 

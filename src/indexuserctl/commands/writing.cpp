@@ -1,7 +1,5 @@
 #include "commands/writing.h"
 
-#include "failure.h"
-
 #include <QFile>
 
 #include <cerrno>
@@ -36,7 +34,7 @@ QString causeOf(const Request& request)
 
 mend::WriteWish wishOf(const Request& request)
 {
-    mend::WriteWish wish { request.strCommand, 5000, request.bForced };
+    mend::WriteWish wish { request.strCommand, 5000, request.isForced(), request.strAccount };
     if (request.wait) {
         bool bOk = false;
         const double nSeconds = request.wait->toDouble(&bOk);
@@ -61,7 +59,7 @@ QString busyText(const mend::LockHolder& holder)
 bool takeLock(const Request& request, mend::CTransaction& transaction)
 {
     const mend::WriteFailure failure = transaction.lock();
-    if (failure == mend::WriteFailure::Busy && !request.bForced) {
+    if (failure == mend::WriteFailure::Busy && !request.isForced()) {
         throw CFailure(ExitStatus::Busy, busyText(transaction.holder()));
     }
     if (failure == mend::WriteFailure::Busy) {
@@ -92,6 +90,14 @@ QString writeFailureText(const Request& request, mend::WriteFailure failure)
         return failedWrite(request, QStringLiteral("the file cannot be written"));
     }
     return {};
+}
+
+CFailure writeFailure(const Request& request, mend::WriteFailure failure,
+                      const mend::LockHolder& holder)
+{
+    return failure == mend::WriteFailure::Busy
+        ? CFailure(ExitStatus::Busy, busyText(holder))
+        : CFailure(ExitStatus::InputOutput, writeFailureText(request, failure));
 }
 
 // Where somebody may only look, nothing can be brought back either.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "failure.h"
 #include "terminal/output.h"
 
 #include <mend/recovery.h>
@@ -22,6 +23,10 @@ QString failedWrite(const Request& request, const QString& observed);
 
 /// What the causes before a write say, for people.
 QString writeFailureText(const Request& request, mend::WriteFailure failure);
+
+/// A write that was not done, by its cause, as it ends a command.
+CFailure writeFailure(const Request& request, mend::WriteFailure failure,
+                      const mend::LockHolder& holder);
 
 /// "; 'recover' brings a dated copy back", where it does.
 QString recoverHint(const Request& request);

@@ -1,15 +1,14 @@
 #include "terminal/output.h"
 
 #include "failure.h"
+#include "terminal/outputfile.h"
 
 #include <inspect/plaintext.h>
 
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
-#include <QSaveFile>
 
 #include <fmt/color.h>
 
@@ -172,26 +171,6 @@ QJsonArray toJson(const Table& table)
     return array;
 }
 
-// A device or a pipe is written to; the name of a file is taken by a whole new one.
-bool writeTo(QFileDevice& file, const QByteArray& content)
-{
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size()
-        && file.flush(); // neither commit() nor close() would tell
-}
-
-QString writeError(const QString& path, const QByteArray& content)
-{
-    const QFileInfo target(path);
-    if (target.exists() && !target.isFile() && !target.isDir()) {
-        QFile device(path);
-        return writeTo(device, content) ? QString() : device.errorString();
-    }
-    QSaveFile file(path);
-    const bool bWritten = writeTo(file, content)
-        && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) && file.commit();
-    return bWritten ? QString() : file.errorString();
-}
-
 void writeStandardOutput(const Request& request, const QByteArray& content)
 {
     std::string strSaid = "would write ";
@@ -278,12 +257,13 @@ void writeFile(const Request& request, const QString& path, const QByteArray& co
     if (path.isEmpty()) {
         throw CFailure(ExitStatus::Usage, QStringLiteral("FILE: the name of a file is wanted"));
     }
+    requireNothingOfTheUser(request.strConfigDir, path);
     const QString strBytes = QStringLiteral(" (%1 bytes)").arg(content.size());
     if (request.isDryRun()) {
         printLine("would write " + path + strBytes);
         return;
     }
-    const QString strError = writeError(path, content);
+    const QString strError = replaceOutput(path, content);
     if (!strError.isEmpty()) {
         throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: %2").arg(path, strError));
     }

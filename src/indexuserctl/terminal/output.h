@@ -40,7 +40,7 @@ void finishOutput();
 /// A page or picture for people, without the control characters of the texts in it.
 QByteArray harmlessPage(const QByteArray& page);
 
-/// Writes \a content to the file \a path, whole or not at all, readable by its owner only, and says
-/// so; with --dry-run it only says so. "-" is standard output, and what is said then goes to
-/// stderr. Throws CFailure.
+/// Writes \a content to the file \a path by replaceOutput() and says so; with --dry-run it only
+/// says so. What is the user's own is never replaced. "-" is standard output, and what is said then
+/// goes to stderr. Throws CFailure.
 void writeFile(const Request& request, const QString& path, const QByteArray& content);

@@ -1,0 +1,121 @@
+#include "inspect/belongings.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QStringList>
+
+#include <filesystem>
+#include <optional>
+#include <utility>
+
+#include <sys/stat.h>
+
+namespace inspect {
+
+namespace {
+
+constexpr int c_nMaxLinks = 40; // as many as the system follows
+constexpr auto c_all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+
+using Identity = std::pair<dev_t, ino_t>;
+
+std::optional<Identity> identityOf(const QString& path)
+{
+    struct stat info { };
+    return ::stat(QFile::encodeName(path).constData(), &info) == 0
+        ? std::make_optional(Identity { info.st_dev, info.st_ino })
+        : std::nullopt;
+}
+
+QStringList foldersOf(const QString& configDir)
+{
+    QStringList folders;
+    for (const char* pszName : { "Temp", "Settings", "History" }) {
+        folders.append(QDir(configDir).filePath(QLatin1String(pszName)));
+    }
+    return folders;
+}
+
+// Names that a user's own have whether they are there or not; some file systems know no case.
+bool isOwnName(const QString& name)
+{
+    const QString strName = name.toLower();
+    return strName.startsWith(QLatin1String("indexuserconfig.xml"))
+        || QStringList { "sectors.json", "temp", "settings", "history" }.contains(strName);
+}
+
+QStringList filesOf(const QString& configDir)
+{
+    QStringList files;
+    const QDir directory(configDir);
+    const auto names = directory.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : names) {
+        if (isOwnName(name)) {
+            files.append(directory.filePath(name));
+        }
+    }
+    for (const QString& folder : foldersOf(configDir)) {
+        QDirIterator all(folder, c_all, QDirIterator::Subdirectories);
+        while (all.hasNext()) {
+            files.append(all.next());
+        }
+    }
+    return files;
+}
+
+// The first of \a paths that is the same thing as \a identity.
+QString sameOf(const QStringList& paths, const std::optional<Identity>& identity)
+{
+    for (const QString& path : paths) {
+        if (identity && identityOf(path) == identity) {
+            return path;
+        }
+    }
+    return {};
+}
+
+// The folder of the user's that \a directory is or lies in.
+QString folderAround(const QString& configDir, const QString& directory)
+{
+    const QStringList folders = foldersOf(configDir);
+    const QString strRoot = QStringLiteral("/");
+    QString strEach = QFileInfo(directory).canonicalFilePath();
+    while (!strEach.isEmpty()) {
+        const QString strFound = sameOf(folders, identityOf(strEach));
+        if (!strFound.isEmpty() || strEach == strRoot) {
+            return strFound;
+        }
+        strEach = QFileInfo(strEach).path();
+    }
+    return {};
+}
+
+} // namespace
+
+QString endOfLinks(const QString& path)
+{
+    std::filesystem::path end = QFile::encodeName(path).toStdString();
+    std::error_code error; // no link, or one that cannot be read: what comes then tells
+    for (int i = 0; i < c_nMaxLinks && std::filesystem::is_symlink(end, error); ++i) {
+        end = end.parent_path() / std::filesystem::read_symlink(end, error);
+    }
+    return QFile::decodeName(end.c_str());
+}
+
+QString belongingAt(const QString& configDir, const QString& path)
+{
+    const QString strFile = sameOf(filesOf(configDir), identityOf(path));
+    if (!strFile.isEmpty()) {
+        return strFile;
+    }
+    const QFileInfo end(endOfLinks(path));
+    const bool bBeside = identityOf(end.path()) == identityOf(configDir);
+    if (bBeside && isOwnName(end.fileName())) {
+        return end.filePath();
+    }
+    return folderAround(configDir, QFileInfo(path).isDir() ? path : end.path());
+}
+
+} // namespace inspect

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+namespace inspect {
+
+/// Where a write to \a path ends: links at its end are followed, also one to nowhere.
+QString endOfLinks(const QString& path);
+
+/// What of a user's own a write to \a path would replace or stand among: the live file, what was
+/// set aside beside it, sectors.json, or anything in Temp, Settings or History. Its path; empty
+/// where the user has nothing to fear. Files and folders are compared by what they are, not by
+/// name: links of both kinds, other mounts and descriptors lead to the same ones. Any thread.
+///
+///     if (!inspect::belongingAt(dir, out).isEmpty()) { ... } // not there
+QString belongingAt(const QString& configDir, const QString& path);
+
+} // namespace inspect

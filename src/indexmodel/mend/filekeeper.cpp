@@ -1,0 +1,128 @@
+#include "mend/filekeeper.h"
+
+#include <platform/commonutil.h>
+#include <platform/indexutil.h>
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace mend {
+
+namespace {
+
+constexpr mode_t c_nPermissions = 07777;
+
+// What \a path is a link to, in the link's words; empty for no link.
+QByteArray linkOf(const QByteArray& path)
+{
+    char target[PATH_MAX];
+    const ssize_t nLength = ::readlink(path.constData(), target, sizeof target);
+    return nLength < 0 ? QByteArray() : QByteArray(target, static_cast<int>(nLength));
+}
+
+bool isMember(gid_t group)
+{
+    if (group == ::getegid() || ::geteuid() == 0) {
+        return true;
+    }
+    std::vector<gid_t> groups(static_cast<std::size_t>(std::max(0, ::getgroups(0, nullptr))));
+    const int nFound = ::getgroups(static_cast<int>(groups.size()), groups.data());
+    return std::find(groups.begin(), groups.begin() + std::max(0, nFound), group) != groups.end();
+}
+
+bool copyContent(const QString& from, const QString& to)
+{
+    std::string strContent;
+    std::string strGbkTo = to.toStdString();
+    return KW::stdReadFile(QFile::encodeName(from).toStdString(), strContent)
+        && utils::safeUtf82Gbk(strGbkTo) == 0 && KW::stdWriteFile(strGbkTo, strContent, "wb");
+}
+
+} // namespace
+
+CFileKeeper::CFileKeeper(const QString& path)
+    : m_strPath(path)
+    , m_link(linkOf(QFile::encodeName(path)))
+{
+    struct stat info { };
+    m_bFile = ::stat(QFile::encodeName(path).constData(), &info) == 0 && S_ISREG(info.st_mode);
+    m_nOwner = info.st_uid;
+    m_nGroup = info.st_gid;
+    m_nMode = info.st_mode & c_nPermissions;
+    m_strTarget = m_bFile && !m_link.isEmpty() ? QFileInfo(path).canonicalFilePath() : QString();
+}
+
+bool CFileKeeper::isClosed() const
+{
+    const QByteArray directory = QFile::encodeName(QFileInfo(m_strTarget).path());
+    return !m_strTarget.isEmpty()
+        && ::faccessat(AT_FDCWD, directory.constData(), W_OK | X_OK, AT_EACCESS) != 0;
+}
+
+KeepObstacle CFileKeeper::obstacle() const
+{
+    return !m_bFile                ? KeepObstacle::None
+        : isClosed()               ? KeepObstacle::ClosedTarget
+        : m_nOwner != ::geteuid()  ? KeepObstacle::OtherOwner
+        : (m_nMode & S_IWUSR) == 0 ? KeepObstacle::ReadOnly
+        : !isMember(m_nGroup)      ? KeepObstacle::OtherGroup
+                                   : KeepObstacle::None;
+}
+
+// Whoever is not in the group was told so, and went on.
+bool CFileKeeper::giveGroup(const QByteArray& file) const
+{
+    return !isMember(m_nGroup) || ::chown(file.constData(), static_cast<uid_t>(-1), m_nGroup) == 0;
+}
+
+// A link takes a name over like any file.
+bool CFileKeeper::giveBackLink() const
+{
+    const QByteArray path = QFile::encodeName(m_strPath);
+    const QByteArray link = path + ".link";
+    ::unlink(link.constData()); // of an attempt that was cut short
+    const bool bMade = ::symlink(m_link.constData(), link.constData()) == 0;
+    if (bMade && std::rename(link.constData(), path.constData()) != 0) {
+        ::unlink(link.constData());
+        return false;
+    }
+    return bMade;
+}
+
+inspect::FileError CFileKeeper::giveBack() const
+{
+    if (!m_bFile || !linkOf(QFile::encodeName(m_strPath)).isEmpty()) {
+        return {};
+    }
+    const bool bLink = !m_link.isEmpty();
+    const QString strFile = bLink ? m_strTarget : m_strPath;
+    const QByteArray file = QFile::encodeName(strFile);
+    const auto failed = [&](const QString& path) {
+        return inspect::FileError {
+            inspect::FileCause::System, path, QString::fromLocal8Bit(std::strerror(errno)), {}
+        };
+    };
+    // Without a file the save has failed: there is nothing to keep, unless a link to the old one.
+    const bool bSaved = QFileInfo::exists(m_strPath);
+    if (bLink && bSaved && !copyContent(m_strPath, strFile)) {
+        return { inspect::FileCause::NotWritten, strFile, {}, {} };
+    }
+    if (bSaved && !(giveGroup(file) && ::chmod(file.constData(), m_nMode) == 0)) {
+        return failed(strFile);
+    }
+    return bLink && !giveBackLink() ? failed(m_strPath) : inspect::FileError();
+}
+
+} // namespace mend

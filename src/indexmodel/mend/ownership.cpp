@@ -1,0 +1,125 @@
+#include "mend/ownership.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace mend {
+
+namespace {
+
+constexpr uid_t c_nRoot = 0;
+constexpr mode_t c_nOthers = 077;
+
+struct Account {
+    std::string strName; ///< empty for a number without an entry
+    gid_t nGroup = 0;
+};
+
+std::optional<Account> accountOf(uid_t uid)
+{
+    std::vector<char> buffer(1U << 14U);
+    passwd entry {};
+    passwd* pFound = nullptr;
+    if (::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &pFound) != 0
+        || pFound == nullptr) {
+        return std::nullopt;
+    }
+    return Account { entry.pw_name, entry.pw_gid };
+}
+
+OwnershipFailure systemFailure(const QString& path)
+{
+    return { OwnershipCause::System, path, QString::fromLocal8Bit(std::strerror(errno)) };
+}
+
+// Groups go first: without root's rights nobody may change them.
+bool become(uid_t owner, gid_t groupOfDirectory)
+{
+    const std::optional<Account> account = accountOf(owner);
+    const gid_t nGroup = account ? account->nGroup : groupOfDirectory;
+    const int nGroups
+        = account ? ::initgroups(account->strName.c_str(), nGroup) : ::setgroups(1, &nGroup);
+    return nGroups == 0 && ::setresgid(nGroup, nGroup, nGroup) == 0
+        && ::setresuid(owner, owner, owner) == 0;
+}
+
+QString nearestDirectory(const QString& path)
+{
+    QString strPath = QDir(path).absolutePath();
+    while (!QFile::exists(strPath) && strPath != QLatin1String("/")) {
+        strPath = QFileInfo(strPath).path();
+    }
+    return strPath;
+}
+
+OwnershipFailure foreignLink(const QString& configDir, uid_t owner)
+{
+    for (const char* pszName : { "Temp", "Settings", "History", "indexUserConfig.xml" }) {
+        const QString strPath = QDir(configDir).filePath(QLatin1String(pszName));
+        struct stat info { };
+        // What is not there is made, and what cannot be looked at fails by itself.
+        if (::lstat(QFile::encodeName(strPath).constData(), &info) == 0 && S_ISLNK(info.st_mode)
+            && info.st_uid != owner && info.st_uid != c_nRoot) {
+            return { OwnershipCause::OtherLink, strPath, accountName(info.st_uid) };
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+QString toText(const OwnershipFailure& failure)
+{
+    switch (failure.cause) {
+    case OwnershipCause::None:
+        return {};
+    case OwnershipCause::System:
+        return failure.strPath + ": " + failure.strDetail;
+    case OwnershipCause::OtherOwner:
+        return QStringLiteral("%1 belongs to %2, who could not read what %3 writes there")
+            .arg(failure.strPath, failure.strDetail, accountName(::geteuid()));
+    case OwnershipCause::OtherLink:
+        return QStringLiteral("%1 is a link of %2's, and is not followed")
+            .arg(failure.strPath, failure.strDetail);
+    }
+    return {};
+}
+
+OwnershipFailure becomeOwner(const QString& configDir)
+{
+    const QString strDirectory = nearestDirectory(configDir);
+    struct stat info { };
+    if (::stat(QFile::encodeName(strDirectory).constData(), &info) != 0) {
+        return systemFailure(strDirectory);
+    }
+    // Who makes the directory owns it.
+    const bool bThere = QFile::exists(configDir);
+    if (bThere && ::geteuid() != c_nRoot && ::geteuid() != info.st_uid) {
+        return { OwnershipCause::OtherOwner, strDirectory, accountName(info.st_uid) };
+    }
+    if (::geteuid() == c_nRoot && info.st_uid != c_nRoot && !become(info.st_uid, info.st_gid)) {
+        return systemFailure(strDirectory);
+    }
+    ::umask(c_nOthers);
+    return foreignLink(configDir, ::geteuid());
+}
+
+QString accountName(unsigned int uid)
+{
+    const std::optional<Account> account = accountOf(uid);
+    return account ? QString::fromStdString(account->strName) : QString::number(uid);
+}
+
+} // namespace mend

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "commands.h"
+
+#include <mend/filekeeper.h>
+
+/// What stands around a change of the user's directory. Made before anything there is looked at, it
+/// makes this process the owner of the directory, for good; see mend::becomeOwner(). Throws
+/// CFailure where that is not to be.
+void requireOwner(const Request& request);
+
+/// The same for a change of the file, of which it keeps the group, the permissions and the link
+/// that it may be.
+///
+///     const CUserGuard guard(request);
+///     guard.requireReplaceable();
+///     ... // save
+///     guard.giveBack();
+class CUserGuard {
+public:
+    explicit CUserGuard(const Request& request);
+
+    /// Throws CFailure for a file that is read-only or not the directory's owner's, unless --force
+    /// was given.
+    void requireReplaceable() const;
+
+    /// Throws CFailure when the file did not become again what it was.
+    void giveBack() const;
+
+    /// Where the file is, if it is a link; empty otherwise.
+    const QString& target() const { return m_keeper.target(); }
+
+private:
+    Force m_force;
+    QString m_strLive;
+    mend::CFileKeeper m_keeper;
+};

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// Throws CFailure when a write to \a path would replace something of the user's own in
+/// \a configDir, or stand among it: see inspect::belongingAt().
+void requireNothingOfTheUser(const QString& configDir, const QString& path);
+
+/// Puts \a content in the place of the file \a path, at the end of all links, whole or not at all.
+/// One that is there keeps its permissions and, where that is allowed, its owner and group; a new
+/// one is its owner's only. Devices and pipes are written to. Why that failed, in the system's
+/// words; empty when it did not.
+QString replaceOutput(const QString& path, const QByteArray& content);
