@@ -160,26 +160,8 @@ ExitStatus statusWithoutCopy(inspect::FileState file)
     return file == inspect::FileState::Damaged ? ExitStatus::Damaged : ExitStatus::InputOutput;
 }
 
-} // namespace
-
-ExitStatus recoverUser(const Request& request)
+ExitStatus recoverWhole(const Request& request)
 {
-    if (request.bList) {
-        return listCandidates(request);
-    }
-    requireOwner(request);
-    if (request.source) {
-        return recoverFrom(request, pathOf(request, *request.source));
-    }
-    if (request.bNewest) {
-        return recoverNewest(request);
-    }
-    if (request.bSalvage) {
-        return salvageUser(request);
-    }
-    if (request.encoding) {
-        return reencodeUser(request);
-    }
     const CUserGuard guard(request);
     requireNoDamagedLink(request, guard);
     const mend::Recovery recovery
@@ -202,4 +184,27 @@ ExitStatus recoverUser(const Request& request)
     return recovery.result == mend::RecoveryResult::RecoveredWithLoss
         ? ExitStatus::RecoveredWithLoss
         : ExitStatus::Ok;
+}
+
+} // namespace
+
+ExitStatus recoverUser(const Request& request)
+{
+    if (request.bList) {
+        return listCandidates(request);
+    }
+    requireOwner(request);
+    if (request.source) {
+        return recoverFrom(request, pathOf(request, *request.source));
+    }
+    if (request.bNewest) {
+        return recoverNewest(request);
+    }
+    if (request.bSalvage) {
+        return salvageUser(request);
+    }
+    if (request.encoding) {
+        return reencodeUser(request);
+    }
+    return recoverWhole(request);
 }
