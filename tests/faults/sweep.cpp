@@ -1,7 +1,8 @@
 // Breaks saves and recoveries call by call, or kills them, and looks at what is left.
 //
 //     sweep faults [--quick]              every call x every error, once and from there on
-//     sweep kills [--quick]               killed before and after every call
+//     sweep kills [--quick]               killed before and after every call; --only NAME: of these
+//                                         the save, the edit or another subject alone
 //     sweep random COUNT [SEED [DONE]]    killed at random in a loop of saves
 //     sweep order                         what a save does, in its order
 //
@@ -368,7 +369,11 @@ int run(const QStringList& words)
     if (strWhat == QLatin1String("order")) {
         return printOrder();
     }
+    const int nOnly = words.indexOf("--only");
     for (const Subject& subject : subjects()) {
+        if (nOnly >= 0 && words.value(nOnly + 1) != subject.strName) {
+            continue;
+        }
         nLost += strWhat == QLatin1String("faults") ? sweepFaults(subject, bQuick)
                                                     : sweepKills(subject, bQuick);
     }
