@@ -2,8 +2,8 @@
 
 #include "fuzzkit.h"
 
+#include <format/userdocument.h>
 #include <indexuser/cpanelgrouplayoutconfig.h>
-#include <indexuser/userdocument.h>
 
 namespace {
 

@@ -28,17 +28,35 @@ QString livePath()
     return userDir() + QStringLiteral("/indexUserConfig.xml");
 }
 
-KW::UserConfigInterface& load(const QByteArray& content)
+namespace {
+
+// As a new process has it.
+KW::UserConfigInterface& newService()
 {
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    utils::CSingletonT<KW::CUserConfigManager>::release();
+    standalone::forgetAll();
+    standalone::setConfigDir(userDir());
+    return *KW::UserConfigFactory::getIndexUserConfig();
+}
+
+} // namespace
+
+KW::UserConfigInterface& load(const QByteArray& content)
+{
     QFile file(livePath());
     require(file.open(QIODevice::WriteOnly) && file.write(content) == content.size()
                 && file.flush(),
             file.errorString());
-    utils::CSingletonT<KW::CUserConfigManager>::release();
-    standalone::forgetAll();
-    standalone::setConfigDir(userDir());
-    KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
+    KW::UserConfigInterface& service = newService();
+    service.loadSettings();
+    return service;
+}
+
+KW::UserConfigInterface& loadServed(const QByteArray& content)
+{
+    KW::UserConfigInterface& service = newService();
+    standalone::serveOnce(livePath(), content);
     service.loadSettings();
     return service;
 }

@@ -16,6 +16,9 @@ QString livePath();
 /// Writes \a content as the live file and loads it into a new service.
 KW::UserConfigInterface& load(const QByteArray& content);
 
+/// The same, but no file is written: \a content is what the service is told to have read.
+KW::UserConfigInterface& loadServed(const QByteArray& content);
+
 /// Saves and waits until the save has ended.
 void save(KW::UserConfigInterface& service);
 

@@ -8,10 +8,11 @@ trap 'rm -rf "$work"' EXIT
 tree=$work/tree
 bin=$tree/build/proof/bin
 lib=$tree/build/proof/lib
-mkdir -p "$tree"/{scripts,docs} "$bin" "$lib"
+mkdir -p "$tree"/{scripts,docs,tests/faults} "$bin" "$lib"
 cp "$root/prove" "$tree"
 printf '%s\n' '<!-- kills -->' 'old' '<!-- /kills -->' >"$tree/docs/reliability.md"
 printf '%s\n' 'packages=() test_packages=()' 'need() { :; }' 'build() { :; }' >"$tree/scripts/prepare.sh"
+echo 'print("Timed kills: 3 runs")' >"$tree/tests/faults/timedkills.py"
 touch "$bin"/{savedriver,indexuserctl} "$lib"/libindexuser{,_standalone}.so
 cat >"$bin/sweep" <<'END'
 #!/usr/bin/env bash
@@ -34,6 +35,7 @@ expect 'random 500 7 0,random 1000 7 500,random 1500 7 1000' 'all in pieces'
 grep -q '^Random kills: 1500 runs, 750 saves ended in between, 0 lost$' "$tree/docs/reliability.md" ||
     fail "the page: $(cat "$tree/docs/reliability.md")"
 
+grep -q '^Timed kills: 3 runs$' "$tree/docs/reliability.md" || fail "the page is without timed kills"
 grep -qF '| a\n|b |' "$tree/docs/reliability.md" || fail "the page loses a backslash"
 
 # Whatever was being written then.

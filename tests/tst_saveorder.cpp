@@ -8,16 +8,20 @@ class tst_saveorder : public QObject {
 
 private Q_SLOTS:
     void theDatedCopyIsOnTheDiskBeforeTheLiveFileGoes();
+    void theNameOfANewDirectoryIsOnTheDiskBeforeTheLiveFileGoes();
     void theLiveFileIsACopyOfTheDatedOne();
 
 private:
-    static QStringList saved(CScene& scene);
+    static QStringList saved(CScene& scene, bool first = false);
     static int indexOf(const QStringList& calls, const QString& pattern, int from = 0);
 };
 
-QStringList tst_saveorder::saved(CScene& scene)
+QStringList tst_saveorder::saved(CScene& scene, bool first)
 {
     scene.beforeSave();
+    if (first && !QFileInfo(scene.datedPath()).dir().removeRecursively()) {
+        qFatal("the directory of the copies stays");
+    }
     const Run run = scene.save({});
     if (run.bKilled || CScene::generationOf(scene.livePath()) != 2) {
         qFatal("the save failed: %s", qPrintable(run.strErr));
@@ -43,6 +47,17 @@ void tst_saveorder::theDatedCopyIsOnTheDiskBeforeTheLiveFileGoes()
     QVERIFY2(0 < nWritten && nWritten < nSynced && nSynced < nRenamed && nRenamed < nEntrySynced
                  && nEntrySynced < nRemoved,
              qPrintable(calls.join('\n')));
+}
+
+void tst_saveorder::theNameOfANewDirectoryIsOnTheDiskBeforeTheLiveFileGoes()
+{
+    CScene scene;
+    const QStringList calls = saved(scene, true);
+    const QString strUser = QFileInfo(scene.livePath()).path();
+    const int nMade = indexOf(calls, "mkdir " + strUser + "/Temp");
+    const int nSynced = indexOf(calls, "fsync " + strUser, nMade);
+    const int nRemoved = indexOf(calls, "unlink " + scene.livePath());
+    QVERIFY2(0 < nMade && nMade < nSynced && nSynced < nRemoved, qPrintable(calls.join('\n')));
 }
 
 void tst_saveorder::theLiveFileIsACopyOfTheDatedOne()

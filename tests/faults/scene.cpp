@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -49,7 +50,12 @@ QStringList statementsOf(const QByteArray& xml)
 
 } // namespace
 
+// In memory, where there is such a place: what a disk keeps is not looked at here, and syncs of a
+// disk take most of the time.
 CScene::CScene()
+    : m_directory((QFileInfo(QStringLiteral("/dev/shm")).isWritable() ? QStringLiteral("/dev/shm")
+                                                                      : QDir::tempPath())
+                  + QStringLiteral("/scene-XXXXXX"))
 {
     if (!m_directory.isValid() || !m_logs.isValid()) {
         qFatal("no temporary directory");
@@ -91,6 +97,32 @@ void CScene::beforeRecovery()
     write(datedPath(), generation(1));
 }
 
+void CScene::beforeRestore()
+{
+    clear();
+    write(livePath(), generation(1));
+    write(m_directory.filePath("Temp/indexUserConfig.xml_" + earlierDay().remove('-')),
+          generation(2));
+}
+
+// Its history is that of an edit, which is made once.
+void CScene::beforeUndo()
+{
+    static QMap<QString, QByteArray> s_files;
+    if (s_files.isEmpty()) {
+        clear();
+        write(livePath(), generation(2));
+        if (runTool({ "option", "set", "reportRefreshTime=1" }, {}).nStatus != 0) {
+            qFatal("no edit to undo");
+        }
+        s_files = files();
+    }
+    clear();
+    for (auto it = s_files.begin(); it != s_files.end(); ++it) {
+        write(m_directory.filePath(it.key()), *it);
+    }
+}
+
 Run CScene::save(const Fault& fault)
 {
     return run(QStringLiteral(SAVEDRIVER), { m_directory.path(), "2", "1" }, fault, "0");
@@ -98,14 +130,22 @@ Run CScene::save(const Fault& fault)
 
 Run CScene::edit(const Fault& fault)
 {
-    return run(QStringLiteral(TOOL),
-               { "--config-dir", m_directory.path(), "option", "set", "reportRefreshTime=2" },
-               fault, "1");
+    return runTool({ "option", "set", "reportRefreshTime=2" }, fault);
 }
 
 Run CScene::recover(const Fault& fault)
 {
-    return run(QStringLiteral(TOOL), { "--config-dir", m_directory.path(), "recover" }, fault, "1");
+    return runTool({ "recover" }, fault);
+}
+
+Run CScene::restore(const Fault& fault)
+{
+    return runTool({ "snapshot", "restore", earlierDay() }, fault);
+}
+
+Run CScene::undo(const Fault& fault)
+{
+    return runTool({ "undo" }, fault);
 }
 
 QStringList CScene::calls() const
@@ -164,6 +204,28 @@ Run CScene::run(const QString& program, const QStringList& arguments, const Faul
     return { process.exitStatus() == QProcess::CrashExit, process.exitCode(),
              QString::fromUtf8(process.readAllStandardOutput()),
              QString::fromUtf8(process.readAllStandardError()) };
+}
+
+Run CScene::runTool(const QStringList& words, const Fault& fault)
+{
+    return run(QStringLiteral(TOOL), QStringList { "--config-dir", m_directory.path() } + words,
+               fault, "1");
+}
+
+QString CScene::earlierDay() const
+{
+    return QDate::currentDate().addDays(-7).toString(Qt::ISODate);
+}
+
+QMap<QString, QByteArray> CScene::files() const
+{
+    QMap<QString, QByteArray> found;
+    QDirIterator all(m_directory.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        const QString strPath = all.next();
+        found.insert(QDir(m_directory.path()).relativeFilePath(strPath), contentOf(strPath));
+    }
+    return found;
 }
 
 void CScene::write(const QString& path, const QByteArray& content)

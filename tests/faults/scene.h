@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -35,12 +36,21 @@ public:
     /// The same, but the live file is damaged.
     void beforeRecovery();
 
+    /// Generation 1 is in the live file, generation 2 in a copy of an earlier day.
+    void beforeRestore();
+    /// The same, but generation 2 is what an edit found.
+    void beforeUndo();
+
     /// Saves generation 2 under \a fault.
     Run save(const Fault& fault);
     /// Makes generation 2 by the host's option set under \a fault.
     Run edit(const Fault& fault);
     /// Runs the host's recover under \a fault.
     Run recover(const Fault& fault);
+
+    /// Make generation 2 by the host's snapshot restore and undo under \a fault.
+    Run restore(const Fault& fault);
+    Run undo(const Fault& fault);
 
     static void write(const QString& path, const QByteArray& content);
 
@@ -60,6 +70,9 @@ public:
 private:
     Run run(const QString& program, const QStringList& arguments, const Fault& fault,
             const char* pszArmed);
+    Run runTool(const QStringList& words, const Fault& fault);
+    QString earlierDay() const;
+    QMap<QString, QByteArray> files() const;
     void clear();
 
     QTemporaryDir m_directory;

@@ -1,7 +1,8 @@
 // Breaks saves and recoveries call by call, or kills them, and looks at what is left.
 //
 //     sweep faults [--quick]              every call x every error, once and from there on
-//     sweep kills [--quick]               killed before and after every call
+//     sweep kills [--quick]               killed before and after every call; --only NAME: of these
+//                                         the save, the edit or another subject alone
 //     sweep random COUNT [SEED [DONE]]    killed at random in a loop of saves
 //     sweep order                         what a save does, in its order
 //
@@ -96,7 +97,8 @@ QString judgeSave(CScene& scene, const Run& run)
 
 QString judgeEdit(CScene& scene, const Run& run)
 {
-    return judgeDocuments(scene, run.strOut.contains("\nsaved "),
+    return judgeDocuments(scene,
+                          run.strOut.contains("\nsaved ") || run.strOut.contains("brought back "),
                           run.bKilled || (run.nStatus != 0 && !run.strErr.isEmpty()));
 }
 
@@ -180,6 +182,8 @@ QVector<Subject> subjects()
 {
     return { { "Save", &CScene::beforeSave, &CScene::save, judgeSave },
              { "Edit", &CScene::beforeSave, &CScene::edit, judgeEdit },
+             { "Restore", &CScene::beforeRestore, &CScene::restore, judgeEdit },
+             { "Undo", &CScene::beforeUndo, &CScene::undo, judgeEdit },
              { "Recovery", &CScene::beforeRecovery, &CScene::recover, judgeRecovery } };
 }
 
@@ -225,6 +229,15 @@ bool applies(const Error& error, const QString& call)
         || call.startsWith("sendfile ");
 }
 
+// A call of the quick form fails in one way, the next one in another; all that lies does.
+bool isInQuick(const Error& error, int call, bool on)
+{
+    const QStringList fails { "ENOSPC", "EIO", "EINTR" };
+    const bool bOnsTurn = call / fails.size() % 2 == 1;
+    return error.strAction != QLatin1String("fail")
+        || (fails[call % fails.size()] == error.strName && on == bOnsTurn);
+}
+
 int sweepFaults(const Subject& subject, bool quick)
 {
     const QStringList calls = callsOf(subject);
@@ -236,7 +249,7 @@ int sweepFaults(const Subject& subject, bool quick)
         for (int i = 0; i < calls.size(); ++i) {
             progress(subject.strName + ' ' + error.strName, i + 1, calls.size());
             for (const bool bOn : { false, true }) {
-                if (applies(error, calls[i])) {
+                if (applies(error, calls[i]) && (!quick || isInQuick(error, i, bOn))) {
                     hit(scene, subject, { i + 1, error.strAction, error.nErrno, bOn },
                         error.strName, calls[i], outcomes);
                 }
@@ -247,8 +260,18 @@ int sweepFaults(const Subject& subject, bool quick)
     return outcomes.lost();
 }
 
-int sweepKills(const Subject& subject)
+// What a killed process leaves stands in nobody's way.
+QString judgeNextEdit(CScene& scene, const QString& outcome)
 {
+    return scene.edit({}).nStatus == 0 ? outcome : QStringLiteral("NO EDIT ANY MORE");
+}
+
+int sweepKills(Subject subject, bool quick)
+{
+    const Judge judge = subject.judge;
+    subject.judge = [judge](CScene& scene, const Run& run) {
+        return judgeNextEdit(scene, judge(scene, run));
+    };
     const QStringList calls = callsOf(subject);
     const QMap<QString, QString> actions { { "kill", "killed before" },
                                            { "killafter", "killed after" } };
@@ -257,6 +280,10 @@ int sweepKills(const Subject& subject)
     for (int i = 0; i < calls.size(); ++i) {
         progress(subject.strName, i + 1, calls.size());
         for (auto it = actions.begin(); it != actions.end(); ++it) {
+            // Behind a call is before the next one.
+            if (quick && it.key() == QLatin1String("killafter")) {
+                continue;
+            }
             hit(scene, subject, { i + 1, it.key(), 0, false }, *it, calls[i], outcomes);
         }
     }
@@ -342,9 +369,13 @@ int run(const QStringList& words)
     if (strWhat == QLatin1String("order")) {
         return printOrder();
     }
+    const int nOnly = words.indexOf("--only");
     for (const Subject& subject : subjects()) {
+        if (nOnly >= 0 && words.value(nOnly + 1) != subject.strName) {
+            continue;
+        }
         nLost += strWhat == QLatin1String("faults") ? sweepFaults(subject, bQuick)
-                                                    : sweepKills(subject);
+                                                    : sweepKills(subject, bQuick);
     }
     return nLost;
 }

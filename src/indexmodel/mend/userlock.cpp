@@ -2,15 +2,51 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QThread>
+
+#include <algorithm>
 
 namespace mend {
 
 namespace {
 
-// QLockFile doubles its pauses up to five seconds; an edit takes a few hundredths.
-constexpr int c_nPauseMs = 10;
+// QLockFile doubles its pauses up to five seconds; an edit takes a few hundredths. Who has waited
+// long looks more often, so that newcomers do not go first for ever.
+unsigned long pauseMs(qint64 waitedMs)
+{
+    constexpr qint64 c_nLongest = 10;
+    constexpr qint64 c_nStep = 250;
+    return static_cast<unsigned long>(std::max<qint64>(1, c_nLongest - waitedMs / c_nStep));
+}
+
+// A lock names its holder as soon as it is there: process, program and host, a line each, and then
+// the machine. One that still does not was cut off.
+bool isCutOff(const QString& path)
+{
+    constexpr qint64 c_nMostBytes = 4096;
+    constexpr qint64 c_nSecondsToName = 2;
+    const QDateTime time = QFileInfo(path).lastModified();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)
+        || time.secsTo(QDateTime::currentDateTime()) < c_nSecondsToName) {
+        return false;
+    }
+    const QByteArray content = file.read(c_nMostBytes);
+    return !content.endsWith('\n') || content.count('\n') < 3;
+}
+
+// QLockFile takes over what names a process that has died, under a second lock so that nobody
+// removes the lock of whoever was faster. What does not say who holds it, it leaves for ever. It
+// removes none that the system knows to be held.
+void removeCutOff(const QString& path, QLockFile& lock)
+{
+    QLockFile remover(path + QStringLiteral(".rmlock"));
+    if (isCutOff(path) && remover.tryLock(0) && isCutOff(path)) {
+        lock.removeStaleLockFile();
+    }
+}
 
 } // namespace
 
@@ -26,7 +62,11 @@ LockState CUserLock::take(int waitMs)
 {
     QElapsedTimer timer;
     timer.start();
-    while (!m_file.tryLock(0)) {
+    for (;;) {
+        removeCutOff(m_strPath, m_file);
+        if (m_file.tryLock(0)) {
+            return LockState::Taken;
+        }
         if (m_file.error() != QLockFile::LockFailedError) {
             return LockState::Refused;
         }
@@ -36,9 +76,8 @@ LockState CUserLock::take(int waitMs)
         if (timer.hasExpired(waitMs)) {
             return LockState::Busy;
         }
-        QThread::msleep(c_nPauseMs);
+        QThread::msleep(pauseMs(timer.elapsed()));
     }
-    return LockState::Taken;
 }
 
 } // namespace mend

@@ -147,10 +147,18 @@ private:
     bool m_bOurs = m_file.isOpen();
 };
 
-bool syncDirectoryOf(const QByteArray& path)
+bool syncDirectory(const QByteArray& path)
 {
-    CDescriptor directory(openFile(directoryOf(path), O_RDONLY | O_DIRECTORY));
+    CDescriptor directory(openFile(path, O_RDONLY | O_DIRECTORY));
     return directory.sync() && directory.close();
+}
+
+// A file that was not there before may be the first of a directory that was made for it, whose own
+// name is as volatile as the file's.
+bool syncNames(const QByteArray& path, bool isNew)
+{
+    const QByteArray directory = directoryOf(path);
+    return syncDirectory(directory) && (!isNew || syncDirectory(directory + ".."));
 }
 
 // Asked before anything is cleaned up, which has errors of its own.
@@ -168,9 +176,10 @@ WriteFailure tryReplaceFile(const QByteArray& path, const std::string& content, 
         return { QFileInfo(QFile::decodeName(path)).path(), reason() };
     }
     const bool bRead = sync == Sync::Disk;
+    const bool bNew = bRead && ::access(path.constData(), F_OK) != 0;
     const bool bReplaced = replacement.write(content) && replacement.finish(sync)
         && (!bRead || replacement.holds(content)) && replacement.takePlaceOf(path)
-        && (!bRead || syncDirectoryOf(path));
+        && (!bRead || syncNames(path, bNew));
     return bReplaced ? WriteFailure() : WriteFailure { QFile::decodeName(path), reason() };
 }
 
