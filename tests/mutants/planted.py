@@ -51,7 +51,7 @@ def command_of(proof, build):
     name, subject = proof
     if name == "crash":
         return ["python3", f"{folder}/crash.py", f"{bin_of}indexuserctl", f"{bin_of}savedriver",
-                "--only", subject]
+                "--only", subject, "--most", "100"]
     if name == "processes":
         return ["python3", f"{folder}/processes.py", f"{bin_of}indexuserctl", "--edits", "20",
                 "--writers", subject]
