@@ -17,6 +17,13 @@ while read -r folder told; do
     arrows=$(sed -nE 's/.*-> *//p' <<<"$told" | tr -d ' ' | tr ',' '\n' | sort)
     includes=$(grep -rhoE "#include [<\"]($rooms)/" "src/$folder" | sed -E 's:.*[<"](.*)/:\1:' |
         sort -u | grep -vx "${folder#indexmodel/}" || true)
+    # Down is further down in the drawing.
+    below=$(sed "0,/^${folder//\//\\/} /d" <<<"$drawing" | sed -n 's:^indexmodel/\([a-z]*\) .*:\1:p')
+    up=$(grep -vxF "$below" <<<"$arrows" | grep . || true)
+    [ -z "$up" ] || { echo "src/$folder: arrows that do not point down: $up"; status=1; }
+    other=$(grep -rnE "#include [<\"]($rooms)/.*_p\.h" "src/$folder" |
+        grep -vE "#include [<\"]${folder#indexmodel/}/" || true)
+    [ -z "$other" ] || { echo "internals of another room: $other"; status=1; }
     diff <(echo "$arrows") <(echo "$includes") || {
         echo "src/$folder: docs/design.md draws other arrows (left) than it includes (right)"
         status=1

@@ -52,8 +52,8 @@ void tst_brokenrecovery::aRestoreThatCannotKeepTheFileChangesNothing()
     writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", c_szUser);
     writeLive("<ICUserConfigFile>of now</ICUserConfigFile>");
     recording::answers().writes = { false };
-    const mend::Recovery recovery
-        = mend::restore(userDir(), { c_szUser }, mend::RunMode::Do, { "restore" });
+    mend::CTransaction transaction(userDir(), { "restore" });
+    const mend::Recovery recovery = mend::restore(transaction, { c_szUser }, mend::RunMode::Do);
     QCOMPARE(recovery.result, RecoveryResult::Failed);
     QCOMPARE(recovery.write, mend::WriteFailure::NoHistory);
     QCOMPARE(readFile(livePath()), QByteArray("<ICUserConfigFile>of now</ICUserConfigFile>"));

@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTextCodec>
 
 // The host and the states of before: history, undo, redo, and all that recover knows.
 class tst_hosthistory : public CLibraryTest {
@@ -31,6 +32,15 @@ private Q_SLOTS:
     void aNewerCopyIsToldAndTaken();
     void whatIsWholeInACutFileIsSalvaged();
     void withoutCopyTheRestIsLostAndTold();
+    void whereNothingIsWholeNothingIsSalvaged_data();
+    void whereNothingIsWholeNothingIsSalvaged();
+    void theHistoryIsTakenWhereNothingElseIsWhole();
+    void aHistoryThatCannotBeReadIsNotWrittenOver_data();
+    void aHistoryThatCannotBeReadIsNotWrittenOver();
+    void oneWayBackIsAskedForAtATime();
+    void aDamagedFileIsOlderThanAnyCopy();
+    void whatTheWriterBreaksIsNoFailure();
+    void whatNobodyReadsIsShownAsLost();
 
 private:
     Outcome tool(const QStringList& arguments) const;
@@ -331,6 +341,103 @@ void tst_hosthistory::withoutCopyTheRestIsLostAndTold()
     }
     QCOMPARE(stocks, (QStringList { "file 1 ", "lost 1 1" }));
     QCOMPARE(tool({ "show" }).nStatus, 0);
+}
+
+void tst_hosthistory::whereNothingIsWholeNothingIsSalvaged_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    const QString strText = QString::fromUtf8(readFile(SAMPLE_USER "/indexUserConfig.xml"));
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("garbage") << QByteArray(5000, '\xff');
+    QTest::newRow("another document") << QByteArray("<html><body/></html>");
+    for (const char* pszName : { "UTF-16LE", "UTF-16BE", "GBK", "GB18030" }) {
+        QTest::newRow(pszName) << QTextCodec::codecForName(pszName)->fromUnicode(strText);
+    }
+}
+
+void tst_hosthistory::whereNothingIsWholeNothingIsSalvaged()
+{
+    QFETCH(QByteArray, content);
+    writeLive(content);
+    const Outcome outcome = tool({ "recover", "--salvage" });
+    QCOMPARE(outcome.nStatus, 4);
+    QCOMPARE(live(), content);
+}
+
+void tst_hosthistory::theHistoryIsTakenWhereNothingElseIsWhole()
+{
+    edit();
+    const QByteArray before = live();
+    edit({ "option", "set", "tickRestoreDay=9" });
+    QVERIFY(QDir(userDir() + "/Temp").removeRecursively());
+    QVERIFY(QDir(userDir() + "/Settings").removeRecursively());
+    writeLive("<torn");
+    QCOMPARE(tool({ "recover" }).nStatus, 6);
+    QCOMPARE(live(), before);
+}
+
+void tst_hosthistory::aHistoryThatCannotBeReadIsNotWrittenOver_data()
+{
+    QTest::addColumn<QByteArray>("more");
+    QTest::newRow("a torn line") << QByteArray("{\"number\":2,\"ti");
+    QTest::newRow("garbage") << QByteArray("\xff\xfe\n");
+}
+
+void tst_hosthistory::aHistoryThatCannotBeReadIsNotWrittenOver()
+{
+    QFETCH(QByteArray, more);
+    edit();
+    const QByteArray before = live();
+    const QString strLog = userDir() + "/History/log.jsonl";
+    const QByteArray log = readFile(strLog) + more;
+    writeFile(strLog, log);
+    QCOMPARE(tool({ "option", "set", "tickRestoreDay=9" }).nStatus, 3);
+    QCOMPARE(tool({ "history", "prune", "--keep", "0d" }).nStatus, 3);
+    const Outcome outcome = tool({ "history", "list" });
+    QCOMPARE(outcome.nStatus, 3);
+    QVERIFY(outcome.strErr.contains(strLog));
+    QCOMPARE(live(), before);
+    QCOMPARE(readFile(strLog), log);
+}
+
+void tst_hosthistory::oneWayBackIsAskedForAtATime()
+{
+    QCOMPARE(tool({ "recover", "--newest", "--salvage" }).nStatus, 2);
+    QCOMPARE(tool({ "recover", "--list", "--from", "mirror" }).nStatus, 2);
+}
+
+void tst_hosthistory::aDamagedFileIsOlderThanAnyCopy()
+{
+    edit();
+    const QByteArray after = live();
+    writeLive(after.left(5000));
+    edit({ "recover", "--newest" });
+    QCOMPARE(live(), after);
+}
+
+// Behind an instruction the writer breaks the line, which is read as a part of the text.
+void tst_hosthistory::whatTheWriterBreaksIsNoFailure()
+{
+    QByteArray odd = live();
+    const int nAt = odd.indexOf("<drawGraph");
+    odd.replace(nAt, odd.indexOf("</drawGraph>") - nAt, "<drawGraph><a><?pi x?>text</a>");
+    writeLive(odd);
+    const Outcome outcome = tool({ "option", "set", "tickRestoreDay=7" });
+    QVERIFY2(outcome.nStatus == 0, qPrintable(outcome.strErr));
+    QVERIFY2(outcome.strOut.contains("drawGraph"), qPrintable(outcome.strOut));
+    edit({ "undo" });
+    QCOMPARE(live(), odd);
+}
+
+void tst_hosthistory::whatNobodyReadsIsShownAsLost()
+{
+    QByteArray odd = live();
+    odd.replace("<CustomIndex/>", "<CustomIndex a=\"1\"><x/></CustomIndex>");
+    QVERIFY(odd != live());
+    writeLive(odd);
+    const Outcome outcome = tool({ "option", "set", "tickRestoreDay=7", "--dry-run" });
+    QVERIFY2(outcome.strOut.contains(QRegularExpression("sections +CustomIndex\\S* ")),
+             qPrintable(outcome.strOut));
 }
 
 QTEST_GUILESS_MAIN(tst_hosthistory)

@@ -7,6 +7,7 @@
 
 #include <thread>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void aWriterDoesNotWaitForEver();
     void aForcedEditWarns();
     void theLockOfTheDeadIsTakenOver();
+    void whatIsNoFileIsNobodysLock();
     void aWaitThatIsNoneIsRefused_data();
     void aWaitThatIsNoneIsRefused();
 
@@ -140,6 +142,17 @@ void tst_hostlock::theLockOfTheDeadIsTakenOver()
     QCOMPARE(nStatus, 0);
     QVERIFY(QFile::exists(userDir() + "/indexUserConfig.lock"));
     QCOMPARE(tool({ "option", "set", "tickRestoreDay=7", "--wait", "0" }).nStatus, 0);
+}
+
+// A named pipe would hold up whoever opens it.
+void tst_hostlock::whatIsNoFileIsNobodysLock()
+{
+    const QString strLock = userDir() + "/indexUserConfig.lock";
+    QCOMPARE(::mkfifo(QFile::encodeName(strLock).constData(), 0600), 0);
+    QCOMPARE(tool({ "option", "set", "tickRestoreDay=7" }).nStatus, 3);
+    QVERIFY(QFile::remove(strLock));
+    QVERIFY(QDir().mkdir(strLock));
+    QCOMPARE(tool({ "option", "set", "tickRestoreDay=7" }).nStatus, 3);
 }
 
 void tst_hostlock::aWaitThatIsNoneIsRefused_data()

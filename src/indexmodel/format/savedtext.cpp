@@ -53,12 +53,14 @@ bool isKept(int)
     return true;
 }
 
-// White space alone is how a file is indented.
+// White space alone is how a file is indented; behind an instruction the writer breaks the line,
+// and what follows is read with that.
 bool isKept(const ElementTree& tree)
 {
     const bool bIndent
         = tree.strName == QLatin1String("#text") && tree.strValue.trimmed().isEmpty();
-    return !bIndent && !lookedFor().contains(tree.strName) && isKept(tree.strValue)
+    const bool bInstruction = tree.strName.startsWith(QLatin1Char('?'));
+    return !bIndent && !bInstruction && !lookedFor().contains(tree.strName) && isKept(tree.strValue)
         && std::all_of(tree.attributes.begin(), tree.attributes.end(),
                        [](const auto& each) { return isKept(each.second); })
         && std::all_of(tree.children.begin(), tree.children.end(),

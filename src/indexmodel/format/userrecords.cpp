@@ -16,7 +16,8 @@ namespace {
 bool isOthers(const QString& name)
 {
     const Section* const pSection = findSection(name);
-    return pSection == nullptr || pSection->owner == SectionOwner::Managers;
+    return pSection == nullptr || pSection->owner == SectionOwner::Managers
+        || (pSection->owner == SectionOwner::Nobody && pSection->write == nullptr);
 }
 
 // Managers read the first section of their name.
@@ -25,7 +26,9 @@ QVector<ElementTree> savedSections(const QVector<ElementTree>& sections)
     QVector<ElementTree> saved;
     QSet<QString> seen;
     for (const ElementTree& section : sections) {
-        if (findSection(section.strName) != nullptr && !seen.contains(section.strName)) {
+        const Section* const pSection = findSection(section.strName);
+        if (pSection != nullptr && pSection->owner == SectionOwner::Managers
+            && !seen.contains(section.strName)) {
             saved.append(section);
             seen.insert(section.strName);
         }

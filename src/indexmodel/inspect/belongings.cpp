@@ -43,7 +43,8 @@ bool isOwnName(const QString& name)
 {
     const QString strName = name.toLower();
     return strName.startsWith(QLatin1String("indexuserconfig.xml"))
-        || QStringList { "sectors.json", "temp", "settings", "history" }.contains(strName);
+        || QStringList { "sectors.json", "temp", "settings", "history", "indexuserconfig.lock" }
+               .contains(strName);
 }
 
 QStringList filesOf(const QString& configDir)

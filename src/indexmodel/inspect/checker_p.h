@@ -1,7 +1,7 @@
 #pragma once
 
 #include "inspect/check.h"
-#include "inspect/fileformat_p.h"
+#include "inspect/fileformat.h"
 
 #include <QDomDocument>
 #include <QMap>

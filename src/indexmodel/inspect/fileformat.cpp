@@ -1,4 +1,4 @@
-#include "inspect/fileformat_p.h"
+#include "inspect/fileformat.h"
 
 #include "inspect/optionvalues.h"
 

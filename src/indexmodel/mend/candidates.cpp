@@ -76,7 +76,7 @@ QVector<Candidate> candidates(const QString& configDir)
 std::optional<Candidate> newestWhole(const QVector<Candidate>& all)
 {
     const auto it = std::find_if(all.begin(), all.end(), [](const Candidate& candidate) {
-        return (candidate.kind == CandidateKind::Copy || candidate.kind == CandidateKind::Mirror)
+        return candidate.kind != CandidateKind::SetAside
             && inspect::readUserFile(candidate.strPath).state == inspect::FileState::Whole;
     });
     return it == all.end() ? std::nullopt : std::make_optional(*it);

@@ -30,7 +30,7 @@ struct Candidate {
 QVector<Candidate> candidates(const QString& configDir);
 
 /// The newest dated copy that is whole; the mirror, which no date tells from a copy, only where
-/// none is. None without either.
+/// none is; then the newest state of the history. None without any.
 std::optional<Candidate> newestWhole(const QVector<Candidate>& all);
 
 /// The newest dated copy, if it is whole, younger than the live file and not the same: a power cut

@@ -90,6 +90,9 @@ bool saveEdit(CTransaction& transaction, KW::UserConfigInterface& service, Edit&
         edit.difference
             = differences.isEmpty() ? std::nullopt : std::make_optional(differences.first());
         edit.strKept = transaction.keepFound();
+        if (!edit.strKept.isEmpty()) {
+            transaction.finish(); // so that it can be undone
+        }
         return false;
     }
     edit.receipt = transaction.finish();

@@ -121,22 +121,39 @@ CHistory::CHistory(const QString& configDir)
 {
 }
 
-QVector<HistoryEntry> CHistory::entries() const
+std::optional<QVector<HistoryEntry>> CHistory::read() const
 {
+    const inspect::FileBytes file = inspect::readBytes(m_strDirectory + "/log.jsonl");
+    if (file.state != inspect::FileState::Whole) {
+        return file.state == inspect::FileState::Missing
+            ? std::make_optional(QVector<HistoryEntry>())
+            : std::nullopt;
+    }
     QVector<HistoryEntry> entries;
-    const auto lines = inspect::readBytes(m_strDirectory + "/log.jsonl").bytes.split('\n');
+    const auto lines = file.bytes.split('\n');
     for (const QByteArray& line : lines) {
         const QJsonObject object = QJsonDocument::fromJson(line).object();
         if (!object.isEmpty()) {
             entries.append(entryOf(object));
+        } else if (!line.isEmpty()) {
+            return std::nullopt;
         }
     }
     return entries;
 }
 
+QVector<HistoryEntry> CHistory::entries() const
+{
+    return read().value_or(QVector<HistoryEntry>());
+}
+
 bool CHistory::begin(HistoryEntry& entry, const std::optional<QByteArray>& before)
 {
-    QVector<HistoryEntry> all = entries();
+    const std::optional<QVector<HistoryEntry>> known = read();
+    if (!known) {
+        return false;
+    }
+    QVector<HistoryEntry> all = *known;
     entry.nNumber = all.isEmpty() ? 1 : all.last().nNumber + 1;
     entry.before = before ? digestOf(*before) : QByteArray();
     if (!makeDurableDirectory(m_strDirectory)
@@ -154,7 +171,7 @@ bool CHistory::begin(HistoryEntry& entry, const std::optional<QByteArray>& befor
 
 bool CHistory::end(int number, const QByteArray& after)
 {
-    QVector<HistoryEntry> all = entries();
+    QVector<HistoryEntry> all = read().value_or(QVector<HistoryEntry>());
     const auto it = std::find_if(
         all.begin(), all.end(), [&](const HistoryEntry& entry) { return entry.nNumber == number; });
     if (it == all.end()) {
@@ -174,7 +191,11 @@ std::optional<QByteArray> CHistory::state(const QByteArray& digest) const
 
 std::optional<int> CHistory::prune(const QDateTime& time)
 {
-    const QVector<HistoryEntry> all = entries();
+    const std::optional<QVector<HistoryEntry>> known = read();
+    if (!known) {
+        return std::nullopt;
+    }
+    const QVector<HistoryEntry>& all = *known;
     QVector<HistoryEntry> kept;
     std::copy_if(all.begin(), all.end(), std::back_inserter(kept),
                  [&](const HistoryEntry& entry) { return entry.time >= time; });

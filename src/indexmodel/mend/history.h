@@ -34,8 +34,9 @@ class CHistory {
 public:
     explicit CHistory(const QString& configDir);
 
-    /// All edits, the oldest first; none where there is no history.
+    /// All edits, the oldest first; none where there is no history, nor where it cannot be read.
     QVector<HistoryEntry> entries() const;
+    bool isReadable() const { return read().has_value(); }
 
     /// Keeps the state that \a entry found, numbers \a entry and writes it down; the oldest edits
     /// go when there are too many. False, and nothing is written down, where the system refuses.
@@ -57,6 +58,7 @@ public:
     qint64 bytes() const;
 
 private:
+    std::optional<QVector<HistoryEntry>> read() const;
     bool write(const QVector<HistoryEntry>& entries) const;
     bool removeUnused(const QVector<HistoryEntry>& entries) const;
 

@@ -2,7 +2,7 @@
 
 #include "mend/marks_p.h"
 
-#include <inspect/fileformat_p.h>
+#include <inspect/fileformat.h>
 
 #include <format/userdocument.h>
 

@@ -60,7 +60,7 @@ bool isLoss(const Candidate& source, const QVector<Candidate>& all, FileState li
 {
     const bool bNewest = source.strPath == all.first().strPath;
     // A save stores the mirror first.
-    return (!bNewest && source.kind == CandidateKind::Copy)
+    return (!bNewest && source.kind == CandidateKind::Copy) || source.kind == CandidateKind::History
         || (live == FileState::Damaged && isYounger(path, source));
 }
 
@@ -145,28 +145,29 @@ Recovery recover(const QString& configDir, RunMode mode, const WriteWish& wish)
         return recovery;
     }
     // Somebody else may have been at it.
-    recovery = planned(configDir, inspect::userFileOf(transaction.read()));
-    return isReady(recovery) ? carriedOut(recovery, transaction, inspect::livePath(configDir))
+    return recover(transaction);
+}
+
+Recovery recover(CTransaction& transaction)
+{
+    const QString& strDir = transaction.configDir();
+    const Recovery recovery = planned(strDir, inspect::userFileOf(transaction.read()));
+    return isReady(recovery) ? carriedOut(recovery, transaction, inspect::livePath(strDir))
                              : recovery;
 }
 
-Recovery restore(const QString& configDir, const Restoration& restoration, RunMode mode,
-                 const WriteWish& wish)
+Recovery restore(CTransaction& transaction, const Restoration& restoration, RunMode mode)
 {
-    CTransaction transaction(configDir, wish);
-    Recovery recovery;
-    if (mode == RunMode::Do && !mayWrite(transaction, wish, recovery)) {
-        return recovery;
-    }
-    recovery = planned(restoration, transaction.read());
+    Recovery recovery = planned(restoration, transaction.read());
     if (mode == RunMode::DryRun || !isReady(recovery)) {
         return recovery;
     }
     WriteFailure write = transaction.keep(restoration.action, restoration.nOf);
     write = write == WriteFailure::None ? transaction.replace(restoration.bytes) : write;
     if (write != WriteFailure::None) {
-        return failed(recovery, write,
-                      { FileCause::NotWritten, inspect::livePath(configDir), {}, {} });
+        return failed(
+            recovery, write,
+            { FileCause::NotWritten, inspect::livePath(transaction.configDir()), {}, {} });
     }
     recovery.receipt = transaction.finish();
     return recovery;

@@ -37,6 +37,9 @@ enum class RunMode { Do, DryRun };
 Recovery recover(const QString& configDir, RunMode mode,
                  const WriteWish& wish = { QStringLiteral("recover") });
 
+/// The same under the lock that \a transaction holds.
+Recovery recover(CTransaction& transaction);
+
 /// A state to bring back, and how it is written down.
 struct Restoration {
     QByteArray bytes;
@@ -46,10 +49,10 @@ struct Restoration {
     bool bDamaged = false; ///< whether bytes that are no whole user file are put there, too
 };
 
-/// Puts \a restoration in the place of the live file, whose state goes into the history. At every
-/// moment there is a live file. Results are NothingToDo when both are the same, NoSnapshot for
-/// bytes that are no whole user file, Recovered and Failed.
-Recovery restore(const QString& configDir, const Restoration& restoration, RunMode mode,
-                 const WriteWish& wish);
+/// Under the lock that \a transaction holds, which a dry run does not need, puts \a restoration in
+/// the place of the live file, whose state goes into the history. At every moment there is a live
+/// file. Results are NothingToDo when both are the same, NoSnapshot for bytes that are no whole
+/// user file, Recovered and Failed.
+Recovery restore(CTransaction& transaction, const Restoration& restoration, RunMode mode);
 
 } // namespace mend

@@ -102,20 +102,12 @@ bool isConvertible(const inspect::FileError& error)
     return error.cause == FileCause::NotUtf8 && !error.strDetail.isEmpty();
 }
 
-Reencoding reencode(const QString& configDir, inspect::TextEncoding encoding, RunMode mode,
-                    const WriteWish& wish)
+Reencoding reencode(CTransaction& transaction, inspect::TextEncoding encoding, RunMode mode)
 {
-    CTransaction transaction(configDir, wish);
-    const WriteFailure locked = mode == RunMode::Do ? transaction.lock() : WriteFailure::None;
-    if (locked != WriteFailure::None && !(locked == WriteFailure::Busy && wish.bForced)) {
-        Reencoding busy = notWritten(locked, {});
-        busy.holder = transaction.holder();
-        return busy;
-    }
     QString strText;
     const Reencoding reencoding = planned(transaction.read(), encoding, strText);
     return mode == RunMode::Do && reencoding.result == ReencodeResult::Converted
-        ? carriedOut(reencoding, transaction, inspect::livePath(configDir), strText)
+        ? carriedOut(reencoding, transaction, inspect::livePath(transaction.configDir()), strText)
         : reencoding;
 }
 

@@ -24,16 +24,15 @@ struct Reencoding {
     QDomDocument after; ///< what the file holds, or would hold
     QString strSetAside; ///< where the bytes as they were are kept, or would be
     WriteFailure write = WriteFailure::None;
-    LockHolder holder; ///< who is busy
     Receipt receipt;
 };
 
 /// Writes the user's file, which is in \a encoding, in UTF-8, and names that in its declaration.
 /// The bytes as they were are kept beside it under a name with the time, and only then are they
-/// replaced: at every moment there is a live file. Not while a save runs.
+/// replaced: at every moment there is a live file. Under the lock that \a transaction holds, which
+/// a dry run does not need.
 ///
-///     mend::reencode(dir, inspect::TextEncoding::Gbk, mend::RunMode::DryRun, wish);
-Reencoding reencode(const QString& configDir, inspect::TextEncoding encoding, RunMode mode,
-                    const WriteWish& wish);
+///     mend::reencode(transaction, inspect::TextEncoding::Gbk, mend::RunMode::DryRun);
+Reencoding reencode(CTransaction& transaction, inspect::TextEncoding encoding, RunMode mode);
 
 } // namespace mend

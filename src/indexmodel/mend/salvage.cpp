@@ -3,7 +3,7 @@
 #include "mend/holders_p.h"
 #include "mend/salvagedoptions_p.h"
 
-#include <inspect/fileformat_p.h>
+#include <inspect/fileformat.h>
 
 #include <format/sections.h>
 #include <format/xmlelements.h>

@@ -69,7 +69,12 @@ WriteFailure CTransaction::keep(HistoryAction action, int of)
     const bool bRead = m_read.state == inspect::FileState::Whole;
     const bool bKept
         = m_history.begin(m_entry, bRead ? std::make_optional(m_read.bytes) : std::nullopt);
-    return bKept ? WriteFailure::None : WriteFailure::NoHistory;
+    if (!bKept) {
+        return WriteFailure::NoHistory;
+    }
+    // Keeping takes its time.
+    return isSame(inspect::readSavedBytes(m_strLive), m_read) ? WriteFailure::None
+                                                              : WriteFailure::Changed;
 }
 
 QString CTransaction::keepFound()

@@ -60,6 +60,11 @@ CUserLock::CUserLock(const QString& configDir)
 
 LockState CUserLock::take(int waitMs)
 {
+    // What is no file is nobody's lock; opening a named pipe would wait for its other end.
+    const QFileInfo there(m_strPath);
+    if ((there.exists() && !there.isFile()) || there.isSymLink()) {
+        return LockState::Refused;
+    }
     QElapsedTimer timer;
     timer.start();
     for (;;) {

@@ -30,8 +30,9 @@ bool isReplacement(const QString& name)
 
 QStringList foldersOf(const QString& configDir)
 {
-    return { configDir, QDir(configDir).filePath(QStringLiteral("Temp")),
-             QDir(configDir).filePath(QStringLiteral("Settings")) };
+    const QDir user(configDir);
+    return { configDir, user.filePath(QStringLiteral("Temp")),
+             user.filePath(QStringLiteral("Settings")), user.filePath(QStringLiteral("History")) };
 }
 
 QVector<Entry> oldReplacements(const QString& directory)

@@ -24,6 +24,16 @@ QVector<Table> changes(const Request& request, const mend::Restoration& restorat
     return { diffTable(request, differences, "the file", "what comes back") };
 }
 
+// Of a file that was not whole, or not there, an undo has to be asked twice, or cannot be.
+QString wayBack(const mend::Restoration& restoration, const mend::Recovery& recovery)
+{
+    if (recovery.before == inspect::FileState::Missing) {
+        return {};
+    }
+    const QString strCommand = restoration.action == mend::HistoryAction::Undo ? "redo" : "undo";
+    return recovery.before == inspect::FileState::Whole ? strCommand : strCommand + " --force";
+}
+
 } // namespace
 
 void requireNoFailure(const Request& request, const mend::Recovery& recovery)
@@ -46,15 +56,19 @@ void requireNoFailure(const Request& request, const mend::Recovery& recovery)
 ExitStatus bringBack(const Request& request, const mend::Restoration& restoration,
                      const QString& what, const QVector<Table>& before)
 {
+    requireOwner(request);
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    requireLock(request, transaction);
+    // What the file is besides its content is looked at and given back under the lock.
     const CUserGuard guard(request);
     guard.requireReplaceable();
     const QVector<Table> tables = before + changes(request, restoration);
-    const mend::Recovery recovery
-        = mend::restore(request.strConfigDir, restoration, request.mode, wishOf(request));
+    const mend::Recovery recovery = mend::restore(transaction, restoration, request.mode);
     requireNoFailure(request, recovery);
     if (recovery.result == mend::RecoveryResult::NoSnapshot) {
         throw CFailure(ExitStatus::Damaged,
-                       QStringLiteral("what would come back is no whole user file"));
+                       QStringLiteral("what would come back is no whole user file; undo and redo "
+                                      "bring it back with --force"));
     }
     const bool bWritten = recovery.receipt.nEdit > 0;
     if (bWritten) {
@@ -69,8 +83,7 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
     print(tables, request.format);
     printLine();
     if (bWritten) {
-        printReceipt("brought back " + what, recovery.receipt,
-                     restoration.action == mend::HistoryAction::Undo ? "redo" : "undo");
+        printReceipt("brought back " + what, recovery.receipt, wayBack(restoration, recovery));
     } else {
         printLine(recovery.result == mend::RecoveryResult::NothingToDo
                       ? "the file is the same already"

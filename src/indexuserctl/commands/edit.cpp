@@ -68,9 +68,19 @@ mend::Changer changerOf(const Request& request, const Change& change)
              change };
 }
 
-void save(const Request& request, mend::CTransaction& transaction, mend::Edit& edit)
+// Whatever became of the save, a file that is there is again what it was besides its content.
+void save(const Request& request, mend::CTransaction& transaction, const CUserGuard& guard,
+          mend::Edit& edit)
 {
-    mend::saveEdit(transaction, *KW::UserConfigFactory::getIndexUserConfig(), edit);
+    if (mend::saveEdit(transaction, *KW::UserConfigFactory::getIndexUserConfig(), edit)) {
+        guard.giveBack();
+        return;
+    }
+    try {
+        guard.giveBack();
+    } catch (const CFailure&) {
+        // The save that failed is what has to be told.
+    }
     requireNoFailure(request, edit);
 }
 
@@ -78,9 +88,10 @@ void save(const Request& request, mend::CTransaction& transaction, mend::Edit& e
 
 ExitStatus edit(const Request& request, const Change& change)
 {
-    const CUserGuard guard(request);
+    requireOwner(request);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     const bool bLocked = request.isDryRun() || takeLock(request, transaction);
+    const CUserGuard guard(request);
     mend::Edit edit = mend::prepareEdit(transaction, changerOf(request, change));
     requireNoFailure(request, edit);
     guard.requireReplaceable();
@@ -96,8 +107,7 @@ ExitStatus edit(const Request& request, const Change& change)
                        writeFailureText(request, mend::WriteFailure::NoLock));
     }
     if (bSave) {
-        save(request, transaction, edit);
-        guard.giveBack();
+        save(request, transaction, guard, edit);
         tables.append(receiptTable(request, edit.receipt));
     }
     if (!bText) {

@@ -16,7 +16,12 @@ using mend::HistoryEntry;
 
 QVector<HistoryEntry> entriesOf(const Request& request)
 {
-    return mend::CHistory(request.strConfigDir).entries();
+    const mend::CHistory history(request.strConfigDir);
+    if (!history.isReadable()) {
+        throw CFailure(ExitStatus::InputOutput,
+                       request.strConfigDir + "/History/log.jsonl cannot be read or is damaged");
+    }
+    return history.entries();
 }
 
 HistoryEntry entryOf(const Request& request, const QString& word)
@@ -155,12 +160,14 @@ ExitStatus pruneHistory(const Request& request)
     const QDateTime time = timeBefore(request.strKeep);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     mend::CHistory history(request.strConfigDir);
-    const auto all = history.entries();
+    const auto all = entriesOf(request);
     const qint64 nOld = std::count_if(all.begin(), all.end(),
                                       [&](const HistoryEntry& entry) { return entry.time < time; });
     Table table { "pruned", {}, { "edits", "bytes" } };
     if (request.isDryRun()) {
-        printLine(QStringLiteral("would forget up to %1 of %2 edits").arg(nOld).arg(all.size()));
+        table.strTitle = QStringLiteral("Would be forgotten, and what is kept now");
+        table.rows.append({ nOld, history.bytes() });
+        print({ table }, request.format);
         return ExitStatus::Ok;
     }
     requireOwner(request);

@@ -94,7 +94,7 @@ ExitStatus recoverNewest(const Request& request)
 {
     const std::optional<Candidate> copy = mend::newerCopy(request.strConfigDir);
     if (!copy) {
-        printLine("no dated copy is newer than the file");
+        printNothing(request, "no dated copy is newer than the file");
         return ExitStatus::Ok;
     }
     return recoverFrom(request, copy->strPath);
@@ -112,7 +112,8 @@ void printRecovery(const Request& request, const mend::Recovery& recovery)
     if (request.isDryRun()) {
         printLine("would bring back " + recovery.source.strPath);
     } else {
-        printReceipt("brought back " + recovery.source.strPath, recovery.receipt);
+        printReceipt("brought back " + recovery.source.strPath, recovery.receipt,
+                     recovery.strSetAside.isEmpty() ? QString() : "undo --force");
     }
     if (recovery.result == mend::RecoveryResult::RecoveredWithLoss) {
         printLine("lost: what was changed after that copy was saved");
@@ -139,7 +140,7 @@ ExitStatus answerNothingToDo(const Request& request)
     const QString strNewer = copy
         ? "; but " + copy->strPath + " is newer and differs: recover --newest takes it"
         : QString();
-    printLine(inspect::livePath(request.strConfigDir) + ": whole, nothing to recover" + strNewer);
+    printNothing(request, "whole, nothing to recover" + strNewer);
     return ExitStatus::Ok;
 }
 
@@ -160,36 +161,73 @@ ExitStatus statusWithoutCopy(inspect::FileState file)
     return file == inspect::FileState::Damaged ? ExitStatus::Damaged : ExitStatus::InputOutput;
 }
 
-ExitStatus recoverWhole(const Request& request)
+ExitStatus failNoSource(const mend::Recovery& recovery)
 {
-    const CUserGuard guard(request);
-    requireNoDamagedLink(request, guard);
-    const mend::Recovery recovery
-        = mend::recover(request.strConfigDir, request.mode, wishOf(request));
-    requireNoFailure(request, recovery);
-    guard.giveBack();
-    if (recovery.result == mend::RecoveryResult::NothingToDo && request.format == Format::Text) {
-        return answerNothingToDo(request);
-    }
-    if (recovery.result == mend::RecoveryResult::NoSnapshot) {
-        throw CFailure(statusWithoutCopy(recovery.before),
-                       toText(recovery.error)
-                           + QStringLiteral("; there is no whole dated copy and no mirror"));
-    }
+    throw CFailure(statusWithoutCopy(recovery.before),
+                   toText(recovery.error)
+                       + QStringLiteral("; there is no whole dated copy, mirror or history"));
+}
+
+void printAnswer(const Request& request, const mend::Recovery& recovery)
+{
     if (request.format == Format::Json) {
         printRecoveryJson(request, recovery);
     } else {
         printRecovery(request, recovery);
     }
+}
+
+ExitStatus recoverWhole(const Request& request)
+{
+    // Whoever has nothing to recover needs no lock.
+    mend::Recovery recovery = mend::recover(request.strConfigDir, mend::RunMode::DryRun);
+    const bool bReady = recovery.result == mend::RecoveryResult::Recovered
+        || recovery.result == mend::RecoveryResult::RecoveredWithLoss;
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    if (bReady) {
+        requireLock(request, transaction);
+    }
+    const CUserGuard guard(request);
+    requireNoDamagedLink(request, guard);
+    if (bReady && !request.isDryRun()) {
+        recovery = mend::recover(transaction);
+    }
+    requireNoFailure(request, recovery);
+    guard.giveBack();
+    if (recovery.result == mend::RecoveryResult::NothingToDo) {
+        return answerNothingToDo(request);
+    }
+    if (recovery.result == mend::RecoveryResult::NoSnapshot) {
+        return failNoSource(recovery);
+    }
+    printAnswer(request, recovery);
     return recovery.result == mend::RecoveryResult::RecoveredWithLoss
         ? ExitStatus::RecoveredWithLoss
         : ExitStatus::Ok;
+}
+
+bool isLiveWhole(const Request& request)
+{
+    return inspect::readUserFile(inspect::livePath(request.strConfigDir)).state
+        == inspect::FileState::Whole;
+}
+
+// The first would win, and the others be passed over.
+void requireOneWay(const Request& request)
+{
+    const int nWays = (request.bList ? 1 : 0) + (request.bNewest ? 1 : 0)
+        + (request.bSalvage ? 1 : 0) + (request.source ? 1 : 0) + (request.encoding ? 1 : 0);
+    if (nWays > 1) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("one of --list, --newest, --from, --salvage and --encoding"));
+    }
 }
 
 } // namespace
 
 ExitStatus recoverUser(const Request& request)
 {
+    requireOneWay(request);
     if (request.bList) {
         return listCandidates(request);
     }
@@ -197,7 +235,8 @@ ExitStatus recoverUser(const Request& request)
     if (request.source) {
         return recoverFrom(request, pathOf(request, *request.source));
     }
-    if (request.bNewest) {
+    // Any whole copy is newer than what is damaged.
+    if (request.bNewest && isLiveWhole(request)) {
         return recoverNewest(request);
     }
     if (request.bSalvage) {

@@ -24,15 +24,23 @@ void printConversion(const Request& request, const mend::Reencoding& reencoding)
     const auto differences = inspect::differences(inspect::recordsOf(reencoding.before),
                                                   inspect::recordsOf(reencoding.after));
     const QString strName = inspect::encodingName(*request.encoding);
-    print({ diffTable(request, differences, "the file read as utf-8", "read as " + strName) },
-          request.format);
+    const Table changes
+        = diffTable(request, differences, "the file read as utf-8", "read as " + strName);
+    const bool bWritten = reencoding.receipt.nEdit > 0;
+    if (request.format == Format::Json) {
+        print(bWritten ? QVector<Table> { changes, receiptTable(request, reencoding.receipt) }
+                       : QVector<Table> { changes },
+              request.format);
+        return;
+    }
+    print({ changes }, request.format);
     printLine();
-    if (request.isDryRun()) {
-        printLine("would be kept as " + reencoding.strSetAside);
-    } else {
+    if (bWritten) {
         printLine("kept as " + reencoding.strSetAside);
         printReceipt("converted " + inspect::livePath(request.strConfigDir) + " from " + strName,
-                     reencoding.receipt);
+                     reencoding.receipt, "undo --force");
+    } else {
+        printLine("would be kept as " + reencoding.strSetAside);
     }
 }
 
@@ -40,15 +48,18 @@ void printConversion(const Request& request, const mend::Reencoding& reencoding)
 
 ExitStatus reencodeUser(const Request& request)
 {
+    requireOwner(request);
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    requireLock(request, transaction);
     const CUserGuard guard(request);
     guard.requireReplaceable();
     const mend::Reencoding reencoding
-        = mend::reencode(request.strConfigDir, *request.encoding, request.mode, wishOf(request));
+        = mend::reencode(transaction, *request.encoding, request.mode);
     if (reencoding.write != mend::WriteFailure::None) {
-        throw writeFailure(request, reencoding.write, reencoding.holder);
+        throw writeFailure(request, reencoding.write, {});
     }
     if (reencoding.result == mend::ReencodeResult::NothingToDo) {
-        printLine(inspect::livePath(request.strConfigDir) + ": UTF-8, nothing to convert");
+        printNothing(request, "UTF-8, nothing to convert");
         return ExitStatus::Ok;
     }
     if (reencoding.result != mend::ReencodeResult::Converted) {

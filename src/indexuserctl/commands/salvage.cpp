@@ -1,9 +1,11 @@
 #include "commands/bringback.h"
 #include "commands/wholefile.h"
+#include "commands/writing.h"
 #include "failure.h"
 #include "terminal/output.h"
 
 #include <mend/candidates.h>
+#include <mend/reencode.h>
 #include <mend/salvage.h>
 
 #include <algorithm>
@@ -41,6 +43,11 @@ std::optional<KW::UserRecords> recordsOf(const std::optional<mend::Candidate>& c
                      : std::nullopt;
 }
 
+bool isTaken(const SalvagedPart& part)
+{
+    return part.source == PartSource::File && part.nCount > 0;
+}
+
 bool isOlder(const SalvagedPart& part)
 {
     return part.source == PartSource::Lost || part.source == PartSource::Candidate;
@@ -54,9 +61,22 @@ ExitStatus salvageUser(const Request& request)
     if (torn.state != inspect::FileState::Whole) {
         throw CFailure(ExitStatus::InputOutput, toText(torn.error));
     }
+    const inspect::UserFile file = inspect::userFileOf(torn);
+    if (file.state == inspect::FileState::Whole) {
+        printNothing(request, "whole, nothing to salvage");
+        return ExitStatus::Ok;
+    }
+    // Read as UTF-8 nearly all of it would be torn.
+    if (mend::isConvertible(file.error)) {
+        throw CFailure(ExitStatus::Damaged, toText(file.error) + encodingHint(file.error));
+    }
     const std::optional<mend::Candidate> candidate
         = mend::newestWhole(mend::candidates(request.strConfigDir));
     const mend::Salvage salvaged = mend::salvage(torn.bytes, recordsOf(candidate));
+    if (std::none_of(salvaged.table.begin(), salvaged.table.end(), isTaken)) {
+        throw CFailure(ExitStatus::Damaged,
+                       toText(file.error) + "; nothing in it is whole, so nothing is salvaged");
+    }
     const bool bText = request.format == Format::Text;
     if (bText) {
         print({ partTable(salvaged.table) }, request.format);
@@ -65,7 +85,9 @@ ExitStatus salvageUser(const Request& request)
     }
     const QByteArray text = QByteArray::fromStdString(mend::salvagedText(salvaged.records).strUtf8);
     const QVector<Table> tables { partTable(salvaged.table) };
-    bringBack(request, { text }, QStringLiteral("what is whole in the torn file"),
+    mend::Restoration restoration { text };
+    restoration.expected = mend::digestOf(torn.bytes);
+    bringBack(request, restoration, QStringLiteral("what is whole in the torn file"),
               bText ? QVector<Table>() : tables);
     return std::any_of(salvaged.table.begin(), salvaged.table.end(), isOlder)
         ? ExitStatus::RecoveredWithLoss

@@ -68,6 +68,13 @@ bool takeLock(const Request& request, mend::CTransaction& transaction)
     return failure != mend::WriteFailure::NoLock;
 }
 
+void requireLock(const Request& request, mend::CTransaction& transaction)
+{
+    if (!request.isDryRun() && !takeLock(request, transaction)) {
+        throw writeFailure(request, mend::WriteFailure::NoLock, {});
+    }
+}
+
 QString failedWrite(const Request& request, const QString& observed)
 {
     const QString strCause = causeOf(request);
@@ -113,6 +120,15 @@ QString recoverHint(const Request& request)
     return bHelps ? QStringLiteral("; 'recover' brings a dated copy back") : QString();
 }
 
+void printNothing(const Request& request, const QString& words)
+{
+    if (request.format == Format::Json) {
+        print({ Table { "differences", {}, {} } }, request.format);
+    } else {
+        printLine(inspect::livePath(request.strConfigDir) + ": " + words);
+    }
+}
+
 Table receiptTable(const Request& request, const mend::Receipt& receipt)
 {
     return { "receipt",
@@ -129,6 +145,8 @@ void printReceipt(const QString& what, const mend::Receipt& receipt, const QStri
                   .arg(QString::number(receipt.nBytes),
                        QString::fromLatin1(receipt.digest.left(16)),
                        receipt.bDurable ? "durable" : "NOT known to outlast a power cut"));
-    printLine(QStringLiteral("  before: kept as edit %1 of the history; '%2' brings it back")
-                  .arg(QString::number(receipt.nEdit), wayBack));
+    const QString strWay
+        = wayBack.isEmpty() ? QString() : QStringLiteral("; '%1' brings it back").arg(wayBack);
+    printLine(QStringLiteral("  before: kept as edit %1 of the history%2")
+                  .arg(QString::number(receipt.nEdit), strWay));
 }

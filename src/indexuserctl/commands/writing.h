@@ -17,6 +17,9 @@ QString busyText(const mend::LockHolder& holder);
 /// where the directory takes none, and then nothing can be written there either.
 bool takeLock(const Request& request, mend::CTransaction& transaction);
 
+/// The same, or CFailure where the directory takes none; nothing for a dry run.
+void requireLock(const Request& request, mend::CTransaction& transaction);
+
 /// Why the last write was refused, in the system's words, behind \a observed where it tells
 /// nothing; and whether a dated copy would help.
 QString failedWrite(const Request& request, const QString& observed);
@@ -30,6 +33,9 @@ CFailure writeFailure(const Request& request, mend::WriteFailure failure,
 
 /// "; 'recover' brings a dated copy back", where it does.
 QString recoverHint(const Request& request);
+
+/// That there is nothing to do: for people in words, as JSON without any change.
+void printNothing(const Request& request, const QString& words);
 
 /// What is in the file now, as a table for JSON.
 Table receiptTable(const Request& request, const mend::Receipt& receipt);
