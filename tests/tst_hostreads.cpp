@@ -152,9 +152,14 @@ void tst_hostreads::tooManySectorsAreRefusedUnread()
     writeFile(at("sectors.json"), "");
     QCOMPARE(::truncate(QFile::encodeName(at("sectors.json")), 126L * 1024 * 1024), 0);
     // With less memory than the file would take.
-    const QString strLine
-        = QStringLiteral("ulimit -v 400000; '" TOOL "' --config-dir . sector list");
-    const Outcome outcome = runProgram("bash", { "-c", strLine }, {}, userDir());
+    const QString strWords = QStringLiteral("ulimit -v 400000; '" TOOL "' --config-dir . ");
+    QProcess probe;
+    probe.start("bash", { "-c", strWords + "--version" });
+    QVERIFY(probe.waitForFinished());
+    if (probe.exitStatus() != QProcess::NormalExit || probe.exitCode() != 0) {
+        QSKIP("a sanitizer wants more than that for itself");
+    }
+    const Outcome outcome = runProgram("bash", { "-c", strWords + "sector list" }, {}, userDir());
     QCOMPARE(outcome.nStatus, 3);
     QVERIFY2(outcome.strErr.endsWith("sectors.json: larger than 33554432 bytes\n"),
              qPrintable(outcome.strErr));
