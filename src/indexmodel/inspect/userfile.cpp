@@ -151,11 +151,12 @@ UserFile readDocument(const QString& path, OtherBytes others)
 
 FileBytes readSavedBytes(const QString& path)
 {
-    // A save removes the file before it copies the new one to its place.
+    // A save removes the file before it copies the new one to its place; it may even come back
+    // between the open that fails and the look whether it is there, and then be no missing one.
     FileBytes file = readBytes(path);
     QElapsedTimer timer;
     timer.start();
-    while (file.state == FileState::Missing && !timer.hasExpired(c_nSavedMs)
+    while (file.error.cause == FileCause::System && !timer.hasExpired(c_nSavedMs)
            && isBeingSaved(path)) {
         QThread::msleep(1);
         file = readBytes(path);
