@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+#include <sys/stat.h>
+
 namespace mend {
 
 namespace {
@@ -19,6 +21,14 @@ unsigned long pauseMs(qint64 waitedMs)
     constexpr qint64 c_nLongest = 10;
     constexpr qint64 c_nStep = 250;
     return static_cast<unsigned long>(std::max<qint64>(1, c_nLongest - waitedMs / c_nStep));
+}
+
+// What is no file is nobody's lock; opening a named pipe would wait for its other end. In one look,
+// since locks come and go.
+bool isOther(const QString& path)
+{
+    struct stat info { };
+    return ::lstat(QFile::encodeName(path).constData(), &info) == 0 && !S_ISREG(info.st_mode);
 }
 
 // A lock names its holder as soon as it is there: process, program and host, a line each, and then
@@ -60,9 +70,7 @@ CUserLock::CUserLock(const QString& configDir)
 
 LockState CUserLock::take(int waitMs)
 {
-    // What is no file is nobody's lock; opening a named pipe would wait for its other end.
-    const QFileInfo there(m_strPath);
-    if ((there.exists() && !there.isFile()) || there.isSymLink()) {
+    if (isOther(m_strPath)) {
         return LockState::Refused;
     }
     QElapsedTimer timer;
