@@ -66,9 +66,9 @@ FileState stateWithoutContent(const QString& path)
 }
 
 // Neither a file nor a directory, which fails by itself.
-bool isOther(const QString& path)
+bool isOther(const std::filesystem::file_status& status)
 {
-    return std::filesystem::is_other(statusOf(path));
+    return std::filesystem::is_other(status);
 }
 
 bool isOwnDescriptor(const QString& path)
@@ -124,7 +124,8 @@ UserFile documentOf(const FileBytes& file, OtherBytes others)
 
 FileBytes readBytes(const QString& path, qint64 limit)
 {
-    if (isOther(path) && !isOwnDescriptor(path)) {
+    const std::filesystem::file_status status = statusOf(path);
+    if (isOther(status) && !isOwnDescriptor(path)) {
         return { FileState::Unreadable, {}, { FileCause::NotRegular, path, {}, {} } };
     }
     QFile file(path);
@@ -132,7 +133,9 @@ FileBytes readBytes(const QString& path, qint64 limit)
     const bool bRead = file.open(QIODevice::ReadOnly) && file.size() <= limit;
     const QByteArray bytes = bRead ? upTo(limit + 1, file) : QByteArray();
     if (file.error() != QFileDevice::NoError) {
-        return { stateWithoutContent(path),
+        // What was missing may be back by now, which does not make it unreadable.
+        const bool bMissing = status.type() == std::filesystem::file_type::not_found;
+        return { bMissing ? FileState::Missing : stateWithoutContent(path),
                  {},
                  { FileCause::System, path, file.errorString(), {} } };
     }
@@ -151,12 +154,11 @@ UserFile readDocument(const QString& path, OtherBytes others)
 
 FileBytes readSavedBytes(const QString& path)
 {
-    // A save removes the file before it copies the new one to its place; it may even come back
-    // between the open that fails and the look whether it is there, and then be no missing one.
+    // A save removes the file before it copies the new one to its place.
     FileBytes file = readBytes(path);
     QElapsedTimer timer;
     timer.start();
-    while (file.error.cause == FileCause::System && !timer.hasExpired(c_nSavedMs)
+    while (file.state == FileState::Missing && !timer.hasExpired(c_nSavedMs)
            && isBeingSaved(path)) {
         QThread::msleep(1);
         file = readBytes(path);
