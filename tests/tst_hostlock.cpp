@@ -43,7 +43,13 @@ void tst_hostlock::init()
     CLibraryTest::init();
     writeLive(readFile(SAMPLE_USER "/indexUserConfig.xml"));
     QVERIFY(QDir().mkpath(userDir() + "/Temp"));
-    writeFile(userDir() + "/Temp/indexUserConfig.xml_20240131", "<ICUserConfigFile/>");
+    const QString strCopy = userDir() + "/Temp/indexUserConfig.xml_20240131";
+    writeFile(strCopy, "<ICUserConfigFile/>");
+    // A copy younger than the file would be a finding.
+    QFile copy(strCopy);
+    QVERIFY(copy.open(QIODevice::ReadWrite));
+    QVERIFY(copy.setFileTime(QDateTime(QDate(2024, 1, 31), QTime(9, 0)),
+                             QFileDevice::FileModificationTime));
 }
 
 void tst_hostlock::whoWritesWhileAnotherMayIsTold_data()
