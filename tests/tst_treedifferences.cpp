@@ -66,6 +66,8 @@ void tst_treedifferences::entriesAreNamed()
 
 void tst_treedifferences::aTreeIsWrittenAsItWasRead()
 {
+    // Two names of one bucket change their places with every copy.
+    qSetGlobalQHashSeed(0);
     const QDomDocument read
         = parsed("<r b='&lt;\"' a='2'>t<!-- c --><x><![CDATA[<]]></x><?p q?></r>");
     QDomDocument written;
