@@ -198,14 +198,26 @@ void tst_salvage::whatIsTornIsLost()
              QStringList({ "window file 1/3", "window older copy 1/3: 2", "window lost 1/3: 8" }));
 }
 
-void tst_salvage::anEntryIsTheNearestSections_data()
+namespace {
+
+void addColumns()
 {
     QTest::addColumn<QByteArray>("sections");
     QTest::addColumn<QString>("section");
     QTest::addColumn<QStringList>("rows");
-    const auto row
-        = [](const char* pszName, const QByteArray& sections, const char* pszSection,
-             const QStringList& rows) { QTest::newRow(pszName) << sections << pszSection << rows; };
+}
+
+void row(const char* pszName, const QByteArray& sections, const char* pszSection,
+         const QStringList& rows)
+{
+    QTest::newRow(pszName) << sections << pszSection << rows;
+}
+
+} // namespace
+
+void tst_salvage::anEntryIsTheNearestSections_data()
+{
+    addColumns();
     const QByteArray one = "<IndexLayout>" + window("1");
     const QByteArray trade = window("5") + "</tradePanelGroup>";
     const QStringList first { "window file 1/2", "window older copy 1/2: 2" };
@@ -246,12 +258,7 @@ void tst_salvage::anEntryIsTheNearestSections()
 
 void tst_salvage::listsAndGroupsAreTakenWhole_data()
 {
-    QTest::addColumn<QByteArray>("sections");
-    QTest::addColumn<QString>("section");
-    QTest::addColumn<QStringList>("rows");
-    const auto row
-        = [](const char* pszName, const QByteArray& sections, const char* pszSection,
-             const QStringList& rows) { QTest::newRow(pszName) << sections << pszSection << rows; };
+    addColumns();
     const QByteArray list = "<CustomStock><Customs><Custom type='0'><Stock code='a'/></Custom>";
     row("lists",
         list + "<Custom type='1'><Stock code='\xff'/></Custom><Custom type='2'/></Customs>",

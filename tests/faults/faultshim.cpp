@@ -167,8 +167,6 @@ __attribute__((visibility("default"))) void fault_arm(int armed)
     g_bArmed = armed != 0;
 }
 
-WRAP_OPEN(open)
-WRAP_OPEN(open64)
 WRAP(int, mkostemp, (char* path, int flags), (path, flags), path, -1, )
 WRAP(int, mkostemp64, (char* path, int flags), (path, flags), path, -1, )
 WRAP(off_t, lseek, (int file, off_t offset, int whence), (file, offset, whence), pathOf(file), -1,
@@ -199,6 +197,8 @@ WRAP(int, fstat64, (int file, struct stat64* result), (file, result), pathOf(fil
 WRAP(int, statx, (int directory, const char* path, int flags, unsigned mask, struct statx* result),
      (directory, path, flags, mask, result), *path != '\0' ? path : pathOf(directory), -1, noexcept)
 WRAP(DIR*, opendir, (const char* path), (path), path, nullptr, )
+WRAP_OPEN(open)
+WRAP_OPEN(open64)
 
 __attribute__((visibility("default"))) int ioctl(int file, unsigned long request, ...) noexcept
 {

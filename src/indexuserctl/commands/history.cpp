@@ -171,7 +171,7 @@ ExitStatus pruneHistory(const Request& request)
         return ExitStatus::Ok;
     }
     requireOwner(request);
-    takeLock(request, transaction);
+    requireLock(request, transaction);
     const std::optional<int> nGone = history.prune(time);
     if (!nGone) {
         throw CFailure(ExitStatus::InputOutput,

@@ -103,6 +103,8 @@ ExitStatus setSetting(const Request& request)
         return ExitStatus::Ok;
     }
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    // A directory that is not there yet takes no lock, and the store makes it; one that is closed
+    // takes no setting either.
     takeLock(request, transaction);
     if (!KW::UserConfigFactory::getIndexUserConfig()->writeConfig(strKey, strValue)
         || settingOf(strKey) != strValue) {
