@@ -169,7 +169,7 @@ void addNewerCopy(const Request& request, CheckedPath& live)
     }
 }
 
-Table historyTable(const Request& request)
+Table historySize(const Request& request)
 {
     const mend::CHistory history(request.strConfigDir);
     return { "history",
@@ -200,7 +200,7 @@ ExitStatus check(const Request& request)
     }
     if (request.format == Format::Json) {
         const QVector<Table> tables { fileTable(all), findingTable(all) };
-        print(bLive ? tables + QVector<Table> { historyTable(request) } : tables, request.format);
+        print(bLive ? tables + QVector<Table> { historySize(request) } : tables, request.format);
     } else {
         printText(all);
     }
