@@ -24,8 +24,7 @@ Difference place(KW::UserPart part, const QString& what)
 
 void compareOptions(const UserRecords& left, const UserRecords& right, Found& found)
 {
-    const Difference settings
-        = place(KW::UserPart::Options, KW::c_szOption + QStringLiteral("/Settings"));
+    const Difference settings = place(KW::UserPart::Options, settingsPath());
     for (const KW::OptionRow& row : KW::optionTable()) {
         compareField(settings, row.strAttribute, optionText(left.options, row),
                      optionText(right.options, row), found);
@@ -41,7 +40,7 @@ using Instrument = KW::InstrumentList::value_type;
 
 EntryName nameOf(const Instrument& pDetail)
 {
-    return { QStringLiteral("Stock"),
+    return { KW::c_szStock,
              pDetail ? QString::fromStdString(KW::instrumentKey(*pDetail)) : QString() };
 }
 
@@ -66,7 +65,7 @@ void compareStocks(const KW::CustomStockMap& left, const KW::CustomStockMap& rig
     compareLists(
         lists, left.keys(), right.keys(),
         [](int type) {
-            return EntryName { QStringLiteral("Custom"), QString::number(type) };
+            return EntryName { KW::c_szStockList, QString::number(type) };
         },
         [&](const Difference& entry, int type, int) {
             if (!KW::sameInstruments(left[type], right[type])) {
