@@ -133,10 +133,16 @@ void CChecker::checkPanels(const Place& at)
 
 void CChecker::checkGroup(const Place& at)
 {
+    const QString strEntry = entryOf(at, KW::c_szGroupKey);
     if (hasWindows(at.element)) {
+        // The schema counts those without windows, too.
+        if (m_passedOver.contains(strEntry)) {
+            m_explained.insert(m_positions.ofElement(at.nIndex).nLine);
+        }
         checkUnique(at, KW::c_szGroupKey, "double-key", Effect::Merged,
                     "the last panel group of this key wins");
     } else {
+        m_passedOver.insert(strEntry);
         add(at, "no-windows", Effect::Dropped, "a panel group without windows");
     }
 }
@@ -158,15 +164,19 @@ void CChecker::checkStockList(const Place& at)
     }
 }
 
-void CChecker::checkUnique(const Place& at, const QString& attribute, const QString& rule,
-                           Effect effect, const QString& text)
+QString CChecker::entryOf(const Place& at, const QString& attribute)
 {
     const QString strValue = at.element.attribute(attribute);
     // Texts that are no numbers all mean list 0.
     const QString strEntry
         = attribute == KW::c_szListType ? QString::number(strValue.toInt()) : strValue;
-    const QString strList = at.element.parentNode().nodeName() + '/';
-    if (++m_seen[strList + strEntry] == 2) {
+    return at.element.parentNode().nodeName() + '/' + strEntry;
+}
+
+void CChecker::checkUnique(const Place& at, const QString& attribute, const QString& rule,
+                           Effect effect, const QString& text)
+{
+    if (++m_seen[entryOf(at, attribute)] == 2) {
         add(at, rule, effect, quoted(at.element, attribute) + ": " + text, attribute);
     }
 }
@@ -230,17 +240,14 @@ void CChecker::checkScreens()
     for (const Place& at : qAsConst(m_windows)) {
         windows.append(KW::readWindowFrame(at.element, KW::NavTree::LeftOut));
     }
-    const QVector<Screen> screens = screensOf(windows);
-    for (int i = 0; i < windows.size(); ++i) {
-        if (isOffScreen(windows[i], screens)) {
-            const QRectF rect = areaOf(windows[i]);
-            add(m_windows[i], "off-screen", Effect::Kept,
-                QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
-                    .arg(rect.x())
-                    .arg(rect.y())
-                    .arg(rect.width())
-                    .arg(rect.height()));
-        }
+    for (const int nWindow : offScreen(windows, screensOf(windows))) {
+        const QRectF rect = areaOf(windows[nWindow]);
+        add(m_windows[nWindow], "off-screen", Effect::Kept,
+            QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
+                .arg(rect.x())
+                .arg(rect.y())
+                .arg(rect.width())
+                .arg(rect.height()));
     }
 }
 

@@ -47,6 +47,7 @@ private:
     void checkFilters(const Place& at);
     void checkUnique(const Place& at, const QString& attribute, const QString& rule, Effect effect,
                      const QString& text);
+    static QString entryOf(const Place& at, const QString& attribute);
     bool isInner(const QDomElement& element) const;
     void checkPlace(const Place& at);
     void checkScreens();
@@ -67,6 +68,7 @@ private:
     QVector<Finding> m_findings;
     QVector<Place> m_windows;
     QMap<QString, int> m_seen; // entries of lists by list and name
+    QSet<QString> m_passedOver; // groups without windows, likewise
     QMap<QString, QDomElement> m_read; // of the sections that may stand anywhere
     QSet<QString> m_misplaced; // those of them that do not stand at their place
     const KW::Section* m_pSection = nullptr; // by which the walk is, null in those nobody reads
