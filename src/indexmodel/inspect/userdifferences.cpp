@@ -24,6 +24,9 @@ Difference place(KW::UserPart part, const QString& what)
 
 void compareOptions(const UserRecords& left, const UserRecords& right, Found& found)
 {
+    if (left.options == right.options && left.bFunctionTreeExpand == right.bFunctionTreeExpand) {
+        return;
+    }
     const Difference settings = place(KW::UserPart::Options, settingsPath());
     for (const KW::OptionRow& row : KW::optionTable()) {
         compareField(settings, row.strAttribute, optionText(left.options, row),
@@ -129,6 +132,9 @@ void compareWindows(const Difference& parent, const QString& tag, const Windows&
 void compareGroups(const char* pszTag, const KW::PanelGroupMap& left,
                    const KW::PanelGroupMap& right, Found& found)
 {
+    if (left == right) {
+        return;
+    }
     using Setting = KW::CPanelGroupLayoutSetting;
     compareLists(
         place(KW::UserPart::Layouts,
@@ -147,6 +153,9 @@ void compareGroups(const char* pszTag, const KW::PanelGroupMap& left,
 void compareTemplates(const KW::TemplateFormat& format, const QVector<KW::CLayoutTemplate>& left,
                       const QVector<KW::CLayoutTemplate>& right, Found& found)
 {
+    if (left == right) {
+        return;
+    }
     using Template = KW::CLayoutTemplate;
     compareLists(
         place(KW::UserPart::Templates, format.strSectionTag), left, right,
