@@ -102,6 +102,9 @@ void addStockDefects()
     row(stocks("<Custom type='0'/><Custom type='x'/>"),
         "changed number@17:28, merged double-type@17:28");
     row(stocks("<Custom type='-1'/>"), "dropped negative-type@17:10");
+    row(stocks("<Custom type='-1'/><Custom type='-1'/>"),
+        "dropped negative-type@17:10, dropped negative-type@17:29");
+    row(stocks("<Custom type='1'><Custom type='2'/></Custom>"), "changed inner-list@17:19");
     row(stocks("<Custom type='x'/>"), "changed number@17:10");
     row(stocks("<Custom/>"), "changed missing@17:2");
     row(stocks("<Custom type='1'><Stock market='SH' name='n'/></Custom>"), "changed missing@17:19");
@@ -128,6 +131,8 @@ void addLayoutDefects()
         "dropped attribute@8:2");
     row(groups("<itemLayout key='k'/>"), "dropped no-windows@6:2");
     row(groups(strKeyed + strKeyed), "merged double-key@7:14");
+    row(groups(strKeyed + "<itemLayout key='k'/>"), "dropped no-windows@7:2");
+    row(groups("<itemLayout key='k'/>\n " + strKeyed), "dropped no-windows@6:2");
     row(groups(QString(strKeyed).replace("key='k'", "")), "changed missing@6:2");
     row(quoteWindow("<a/><b/>"), "dropped window-children@5:2");
     row(quoteWindow("<a/><!-- beside -->"), "dropped window-children@5:2, dropped comment@5:116");

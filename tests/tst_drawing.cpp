@@ -3,6 +3,8 @@
 #include <inspect/drawing.h>
 #include <inspect/userfile.h>
 
+#include <QRandomGenerator>
+
 // Screens as windows show them, and the picture of a layout.
 class tst_drawing : public QObject {
     Q_OBJECT
@@ -13,6 +15,7 @@ private Q_SLOTS:
     void windowsThatNoDesktopReachesShowNothing();
     void windowsWithoutASizeShowNothing();
     void aWindowIsOffScreenOnlyWhenNoPartOfItShows();
+    void ofManyWindowsTheSameAreOffScreen();
     void windowsAreDrawnToScale();
     void aDesktopThatBeginsElsewhereIsDrawnFromThere();
     void splittersShareTheirPlace();
@@ -99,6 +102,27 @@ void tst_drawing::aWindowIsOffScreenOnlyWhenNoPartOfItShows()
     QVERIFY(!inspect::isOffScreen(window(2, { 99, 99, 50, 50 }), screens));
     QVERIFY(inspect::isOffScreen(window(1, { 100, 0, 50, 50 }), screens));
     QVERIFY(!inspect::isOffScreen(window(1, { 0, 0, 0, 0 }, true), screens));
+}
+
+void tst_drawing::ofManyWindowsTheSameAreOffScreen()
+{
+    QRandomGenerator random(4);
+    QVector<KW::CLayoutWindow> windows;
+    for (int i = 0; i < 3000; ++i) {
+        const QRect rect(random.bounded(-200, 200) * 10, random.bounded(-200, 200) * 10,
+                         random.bounded(-1, i < 200 ? 40 : 9) * 10,
+                         random.bounded(-1, i < 200 ? 40 : 9) * 10);
+        windows.append(window(i % 500, rect, i < 200));
+    }
+    const auto screens = inspect::screensOf(windows.mid(0, 200));
+    QVector<int> expected;
+    for (int i = 0; i < windows.size(); ++i) {
+        if (inspect::isOffScreen(windows[i], screens)) {
+            expected.append(i);
+        }
+    }
+    QCOMPARE(inspect::offScreen(windows, screens), expected);
+    QVERIFY(expected.size() > 500 && expected.size() < 2500);
 }
 
 void tst_drawing::windowsAreDrawnToScale()

@@ -23,6 +23,7 @@ private Q_SLOTS:
     void aDifferenceIsAStructure();
     void aSaveLeavesWhatTheFileHolds();
     void ofTreesThatReadersTakeForTheirOwnTheReadersTell();
+    void ofTreesASaveLeavesTheLevelsOfAFile();
 };
 
 namespace {
@@ -33,10 +34,10 @@ KW::CustomStockMap stocks(const char* pszName)
     return { { 2, { std::make_shared<rxservice::CInstrumentDetail>(detail) } } };
 }
 
-KW::CLayoutWindow docked(const char* pszTree)
+KW::CLayoutWindow docked(const QString& xml)
 {
     KW::CLayoutWindow window = windowOf(7);
-    QDomElement tree = parsed(pszTree).documentElement();
+    QDomElement tree = parsed(xml).documentElement();
     window.m_pItemLayout.reset(MV::ILayoutElement::fromXml(tree));
     return window;
 }
@@ -224,6 +225,27 @@ void tst_records::ofTreesThatReadersTakeForTheirOwnTheReadersTell()
     KW::UserRecords odd;
     odd.options.oaUser = QString("a") + QChar(0xfffe);
     QCOMPARE(KW::savedForm(odd).options.oaUser, QString("a"));
+}
+
+// Root, section and window come before its panels; groups have two levels more.
+void tst_records::ofTreesASaveLeavesTheLevelsOfAFile()
+{
+    const auto chain = [](int levels) {
+        return "<a>" + QString("<b>").repeated(levels - 1) + QString("</b>").repeated(levels - 1)
+            + "</a>";
+    };
+    KW::UserRecords records;
+    records.layouts.m_defaultLayoutSetting.m_windows = { docked(chain(510)) };
+    records.layouts.m_valuePanelSettings["k"] = { "k", { docked(chain(510)) } };
+    records.sections = { KW::elementTree(
+        parsed("<drawGraph>" + chain(512) + "</drawGraph>").documentElement()) };
+    const KW::UserRecords saved = KW::savedForm(records);
+    const auto levels = [](const KW::CLayoutWindow& window) {
+        return 1 + KW::elementCount(KW::panelTree(window));
+    };
+    QCOMPARE(levels(saved.layouts.m_defaultLayoutSetting.m_windows[0]), 509);
+    QCOMPARE(levels(saved.layouts.m_valuePanelSettings["k"].m_windows[0]), 507);
+    QCOMPARE(KW::elementCount(saved.sections[0]), 510);
 }
 
 QTEST_GUILESS_MAIN(tst_records)

@@ -1,7 +1,6 @@
+#include "comparedtrees.h"
 #include "librarytest.h"
 #include "logcapture.h"
-
-#include "inspect/treedifferences.h"
 
 namespace {
 

@@ -1,6 +1,10 @@
 #include "librarytest.h"
 
 #include <format/sections.h>
+#include <format/sectorfiltertext.h>
+#include <platform/filenames.h>
+
+#include <QDirIterator>
 
 // The table of the file's sections against what else tells of them: the schema, the README, what a
 // save writes.
@@ -12,6 +16,7 @@ private Q_SLOTS:
     void theReadmeHasTheSameSections();
     void aSaveWritesThemInThisOrder();
     void whatIsReadIsWritten();
+    void everyNameIsToldOnce();
 };
 
 namespace {
@@ -42,6 +47,39 @@ QString ownerOf(const KW::Section& section)
     return bManager                            ? "manager"
         : section.part == KW::UserPart::Stocks ? "custom stocks"
                                                : "options";
+}
+
+void addTags(const KW::ElementRule& rule, QStringList& tags)
+{
+    tags.append(rule.strTag);
+    for (const KW::ElementRule& child : rule.children) {
+        addTags(child, tags);
+    }
+}
+
+// Of sections, and of all that is read in them.
+QStringList tagNames()
+{
+    QStringList tags { KW::c_szRoot, KW::c_szSectorFilter, KW::c_szVersionId };
+    for (const KW::Section& section : KW::sections()) {
+        tags.append(section.strName);
+        addTags(section.rule, tags);
+    }
+    tags.removeAll({});
+    tags.removeDuplicates();
+    return tags;
+}
+
+QStringList fileNames()
+{
+    return { KW::c_szLiveFile,     KW::c_szDatedCopyPrefix, KW::c_szLockFile,
+             KW::c_szCopiesFolder, KW::c_szHistoryFolder,   KW::c_szSettingsFolder,
+             KW::c_szSectorsFile,  KW::c_szMirrorKey };
+}
+
+QString withoutComments(QString source)
+{
+    return source.remove(QRegularExpression("//[^\n]*"));
 }
 
 } // namespace
@@ -105,6 +143,37 @@ void tst_sections::whatIsReadIsWritten()
         const bool bOwn = section.owner == KW::SectionOwner::Layouts
             || section.owner == KW::SectionOwner::Service;
         QCOMPARE(section.read != nullptr, bOwn);
+    }
+}
+
+void tst_sections::everyNameIsToldOnce()
+{
+    static const QRegularExpression s_format("format/|platform/managersections.h");
+    static const QRegularExpression s_files("platform/filenames.h");
+    const QString strNames = (tagNames() + fileNames()).join('|').replace('.', "\\.");
+    const QRegularExpression literal("\"[</]?(" + strNames + ")[ /]?\"");
+    QMap<QString, QStringList> found;
+    QDirIterator all(SOURCES, { "*.cpp", "*.h" }, QDir::Files, QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        const QString strPath = all.next();
+        auto each = literal.globalMatch(withoutComments(QString::fromUtf8(readFile(strPath))));
+        while (each.hasNext()) {
+            found[each.next().captured(1)].append(QDir(SOURCES).relativeFilePath(strPath));
+        }
+    }
+    for (const QString& tag : tagNames()) {
+        const QStringList places = found.value(tag).filter(s_format);
+        QVERIFY2(places.size() == 1, qPrintable(tag + ": " + found.value(tag).join(", ")));
+    }
+    for (const QString& name : fileNames()) {
+        QVERIFY2(found.value(name).filter(s_files).size() == 1, qPrintable(name));
+    }
+    for (auto it = found.begin(); it != found.end(); ++it) {
+        // What titles people read is not what a folder is called.
+        const bool bTitle = it.key() == KW::c_szHistoryFolder;
+        for (const QString& place : it->filter(QRegularExpression("^(?!.*(format/|platform/))"))) {
+            QVERIFY2(bTitle && place.startsWith("indexuserctl/"), qPrintable(it.key() + place));
+        }
     }
 }
 

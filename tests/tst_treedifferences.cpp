@@ -1,6 +1,5 @@
+#include "comparedtrees.h"
 #include "librarytest.h"
-
-#include "inspect/treedifferences.h"
 
 #include "../bench/documents.h"
 
@@ -69,7 +68,7 @@ void tst_treedifferences::aTreeIsWrittenAsItWasRead()
     // Two names of one bucket change their places with every copy.
     qSetGlobalQHashSeed(0);
     const QDomDocument read
-        = parsed("<r b='&lt;\"' a='2'>t<!-- c --><x><![CDATA[<]]></x><?p q?></r>");
+        = parsed("<r b='&lt;\"' a='2'>t<!-- c --><x><![CDATA[<]]></x>&e;<?p q?></r>");
     QDomDocument written;
     KW::appendTree(written, written, KW::elementTree(read.documentElement()));
     QCOMPARE(written.toString(-1), read.toString(-1));
@@ -166,6 +165,7 @@ void tst_treedifferences::elementsAreCountedAtAnyDepth_data()
     QTest::addColumn<QString>("xml");
     QTest::addColumn<int>("count");
     QTest::newRow("none") << "<r a='1'>text<!-- <x/> --><?x y?><![CDATA[<x/>]]></r>" << 0;
+    QTest::newRow("a reference") << "<r>&x;<a/>&y;</r>" << 1;
     QTest::newRow("children") << "<r><a/>text<b/><!-- c --><a/></r>" << 3;
     QTest::newRow("deep") << "<r><a><b><c/><d/></b></a><e><f/></e></r>" << 6;
 }

@@ -14,7 +14,7 @@ using rxservice::CInstrumentDetail;
 InstrumentList readList(const QDomElement& custom)
 {
     InstrumentList list;
-    const auto stocks = descendants(custom, QStringLiteral("Stock"));
+    const auto stocks = descendants(custom, c_szStock);
     for (const QDomElement& stock : stocks) {
         const auto pDetail = std::make_shared<CInstrumentDetail>();
         for (const StockField& field : stockFields()) {
@@ -27,7 +27,8 @@ InstrumentList readList(const QDomElement& custom)
 
 void writeStock(QDomElement& custom, QDomDocument& doc, const CInstrumentDetail& detail)
 {
-    QDomElement stock = doc.createElement(QStringLiteral("Stock"));
+    static const QString s_strTag = c_szStock;
+    QDomElement stock = doc.createElement(s_strTag);
     for (const StockField& field : stockFields()) {
         stock.setAttribute(field.strAttribute, MV::sToQs(detail.*field.pField));
     }
@@ -36,8 +37,8 @@ void writeStock(QDomElement& custom, QDomDocument& doc, const CInstrumentDetail&
 
 void writeList(QDomElement& customs, QDomDocument& doc, int type, const InstrumentList& list)
 {
-    QDomElement custom = doc.createElement(QStringLiteral("Custom"));
-    custom.setAttribute(QStringLiteral("type"), type);
+    QDomElement custom = doc.createElement(c_szStockList);
+    custom.setAttribute(c_szListType, type);
     for (const auto& pDetail : list) {
         if (pDetail) {
             writeStock(custom, doc, *pDetail);
@@ -95,6 +96,19 @@ std::string instrumentKey(const CInstrumentDetail& detail)
     return detail.market + detail.code;
 }
 
+ElementRule stockListsRule()
+{
+    ElementRule stock { c_szStock, ElementKind::Stock };
+    for (const StockField& field : stockFields()) {
+        stock.attributes.append(neededText(field.strAttribute));
+    }
+    const AttributeRule type { c_szListType, ValueKind::Integer, Presence::Needed };
+    const ElementRule list {
+        c_szStockList, ElementKind::StockList, { type }, { stock }, c_szListType
+    };
+    return { c_szStockLists, ElementKind::Holder, {}, { list } };
+}
+
 void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
 {
     const QDomElement customs = MV::getSubElement(root, c_szStockLists);
@@ -102,9 +116,9 @@ void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
         return;
     }
     stocks.clear();
-    const auto lists = descendants(customs, QStringLiteral("Custom"));
+    const auto lists = descendants(customs, c_szStockList);
     for (const QDomElement& custom : lists) {
-        const int nType = intAttribute(custom, QStringLiteral("type"));
+        const int nType = intAttribute(custom, c_szListType);
         if (nType >= 0) {
             stocks.insert(nType, readList(custom));
         }

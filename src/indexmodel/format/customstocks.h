@@ -1,5 +1,6 @@
 #pragma once
 
+#include "format/elementrule.h"
 #include "platform/marketdata.h"
 
 #include <QDomElement>
@@ -13,6 +14,9 @@ namespace KW {
 
 /// The element around all lists, in the section CustomStock or elsewhere.
 constexpr char c_szStockLists[] = "Customs";
+constexpr char c_szStockList[] = "Custom"; ///< one list
+constexpr char c_szListType[] = "type"; ///< what tells lists apart
+constexpr char c_szStock[] = "Stock";
 
 using InstrumentList = QList<std::shared_ptr<rxservice::CInstrumentDetail>>;
 
@@ -37,6 +41,9 @@ CustomStockMap savedStocks(const CustomStockMap& stocks);
 
 /// What tells an instrument from others: its market and its code.
 std::string instrumentKey(const rxservice::CInstrumentDetail& detail);
+
+/// The element around all lists, with what is read in it.
+ElementRule stockListsRule();
 
 /// Replaces \a stocks by the lists below \a root; leaves them alone if \a root has no lists.
 void readCustomStocks(const QDomElement& root, CustomStockMap& stocks);

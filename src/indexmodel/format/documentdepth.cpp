@@ -1,5 +1,7 @@
 #include "format/documentdepth_p.h"
 
+#include "format/textscan.h"
+
 #include <QXmlDefaultHandler>
 #include <QXmlInputSource>
 #include <QXmlLocator>
@@ -10,17 +12,6 @@
 namespace KW {
 
 namespace {
-
-int positionAfter(const QString& text, const QString& end, int from)
-{
-    const int nFound = text.indexOf(end, from);
-    return nFound < 0 ? text.size() : nFound + end.size();
-}
-
-bool standsAt(const QString& text, int position, QLatin1String word)
-{
-    return text.midRef(position, word.size()) == word;
-}
 
 // A '>' within quotes does not end a tag. Plain pointers: this reads every character of a load.
 int tagEnd(const QString& text, int position)
@@ -42,10 +33,10 @@ int tagEnd(const QString& text, int position)
 int declarationEnd(const QString& text, int position)
 {
     if (standsAt(text, position, QLatin1String("<!--"))) {
-        return positionAfter(text, QStringLiteral("-->"), position + 4);
+        return positionAfter(text, QLatin1String("-->"), position + 4);
     }
     const bool bData = standsAt(text, position, QLatin1String("<![CDATA["));
-    return positionAfter(text, bData ? QStringLiteral("]]>") : QStringLiteral("?>"), position);
+    return positionAfter(text, QLatin1String(bData ? "]]>" : "?>"), position);
 }
 
 // Agrees with the parser as far as the text is well-formed; behind an error nothing is parsed.

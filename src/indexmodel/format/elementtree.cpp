@@ -12,7 +12,9 @@ using Attributes = QVector<QPair<QString, QString>>;
 
 QString nameOf(const QDomNode& node)
 {
-    return node.isProcessingInstruction() ? '?' + node.nodeName() : node.nodeName();
+    return node.isProcessingInstruction() ? '?' + node.nodeName()
+        : node.isEntityReference()        ? '&' + node.nodeName()
+                                          : node.nodeName();
 }
 
 Attributes sortedAttributes(const QDomElement& element)
@@ -49,6 +51,9 @@ QDomNode newNode(QDomDocument& doc, const ElementTree& tree)
     if (tree.strName.startsWith(QLatin1Char('?'))) {
         return doc.createProcessingInstruction(tree.strName.mid(1), tree.strValue);
     }
+    if (tree.strName.startsWith(QLatin1Char('&'))) {
+        return doc.createEntityReference(tree.strName.mid(1));
+    }
     return doc.createElement(tree.strName);
 }
 
@@ -56,8 +61,7 @@ QDomNode newNode(QDomDocument& doc, const ElementTree& tree)
 
 bool ElementTree::isElement() const
 {
-    return !isNull() && !strName.startsWith(QLatin1Char('#'))
-        && !strName.startsWith(QLatin1Char('?'));
+    return !isNull() && !QStringLiteral("#?&").contains(strName[0]);
 }
 
 QString ElementTree::attribute(const QString& name, const QString& defaultValue) const

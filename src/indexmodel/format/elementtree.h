@@ -12,7 +12,8 @@ namespace KW {
 ///
 ///     const bool bSame = KW::elementTree(left) == KW::elementTree(right);
 struct ElementTree {
-    /// The tag; "#text", "#comment" or "#cdata-section"; "?" and the target of an instruction.
+    /// The tag; "#text", "#comment" or "#cdata-section"; "?" and the target of an instruction; "&"
+    /// and the name of a reference to an entity that the file does not declare.
     QString strName;
     QString strValue; ///< the text of what is no element
     QVector<QPair<QString, QString>> attributes; ///< by name

@@ -23,13 +23,22 @@ const TemplateFormat& tradeTemplateFormat()
     return s_format;
 }
 
+ElementRule templateRule(const TemplateFormat& format)
+{
+    return { format.strTemplateTag,
+             ElementKind::Template,
+             { neededText(c_szTemplateName) },
+             { windowRule(format.window) },
+             c_szTemplateName };
+}
+
 QVector<CLayoutTemplate> readTemplates(const QDomElement& parent, const TemplateFormat& format)
 {
     QVector<CLayoutTemplate> templates;
     const auto elements = descendants(parent, format.strTemplateTag);
     for (const QDomElement& element : elements) {
         CLayoutTemplate layout;
-        layout.m_strName = element.attribute(QStringLiteral("name"));
+        layout.m_strName = element.attribute(c_szTemplateName);
         readWindows(element, format.window, layout.m_windows);
         templates.append(layout);
     }
@@ -40,7 +49,7 @@ void writeTemplate(QDomElement& parent, QDomDocument& doc, const TemplateFormat&
                    const CLayoutTemplate& layout)
 {
     QDomElement element = doc.createElement(format.strTemplateTag);
-    element.setAttribute(QStringLiteral("name"), layout.m_strName);
+    element.setAttribute(c_szTemplateName, layout.m_strName);
     writeWindows(element, doc, format.window, layout.m_windows);
     parent.appendChild(element);
 }

@@ -4,6 +4,8 @@
 
 namespace KW {
 
+constexpr char c_szTemplateName[] = "name";
+
 /// How a list of templates stands in the file.
 struct TemplateFormat {
     QString strSectionTag;
@@ -13,6 +15,9 @@ struct TemplateFormat {
 
 const TemplateFormat& quoteTemplateFormat();
 const TemplateFormat& tradeTemplateFormat();
+
+/// A template, with what is read of it.
+ElementRule templateRule(const TemplateFormat& format);
 
 /// All templates below \a parent, at any depth, in document order.
 QVector<CLayoutTemplate> readTemplates(const QDomElement& parent, const TemplateFormat& format);

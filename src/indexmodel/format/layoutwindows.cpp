@@ -72,6 +72,21 @@ const WindowFormat& layoutWindowFormat()
     return s_format;
 }
 
+ElementRule windowRule(const WindowFormat& format)
+{
+    ElementRule rule { format.strTag, ElementKind::Window };
+    for (const char* pszName : { "screen_id", "left", "top", "width", "height", "panelgroup_id" }) {
+        rule.attributes.append({ pszName, ValueKind::Integer, Presence::Needed });
+    }
+    for (const char* pszName : { "is_main", "maximized" }) {
+        rule.attributes.append({ pszName, ValueKind::Switch, Presence::Needed });
+    }
+    if (format.navTree == NavTree::Kept) {
+        rule.attributes.append({ "navtree", ValueKind::Text, Presence::Optional });
+    }
+    return rule;
+}
+
 int pixelCount(int first, int last)
 {
     return static_cast<int>(static_cast<unsigned>(last) - static_cast<unsigned>(first) + 1U);

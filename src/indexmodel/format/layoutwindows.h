@@ -1,5 +1,6 @@
 #pragma once
 
+#include "format/elementrule.h"
 #include "format/layoutrecords.h"
 
 namespace KW {
@@ -14,6 +15,9 @@ struct WindowFormat {
 };
 
 const WindowFormat& layoutWindowFormat();
+
+/// A window, with what is read of it.
+ElementRule windowRule(const WindowFormat& format);
 
 /// The pixels from \a first to \a last, both counted, of a rectangle that reaches anywhere.
 int pixelCount(int first, int last);

@@ -111,6 +111,12 @@ const std::vector<OptionRow>& optionTable()
     return s_table;
 }
 
+ValueKind kindOf(const OptionRow& row)
+{
+    // In the order of the variant's alternatives.
+    return static_cast<ValueKind>(row.field.index());
+}
+
 bool operator==(const paramSettingForClient& left, const paramSettingForClient& right)
 {
     const auto isSame = [&](const OptionRow& row) {
@@ -130,6 +136,15 @@ paramSettingForClient savedOptions(const paramSettingForClient& param)
     return saved;
 }
 
+ElementRule settingsRule()
+{
+    ElementRule rule { c_szSettings, ElementKind::Options };
+    for (const OptionRow& row : optionTable()) {
+        rule.attributes.append({ row.strAttribute, kindOf(row), Presence::Optional });
+    }
+    return rule;
+}
+
 OptionsFound readOptions(const QDomElement& root, paramSettingForClient& param)
 {
     const QVector<QDomElement> sections = descendants(root, c_szOption);
@@ -145,7 +160,7 @@ OptionsFound readOptions(const QDomElement& root, paramSettingForClient& param)
 
 void writeOptions(QDomElement& parent, QDomDocument& doc, const paramSettingForClient& param)
 {
-    QDomElement settings = doc.createElement(QStringLiteral("Settings"));
+    QDomElement settings = doc.createElement(c_szSettings);
     for (const OptionRow& row : optionTable()) {
         if (row.saved == OptionSaved::Yes) {
             std::visit(

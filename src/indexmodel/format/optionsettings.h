@@ -1,5 +1,6 @@
 #pragma once
 
+#include "format/elementrule.h"
 #include "format/indexuserexport.h"
 #include "format/paramsettingforclient.h"
 
@@ -10,6 +11,9 @@
 #include <vector>
 
 namespace KW {
+
+/// The element that a save writes the options to.
+constexpr char c_szSettings[] = "Settings";
 
 /// Whether a save writes an option; all of them are read.
 enum class OptionSaved { Yes, No };
@@ -28,6 +32,8 @@ struct OptionRow {
 ///     for (const KW::OptionRow& row : KW::optionTable()) { ... row.strAttribute ... }
 INDEXUSER_EXPORT const std::vector<OptionRow>& optionTable();
 
+ValueKind kindOf(const OptionRow& row);
+
 /// Whether all options of the table are the same. What other modules keep in a record does not
 /// count.
 bool operator==(const paramSettingForClient& left, const paramSettingForClient& right);
@@ -38,6 +44,9 @@ inline bool operator!=(const paramSettingForClient& left, const paramSettingForC
 
 /// \a param after a save and the load of a new service: what is never written is the default.
 paramSettingForClient savedOptions(const paramSettingForClient& param);
+
+/// The element of the options, whatever it is called.
+ElementRule settingsRule();
 
 enum class OptionsFound { Yes, No };
 

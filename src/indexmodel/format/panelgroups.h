@@ -1,5 +1,6 @@
 #pragma once
 
+#include "format/elementrule.h"
 #include "format/layoutrecords.h"
 
 namespace KW {
@@ -7,6 +8,10 @@ namespace KW {
 constexpr char c_szFormulaGroups[] = "FormulaPanelGroupLayout";
 constexpr char c_szValueGroups[] = "ValuePanelGroupLayout";
 constexpr char c_szPanelGroup[] = "itemLayout"; ///< one of either
+constexpr char c_szGroupKey[] = "key";
+
+/// The elements of both kinds, with what is read in them.
+QVector<ElementRule> panelGroupRules();
 
 /// Merges the groups of every section named \a tag below \a positionLayout into \a groups; a key
 /// read later wins. An entry without windows is no group.

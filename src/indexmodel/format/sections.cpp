@@ -3,6 +3,7 @@
 #include "format/layouttemplates.h"
 #include "format/panelgroups.h"
 #include "format/userparams.h"
+#include "platform/managersections.h"
 #include "platform/mvcommon.h"
 
 #include <algorithm>
@@ -17,8 +18,9 @@ using Templates = QVector<CLayoutTemplate> LayoutRecord::*;
 template <const char* pszName, Setting pSetting>
 void readLayout(const QDomElement& root, UserRecords& records)
 {
-    readWindows(MV::getSubElement(root, pszName), layoutWindowFormat(),
-                (records.layouts.*pSetting).m_windows);
+    QVector<CLayoutWindow>& windows = (records.layouts.*pSetting).m_windows;
+    windows.clear();
+    readWindows(MV::getSubElement(root, pszName), layoutWindowFormat(), windows);
 }
 
 template <Setting pSetting>
@@ -51,6 +53,8 @@ void writeAllTemplates(QDomElement& section, QDomDocument& doc, const UserRecord
 void readAllGroups(const QDomElement& root, UserRecords& records)
 {
     const QDomElement section = MV::getSubElement(root, c_szIndexPositionLayout);
+    records.layouts.m_formulaPanelSettings.clear();
+    records.layouts.m_valuePanelSettings.clear();
     readPanelGroups(section, c_szFormulaGroups, records.layouts.m_formulaPanelSettings);
     readPanelGroups(section, c_szValueGroups, records.layouts.m_valuePanelSettings);
 }
@@ -65,58 +69,81 @@ constexpr auto BelowRoot = SectionPlace::BelowRoot;
 constexpr auto Anywhere = SectionPlace::Anywhere;
 constexpr auto Always = SectionPresence::Always;
 
-Section layout(const char* pszName, UserPart part, const QString& windowTag,
-               decltype(Section::read) read, decltype(Section::write) write)
+using Read = decltype(Section::read);
+using Write = decltype(Section::write);
+
+// The windows of a layout stand in its section, or in what holds them there.
+ElementRule ruleOf(const char* pszName, const QVector<ElementRule>& children)
 {
-    return { pszName, SectionOwner::Layouts, Anywhere, Always, part, windowTag, read, write };
+    return { pszName, ElementKind::Section, {}, children };
 }
 
-Section own(const char* pszName, SectionPlace place, UserPart part, decltype(Section::read) read,
-            decltype(Section::write) write)
+Section layout(const char* pszName, UserPart part, const QString& windowTag,
+               const QVector<ElementRule>& children, Read read, Write write)
 {
-    return { pszName, SectionOwner::Service, place, Always, part, {}, read, write };
+    return { pszName,   SectionOwner::Layouts,     Anywhere, Always, part,
+             windowTag, ruleOf(pszName, children), read,     write };
+}
+
+Section own(const ElementRule& rule, SectionPlace place, UserPart part, Read read, Write write)
+{
+    return { rule.strTag, SectionOwner::Service, place, Always, part, {}, rule, read, write };
 }
 
 Section other(const char* pszName, SectionPresence presence = Always)
 {
-    return { pszName, SectionOwner::Managers, BelowRoot, presence, UserPart::Sections, {}, nullptr,
-             nullptr };
+    return {
+        pszName, SectionOwner::Managers, BelowRoot, presence, UserPart::Sections, {}, {}, nullptr,
+        nullptr
+    };
 }
 
-Section unread(const char* pszName, decltype(Section::write) write = nullptr)
+Section unread(const ElementRule& rule, Write write = nullptr)
 {
-    return { pszName, SectionOwner::Nobody, BelowRoot, Always, UserPart::Sections, {}, nullptr,
-             write };
+    return {
+        rule.strTag, SectionOwner::Nobody, BelowRoot, Always, UserPart::Sections, {}, rule, nullptr,
+        write
+    };
+}
+
+template <const char* pszName, Setting pSetting> Section windowSection(Read read)
+{
+    const WindowFormat& format = layoutWindowFormat();
+    return layout(pszName, UserPart::Layouts, format.strTag, { windowRule(format) }, read,
+                  writeLayout<pSetting>);
+}
+
+template <const TemplateFormat& (*format)(), Templates pTemplates> Section templateSection()
+{
+    return layout(format().strSectionTag.toLatin1().constData(), UserPart::Templates,
+                  format().window.strTag, { templateRule(format()) },
+                  readAllTemplates<format, pTemplates>, writeAllTemplates<format, pTemplates>);
 }
 
 std::vector<Section> layoutSections()
 {
     using R = LayoutRecord;
-    const QString strTag = layoutWindowFormat().strTag;
     return {
-        layout(c_szDefaultLayout, UserPart::Layouts, strTag,
-               readLayout<c_szDefaultLayout, &R::m_defaultLayoutSetting>,
-               writeLayout<&R::m_defaultLayoutSetting>),
-        layout(c_szIndexLayout, UserPart::Layouts, strTag, readQuoteLayout,
-               writeLayout<&R::m_quoteGroupSetting>),
-        layout(c_szIndexPositionLayout, UserPart::Layouts, strTag, readAllGroups, writeAllGroups),
-        layout(c_szLayoutTemplates, UserPart::Templates, quoteTemplateFormat().window.strTag,
-               readAllTemplates<quoteTemplateFormat, &R::m_quoteTemplates>,
-               writeAllTemplates<quoteTemplateFormat, &R::m_quoteTemplates>),
-        layout(c_szTradePanelGroup, UserPart::Layouts, strTag,
-               readLayout<c_szTradePanelGroup, &R::m_tradeGroupSetting>,
-               writeLayout<&R::m_tradeGroupSetting>),
-        layout(c_szTradeLayoutTemplates, UserPart::Templates, tradeTemplateFormat().window.strTag,
-               readAllTemplates<tradeTemplateFormat, &R::m_tradeTemplates>,
-               writeAllTemplates<tradeTemplateFormat, &R::m_tradeTemplates>),
+        windowSection<c_szDefaultLayout, &R::m_defaultLayoutSetting>(
+            readLayout<c_szDefaultLayout, &R::m_defaultLayoutSetting>),
+        windowSection<c_szIndexLayout, &R::m_quoteGroupSetting>(readQuoteLayout),
+        layout(c_szIndexPositionLayout, UserPart::Layouts, layoutWindowFormat().strTag,
+               panelGroupRules(), readAllGroups, writeAllGroups),
+        templateSection<quoteTemplateFormat, &R::m_quoteTemplates>(),
+        windowSection<c_szTradePanelGroup, &R::m_tradeGroupSetting>(
+            readLayout<c_szTradePanelGroup, &R::m_tradeGroupSetting>),
+        templateSection<tradeTemplateFormat, &R::m_tradeTemplates>(),
     };
 }
 
 Section optionSection()
 {
     return own(
-        c_szOption, Anywhere, UserPart::Options,
-        [](const QDomElement& root, UserRecords& records) { readOptions(root, records.options); },
+        ruleOf(c_szOption, { settingsRule() }), Anywhere, UserPart::Options,
+        [](const QDomElement& root, UserRecords& records) {
+            records.options = {};
+            readOptions(root, records.options);
+        },
         [](QDomElement& section, QDomDocument& doc, const UserRecords& records) {
             writeOptions(section, doc, records.options);
         });
@@ -126,7 +153,7 @@ Section optionSection()
 Section stockSection()
 {
     return own(
-        c_szCustomStock, BelowRoot, UserPart::Stocks,
+        ruleOf(c_szCustomStock, { stockListsRule() }), BelowRoot, UserPart::Stocks,
         [](const QDomElement& root, UserRecords& records) {
             readCustomStocks(root, records.stocks);
         },
@@ -138,44 +165,58 @@ Section stockSection()
 Section userParamSection()
 {
     return own(
-        c_szUserParams, Anywhere, UserPart::Options,
+        userParamsRule(), Anywhere, UserPart::Options,
         [](const QDomElement& root, UserRecords& records) {
-            records.bFunctionTreeExpand = readFunctionTreeExpand(root, records.bFunctionTreeExpand);
+            records.bFunctionTreeExpand = readFunctionTreeExpand(root, false);
         },
         [](QDomElement& section, QDomDocument&, const UserRecords& records) {
             setFunctionTreeExpand(section, records.bFunctionTreeExpand);
         });
 }
 
-void writeVersion(QDomElement& section, QDomDocument&, const UserRecords&)
+Section versionSection()
 {
-    section.setAttribute(QStringLiteral("version_id"), c_nVersion);
+    return unread({ c_szConfigVersion,
+                    ElementKind::Section,
+                    { { c_szVersionId, ValueKind::Integer, Presence::Needed } } },
+                  [](QDomElement& section, QDomDocument&, const UserRecords&) {
+                      section.setAttribute(c_szVersionId, c_nVersion);
+                  });
 }
 
 std::vector<Section> allSections()
 {
     std::vector<Section> all = layoutSections();
     for (const Section& section : {
-             unread("ConfigVersion", writeVersion),
-             unread("CustomIndex"),
-             unread("CustomSector"),
-             other("FormulaCatalog"),
+             versionSection(),
+             unread({ "CustomIndex" }),
+             unread({ "CustomSector" }),
+             other(c_szFormulaCatalog),
              optionSection(),
-             other("GroupIndex"),
-             other("ExtendDataCatalog"),
+             other(c_szGroupIndex),
+             other(c_szExtendDataCatalog),
              stockSection(),
-             other("externalDataCatalog"),
-             other("drawGraph"),
-             other("strategyTrade"),
-             other("strategyAlgoTrade", SectionPresence::Optional),
-             other("WindDataCatalog"),
-             other("interfaceTrade"),
-             other("specialstrategydata"),
+             other(c_szExternalDataCatalog),
+             other(c_szDrawGraph),
+             other(c_szStrategyTrade),
+             other(c_szStrategyAlgoTrade, SectionPresence::Optional),
+             other(c_szWindDataCatalog),
+             other(c_szInterfaceTrade),
+             other(c_szSpecialStrategyData),
              userParamSection(),
          }) {
         all.push_back(section);
     }
     return all;
+}
+
+const ElementRule* findBelow(const ElementRule& rule, const QString& tag)
+{
+    const ElementRule* pFound = rule.strTag == tag ? &rule : nullptr;
+    for (auto it = rule.children.begin(); pFound == nullptr && it != rule.children.end(); ++it) {
+        pFound = findBelow(*it, tag);
+    }
+    return pFound;
 }
 
 } // namespace
@@ -191,6 +232,15 @@ const Section* findSection(const QString& name)
     const auto it = std::find_if(sections().begin(), sections().end(),
                                  [&](const Section& section) { return section.strName == name; });
     return it == sections().end() ? nullptr : &*it;
+}
+
+const ElementRule* findRule(const QString& tag)
+{
+    const ElementRule* pFound = nullptr;
+    for (auto it = sections().begin(); pFound == nullptr && it != sections().end(); ++it) {
+        pFound = findBelow(it->rule, tag);
+    }
+    return pFound;
 }
 
 QString partName(UserPart part)

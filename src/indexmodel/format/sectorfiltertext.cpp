@@ -75,7 +75,7 @@ QString formatSectorFilters(const SectorFilterMap& table)
 
 void readSectorFilters(const QDomElement& parent, SectorFilterMap& table)
 {
-    const QVector<QDomElement> sections = descendants(parent, QStringLiteral("SectorFilter"));
+    const QVector<QDomElement> sections = descendants(parent, c_szSectorFilter);
     const QDomElement section = sections.isEmpty() ? QDomElement() : sections.first();
     for (QDomElement child = section.firstChildElement(); !child.isNull();
          child = child.nextSiblingElement()) {

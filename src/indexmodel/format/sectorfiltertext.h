@@ -6,6 +6,9 @@
 
 namespace KW {
 
+/// The section of filters that files of old have; no save writes it.
+constexpr char c_szSectorFilter[] = "SectorFilter";
+
 // The one-line form of a table of filters:
 //
 //     801010=Banks,1|绝对权重|0|0|0.050,2|前收盘|3|0|10.000:801020=...

@@ -6,6 +6,13 @@
 
 namespace KW {
 
+ElementRule userParamsRule()
+{
+    return { c_szUserParams,
+             ElementKind::Section,
+             { { c_szExpand, ValueKind::Switch, Presence::Needed } } };
+}
+
 bool readFunctionTreeExpand(const QDomElement& root, bool current)
 {
     const QDomElement params = MV::getSubElement(root, c_szUserParams);

@@ -33,7 +33,9 @@ QVector<ElementTree> otherSections(const QDomDocument& file);
 QVector<ElementTree> contents(const QVector<ElementTree>& sections);
 
 /// What a save of \a records and the load after it leave: no read-only options, no section that
-/// nobody reads, no panel group without windows.
+/// nobody reads, no panel group without windows; of texts only what a file can hold; of trees what
+/// the parser gives of them, and what they hold that readers take for their own where they take it.
+/// Nothing is written for it. The trees are such as a parser gives.
 UserRecords savedForm(const UserRecords& records);
 
 /// A document that holds \a records as a save writes them.

@@ -10,6 +10,7 @@
 #include "indexuser/sectorexport_p.h"
 #include "indexuser/userconfigfile_p.h"
 #include "platform/formula.h"
+#include "platform/managersections.h"
 #include "platform/mvcommon.h"
 #include "platform/orderservice.h"
 #include "platform/specialstrategy.h"
@@ -33,7 +34,7 @@ constexpr char c_szSettingsSection[] = "UiSettingConfig";
 
 // Made with every document and dropped: these names stay taken, and no file holds them.
 const char* const c_apszTakenNames[] = {
-    "investFee",   "SectorFilter",   "InvestCatalog",  "BasketHedges",     "tradeBaskets",
+    "investFee",   c_szSectorFilter, "InvestCatalog",  "BasketHedges",     "tradeBaskets",
     "tradeBlacks", "OrderStrategys", "SmartKeyConfig", "QsSmartKeyConfig", "OrderAccountKeys",
     "fileImport",  "userNames",      "portNum",
 };
@@ -357,22 +358,23 @@ void CUserConfigManager::loadSections(QDomElement& root)
 void CUserConfigManager::fillSections(QMap<QString, QDomElement>& sections, QDomDocument& doc)
 {
     single<CSectorManager>().saveSettings();
-    single<CFormulaOperateManager>().saveSettings(sections["FormulaCatalog"], doc);
+    single<CFormulaOperateManager>().saveSettings(sections[c_szFormulaCatalog], doc);
     saveOptionSettings(sections[c_szOption], doc);
-    single<CFormulaOperateManager>().saveGroupIndexSettings(sections["GroupIndex"], doc);
-    single<CExtendDataManager>().saveSettings(sections["ExtendDataCatalog"], doc);
+    single<CFormulaOperateManager>().saveGroupIndexSettings(sections[c_szGroupIndex], doc);
+    single<CExtendDataManager>().saveSettings(sections[c_szExtendDataCatalog], doc);
     saveCustomStock(sections[c_szCustomStock], doc);
-    single<CExternalDataManager>().saveSettings(sections["externalDataCatalog"], doc);
-    single<CWindDataManager>().saveSettings(sections["WindDataCatalog"], doc);
-    single<CDrawGraphManager>().saveSettings(sections["drawGraph"], doc);
-    single<CStrategyTradeManager>().saveSettings(sections["strategyTrade"], doc);
+    single<CExternalDataManager>().saveSettings(sections[c_szExternalDataCatalog], doc);
+    single<CWindDataManager>().saveSettings(sections[c_szWindDataCatalog], doc);
+    single<CDrawGraphManager>().saveSettings(sections[c_szDrawGraph], doc);
+    single<CStrategyTradeManager>().saveSettings(sections[c_szStrategyTrade], doc);
     bool bOmitted = false;
-    single<CStrategyTradeManager>().saveAlgoSettings(sections["strategyAlgoTrade"], doc, bOmitted);
+    single<CStrategyTradeManager>().saveAlgoSettings(sections[c_szStrategyAlgoTrade], doc,
+                                                     bOmitted);
     if (bOmitted) {
-        sections.remove("strategyAlgoTrade");
+        sections.remove(c_szStrategyAlgoTrade);
     }
-    manualSingle<COrderService>().saveSettings(sections["interfaceTrade"], doc);
-    manualSingle<CSpecialStrategyManager>().saveSettings(sections["specialstrategydata"], doc);
+    manualSingle<COrderService>().saveSettings(sections[c_szInterfaceTrade], doc);
+    manualSingle<CSpecialStrategyManager>().saveSettings(sections[c_szSpecialStrategyData], doc);
 }
 
 QDomDocument CUserConfigManager::newDocument()
@@ -387,7 +389,7 @@ QDomDocument CUserConfigManager::newDocument()
     for (const char* pszName : c_apszTakenNames) {
         doc.createElement(pszName);
     }
-    sections["ConfigVersion"].setAttribute("version_id", c_nVersion);
+    sections[c_szConfigVersion].setAttribute(c_szVersionId, c_nVersion);
     fillSections(sections, doc);
     if (m_pLayoutConfig) {
         m_pLayoutConfig->saveSetting(root, doc);

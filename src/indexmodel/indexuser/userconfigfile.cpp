@@ -3,6 +3,7 @@
 #include "indexuser/logline_p.h"
 #include "platform/commonutil.h"
 #include "platform/environment.h"
+#include "platform/filenames.h"
 #include "platform/indexutil.h"
 #include "platform/mvcommon.h"
 #include "platform/strategybase.h"
@@ -108,12 +109,12 @@ void logThrown() noexcept
 
 QString liveFilePath()
 {
-    return inConfigDir(QStringLiteral("indexUserConfig.xml"));
+    return inConfigDir(c_szLiveFile);
 }
 
 QString datedCopyPath()
 {
-    const QString strTemp = inConfigDir(QStringLiteral("Temp"));
+    const QString strTemp = inConfigDir(c_szCopiesFolder);
     if (!QDir().exists(strTemp)) {
         // Without the directory the write into it fails, and that is logged. It is the user's own,
         // like the copies in it.
@@ -121,7 +122,7 @@ QString datedCopyPath()
         QFile::setPermissions(
             strTemp, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
-    return strTemp + QDir::separator() + QStringLiteral("indexUserConfig.xml_")
+    return strTemp + QDir::separator() + c_szDatedCopyPrefix
         + QDate::currentDate().toString(QStringLiteral("yyyyMMdd"));
 }
 
@@ -140,7 +141,7 @@ void writeLiveFile(UserDocumentText document)
     logCut(document.cut);
     std::string& strContent = document.strUtf8;
     // The mirror is a convenience of other modules: without it the file is saved all the same.
-    contain([&] { se::writeConfig("userconfig.xml", strContent); });
+    contain([&] { se::writeConfig(c_szMirrorKey, strContent); });
 
     const SavePaths paths;
     if (stdWriteFile(paths.strGbkDatedCopy, strContent, "wb")) {

@@ -1,5 +1,7 @@
 #include "inspect/belongings.h"
 
+#include <platform/filenames.h>
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -32,7 +34,8 @@ std::optional<Identity> identityOf(const QString& path)
 QStringList foldersOf(const QString& configDir)
 {
     QStringList folders;
-    for (const char* pszName : { "Temp", "Settings", "History" }) {
+    for (const char* pszName :
+         { KW::c_szCopiesFolder, KW::c_szSettingsFolder, KW::c_szHistoryFolder }) {
         folders.append(QDir(configDir).filePath(QLatin1String(pszName)));
     }
     return folders;
@@ -41,10 +44,11 @@ QStringList foldersOf(const QString& configDir)
 // Names that a user's own have whether they are there or not; some file systems know no case.
 bool isOwnName(const QString& name)
 {
-    const QString strName = name.toLower();
-    return strName.startsWith(QLatin1String("indexuserconfig.xml"))
-        || QStringList { "sectors.json", "temp", "settings", "history", "indexuserconfig.lock" }
-               .contains(strName);
+    static const QStringList s_names { KW::c_szSectorsFile, KW::c_szCopiesFolder,
+                                       KW::c_szSettingsFolder, KW::c_szHistoryFolder,
+                                       KW::c_szLockFile };
+    return name.startsWith(KW::c_szLiveFile, Qt::CaseInsensitive)
+        || s_names.contains(name, Qt::CaseInsensitive);
 }
 
 QStringList filesOf(const QString& configDir)

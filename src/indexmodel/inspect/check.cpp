@@ -4,7 +4,7 @@
 #include "inspect/schema.h"
 #include "inspect/textdefects_p.h"
 
-#include <format/sections.h>
+#include <format/sectorfiltertext.h>
 #include <platform/mvcommon.h>
 
 #include <algorithm>
@@ -93,7 +93,7 @@ void CChecker::walkDocument()
 void CChecker::walkRoot()
 {
     const Place at { m_root, m_nElements++ };
-    checkAttributes(at, ElementRule());
+    checkAttributes(at, KW::ElementRule());
     for (QDomNode node = m_root.firstChild(); !node.isNull(); node = node.nextSibling()) {
         if (node.isElement()) {
             walkSection(node.toElement());
@@ -119,25 +119,26 @@ void CChecker::checkMissing()
 void CChecker::walkSection(const QDomElement& section)
 {
     const Place at { section, m_nElements };
-    m_strSection.clear();
-    if (KW::findSection(section.tagName()) == nullptr) {
+    m_pSection = nullptr;
+    const KW::Section* const pFound = KW::findSection(section.tagName());
+    if (pFound == nullptr) {
         add(at, "section", Effect::Dropped, section.tagName() + " is a section that nobody reads");
-        if (section.tagName() == QLatin1String("SectorFilter")) {
+        if (section.tagName() == KW::c_szSectorFilter) {
             checkFilters(at);
         }
     } else if (m_root.firstChildElement(section.tagName()) != section) {
         add(at, "second-section", Effect::Dropped, "only the first such section is read");
     } else {
-        m_strSection = section.tagName();
-        checkContentOf(at);
-        walk(section, ruleOf(section.tagName()));
+        m_pSection = pFound;
+        checkContentOf(at, pFound->rule);
+        walk(section, pFound->owner == KW::SectionOwner::Managers ? nullptr : &pFound->rule);
         return;
     }
     walk(section, nullptr);
 }
 
 // Without a rule the content is somebody else's, or lost with its parent.
-void CChecker::walk(const QDomElement& element, const ElementRule* pRule)
+void CChecker::walk(const QDomElement& element, const KW::ElementRule* pRule)
 {
     const Place at { element, m_nElements++ };
     checkPlace(at);
@@ -148,7 +149,7 @@ void CChecker::walk(const QDomElement& element, const ElementRule* pRule)
     }
     checkAttributes(at, *pRule);
     checkNeeded(at, *pRule);
-    checkSpecial(at);
+    checkSpecial(at, *pRule);
     walkChildren(at, *pRule);
 }
 
@@ -167,7 +168,7 @@ void CChecker::walkAll(const QDomElement& parent)
 void CChecker::checkInstruction(const QDomNode& node, const TextPosition& position)
 {
     const QDomNode next = node.nextSibling();
-    if (!m_strSection.isEmpty() && node.isProcessingInstruction() && next.isText()
+    if (m_pSection != nullptr && node.isProcessingInstruction() && next.isText()
         && !next.isCDATASection()) {
         m_findings.append({ position, "mixed-text", Effect::Changed,
                             pathOf(node.parentNode().toElement()),
@@ -175,24 +176,19 @@ void CChecker::checkInstruction(const QDomNode& node, const TextPosition& positi
     }
 }
 
-void CChecker::walkChildren(const Place& at, const ElementRule& rule)
+void CChecker::walkChildren(const Place& at, const KW::ElementRule& rule)
 {
-    // The child of a window is its panel tree, which is somebody else's.
-    const bool bWindow = isWindowTag(at.element.tagName());
     const bool bSingle = isSingleWindow(at.element);
-    const bool bOption = at.element.tagName() == QLatin1String("Option");
     for (QDomNode node = at.element.firstChild(); !node.isNull(); node = node.nextSibling()) {
         const QDomElement child = node.toElement();
         if (child.isNull()) {
             checkContent(at, node, "in a section of the service");
-        } else if (bOption) {
-            walk(child, &settingsRule());
-        } else if (rule.children.contains(child.tagName())) {
-            walk(child, ruleOf(child.tagName()));
+        } else if (const KW::ElementRule* const pRule = rule.child(child.tagName())) {
+            walk(child, pRule);
         } else {
             if (bSingle) {
                 m_explained.insert(m_positions.ofElement(m_nElements).nLine);
-            } else if (!bWindow) {
+            } else if (rule.kind != KW::ElementKind::Window && !isInner(child)) {
                 add({ child, m_nElements }, "element", Effect::Dropped,
                     child.tagName() + " is not read here");
             }

@@ -5,7 +5,8 @@
 #include "inspect/screens.h"
 
 #include <format/elementtree.h>
-#include <format/layoutwindows.h>
+#include <format/layouttemplates.h>
+#include <format/panelgroups.h>
 #include <format/xmlelements.h>
 
 namespace inspect {
@@ -25,11 +26,11 @@ bool isWord(const QString& value)
 
 } // namespace
 
-void CChecker::checkAttributes(const Place& at, const ElementRule& rule)
+void CChecker::checkAttributes(const Place& at, const KW::ElementRule& rule)
 {
     const QStringList names = KW::attributeNames(at.element);
     for (const QString& strName : names) {
-        const AttributeRule* const pRule = rule.attribute(strName);
+        const KW::AttributeRule* const pRule = rule.attribute(strName);
         if (pRule == nullptr) {
             add(at, "attribute", Effect::Dropped, strName + " is not read here", strName);
         } else {
@@ -38,30 +39,34 @@ void CChecker::checkAttributes(const Place& at, const ElementRule& rule)
     }
 }
 
-void CChecker::checkValue(const Place& at, const AttributeRule& rule)
+void CChecker::checkValue(const Place& at, const KW::AttributeRule& rule)
 {
     const QString strValue = at.element.attribute(rule.strName);
     const QString strText = quoted(at.element, rule.strName);
     bool bOk = false;
     const int nValue = strValue.toInt(&bOk);
-    if (rule.kind == ValueKind::Text) {
+    if (rule.kind == KW::ValueKind::Text) {
         return;
     }
-    if (!bOk && rule.kind == ValueKind::Switch && isWord(strValue)) {
+    if (!bOk && rule.kind == KW::ValueKind::Switch && isWord(strValue)) {
         add(at, "word-boolean", Effect::Changed, strText + " is a word and reads as 0",
             rule.strName);
     } else if (!bOk) {
         add(at, "number", Effect::Changed, strText + " is no number and reads as 0", rule.strName);
-    } else if (rule.kind == ValueKind::Switch && nValue != 0 && nValue != 1) {
+    } else if (rule.kind == KW::ValueKind::Switch && nValue != 0 && nValue != 1) {
         add(at, "switch", Effect::Changed, strText + " reads as 1", rule.strName);
     }
 }
 
-void CChecker::checkNeeded(const Place& at, const ElementRule& rule)
+void CChecker::checkNeeded(const Place& at, const KW::ElementRule& rule)
 {
+    // What a section lacks is told with its content.
+    if (rule.kind == KW::ElementKind::Section) {
+        return;
+    }
     QStringList missing;
-    for (const AttributeRule& each : rule.attributes) {
-        if (each.presence == Presence::Needed && !at.element.hasAttribute(each.strName)) {
+    for (const KW::AttributeRule& each : rule.attributes) {
+        if (each.presence == KW::Presence::Needed && !at.element.hasAttribute(each.strName)) {
             missing.append(each.strName);
         }
     }
@@ -71,34 +76,38 @@ void CChecker::checkNeeded(const Place& at, const ElementRule& rule)
     }
 }
 
-void CChecker::checkContentOf(const Place& section)
+void CChecker::checkContentOf(const Place& section, const KW::ElementRule& rule)
 {
-    const QStringList missing = missingContent(section.element);
+    const QStringList missing = missingContent(section.element, rule);
     if (!missing.isEmpty()) {
         add(section, "missing-content", Effect::Changed,
             missing.join(QStringLiteral(", ")) + ": missing, the next save writes it");
     }
 }
 
-void CChecker::checkSpecial(const Place& at)
+void CChecker::checkSpecial(const Place& at, const KW::ElementRule& rule)
 {
     using Check = void (CChecker::*)(const Place&);
-    static const QMap<QString, Check> s_checks {
-        { "LayoutWindow", &CChecker::checkWindow },
-        { "LayoutWindowTemplate", &CChecker::checkWindow },
-        { "tradeWindowTemplate", &CChecker::checkWindow },
-        { "itemLayout", &CChecker::checkGroup },
-        { "LayoutTemplate", &CChecker::checkTemplate },
-        { "tradeLayoutTemplate", &CChecker::checkTemplate },
-        { "Custom", &CChecker::checkStockList },
+    static const QMap<KW::ElementKind, Check> s_checks {
+        { KW::ElementKind::Section, &CChecker::checkSection },
+        { KW::ElementKind::Options, &CChecker::checkOptions },
+        { KW::ElementKind::Window, &CChecker::checkWindow },
+        { KW::ElementKind::Group, &CChecker::checkGroup },
+        { KW::ElementKind::Template, &CChecker::checkTemplate },
+        { KW::ElementKind::StockList, &CChecker::checkStockList },
     };
-    const auto it = s_checks.find(at.element.tagName());
+    const auto it = s_checks.find(rule.kind);
     if (it != s_checks.end()) {
         (this->**it)(at);
-    } else if (at.element.parentNode().nodeName() == QLatin1String("Option")) {
-        checkOptions(at);
-    } else if (at.element.attribute(QStringLiteral("version_id"), "11").toInt() != 11) {
-        add(at, "version", Effect::Changed, "the version is saved as 11", "version_id");
+    }
+}
+
+void CChecker::checkSection(const Place& at)
+{
+    const QString strVersion = QString::number(KW::c_nVersion);
+    if (at.element.attribute(KW::c_szVersionId, strVersion).toInt() != KW::c_nVersion) {
+        add(at, "version", Effect::Changed, "the version is saved as " + strVersion,
+            KW::c_szVersionId);
     } else if (isSingleWindow(at.element)) {
         add(at, "single-window", Effect::Changed, "becomes one maximized main window on screen 1");
         checkPanels(at);
@@ -124,43 +133,59 @@ void CChecker::checkPanels(const Place& at)
 
 void CChecker::checkGroup(const Place& at)
 {
-    checkUnique(at, "key", "double-key", Effect::Merged, "the last panel group of this key wins");
-    if (at.element.elementsByTagName("LayoutWindow").isEmpty()) {
+    const QString strEntry = entryOf(at, KW::c_szGroupKey);
+    if (hasWindows(at.element)) {
+        // The schema counts those without windows, too.
+        if (m_passedOver.contains(strEntry)) {
+            m_explained.insert(m_positions.ofElement(at.nIndex).nLine);
+        }
+        checkUnique(at, KW::c_szGroupKey, "double-key", Effect::Merged,
+                    "the last panel group of this key wins");
+    } else {
+        m_passedOver.insert(strEntry);
         add(at, "no-windows", Effect::Dropped, "a panel group without windows");
     }
 }
 
 void CChecker::checkTemplate(const Place& at)
 {
-    checkUnique(at, "name", "double-name", Effect::Kept,
+    checkUnique(at, KW::c_szTemplateName, "double-name", Effect::Kept,
                 "a second template of this name: only the first can be restored");
 }
 
 void CChecker::checkStockList(const Place& at)
 {
-    checkUnique(at, "type", "double-type", Effect::Merged, "the last list of this type wins");
-    if (at.element.attribute("type").toInt() < 0) {
-        add(at, "negative-type", Effect::Dropped, "lists of negative types are not read", "type");
+    if (KW::intAttribute(at.element, KW::c_szListType) < 0) {
+        add(at, "negative-type", Effect::Dropped, "lists of negative types are not read",
+            KW::c_szListType);
+    } else {
+        checkUnique(at, KW::c_szListType, "double-type", Effect::Merged,
+                    "the last list of this type wins");
     }
+}
+
+QString CChecker::entryOf(const Place& at, const QString& attribute)
+{
+    const QString strValue = at.element.attribute(attribute);
+    // Texts that are no numbers all mean list 0.
+    const QString strEntry
+        = attribute == KW::c_szListType ? QString::number(strValue.toInt()) : strValue;
+    return at.element.parentNode().nodeName() + '/' + strEntry;
 }
 
 void CChecker::checkUnique(const Place& at, const QString& attribute, const QString& rule,
                            Effect effect, const QString& text)
 {
-    const QString strValue = at.element.attribute(attribute);
-    // Texts that are no numbers all mean list 0.
-    const QString strEntry
-        = attribute == QLatin1String("type") ? QString::number(strValue.toInt()) : strValue;
-    const QString strList = at.element.parentNode().nodeName() + '/';
-    if (++m_seen[strList + strEntry] == 2) {
+    if (++m_seen[entryOf(at, attribute)] == 2) {
         add(at, rule, effect, quoted(at.element, attribute) + ": " + text, attribute);
     }
 }
 
 void CChecker::checkOptions(const Place& at)
 {
-    if (at.element.tagName() != QLatin1String("Settings")) {
-        add(at, "settings-name", Effect::Changed, "is saved as Settings");
+    if (at.element.tagName() != KW::c_szSettings) {
+        add(at, "settings-name", Effect::Changed,
+            QStringLiteral("is saved as ") + KW::c_szSettings);
     }
     if (!at.element.previousSiblingElement().isNull()) {
         add(at, "second-settings", Effect::Merged, "its options override those before");
@@ -194,14 +219,19 @@ void CChecker::checkFilters(const Place& at)
 
 void CChecker::checkEntry(const Place& at)
 {
-    if (m_strSection.isEmpty()) {
+    if (m_pSection == nullptr) {
         return;
     }
     m_foreign.insert(at.nIndex);
-    const InnerRule rule = innerRuleOf(at.element, m_strSection);
+    const InnerRule rule = innerRuleOf(at.element, *m_pSection);
     if (!rule.strRule.isEmpty()) {
         add(at, rule.strRule, Effect::Changed, rule.strText);
     }
+}
+
+bool CChecker::isInner(const QDomElement& element) const
+{
+    return !innerRuleOf(element, *m_pSection).strRule.isEmpty();
 }
 
 void CChecker::checkScreens()
@@ -210,17 +240,14 @@ void CChecker::checkScreens()
     for (const Place& at : qAsConst(m_windows)) {
         windows.append(KW::readWindowFrame(at.element, KW::NavTree::LeftOut));
     }
-    const QVector<Screen> screens = screensOf(windows);
-    for (int i = 0; i < windows.size(); ++i) {
-        if (isOffScreen(windows[i], screens)) {
-            const QRectF rect = areaOf(windows[i]);
-            add(m_windows[i], "off-screen", Effect::Kept,
-                QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
-                    .arg(rect.x())
-                    .arg(rect.y())
-                    .arg(rect.width())
-                    .arg(rect.height()));
-        }
+    for (const int nWindow : offScreen(windows, screensOf(windows))) {
+        const QRectF rect = areaOf(windows[nWindow]);
+        add(m_windows[nWindow], "off-screen", Effect::Kept,
+            QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
+                .arg(rect.x())
+                .arg(rect.y())
+                .arg(rect.width())
+                .arg(rect.height()));
     }
 }
 

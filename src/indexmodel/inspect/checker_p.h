@@ -26,18 +26,19 @@ private:
     void add(const Place& at, const QString& rule, Effect effect, const QString& text,
              const QString& attribute = {});
     void walkAll(const QDomElement& parent);
-    void walk(const QDomElement& element, const ElementRule* pRule);
+    void walk(const QDomElement& element, const KW::ElementRule* pRule);
     void walkDocument();
     void walkRoot();
-    void walkChildren(const Place& at, const ElementRule& rule);
+    void walkChildren(const Place& at, const KW::ElementRule& rule);
     void walkSection(const QDomElement& section);
     TextPosition positionOf(const QDomNode& node);
     void checkContent(const Place& at, const QDomNode& node, const char* pszWhere);
     void checkMissing();
-    void checkAttributes(const Place& at, const ElementRule& rule);
-    void checkValue(const Place& at, const AttributeRule& rule);
-    void checkNeeded(const Place& at, const ElementRule& rule);
-    void checkSpecial(const Place& at);
+    void checkAttributes(const Place& at, const KW::ElementRule& rule);
+    void checkValue(const Place& at, const KW::AttributeRule& rule);
+    void checkNeeded(const Place& at, const KW::ElementRule& rule);
+    void checkSpecial(const Place& at, const KW::ElementRule& rule);
+    void checkSection(const Place& at);
     void checkWindow(const Place& at);
     void checkGroup(const Place& at);
     void checkTemplate(const Place& at);
@@ -46,10 +47,12 @@ private:
     void checkFilters(const Place& at);
     void checkUnique(const Place& at, const QString& attribute, const QString& rule, Effect effect,
                      const QString& text);
+    static QString entryOf(const Place& at, const QString& attribute);
+    bool isInner(const QDomElement& element) const;
     void checkPlace(const Place& at);
     void checkScreens();
     void checkText();
-    void checkContentOf(const Place& section);
+    void checkContentOf(const Place& section, const KW::ElementRule& rule);
     void checkEntry(const Place& at);
     void checkPanels(const Place& at);
     void checkInstruction(const QDomNode& node, const TextPosition& position);
@@ -65,9 +68,10 @@ private:
     QVector<Finding> m_findings;
     QVector<Place> m_windows;
     QMap<QString, int> m_seen; // entries of lists by list and name
+    QSet<QString> m_passedOver; // groups without windows, likewise
     QMap<QString, QDomElement> m_read; // of the sections that may stand anywhere
     QSet<QString> m_misplaced; // those of them that do not stand at their place
-    QString m_strSection; // by which the walk is, empty in those that nobody reads
+    const KW::Section* m_pSection = nullptr; // by which the walk is, null in those nobody reads
     QSet<int> m_foreign; // elements of others, by index
     QSet<int> m_explained; // lines that no error of the schema has to tell of
 };

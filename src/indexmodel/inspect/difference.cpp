@@ -27,10 +27,15 @@ QString toText(const Difference& difference)
     return pathOf(difference) + ": " + shown(difference.left) + " -> " + shown(difference.right);
 }
 
+QString settingsPath()
+{
+    return KW::c_szOption + QStringLiteral("/") + KW::c_szSettings;
+}
+
 QString optionOf(const Difference& difference)
 {
-    const bool bOption = difference.part == KW::UserPart::Options
-        && difference.strWhat == KW::c_szOption + QStringLiteral("/Settings");
+    const bool bOption
+        = difference.part == KW::UserPart::Options && difference.strWhat == settingsPath();
     return bOption ? difference.strField : QString();
 }
 

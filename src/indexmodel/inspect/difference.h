@@ -27,6 +27,9 @@ QString pathOf(const Difference& difference);
 /// One line for people.
 QString toText(const Difference& difference);
 
+/// "Option/Settings", where options stand.
+QString settingsPath();
+
 /// The option that differs; empty in other parts.
 QString optionOf(const Difference& difference);
 

@@ -1,60 +1,27 @@
 #include "inspect/fileformat.h"
 
-#include "inspect/optionvalues.h"
+#include <format/layoutwindows.h>
 
-#include <format/sections.h>
-
-#include <QHash>
 #include <QMap>
-
-#include <algorithm>
 
 namespace inspect {
 
 namespace {
 
-using Rules = QHash<QString, ElementRule>;
+using KW::ElementKind;
+using KW::ElementRule;
 
 // Entries are looked for at any depth below the element that holds them.
-struct Entry {
-    QString strSection;
-    QString strHolder;
-    QString strTag;
-    InnerRule rule;
-};
-
-InnerRule innerWindow()
+const QMap<ElementKind, InnerRule>& innerRules()
 {
-    return { "inner-window", "is read as one more window of its layout" };
-}
-
-InnerRule innerTemplate()
-{
-    return { "inner-template", "is read as one more template" };
-}
-
-InnerRule innerGroup()
-{
-    return { "inner-group", "is read as one more panel group" };
-}
-
-const QVector<Entry>& entries()
-{
-    static const QVector<Entry> s_entries {
-        { "DefaultLayout", "DefaultLayout", "LayoutWindow", innerWindow() },
-        { "IndexLayout", "IndexLayout", "LayoutWindow", innerWindow() },
-        { "tradePanelGroup", "tradePanelGroup", "LayoutWindow", innerWindow() },
-        { "IndexPositionLayout", "itemLayout", "LayoutWindow", innerWindow() },
-        { "IndexPositionLayout", "FormulaPanelGroupLayout", "itemLayout", innerGroup() },
-        { "IndexPositionLayout", "ValuePanelGroupLayout", "itemLayout", innerGroup() },
-        { "LayoutTemplates", "LayoutTemplates", "LayoutTemplate", innerTemplate() },
-        { "LayoutTemplates", "LayoutTemplate", "LayoutWindowTemplate", innerWindow() },
-        { "tradeLayoutTemplates", "tradeLayoutTemplates", "tradeLayoutTemplate", innerTemplate() },
-        { "tradeLayoutTemplates", "tradeLayoutTemplate", "tradeWindowTemplate", innerWindow() },
-        { "CustomStock", "Customs", "Custom", { "inner-list", "is read as one more stock list" } },
-        { "CustomStock", "Custom", "Stock", { "inner-stock", "is read as a stock of its list" } },
+    static const QMap<ElementKind, InnerRule> s_rules {
+        { ElementKind::Window, { "inner-window", "is read as one more window of its layout" } },
+        { ElementKind::Group, { "inner-group", "is read as one more panel group" } },
+        { ElementKind::Template, { "inner-template", "is read as one more template" } },
+        { ElementKind::StockList, { "inner-list", "is read as one more stock list" } },
+        { ElementKind::Stock, { "inner-stock", "is read as a stock of its list" } },
     };
-    return s_entries;
+    return s_rules;
 }
 
 bool isWithin(const QDomElement& element, const QString& tag)
@@ -66,117 +33,34 @@ bool isWithin(const QDomElement& element, const QString& tag)
     return !each.isNull();
 }
 
-bool hasWindows(const QDomElement& element)
+// What an element is to the readers of whatever \a holder says they look for in it.
+InnerRule innerRuleBelow(const ElementRule& holder, const QDomElement& element)
 {
-    return !element.elementsByTagName(QStringLiteral("LayoutWindow")).isEmpty();
+    for (const ElementRule& each : holder.children) {
+        const bool bRead = each.strTag == element.tagName() && isWithin(element, holder.strTag);
+        // A group without windows is passed over.
+        if (bRead && (each.kind != ElementKind::Group || hasWindows(element))) {
+            return innerRules().value(each.kind);
+        }
+        const InnerRule below = innerRuleBelow(each, element);
+        if (!below.strRule.isEmpty()) {
+            return below;
+        }
+    }
+    return {};
 }
 
-ElementRule windowRule(const QVector<AttributeRule>& more)
+bool isThere(const QDomElement& section, const ElementRule& rule)
 {
-    ElementRule rule;
-    for (const char* pszName : { "screen_id", "left", "top", "width", "height", "panelgroup_id" }) {
-        rule.attributes.append({ pszName, ValueKind::Integer, Presence::Needed });
-    }
-    for (const char* pszName : { "is_main", "maximized" }) {
-        rule.attributes.append({ pszName, ValueKind::Switch, Presence::Needed });
-    }
-    rule.attributes += more;
-    return rule;
-}
-
-AttributeRule text(const char* pszName)
-{
-    return { pszName, ValueKind::Text, Presence::Needed };
-}
-
-void addLayoutRules(Rules& rules)
-{
-    const AttributeRule navTree { "navtree", ValueKind::Text, Presence::Optional };
-    rules["LayoutWindow"] = windowRule({ navTree });
-    for (const char* pszTag : { "LayoutWindowTemplate", "tradeWindowTemplate" }) {
-        rules[pszTag] = windowRule({});
-    }
-    for (const char* pszTag : { "DefaultLayout", "IndexLayout", "tradePanelGroup" }) {
-        rules[pszTag] = { {}, { "LayoutWindow" } };
-    }
-    rules["IndexPositionLayout"] = { {}, { "FormulaPanelGroupLayout", "ValuePanelGroupLayout" } };
-    for (const char* pszTag : { "FormulaPanelGroupLayout", "ValuePanelGroupLayout" }) {
-        rules[pszTag] = { {}, { "itemLayout" } };
-    }
-    rules["itemLayout"] = { { text("key") }, { "LayoutWindow" } };
-    rules["LayoutTemplates"] = { {}, { "LayoutTemplate" } };
-    rules["LayoutTemplate"] = { { text("name") }, { "LayoutWindowTemplate" } };
-    rules["tradeLayoutTemplates"] = { {}, { "tradeLayoutTemplate" } };
-    rules["tradeLayoutTemplate"] = { { text("name") }, { "tradeWindowTemplate" } };
-}
-
-Rules allRules()
-{
-    Rules rules;
-    addLayoutRules(rules);
-    rules["ConfigVersion"] = { { { "version_id", ValueKind::Integer, Presence::Optional } }, {} };
-    rules["CustomIndex"] = {};
-    rules["CustomSector"] = {};
-    rules["Option"] = {};
-    rules["CustomStock"] = { {}, { "Customs" } };
-    rules["Customs"] = { {}, { "Custom" } };
-    rules["Custom"] = { { { "type", ValueKind::Integer, Presence::Needed } }, { "Stock" } };
-    rules["Stock"] = { { text("market"), text("code"), text("name") }, {} };
-    rules["UserParams"]
-        = { { { "m_bFormulaFunctionTreeExpand", ValueKind::Switch, Presence::Optional } }, {} };
-    return rules;
-}
-
-ElementRule optionsRule()
-{
-    ElementRule rule;
-    for (const KW::OptionRow& row : KW::optionTable()) {
-        const OptionKind kind = kindOf(row);
-        rule.attributes.append({ row.strAttribute,
-                                 kind == OptionKind::Text         ? ValueKind::Text
-                                     : kind == OptionKind::Switch ? ValueKind::Switch
-                                                                  : ValueKind::Integer,
-                                 Presence::Optional });
-    }
-    return rule;
+    return !section.firstChildElement(rule.kind == ElementKind::Options ? QString() : rule.strTag)
+                .isNull();
 }
 
 } // namespace
 
-const AttributeRule* ElementRule::attribute(const QString& name) const
-{
-    for (const AttributeRule& each : attributes) {
-        if (each.strName == name) {
-            return &each;
-        }
-    }
-    return nullptr;
-}
-
-const ElementRule* ruleOf(const QString& tag)
-{
-    static const Rules s_rules = allRules();
-    const auto it = s_rules.find(tag);
-    return it == s_rules.end() ? nullptr : &*it;
-}
-
-const ElementRule& settingsRule()
-{
-    static const ElementRule s_rule = optionsRule();
-    return s_rule;
-}
-
-bool isWindowTag(const QString& tag)
-{
-    const auto& all = KW::sections();
-    return !tag.isEmpty() && std::any_of(all.begin(), all.end(), [&](const KW::Section& section) {
-        return section.strWindowTag == tag;
-    });
-}
-
 QStringList namesOfAnyPlace()
 {
-    QStringList names { QStringLiteral("Customs") };
+    QStringList names { KW::c_szStockLists };
     for (const KW::Section& section : KW::sections()) {
         if (section.place == KW::SectionPlace::Anywhere) {
             names.append(section.strName);
@@ -187,52 +71,35 @@ QStringList namesOfAnyPlace()
 
 QDomElement placeOf(const QString& section, const QDomElement& root)
 {
-    return section == QLatin1String("Customs")
-        ? root.firstChildElement(QStringLiteral("CustomStock"))
-        : root;
+    return section == KW::c_szStockLists ? root.firstChildElement(KW::c_szCustomStock) : root;
 }
 
-InnerRule innerRuleOf(const QDomElement& element, const QString& section)
+InnerRule innerRuleOf(const QDomElement& element, const KW::Section& section)
 {
-    const QString strTag = element.tagName();
-    for (const Entry& entry : entries()) {
-        if (entry.strTag == strTag && entry.strSection == section
-            && isWithin(element, entry.strHolder)) {
-            // A group without windows is passed over.
-            const bool bRead = strTag != QLatin1String("itemLayout") || hasWindows(element);
-            return bRead ? entry.rule : InnerRule();
-        }
-    }
-    return {};
+    return innerRuleBelow(section.rule, element);
 }
 
-QStringList missingContent(const QDomElement& section)
+QStringList missingContent(const QDomElement& section, const ElementRule& rule)
 {
-    static const QMap<QString, QStringList> s_attributes {
-        { "ConfigVersion", { "version_id" } },
-        { "UserParams", { "m_bFormulaFunctionTreeExpand" } },
-    };
-    static const QMap<QString, QStringList> s_children {
-        { "CustomStock", { "Customs" } },
-        { "IndexPositionLayout", { "FormulaPanelGroupLayout", "ValuePanelGroupLayout" } },
-    };
     QStringList missing;
-    // The child of Option may have any name.
-    if (section.tagName() == QLatin1String("Option") && section.firstChildElement().isNull()) {
-        missing.append(QStringLiteral("Settings"));
+    for (const KW::AttributeRule& each : rule.attributes) {
+        missing += section.hasAttribute(each.strName) ? QStringList() : QStringList(each.strName);
     }
-    for (const QString& name : s_attributes.value(section.tagName())) {
-        missing += section.hasAttribute(name) ? QStringList() : QStringList(name);
-    }
-    for (const QString& name : s_children.value(section.tagName())) {
-        missing += section.firstChildElement(name).isNull() ? QStringList(name) : QStringList();
+    for (const ElementRule& each : rule.children) {
+        const bool bWritten = each.kind == ElementKind::Holder || each.kind == ElementKind::Options;
+        missing += bWritten && !isThere(section, each) ? QStringList(each.strTag) : QStringList();
     }
     return missing;
 }
 
+bool hasWindows(const QDomElement& element)
+{
+    return !element.elementsByTagName(KW::layoutWindowFormat().strTag).isEmpty();
+}
+
 bool isSingleWindow(const QDomElement& element)
 {
-    return element.tagName() == QLatin1String("IndexLayout") && !hasWindows(element);
+    return element.tagName() == KW::c_szIndexLayout && !hasWindows(element);
 }
 
 } // namespace inspect

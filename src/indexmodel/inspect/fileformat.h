@@ -1,37 +1,12 @@
 #pragma once
 
+#include "format/sections.h"
+
 #include <QDomElement>
-#include <QSet>
 #include <QString>
 #include <QStringList>
-#include <QVector>
 
 namespace inspect {
-
-enum class ValueKind { Integer, Switch, Text };
-enum class Presence { Needed, Optional };
-
-struct AttributeRule {
-    QString strName;
-    ValueKind kind;
-    Presence presence;
-};
-
-/// What the service reads of an element and writes again.
-struct ElementRule {
-    QVector<AttributeRule> attributes;
-    QSet<QString> children;
-
-    const AttributeRule* attribute(const QString& name) const;
-};
-
-/// The rule of an element that the service owns; null for all others.
-const ElementRule* ruleOf(const QString& tag);
-
-/// Of the children of Option, which may have any name.
-const ElementRule& settingsRule();
-
-bool isWindowTag(const QString& tag);
 
 /// The sections, and what of them, that are read wherever they stand, the first of each name.
 QStringList namesOfAnyPlace();
@@ -46,10 +21,13 @@ struct InnerRule {
 };
 
 /// Of an element that does not stand where such entries belong, within \a section of the root.
-InnerRule innerRuleOf(const QDomElement& element, const QString& section);
+InnerRule innerRuleOf(const QDomElement& element, const KW::Section& section);
 
 /// The names of attributes and elements that \a section lacks, though every save writes them.
-QStringList missingContent(const QDomElement& section);
+QStringList missingContent(const QDomElement& section, const KW::ElementRule& rule);
+
+/// Whether there is a window of a layout below \a element, at any depth.
+bool hasWindows(const QDomElement& element);
 
 /// An older form of the quote layout: the panels of one window without the window.
 bool isSingleWindow(const QDomElement& element);

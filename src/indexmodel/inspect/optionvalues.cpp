@@ -67,12 +67,6 @@ private:
 
 } // namespace
 
-OptionKind kindOf(const KW::OptionRow& row)
-{
-    // In the order of the variant's alternatives.
-    return static_cast<OptionKind>(row.field.index());
-}
-
 const KW::OptionRow* findOption(const QString& name)
 {
     const auto& rows = KW::optionTable();

@@ -7,9 +7,8 @@
 
 namespace inspect {
 
-enum class OptionKind { Integer, Switch, Text };
-
-OptionKind kindOf(const KW::OptionRow& row);
+using KW::kindOf;
+using OptionKind = KW::ValueKind;
 
 /// The row of an option by its exact name; null when there is none.
 const KW::OptionRow* findOption(const QString& name);

@@ -1,8 +1,13 @@
 #include "inspect/screens.h"
 
+#include <boost/geometry/geometries/box.hpp>
+#include <boost/geometry/geometries/point_xy.hpp>
+#include <boost/geometry/index/rtree.hpp>
+
 #include <QMap>
 
 #include <algorithm>
+#include <vector>
 
 namespace inspect {
 
@@ -15,7 +20,36 @@ const QRectF& farthestDesktop()
     return s_rect;
 }
 
+namespace geo = boost::geometry;
+using Point = geo::model::d2::point_xy<double>;
+using Box = geo::model::box<Point>;
+
+// Without its edge, since what only touches shows nothing.
+Box boxOf(const QRectF& rect)
+{
+    const QRectF inner = rect.adjusted(0.25, 0.25, -0.25, -0.25);
+    return { Point(inner.left(), inner.top()), Point(inner.right(), inner.bottom()) };
+}
+
 } // namespace
+
+QVector<int> offScreen(const QVector<KW::CLayoutWindow>& windows, const QVector<Screen>& screens)
+{
+    std::vector<Box> boxes;
+    std::transform(screens.begin(), screens.end(), std::back_inserter(boxes),
+                   [](const Screen& screen) { return boxOf(screen.rect); });
+    const geo::index::rtree<Box, geo::index::rstar<16>> tree(boxes);
+    QVector<int> found;
+    for (int i = 0; i < windows.size(); ++i) {
+        const QRectF area = areaOf(windows[i]).normalized();
+        const bool bNowhere
+            = area.isEmpty() || tree.qbegin(geo::index::intersects(boxOf(area))) == tree.qend();
+        if (!windows[i].m_bMaximized && bNowhere) {
+            found.append(i);
+        }
+    }
+    return found;
+}
 
 QVector<Screen> screensOf(const QVector<KW::CLayoutWindow>& windows)
 {

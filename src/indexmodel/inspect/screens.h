@@ -26,4 +26,8 @@ QVector<KW::CLayoutWindow> windowsOf(const UserRecords& records);
 /// Whether no part of \a window lies on any of \a screens.
 bool isOffScreen(const KW::CLayoutWindow& window, const QVector<Screen>& screens);
 
+/// Which of \a windows are so, by their places in the list. As many of both as a file may hold take
+/// hardly more than in proportion to their number.
+QVector<int> offScreen(const QVector<KW::CLayoutWindow>& windows, const QVector<Screen>& screens);
+
 } // namespace inspect

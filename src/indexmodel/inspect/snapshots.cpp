@@ -1,5 +1,7 @@
 #include "inspect/snapshots.h"
 
+#include <platform/filenames.h>
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -9,15 +11,10 @@ namespace inspect {
 
 namespace {
 
-const QString& prefix()
-{
-    static const QString s_prefix = QStringLiteral("indexUserConfig.xml_");
-    return s_prefix;
-}
-
 QDate dateOf(const QFileInfo& file)
 {
-    return QDate::fromString(file.fileName().mid(prefix().size()), QStringLiteral("yyyyMMdd"));
+    return QDate::fromString(file.fileName().mid(qstrlen(KW::c_szDatedCopyPrefix)),
+                             QStringLiteral("yyyyMMdd"));
 }
 
 } // namespace
@@ -25,8 +22,9 @@ QDate dateOf(const QFileInfo& file)
 QVector<Snapshot> snapshots(const QString& configDir)
 {
     QVector<Snapshot> found;
-    const QDir temp(QDir(configDir).filePath(QStringLiteral("Temp")));
-    const QFileInfoList files = temp.entryInfoList({ prefix() + '*' }, QDir::Files);
+    const QDir temp(QDir(configDir).filePath(KW::c_szCopiesFolder));
+    const QFileInfoList files
+        = temp.entryInfoList({ KW::c_szDatedCopyPrefix + QStringLiteral("*") }, QDir::Files);
     for (const QFileInfo& file : files) {
         if (dateOf(file).isValid()) {
             found.append({ dateOf(file), file.filePath(), file.size() });

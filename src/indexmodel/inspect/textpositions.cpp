@@ -1,23 +1,15 @@
 #include "inspect/textpositions.h"
 
+#include <format/textscan.h>
+
 #include <algorithm>
 
 namespace inspect {
 
 namespace {
 
-bool standsAt(const QString& text, int offset, const char* pszWord)
-{
-    const QLatin1String word(pszWord);
-    return text.midRef(offset, word.size()) == word;
-}
-
-int positionAfter(const QString& text, const char* pszEnd, int from)
-{
-    const QLatin1String end(pszEnd);
-    const int nEnd = text.indexOf(end, from);
-    return nEnd < 0 ? text.size() : nEnd + end.size();
-}
+using KW::positionAfter;
+using KW::standsAt;
 
 // The first of \a wanted from \a offset on that stands outside quotes.
 int findUnquoted(const QString& text, int offset, int end, QChar wanted)
@@ -66,18 +58,18 @@ CTextPositions::CTextPositions(const QString& text)
 
 int CTextPositions::skipMarkup(int offset)
 {
-    if (standsAt(m_strText, offset, "<!--")) {
+    if (standsAt(m_strText, offset, QLatin1String("<!--"))) {
         m_comments.append(offset);
-        return positionAfter(m_strText, "-->", offset + 4);
+        return positionAfter(m_strText, QLatin1String("-->"), offset + 4);
     }
-    if (standsAt(m_strText, offset, "<?")) {
+    if (standsAt(m_strText, offset, QLatin1String("<?"))) {
         m_instructions.append(offset);
-        return positionAfter(m_strText, "?>", offset);
+        return positionAfter(m_strText, QLatin1String("?>"), offset);
     }
-    if (standsAt(m_strText, offset, "<![CDATA[")) {
-        return positionAfter(m_strText, "]]>", offset);
+    if (standsAt(m_strText, offset, QLatin1String("<![CDATA["))) {
+        return positionAfter(m_strText, QLatin1String("]]>"), offset);
     }
-    if (standsAt(m_strText, offset, "<!")) {
+    if (standsAt(m_strText, offset, QLatin1String("<!"))) {
         return skipDeclaration(offset);
     }
     return skipTag(offset);
@@ -86,10 +78,10 @@ int CTextPositions::skipMarkup(int offset)
 int CTextPositions::skipTag(int offset)
 {
     const int nEnd = findUnquoted(m_strText, offset, m_strText.size(), QLatin1Char('>'));
-    if (standsAt(m_strText, offset, "</")) {
+    if (standsAt(m_strText, offset, QLatin1String("</"))) {
         m_open.resize(std::max(m_open.size() - 1, 0));
     } else {
-        if (!standsAt(m_strText, nEnd - 1, "/>")) {
+        if (!standsAt(m_strText, nEnd - 1, QLatin1String("/>"))) {
             m_open.append(m_tags.size());
         }
         m_tags.append({ offset, nEnd });
@@ -103,17 +95,18 @@ void CTextPositions::addCharacters(int markup, int begin, int end)
         return;
     }
     const int nElement = m_open.constLast();
-    const bool bAll = m_tags[nElement].nBegin == markup && standsAt(m_strText, end, "</");
-    const bool bBesideData
-        = standsAt(m_strText, markup, "<![CDATA[") || standsAt(m_strText, end, "<![CDATA[");
+    const bool bAll
+        = m_tags[nElement].nBegin == markup && standsAt(m_strText, end, QLatin1String("</"));
+    const bool bBesideData = standsAt(m_strText, markup, QLatin1String("<![CDATA["))
+        || standsAt(m_strText, end, QLatin1String("<![CDATA["));
     m_characters.append({ { begin, end }, nElement, bAll || bBesideData });
 }
 
 int CTextPositions::skipDeclaration(int offset)
 {
     const int nEnd = findUnquoted(m_strText, offset, m_strText.size(), QLatin1Char('>'));
-    if (!standsAt(m_strText, offset, "<!DOCTYPE")) {
-        m_bEntities = m_bEntities || standsAt(m_strText, offset, "<!ENTITY");
+    if (!standsAt(m_strText, offset, QLatin1String("<!DOCTYPE"))) {
+        m_bEntities = m_bEntities || standsAt(m_strText, offset, QLatin1String("<!ENTITY"));
         return nEnd;
     }
     m_nDocumentType = offset;

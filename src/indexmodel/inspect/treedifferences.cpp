@@ -56,11 +56,4 @@ void compareTrees(const Difference& parent, const QVector<ElementTree>& left,
         found);
 }
 
-QVector<Difference> differences(const ElementTree& left, const ElementTree& right)
-{
-    QVector<Difference> found;
-    compareTrees({}, { left }, { right }, found);
-    return found;
-}
-
 } // namespace inspect

@@ -24,8 +24,10 @@ Difference place(KW::UserPart part, const QString& what)
 
 void compareOptions(const UserRecords& left, const UserRecords& right, Found& found)
 {
-    const Difference settings
-        = place(KW::UserPart::Options, KW::c_szOption + QStringLiteral("/Settings"));
+    if (left.options == right.options && left.bFunctionTreeExpand == right.bFunctionTreeExpand) {
+        return;
+    }
+    const Difference settings = place(KW::UserPart::Options, settingsPath());
     for (const KW::OptionRow& row : KW::optionTable()) {
         compareField(settings, row.strAttribute, optionText(left.options, row),
                      optionText(right.options, row), found);
@@ -41,7 +43,7 @@ using Instrument = KW::InstrumentList::value_type;
 
 EntryName nameOf(const Instrument& pDetail)
 {
-    return { QStringLiteral("Stock"),
+    return { KW::c_szStock,
              pDetail ? QString::fromStdString(KW::instrumentKey(*pDetail)) : QString() };
 }
 
@@ -66,7 +68,7 @@ void compareStocks(const KW::CustomStockMap& left, const KW::CustomStockMap& rig
     compareLists(
         lists, left.keys(), right.keys(),
         [](int type) {
-            return EntryName { QStringLiteral("Custom"), QString::number(type) };
+            return EntryName { KW::c_szStockList, QString::number(type) };
         },
         [&](const Difference& entry, int type, int) {
             if (!KW::sameInstruments(left[type], right[type])) {
@@ -130,6 +132,9 @@ void compareWindows(const Difference& parent, const QString& tag, const Windows&
 void compareGroups(const char* pszTag, const KW::PanelGroupMap& left,
                    const KW::PanelGroupMap& right, Found& found)
 {
+    if (left == right) {
+        return;
+    }
     using Setting = KW::CPanelGroupLayoutSetting;
     compareLists(
         place(KW::UserPart::Layouts,
@@ -148,6 +153,9 @@ void compareGroups(const char* pszTag, const KW::PanelGroupMap& left,
 void compareTemplates(const KW::TemplateFormat& format, const QVector<KW::CLayoutTemplate>& left,
                       const QVector<KW::CLayoutTemplate>& right, Found& found)
 {
+    if (left == right) {
+        return;
+    }
     using Template = KW::CLayoutTemplate;
     compareLists(
         place(KW::UserPart::Templates, format.strSectionTag), left, right,

@@ -5,6 +5,7 @@
 #include "inspect/savemoment_p.h"
 #include "inspect/textencoding.h"
 
+#include <platform/filenames.h>
 #include <platform/limits.h>
 
 #include <QDir>
@@ -207,7 +208,7 @@ QString rootTag()
 
 QString livePath(const QString& configDir)
 {
-    return QDir(configDir).filePath(QStringLiteral("indexUserConfig.xml"));
+    return QDir(configDir).filePath(KW::c_szLiveFile);
 }
 
 } // namespace inspect

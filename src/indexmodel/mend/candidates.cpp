@@ -3,6 +3,7 @@
 #include "mend/history.h"
 
 #include <inspect/snapshots.h>
+#include <platform/filenames.h>
 
 #include <QDir>
 #include <QFileInfo>
@@ -32,7 +33,8 @@ QVector<Candidate> copies(const QString& configDir)
 // The settings store keeps a value a file, under its section, which is empty, and its key.
 QVector<Candidate> mirrors(const QString& configDir)
 {
-    const QString strPath = QDir(configDir).filePath(QStringLiteral("Settings/=userconfig.xml"));
+    const QString strPath = QDir(configDir).filePath(KW::c_szSettingsFolder + QStringLiteral("/=")
+                                                     + KW::c_szMirrorKey);
     return QFileInfo::exists(strPath)
         ? QVector<Candidate> { { CandidateKind::Mirror, QStringLiteral("mirror"), strPath,
                                  timeOf(strPath) } }
@@ -57,7 +59,8 @@ QVector<Candidate> states(const QString& configDir)
 QVector<Candidate> asides(const QString& configDir)
 {
     QVector<Candidate> found;
-    const QStringList names { "indexUserConfig.xml.damaged-*", "indexUserConfig.xml.replaced-*" };
+    const QStringList names { KW::c_szLiveFile + QStringLiteral(".damaged-*"),
+                              KW::c_szLiveFile + QStringLiteral(".replaced-*") };
     const auto files = QDir(configDir).entryInfoList(names, QDir::Files, QDir::Time);
     for (const QFileInfo& file : files) {
         found.append(

@@ -6,6 +6,7 @@
 #include <inspect/userdifferences.h>
 
 #include <format/userdocument.h>
+#include <platform/filenames.h>
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -41,7 +42,7 @@ QString firstCut(const KW::UserRecords& changed)
 // has that of the copy's directory. Where it cannot be made, no copy is written and no file goes.
 WriteFailure keepBefore(CTransaction& transaction)
 {
-    makeDurableDirectory(QDir(transaction.configDir()).filePath(QStringLiteral("Temp")));
+    makeDurableDirectory(QDir(transaction.configDir()).filePath(KW::c_szCopiesFolder));
     return transaction.keep();
 }
 

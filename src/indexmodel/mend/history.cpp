@@ -3,6 +3,7 @@
 #include "mend/durable_p.h"
 
 #include <inspect/userfile.h>
+#include <platform/filenames.h>
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -117,7 +118,7 @@ QByteArray digestOf(const QByteArray& bytes)
 }
 
 CHistory::CHistory(const QString& configDir)
-    : m_strDirectory(QDir(configDir).filePath(QStringLiteral("History")))
+    : m_strDirectory(QDir(configDir).filePath(KW::c_szHistoryFolder))
 {
 }
 

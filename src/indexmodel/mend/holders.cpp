@@ -96,7 +96,7 @@ EntryHolder stockLists()
 {
     return { KW::c_szCustomStock,
              KW::c_szStockLists,
-             "Custom",
+             KW::c_szStockList,
              "type",
              EntryKind::List,
              [](const UserRecords& records) {

@@ -1,5 +1,7 @@
 #include "mend/ownership.h"
 
+#include <platform/filenames.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -66,7 +68,8 @@ QString nearestDirectory(const QString& path)
 
 OwnershipFailure foreignLink(const QString& configDir, uid_t owner)
 {
-    for (const char* pszName : { "Temp", "Settings", "History", "indexUserConfig.xml" }) {
+    for (const char* pszName : { KW::c_szCopiesFolder, KW::c_szSettingsFolder,
+                                 KW::c_szHistoryFolder, KW::c_szLiveFile }) {
         const QString strPath = QDir(configDir).filePath(QLatin1String(pszName));
         struct stat info { };
         // What is not there is made, and what cannot be looked at fails by itself.

@@ -2,8 +2,7 @@
 
 #include "mend/marks_p.h"
 
-#include <inspect/fileformat.h>
-
+#include <format/sections.h>
 #include <format/userdocument.h>
 
 namespace mend {
@@ -38,7 +37,7 @@ private:
         const QByteArray tag = name(mark);
         auto it = m_ruled.find(tag);
         if (it == m_ruled.end()) {
-            it = m_ruled.insert(tag, inspect::ruleOf(QString::fromUtf8(tag)) != nullptr);
+            it = m_ruled.insert(tag, KW::findRule(QString::fromUtf8(tag)) != nullptr);
         }
         return *it;
     }

@@ -3,8 +3,6 @@
 #include "mend/holders_p.h"
 #include "mend/salvagedoptions_p.h"
 
-#include <inspect/fileformat.h>
-
 #include <format/sections.h>
 #include <format/xmlelements.h>
 
@@ -44,25 +42,24 @@ QStringList namesOf(const QVector<EntryId>& ids)
     return names;
 }
 
-// Whether a whole element below \a tag may be \a inner.
-bool mayHold(const QString& tag, const QString& inner)
+bool mayHold(const KW::ElementRule& holder, const QString& tag)
 {
-    const inspect::ElementRule* const pRule = inspect::ruleOf(tag);
-    return pRule != nullptr
-        && (pRule->children.contains(inner)
-            || std::any_of(pRule->children.begin(), pRule->children.end(),
-                           [&](const QString& child) { return mayHold(child, inner); }));
+    return std::any_of(
+        holder.children.begin(), holder.children.end(),
+        [&](const KW::ElementRule& each) { return each.strTag == tag || mayHold(each, tag); });
 }
 
+// Whether a whole element below \a holder may be \a tag.
 bool mayHold(const QByteArray& holder, const QByteArray& tag)
 {
-    return mayHold(QString::fromUtf8(holder), QString::fromUtf8(tag));
+    const KW::ElementRule* const pRule = KW::findRule(QString::fromUtf8(holder));
+    return pRule != nullptr && mayHold(*pRule, QString::fromUtf8(tag));
 }
 
 // What is glued together of two elements mostly has attributes of both.
 bool isOfThisFormat(const QDomElement& element)
 {
-    const inspect::ElementRule* const pRule = inspect::ruleOf(element.tagName());
+    const KW::ElementRule* const pRule = KW::findRule(element.tagName());
     const QStringList names = KW::attributeNames(element);
     const bool bKnown = std::all_of(names.begin(), names.end(), [&](const QString& name) {
         return pRule->attribute(name) != nullptr;
@@ -70,9 +67,9 @@ bool isOfThisFormat(const QDomElement& element)
     bool bOk = bKnown;
     // The child of a window is a tree of others.
     for (QDomElement child = element.firstChildElement();
-         bOk && !inspect::isWindowTag(element.tagName()) && !child.isNull();
+         bOk && pRule->kind != KW::ElementKind::Window && !child.isNull();
          child = child.nextSiblingElement()) {
-        bOk = pRule->children.contains(child.tagName()) && isOfThisFormat(child);
+        bOk = pRule->child(child.tagName()) != nullptr && isOfThisFormat(child);
     }
     return bOk;
 }

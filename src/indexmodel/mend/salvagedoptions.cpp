@@ -51,7 +51,7 @@ QByteArray optionsIn(const QByteArray& text, const QVector<AttributeSpan>& attri
 
 QByteArray settings(const QByteArray& options)
 {
-    return options.isEmpty() ? QByteArray() : "<Settings" + options + "/>";
+    return options.isEmpty() ? QByteArray() : QByteArray("<") + KW::c_szSettings + options + "/>";
 }
 
 // Child elements with what is left of the options, in their order.

@@ -1,5 +1,7 @@
 #include "mend/userlock.h"
 
+#include <platform/filenames.h>
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -61,7 +63,7 @@ void removeCutOff(const QString& path, QLockFile& lock)
 } // namespace
 
 CUserLock::CUserLock(const QString& configDir)
-    : m_strPath(QDir(configDir).filePath(QStringLiteral("indexUserConfig.lock")))
+    : m_strPath(QDir(configDir).filePath(KW::c_szLockFile))
     , m_file(m_strPath)
 {
     // However long a client runs, its lock is its own.

@@ -2,6 +2,7 @@
 
 #include "platform/commonutil.h"
 #include "platform/environment.h"
+#include "platform/filenames.h"
 #include "standalone/foreignsections_p.h"
 #include "standalone/instruments_p.h"
 #include "standalone/logfile_p.h"
@@ -133,7 +134,7 @@ void setSectorsFile(const QString& path)
 QString sectorsFile()
 {
     const QString strPath = utils::CSingletonT<CInstruments>::instance()->strSectorsFile;
-    return strPath.isEmpty() ? KW::getConfigDir() + QStringLiteral("/sectors.json") : strPath;
+    return strPath.isEmpty() ? KW::getConfigDir() + '/' + KW::c_szSectorsFile : strPath;
 }
 
 void forgetAll()

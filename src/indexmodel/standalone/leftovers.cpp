@@ -1,5 +1,7 @@
 #include "standalone/leftovers_p.h"
 
+#include "platform/filenames.h"
+
 #include "standalone/standalone.h"
 
 #include <QDateTime>
@@ -31,8 +33,8 @@ bool isReplacement(const QString& name)
 QStringList foldersOf(const QString& configDir)
 {
     const QDir user(configDir);
-    return { configDir, user.filePath(QStringLiteral("Temp")),
-             user.filePath(QStringLiteral("Settings")), user.filePath(QStringLiteral("History")) };
+    return { configDir, user.filePath(KW::c_szCopiesFolder), user.filePath(KW::c_szSettingsFolder),
+             user.filePath(KW::c_szHistoryFolder) };
 }
 
 QVector<Entry> oldReplacements(const QString& directory)

@@ -1,5 +1,6 @@
 #include "platform/commonutil.h"
 #include "platform/formula.h"
+#include "platform/managersections.h"
 #include "platform/orderservice.h"
 #include "platform/specialstrategy.h"
 #include "standalone/foreignsections_p.h"
@@ -27,103 +28,103 @@ standalone::CForeignSections& sections()
 
 void CFormulaOperateManager::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("FormulaCatalog"));
+    sections().load(root, c_szFormulaCatalog);
 }
 
 void CFormulaOperateManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("FormulaCatalog"), element, doc);
+    sections().save(c_szFormulaCatalog, element, doc);
 }
 
 void CFormulaOperateManager::loadGroupIndexSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("GroupIndex"));
+    sections().load(root, c_szGroupIndex);
 }
 
 void CFormulaOperateManager::saveGroupIndexSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("GroupIndex"), element, doc);
+    sections().save(c_szGroupIndex, element, doc);
 }
 
 void CExtendDataManager::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("ExtendDataCatalog"));
+    sections().load(root, c_szExtendDataCatalog);
 }
 
 void CExtendDataManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("ExtendDataCatalog"), element, doc);
+    sections().save(c_szExtendDataCatalog, element, doc);
 }
 
 void CExternalDataManager::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("externalDataCatalog"));
+    sections().load(root, c_szExternalDataCatalog);
 }
 
 void CExternalDataManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("externalDataCatalog"), element, doc);
+    sections().save(c_szExternalDataCatalog, element, doc);
 }
 
 void CWindDataManager::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("WindDataCatalog"));
+    sections().load(root, c_szWindDataCatalog);
 }
 
 void CWindDataManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("WindDataCatalog"), element, doc);
+    sections().save(c_szWindDataCatalog, element, doc);
 }
 
 void CDrawGraphManager::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("drawGraph"));
+    sections().load(root, c_szDrawGraph);
 }
 
 void CDrawGraphManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("drawGraph"), element, doc);
+    sections().save(c_szDrawGraph, element, doc);
 }
 
 void CStrategyTradeManager::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("strategyTrade"));
+    sections().load(root, c_szStrategyTrade);
 }
 
 void CStrategyTradeManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("strategyTrade"), element, doc);
+    sections().save(c_szStrategyTrade, element, doc);
 }
 
 void CStrategyTradeManager::loadAlgoSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("strategyAlgoTrade"));
+    sections().load(root, c_szStrategyAlgoTrade);
 }
 
 void CStrategyTradeManager::saveAlgoSettings(QDomElement& element, QDomDocument& doc, bool& omitted)
 {
-    omitted = !sections().contains(QStringLiteral("strategyAlgoTrade"));
-    sections().save(QStringLiteral("strategyAlgoTrade"), element, doc);
+    omitted = !sections().contains(c_szStrategyAlgoTrade);
+    sections().save(c_szStrategyAlgoTrade, element, doc);
 }
 
 void COrderService::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("interfaceTrade"));
+    sections().load(root, c_szInterfaceTrade);
 }
 
 void COrderService::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("interfaceTrade"), element, doc);
+    sections().save(c_szInterfaceTrade, element, doc);
 }
 
 void CSpecialStrategyManager::loadSettings(QDomElement& root)
 {
-    sections().load(root, QStringLiteral("specialstrategydata"));
+    sections().load(root, c_szSpecialStrategyData);
 }
 
 void CSpecialStrategyManager::saveSettings(QDomElement& element, QDomDocument& doc)
 {
-    sections().save(QStringLiteral("specialstrategydata"), element, doc);
+    sections().save(c_szSpecialStrategyData, element, doc);
 }
 
 // No strategy runs here, so there is no history to load; but this is the last call of every load.

@@ -1,4 +1,6 @@
 #include "platform/environment.h"
+
+#include "platform/filenames.h"
 #include "platform/strategybase.h"
 #include "standalone/durablefile_p.h"
 #include "standalone/standalone.h"
@@ -28,7 +30,7 @@ QByteArray encoded(const std::string& text)
 
 QString storePath()
 {
-    return KW::getConfigDir() + QStringLiteral("/Settings");
+    return KW::getConfigDir() + '/' + KW::c_szSettingsFolder;
 }
 
 // One file a value, replaced as a whole: readers and writers on other threads need no lock.

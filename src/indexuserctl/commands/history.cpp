@@ -7,6 +7,7 @@
 #include "failure.h"
 
 #include <mend/history.h>
+#include <platform/filenames.h>
 
 #include <algorithm>
 
@@ -19,7 +20,8 @@ QVector<HistoryEntry> entriesOf(const Request& request)
     const mend::CHistory history(request.strConfigDir);
     if (!history.isReadable()) {
         throw CFailure(ExitStatus::InputOutput,
-                       request.strConfigDir + "/History/log.jsonl cannot be read or is damaged");
+                       request.strConfigDir + '/' + KW::c_szHistoryFolder
+                           + "/log.jsonl cannot be read or is damaged");
     }
     return history.entries();
 }

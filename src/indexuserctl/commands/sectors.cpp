@@ -5,6 +5,7 @@
 #include "terminal/output.h"
 #include "terminal/outputfile.h"
 
+#include <format/sectorfiltertext.h>
 #include <inspect/closest.h>
 #include <inspect/filterline.h>
 #include <inspect/plaintext.h>
@@ -29,7 +30,7 @@ public:
         QDomElement root = doc.createElement("filters");
         QDomElement group = doc.createElement("sectorFilter");
         group.setAttribute("param", line);
-        root.appendChild(doc.createElement("SectorFilter")).appendChild(group);
+        root.appendChild(doc.createElement(KW::c_szSectorFilter)).appendChild(group);
         (manager.*&CFilterAccess::loadSectorFilterConfig)(root);
     }
 };

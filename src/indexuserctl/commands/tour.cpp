@@ -9,6 +9,7 @@
 #include <indexuser/servicerecords.h>
 #include <inspect/optionvalues.h>
 #include <inspect/screens.h>
+#include <platform/filenames.h>
 #include <standalone/standalone.h>
 
 #include <QDir>
@@ -36,8 +37,8 @@ void copyFile(const QString& name, const QString& from, const QString& to)
 
 void copyUser(const QString& from, const QString& to)
 {
-    copyFile(QStringLiteral("indexUserConfig.xml"), from, to);
-    const QString strSectors = QStringLiteral("sectors.json");
+    copyFile(KW::c_szLiveFile, from, to);
+    const QString strSectors = KW::c_szSectorsFile;
     if (QFile::exists(QDir(from).filePath(strSectors))) {
         copyFile(strSectors, from, to);
     }

@@ -8,6 +8,7 @@
 #include <inspect/optionvalues.h>
 #include <inspect/plaintext.h>
 #include <inspect/snapshots.h>
+#include <platform/filenames.h>
 
 #include <standalone/standalone.h>
 
@@ -97,7 +98,7 @@ QStringList sectorCodes(const TypedLine& line)
 {
     QStringList codes;
     const auto sectors
-        = standalone::readSectors(line.strConfigDir + QStringLiteral("/sectors.json")).sectors;
+        = standalone::readSectors(line.strConfigDir + '/' + KW::c_szSectorsFile).sectors;
     for (const auto& sector : sectors) {
         codes.append(sector.code);
     }
