@@ -4,6 +4,8 @@
 #include "platform/mvcommon.h"
 
 #include <algorithm>
+#include <map>
+#include <string>
 
 namespace KW {
 
@@ -25,26 +27,48 @@ InstrumentList readList(const QDomElement& custom)
     return list;
 }
 
-void writeStock(QDomElement& custom, QDomDocument& doc, const CInstrumentDetail& detail)
-{
-    QDomElement stock = doc.createElement(QStringLiteral("Stock"));
-    for (const StockField& field : stockFields()) {
-        stock.setAttribute(field.strAttribute, MV::sToQs(detail.*field.pField));
+// There are few markets: each is made a QString once.
+class CStockWriter {
+public:
+    explicit CStockWriter(QDomDocument& doc)
+        : m_doc(doc)
+    {
     }
-    custom.appendChild(stock);
-}
 
-void writeList(QDomElement& customs, QDomDocument& doc, int type, const InstrumentList& list)
-{
-    QDomElement custom = doc.createElement(QStringLiteral("Custom"));
-    custom.setAttribute(QStringLiteral("type"), type);
-    for (const auto& pDetail : list) {
-        if (pDetail) {
-            writeStock(custom, doc, *pDetail);
+    void writeList(QDomElement& customs, int type, const InstrumentList& list)
+    {
+        QDomElement custom = m_doc.createElement(QStringLiteral("Custom"));
+        custom.setAttribute(QStringLiteral("type"), type);
+        for (const auto& pDetail : list) {
+            if (pDetail) {
+                writeStock(custom, *pDetail);
+            }
         }
+        customs.appendChild(custom);
     }
-    customs.appendChild(custom);
-}
+
+private:
+    void writeStock(QDomElement& custom, const CInstrumentDetail& detail)
+    {
+        QDomElement stock = m_doc.createElement(QStringLiteral("Stock"));
+        stock.setAttribute(QStringLiteral("market"), market(detail.market));
+        stock.setAttribute(QStringLiteral("code"), MV::sToQs(detail.code));
+        stock.setAttribute(QStringLiteral("name"), MV::sToQs(detail.name));
+        custom.appendChild(stock);
+    }
+
+    const QString& market(const std::string& bytes)
+    {
+        QString& strMarket = m_markets[bytes];
+        if (strMarket.isNull()) {
+            strMarket = MV::sToQs(bytes);
+        }
+        return strMarket;
+    }
+
+    QDomDocument& m_doc;
+    std::map<std::string, QString> m_markets;
+};
 
 bool sameInstrument(const InstrumentList::value_type& pLeft,
                     const InstrumentList::value_type& pRight)
@@ -114,8 +138,9 @@ void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
 void writeCustomStocks(QDomElement& parent, QDomDocument& doc, const CustomStockMap& stocks)
 {
     QDomElement customs = doc.createElement(c_szStockLists);
+    CStockWriter writer(doc);
     for (auto it = stocks.lowerBound(0); it != stocks.end(); ++it) {
-        writeList(customs, doc, it.key(), it.value());
+        writer.writeList(customs, it.key(), it.value());
     }
     parent.appendChild(customs);
 }
