@@ -7,6 +7,7 @@
 #include "platform/specialstrategy.h"
 #include "standalone/standalone.h"
 
+#include <QElapsedTimer>
 #include <QStandardPaths>
 
 #include <cmath>
@@ -66,6 +67,7 @@ private Q_SLOTS:
     void numbersHaveFixedDecimals();
 
     void aForeignSectionIsKeptWordForWord();
+    void aForeignSectionOfVeryManyAttributesIsKept();
     void twoSavesOfASectionShareNoNode();
     void sectionsOutliveTheirDocument();
     void anAbsentSectionStaysEmpty();
@@ -188,6 +190,27 @@ void tst_siblings::aForeignSectionIsKeptWordForWord()
     out.appendChild(element);
     single<KW::CDrawGraphManager>().saveSettings(element, out);
     QCOMPARE(out.toString(-1), parsed(strSection).toString(-1));
+}
+
+// From index to index that would take minutes.
+void tst_siblings::aForeignSectionOfVeryManyAttributesIsKept()
+{
+    constexpr int c_nAttributes = 100000;
+    QDomDocument doc = parsed("<r><drawGraph/></r>");
+    for (int i = 0; i < c_nAttributes; ++i) {
+        rootOf(doc).firstChildElement().setAttribute(QString("n%1").arg(i), i);
+    }
+    QDomElement root = rootOf(doc);
+    single<KW::CDrawGraphManager>().loadSettings(root);
+    QDomElement element = doc.createElement("drawGraph");
+    QElapsedTimer timer;
+    timer.start();
+    single<KW::CDrawGraphManager>().saveSettings(element, doc);
+    QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(element.attributes().size(), c_nAttributes);
+    for (int i = 0; i < c_nAttributes; ++i) {
+        QCOMPARE(element.attribute(QString("n%1").arg(i)), QString::number(i));
+    }
 }
 
 void tst_siblings::twoSavesOfASectionShareNoNode()

@@ -1,15 +1,16 @@
 #include "standalone/foreignsections_p.h"
 
+#include "format/xmlelements.h"
+
 namespace standalone {
 
 namespace {
 
 void copyAttributes(const QDomElement& from, QDomElement& to)
 {
-    const QDomNamedNodeMap attributes = from.attributes();
-    for (int i = 0; i < attributes.size(); ++i) {
-        const QDomAttr attribute = attributes.item(i).toAttr();
-        to.setAttribute(attribute.name(), attribute.value());
+    const QStringList names = KW::attributeNames(from);
+    for (const QString& name : names) {
+        to.setAttribute(name, from.attribute(name));
     }
 }
 
