@@ -15,6 +15,7 @@
 
 #include <cstdio>
 
+#include <malloc.h>
 #include <sys/resource.h>
 
 namespace {
@@ -67,6 +68,7 @@ void stallFloor(CLibrary& library)
 {
     const CPlan plan(library.size());
     library.service().loadSettings(); // which ours needs, and which leaves its traces in the heap
+    ::malloc_trim(0);
     CALLGRIND_TOGGLE_COLLECT;
     const QDomDocument doc = plan.build();
     CALLGRIND_TOGGLE_COLLECT;
@@ -84,7 +86,9 @@ void workerFloor(CLibrary& library)
 
 void stall(CLibrary& library)
 {
+    const CPlan plan(library.size()); // the floor's, for the same heap
     library.service().loadSettings();
+    ::malloc_trim(0);
     CALLGRIND_TOGGLE_COLLECT;
     library.service().saveSettings();
     CALLGRIND_TOGGLE_COLLECT;
