@@ -77,6 +77,7 @@ private Q_SLOTS:
     void everyManagerKeepsItsOwnSection();
 
     void aPanelTreeIsKeptWordForWord();
+    void aPanelTreeOfALoadOutlivesItsDocument();
     void noElementIsNoTree();
     void aTreeIsKeptToTheDepthOfTheParser_data();
     void aTreeIsKeptToTheDepthOfTheParser();
@@ -324,6 +325,32 @@ void tst_siblings::aPanelTreeIsKeptWordForWord()
     QDomElement window = rootOf(out);
     pTree->toXml(window, out);
     QCOMPARE(out.toString(-1), parsed("<w>" + strTree + "</w>").toString(-1));
+}
+
+// It is held there, and copied again as soon as the load has ended.
+void tst_siblings::aPanelTreeOfALoadOutlivesItsDocument()
+{
+    const QString strTree = "<dock a=\"1\"><split><!-- c --><panel name=\"分时\"/></split></dock>";
+    auto& history = single<KW::CFormulaHistoryDataManager>();
+    for (const bool bEnded : { false, true }) {
+        std::unique_ptr<MV::ILayoutElement> pTree;
+        {
+            const QDomDocument doc = parsed("<r><drawGraph/>" + strTree + "</r>");
+            QDomElement root = rootOf(doc);
+            QDomElement tree = root.lastChildElement();
+            single<KW::CDrawGraphManager>().loadSettings(root);
+            bEnded ? history.loadTradeStrategyHistoryData() : void();
+            pTree.reset(MV::ILayoutElement::fromXml(tree));
+            history.loadTradeStrategyHistoryData();
+            bEnded ? tree.setAttribute("a", 2) : void();
+        }
+        for (int i = 0; i < 2; ++i) {
+            QDomDocument out = parsed("<w/>");
+            QDomElement window = rootOf(out);
+            pTree->toXml(window, out);
+            QCOMPARE(out.toString(-1), parsed("<w>" + strTree + "</w>").toString(-1));
+        }
+    }
 }
 
 void tst_siblings::noElementIsNoTree()
