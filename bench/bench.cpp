@@ -8,7 +8,6 @@
 #include <indexuser/cpanelgrouplayoutconfig.h>
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QVector>
 
 #include <algorithm>
@@ -16,6 +15,8 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <string>
+#include <tuple>
 
 #include <malloc.h>
 
@@ -58,19 +59,24 @@ double loadAndForget(CLibrary& library)
 double loadByQt(CLibrary& library)
 {
     auto pDocument = std::make_unique<QDomDocument>();
-    double dTime = timed([&] {
-        QFile file(library.livePath());
-        require(file.open(QIODevice::ReadOnly), "cannot read");
-        require(pDocument->setContent(QString::fromUtf8(file.readAll())), "not parsed");
-    });
+    double dTime = timed([&] { require(readByQt(library.livePath(), *pDocument), "not parsed"); });
     require(KW::elementCount(*pDocument) == library.elementCount(), "another document");
     dTime += timed([&] { pDocument.reset(); });
+    return dTime;
+}
+
+double loadByPugi(CLibrary& library)
+{
+    int nElements = 0;
+    const double dTime = timed([&] { nElements = pugiElements(library.livePath()); });
+    require(nElements == library.elementCount(), "pugixml read another document");
     return dTime;
 }
 
 double stall(CLibrary& library)
 {
     library.service().loadSettings();
+    ::malloc_trim(0);
     const double dTime = timed([&] { library.service().saveSettings(); });
     library.waitForWorker();
     library.requireSaved();
@@ -78,10 +84,24 @@ double stall(CLibrary& library)
     return dTime;
 }
 
-// After the load of the other side: memory that was used before costs more to get.
+// All of a save, until nothing of it is left.
+double save(CLibrary& library)
+{
+    library.service().loadSettings();
+    const double dTime = timed([&] {
+        library.service().saveSettings();
+        library.waitForWorker();
+    });
+    library.requireSaved();
+    library.renew();
+    return dTime;
+}
+
+// After a load, as ours: memory that was used before costs more to get.
 double stallByHand(CLibrary& library, const CPlan& plan)
 {
     library.service().loadSettings();
+    ::malloc_trim(0);
     QDomDocument doc;
     const double dTime = timed([&] { doc = plan.build(); });
     require(KW::elementCount(doc) == library.elementCount(), "another document");
@@ -108,15 +128,13 @@ double workerByQt(CLibrary& library)
     return dTime;
 }
 
-struct Peer {
-    const char* pszName;
-    void (*write)(const QString& path, const Settings& settings);
-    int (*read)(const QString& path);
-};
-
-constexpr Peer c_peers[] = { { "QSettings", qsettingsWrite, qsettingsRead },
-                             { "KConfig", kconfigWrite, kconfigRead },
-                             { "PropertyTree", ptreeWrite, ptreeRead } };
+double workerByPugi(CLibrary& library)
+{
+    const CPugiTree tree(library.livePath());
+    const double dTime = timed([&] { tree.save(library.livePath()); });
+    library.requireSaved();
+    return dTime;
+}
 
 // The value below which this part of the values is.
 double quantile(QVector<double> values, double part)
@@ -158,21 +176,23 @@ void comparePeer(const Size& size, CLibrary& library, const Peer& peer)
     const Settings settings = settingsOf(size);
     const QString strPath = library.livePath() + ".peer";
     peer.write(strPath, settings);
-    const bool bSameFile = peer.read == ptreeRead;
+    const bool bSameFile = &peer == &c_ptree;
     const Run read = [&] {
         int nRead = 0;
         const double dTime = timed(
             [&] { nRead = bSameFile ? ptreeElements(library.livePath()) : peer.read(strPath); });
-        require(nRead > 0, "nothing was read");
+        require(nRead == (bSameFile ? library.elementCount() : peer.expected(settings)),
+                "something else was read");
         return dTime;
     };
     const Run write = [&] { return timed([&] { peer.write(strPath, settings); }); };
-    const auto named = [&](const char* pszWhat) { return pszWhat + std::string(peer.pszName); };
-    compare(
-        named("load / ").c_str(), size, [&] { return load(library); }, read);
-    compare(
-        named("stall / ").c_str(), size, [&] { return stall(library); }, write);
-    require(peer.read(strPath) > 0, "nothing was written");
+    for (const auto& [strWhat, ours, other] :
+         { std::tuple(std::string("load / "), &load, read),
+           std::tuple(std::string("stall / "), &stall, write),
+           std::tuple(std::string("save / "), &save, write) }) {
+        compare((strWhat + peer.pszName).c_str(), size, [&] { return ours(library); }, other);
+    }
+    require(peer.read(strPath) == peer.expected(settings), "something else was written");
 }
 
 void compareAll(const Size& size)
@@ -190,8 +210,13 @@ void compareAll(const Size& size)
     compare(
         "worker / Qt's writing", size, [&] { return worker(library); },
         [&] { return workerByQt(library); });
-    for (const Peer& peer : c_peers) {
-        comparePeer(size, library, peer);
+    compare(
+        "load / pugixml", size, [&] { return load(library); }, [&] { return loadByPugi(library); });
+    compare(
+        "worker / pugixml", size, [&] { return worker(library); },
+        [&] { return workerByPugi(library); });
+    for (const Peer* pPeer : { &c_qsettings, &c_kconfig, &c_ptree }) {
+        comparePeer(size, library, *pPeer);
     }
 }
 

@@ -9,85 +9,106 @@
 #include <indexuser/cpanelgrouplayoutconfig.h>
 
 #include <QCoreApplication>
-#include <QFile>
 
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
+#include <memory>
 
+#include <malloc.h>
 #include <sys/resource.h>
 
 namespace {
 
 using namespace bench;
 
-// Everything between begin and end of its life is counted.
+// Only within its life anything is counted, and valgrind slow.
 class CCounted {
 public:
-    CCounted() { CALLGRIND_TOGGLE_COLLECT; }
-    ~CCounted() { CALLGRIND_TOGGLE_COLLECT; }
+    CCounted()
+    {
+        CALLGRIND_START_INSTRUMENTATION;
+        CALLGRIND_TOGGLE_COLLECT;
+    }
+
+    ~CCounted()
+    {
+        CALLGRIND_TOGGLE_COLLECT;
+        CALLGRIND_STOP_INSTRUMENTATION;
+    }
 };
+
+template <typename Work> auto counted(const Work& work)
+{
+    const CCounted during;
+    return work();
+}
 
 void load(CLibrary& library)
 {
-    CALLGRIND_TOGGLE_COLLECT;
-    library.service().loadSettings();
-    CALLGRIND_TOGGLE_COLLECT;
+    counted([&] { library.service().loadSettings(); });
     library.requireLoaded();
 }
 
 void loadAndForget(CLibrary& library)
 {
-    const CCounted counted;
-    library.service().loadSettings();
-    library.renew();
+    counted([&] {
+        library.service().loadSettings();
+        library.renew();
+    });
 }
 
 void loadFloor(CLibrary& library)
 {
-    const CCounted counted;
-    QFile file(library.livePath());
-    require(file.open(QIODevice::ReadOnly), "cannot read");
-    QDomDocument doc;
-    require(doc.setContent(QString::fromUtf8(file.readAll())), "not parsed");
-    CALLGRIND_TOGGLE_COLLECT;
-    require(KW::elementCount(doc) == library.elementCount(), "the floor read another document");
-    CALLGRIND_TOGGLE_COLLECT;
+    auto pDocument = std::make_unique<QDomDocument>();
+    require(counted([&] { return readByQt(library.livePath(), *pDocument); }), "not parsed");
+    require(KW::elementCount(*pDocument) == library.elementCount(), "another document was read");
+    counted([&] { pDocument.reset(); });
 }
 
-void loadTree(CLibrary& library)
+template <int (*read)(const QString& path)> void loadElements(CLibrary& library)
 {
-    CALLGRIND_TOGGLE_COLLECT;
-    const int nElements = ptreeElements(library.livePath());
-    CALLGRIND_TOGGLE_COLLECT;
+    const int nElements = counted([&] { return read(library.livePath()); });
     require(nElements == library.elementCount(), "the peer read another document");
+}
+
+// Of what it wrote before.
+template <const Peer& peer> void loadPeer(CLibrary& library)
+{
+    const Settings settings = settingsOf(library.size());
+    const QString strPath = library.livePath() + ".peer";
+    peer.write(strPath, settings);
+    const int nRead = counted([&] { return peer.read(strPath); });
+    require(nRead == peer.expected(settings), "the peer read something else");
+}
+
+template <const Peer& peer> void savePeer(CLibrary& library)
+{
+    const Settings settings = settingsOf(library.size());
+    const QString strPath = library.livePath() + ".peer";
+    counted([&] { peer.write(strPath, settings); });
+    require(peer.read(strPath) == peer.expected(settings), "the peer wrote something else");
+}
+
+// The floor's plan is there for ours, too, and what the load has freed is gathered: the same heap.
+template <typename Work> void countedAfterLoad(CLibrary& library, const Work& work)
+{
+    const CPlan plan(library.size());
+    library.service().loadSettings();
+    ::malloc_trim(0);
+    counted([&] { work(plan); });
 }
 
 void stallFloor(CLibrary& library)
 {
-    const CPlan plan(library.size());
-    library.service().loadSettings(); // which ours needs, and which leaves its traces in the heap
-    CALLGRIND_TOGGLE_COLLECT;
-    const QDomDocument doc = plan.build();
-    CALLGRIND_TOGGLE_COLLECT;
+    QDomDocument doc;
+    countedAfterLoad(library, [&](const CPlan& plan) { doc = plan.build(); });
     require(KW::elementCount(doc) == library.elementCount(), "the floor built another document");
-}
-
-void workerFloor(CLibrary& library)
-{
-    const QDomDocument doc = buildDocument(library.size());
-    CALLGRIND_TOGGLE_COLLECT;
-    saveByQt(doc, library.livePath());
-    CALLGRIND_TOGGLE_COLLECT;
-    library.requireSaved();
 }
 
 void stall(CLibrary& library)
 {
-    library.service().loadSettings();
-    CALLGRIND_TOGGLE_COLLECT;
-    library.service().saveSettings();
-    CALLGRIND_TOGGLE_COLLECT;
+    countedAfterLoad(library, [&](const CPlan&) { library.service().saveSettings(); });
     library.waitForWorker();
     library.requireSaved();
 }
@@ -97,10 +118,22 @@ void worker(CLibrary& library)
     COpenManager manager;
     manager.loadSettings();
     QDomDocument doc = buildDocument(library.size());
-    CALLGRIND_TOGGLE_COLLECT;
-    manager.saveSync(doc);
-    CALLGRIND_TOGGLE_COLLECT;
+    counted([&] { manager.saveSync(doc); });
     delete manager.getLayoutConfig();
+    library.requireSaved();
+}
+
+void workerFloor(CLibrary& library)
+{
+    const QDomDocument doc = buildDocument(library.size());
+    counted([&] { saveByQt(doc, library.livePath()); });
+    library.requireSaved();
+}
+
+void workerLimit(CLibrary& library)
+{
+    const CPugiTree tree(library.livePath());
+    counted([&] { tree.save(library.livePath()); });
     library.requireSaved();
 }
 
@@ -127,9 +160,16 @@ int main(int argc, char** argv)
     CLibrary library(sizeOf(QCoreApplication::arguments().value(2, "M")));
     for (const auto& [strName, pWork] :
          { Subject { "load", load }, Subject { "load+forget", loadAndForget },
-           Subject { "load.floor", loadFloor }, Subject { "load.ptree", loadTree },
-           Subject { "stall", stall }, Subject { "stall.floor", stallFloor },
-           Subject { "worker", worker }, Subject { "worker.floor", workerFloor },
+           Subject { "load.floor", loadFloor },
+           Subject { "load.limit", loadElements<pugiElements> },
+           Subject { "load.ptree", loadElements<ptreeElements> },
+           Subject { "load.qsettings", loadPeer<c_qsettings> },
+           Subject { "load.kconfig", loadPeer<c_kconfig> },
+           Subject { "save.ptree", savePeer<c_ptree> },
+           Subject { "save.qsettings", savePeer<c_qsettings> },
+           Subject { "save.kconfig", savePeer<c_kconfig> }, Subject { "stall", stall },
+           Subject { "stall.floor", stallFloor }, Subject { "worker", worker },
+           Subject { "worker.floor", workerFloor }, Subject { "worker.limit", workerLimit },
            Subject { "peak", peak } }) {
         if (strWhat == strName) {
             pWork(library);

@@ -189,8 +189,9 @@ QDomDocument buildDocument(const Size& size)
 }
 
 CPlan::CPlan(const Size& size)
+    : m_planned(buildDocument(size))
 {
-    add(buildDocument(size).documentElement(), 1);
+    add(m_planned.documentElement(), 1);
 }
 
 void CPlan::add(const QDomNode& node, int depth)

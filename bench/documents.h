@@ -22,7 +22,8 @@ const Size& sizeOf(const QString& name);
 /// The document of a user of that size, built with bare QDom calls.
 QDomDocument buildDocument(const Size& size);
 
-/// The calls that build a document, without the work of finding out what to build.
+/// The calls that build a document, without the work of finding out what to build. It leaves no
+/// holes in the heap: what is built later finds there what it would find without a plan.
 class CPlan {
 public:
     explicit CPlan(const Size& size);
@@ -38,6 +39,7 @@ private:
 
     void add(const QDomNode& node, int depth);
 
+    QDomDocument m_planned; // kept, since destroyed it leaves its room to whoever builds next
     QVector<Node> m_nodes;
 };
 

@@ -6,6 +6,7 @@
 #include <KConfigGroup>
 
 #include <QFile>
+#include <QSet>
 #include <QSettings>
 
 #include <boost/property_tree/ptree.hpp>
@@ -32,8 +33,6 @@ int elementCount(const boost::property_tree::ptree& tree)
     }
     return nCount;
 }
-
-} // namespace
 
 void qsettingsWrite(const QString& path, const Settings& settings)
 {
@@ -92,6 +91,44 @@ void ptreeWrite(const QString& path, const Settings& settings)
     writeDurably(path, QByteArray::fromStdString(text.str()));
 }
 
+int ptreeRead(const QString& path)
+{
+    return ptreeElements(path);
+}
+
+int allOf(const Settings& settings)
+{
+    return settings.size();
+}
+
+// A path is an element for each of its steps but the last, which is an attribute or a text.
+int elementsOf(const Settings& settings)
+{
+    QSet<QString> elements;
+    for (const auto& [strKey, strValue] : settings) {
+        for (int n = strKey.lastIndexOf('/'); n > 0; n = strKey.lastIndexOf('/', n - 1)) {
+            elements.insert(strKey.left(n));
+        }
+    }
+    return elements.size() + settings.size();
+}
+
+struct ElementCounter : pugi::xml_tree_walker {
+    bool for_each(pugi::xml_node& node) override
+    {
+        nCount += node.type() == pugi::node_element ? 1 : 0;
+        return true;
+    }
+
+    int nCount = 0;
+};
+
+} // namespace
+
+const Peer c_qsettings { "QSettings", qsettingsWrite, qsettingsRead, allOf };
+const Peer c_kconfig { "KConfig", kconfigWrite, kconfigRead, allOf };
+const Peer c_ptree { "PropertyTree", ptreeWrite, ptreeRead, elementsOf };
+
 int ptreeElements(const QString& path)
 {
     boost::property_tree::ptree tree;
@@ -100,12 +137,30 @@ int ptreeElements(const QString& path)
     return elementCount(tree);
 }
 
-int ptreeRead(const QString& path)
+CPugiTree::CPugiTree(const QString& path)
 {
-    boost::property_tree::ptree tree;
-    boost::property_tree::read_xml(path.toStdString(), tree,
-                                   boost::property_tree::xml_parser::trim_whitespace);
-    return static_cast<int>(tree.get_child("user").size());
+    require(
+        m_doc.load_file(path.toUtf8().constData(), pugi::parse_default | pugi::parse_declaration),
+        "pugixml did not read");
+}
+
+int CPugiTree::elementCount() const
+{
+    ElementCounter counter;
+    pugi::xml_node(m_doc).traverse(counter);
+    return counter.nCount;
+}
+
+void CPugiTree::save(const QString& path) const
+{
+    std::ostringstream text;
+    m_doc.save(text, "    ", pugi::format_default, pugi::encoding_utf8);
+    saveBytes(QByteArray::fromStdString(text.str()), path);
+}
+
+int pugiElements(const QString& path)
+{
+    return CPugiTree(path).elementCount();
 }
 
 } // namespace bench

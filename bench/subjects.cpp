@@ -81,10 +81,21 @@ void CLibrary::requireLoaded()
     require(nStocks == m_size.nStocks, "not all stocks were loaded");
 }
 
+bool readByQt(const QString& path, QDomDocument& doc)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && doc.setContent(QString::fromUtf8(file.readAll()));
+}
+
 void saveByQt(const QDomDocument& doc, const QString& path)
 {
+    saveBytes(doc.toString(4).toUtf8(), path);
+}
+
+void saveBytes(const QByteArray& content, const QString& path)
+{
     const QString strCopy = path + ".copy";
-    writeDurably(strCopy, doc.toString(4).toUtf8());
+    writeDurably(strCopy, content);
     QFile::remove(path);
     require(QFile::copy(strCopy, path), "not copied");
 }

@@ -38,7 +38,12 @@ public:
     using KW::CUserConfigManager::saveSync;
 };
 
-/// What a save does at the least, with Qt's writer: a durable copy, and a copy of that as \a path.
+/// What a load does at the least, with Qt's parser.
+bool readByQt(const QString& path, QDomDocument& doc);
+
+/// What a save does at the least: a durable copy, and a copy of that as \a path.
+void saveBytes(const QByteArray& content, const QString& path);
+/// The same with Qt's writer.
 void saveByQt(const QDomDocument& doc, const QString& path);
 
 /// Writes \a content as the library's siblings do, once.

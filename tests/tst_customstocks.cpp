@@ -63,6 +63,7 @@ private Q_SLOTS:
     void nullsArePassedOver();
     void anEmptyMapIsWrittenAsEmptyCustoms();
     void stocksAreWrittenWithTheirTexts();
+    void everyStockHasItsOwnMarket();
     void chineseNamesSurviveSaveAndLoad();
     void stocksAreFoundAtAnyDepth();
     void settingTheMapHasNoSideEffects();
@@ -217,6 +218,25 @@ void tst_customstocks::stocksAreWrittenWithTheirTexts()
     QCOMPARE(element.attribute("name"), QString("a & <b>"));
     QCOMPARE(element.attributes().size(), 3);
     QCOMPARE(element.parentNode().toElement().attribute("type"), QString("5"));
+}
+
+void tst_customstocks::everyStockHasItsOwnMarket()
+{
+    COpenManager manager;
+    CustomStockMap stocks { { 1,
+                              { stock("SH", "1", "a"), stock("", "2", "b"), stock("沪", "3", "c"),
+                                stock("SH", "4", "d"), stock("", "5", "e") } },
+                            { 2, { stock("SZ", "6", "f"), stock("SH", "7", "g") } } };
+    manager.setCustomStockMap(stocks);
+    COpenManager next;
+    load(next, saved(manager));
+    QStringList markets;
+    for (const auto& list : stocksOf(next)) {
+        for (const auto& pDetail : list) {
+            markets.append(QString::fromStdString(pDetail->market));
+        }
+    }
+    QCOMPARE(markets, QStringList({ "SH", "", "沪", "SH", "", "SZ", "SH" }));
 }
 
 void tst_customstocks::chineseNamesSurviveSaveAndLoad()

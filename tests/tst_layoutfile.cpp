@@ -214,10 +214,10 @@ void tst_layoutfile::rectanglesSurviveAnyNumbers()
              .arg(position)
              .arg(size));
     const QDomElement element = onlyWindow(saved(store));
-    QCOMPARE(element.attribute("left").toInt(), position);
-    QCOMPARE(element.attribute("top").toInt(), position);
-    QCOMPARE(element.attribute("width").toInt(), size);
-    QCOMPARE(element.attribute("height").toInt(), size);
+    QCOMPARE(element.attribute("left"), QString::number(position));
+    QCOMPARE(element.attribute("top"), QString::number(position));
+    QCOMPARE(element.attribute("width"), QString::number(size));
+    QCOMPARE(element.attribute("height"), QString::number(size));
     if (qAbs(qint64(position)) < 1000 && qAbs(qint64(size)) < 1000) {
         QCOMPARE(store.getQuoteGroupSetting().m_windows.first().m_rect,
                  QRect(position, position, size, size));

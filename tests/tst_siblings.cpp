@@ -7,6 +7,7 @@
 #include "platform/specialstrategy.h"
 #include "standalone/standalone.h"
 
+#include <QElapsedTimer>
 #include <QStandardPaths>
 
 #include <cmath>
@@ -66,6 +67,7 @@ private Q_SLOTS:
     void numbersHaveFixedDecimals();
 
     void aForeignSectionIsKeptWordForWord();
+    void aForeignSectionOfVeryManyAttributesIsKept();
     void twoSavesOfASectionShareNoNode();
     void sectionsOutliveTheirDocument();
     void anAbsentSectionStaysEmpty();
@@ -75,6 +77,7 @@ private Q_SLOTS:
     void everyManagerKeepsItsOwnSection();
 
     void aPanelTreeIsKeptWordForWord();
+    void aPanelTreeOfALoadOutlivesItsDocument();
     void noElementIsNoTree();
     void aTreeIsKeptToTheDepthOfTheParser_data();
     void aTreeIsKeptToTheDepthOfTheParser();
@@ -190,6 +193,27 @@ void tst_siblings::aForeignSectionIsKeptWordForWord()
     QCOMPARE(out.toString(-1), parsed(strSection).toString(-1));
 }
 
+// From index to index that would take minutes.
+void tst_siblings::aForeignSectionOfVeryManyAttributesIsKept()
+{
+    constexpr int c_nAttributes = 100000;
+    QDomDocument doc = parsed("<r><drawGraph/></r>");
+    for (int i = 0; i < c_nAttributes; ++i) {
+        rootOf(doc).firstChildElement().setAttribute(QString("n%1").arg(i), i);
+    }
+    QDomElement root = rootOf(doc);
+    single<KW::CDrawGraphManager>().loadSettings(root);
+    QDomElement element = doc.createElement("drawGraph");
+    QElapsedTimer timer;
+    timer.start();
+    single<KW::CDrawGraphManager>().saveSettings(element, doc);
+    QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(element.attributes().size(), c_nAttributes);
+    for (int i = 0; i < c_nAttributes; ++i) {
+        QCOMPARE(element.attribute(QString("n%1").arg(i)), QString::number(i));
+    }
+}
+
 void tst_siblings::twoSavesOfASectionShareNoNode()
 {
     QDomDocument doc = parsed("<r><drawGraph><g/></drawGraph></r>");
@@ -301,6 +325,32 @@ void tst_siblings::aPanelTreeIsKeptWordForWord()
     QDomElement window = rootOf(out);
     pTree->toXml(window, out);
     QCOMPARE(out.toString(-1), parsed("<w>" + strTree + "</w>").toString(-1));
+}
+
+// It is held there, and copied again as soon as the load has ended.
+void tst_siblings::aPanelTreeOfALoadOutlivesItsDocument()
+{
+    const QString strTree = "<dock a=\"1\"><split><!-- c --><panel name=\"分时\"/></split></dock>";
+    auto& history = single<KW::CFormulaHistoryDataManager>();
+    for (const bool bEnded : { false, true }) {
+        std::unique_ptr<MV::ILayoutElement> pTree;
+        {
+            const QDomDocument doc = parsed("<r><drawGraph/>" + strTree + "</r>");
+            QDomElement root = rootOf(doc);
+            QDomElement tree = root.lastChildElement();
+            single<KW::CDrawGraphManager>().loadSettings(root);
+            bEnded ? history.loadTradeStrategyHistoryData() : void();
+            pTree.reset(MV::ILayoutElement::fromXml(tree));
+            history.loadTradeStrategyHistoryData();
+            bEnded ? tree.setAttribute("a", 2) : void();
+        }
+        for (int i = 0; i < 2; ++i) {
+            QDomDocument out = parsed("<w/>");
+            QDomElement window = rootOf(out);
+            pTree->toXml(window, out);
+            QCOMPARE(out.toString(-1), parsed("<w>" + strTree + "</w>").toString(-1));
+        }
+    }
 }
 
 void tst_siblings::noElementIsNoTree()

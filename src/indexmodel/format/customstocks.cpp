@@ -4,6 +4,8 @@
 #include "platform/mvcommon.h"
 
 #include <algorithm>
+#include <map>
+#include <string>
 
 namespace KW {
 
@@ -25,27 +27,51 @@ InstrumentList readList(const QDomElement& custom)
     return list;
 }
 
-void writeStock(QDomElement& custom, QDomDocument& doc, const CInstrumentDetail& detail)
-{
-    static const QString s_strTag = c_szStock;
-    QDomElement stock = doc.createElement(s_strTag);
-    for (const StockField& field : stockFields()) {
-        stock.setAttribute(field.strAttribute, MV::sToQs(detail.*field.pField));
+// Of a field with few values each is made a QString once.
+class CStockWriter {
+public:
+    explicit CStockWriter(QDomDocument& doc)
+        : m_doc(doc)
+    {
     }
-    custom.appendChild(stock);
-}
 
-void writeList(QDomElement& customs, QDomDocument& doc, int type, const InstrumentList& list)
-{
-    QDomElement custom = doc.createElement(c_szStockList);
-    custom.setAttribute(c_szListType, type);
-    for (const auto& pDetail : list) {
-        if (pDetail) {
-            writeStock(custom, doc, *pDetail);
+    void writeList(QDomElement& customs, int type, const InstrumentList& list)
+    {
+        QDomElement custom = m_doc.createElement(c_szStockList);
+        custom.setAttribute(c_szListType, type);
+        for (const auto& pDetail : list) {
+            if (pDetail) {
+                writeStock(custom, *pDetail);
+            }
         }
+        customs.appendChild(custom);
     }
-    customs.appendChild(custom);
-}
+
+private:
+    void writeStock(QDomElement& custom, const CInstrumentDetail& detail)
+    {
+        QDomElement stock = m_doc.createElement(m_strStock);
+        for (const StockField& field : stockFields()) {
+            const std::string& value = detail.*field.pField;
+            stock.setAttribute(field.strAttribute,
+                               field.bFewValues ? shared(value) : MV::sToQs(value));
+        }
+        custom.appendChild(stock);
+    }
+
+    const QString& shared(const std::string& bytes)
+    {
+        QString& strText = m_texts[bytes];
+        if (strText.isNull()) {
+            strText = MV::sToQs(bytes);
+        }
+        return strText;
+    }
+
+    QDomDocument& m_doc;
+    const QString m_strStock = c_szStock;
+    std::map<std::string, QString> m_texts;
+};
 
 bool sameInstrument(const InstrumentList::value_type& pLeft,
                     const InstrumentList::value_type& pRight)
@@ -60,9 +86,9 @@ bool sameInstrument(const InstrumentList::value_type& pLeft,
 const std::vector<StockField>& stockFields()
 {
     static const std::vector<StockField> s_fields {
-        { QStringLiteral("market"), &CInstrumentDetail::market },
-        { QStringLiteral("code"), &CInstrumentDetail::code },
-        { QStringLiteral("name"), &CInstrumentDetail::name },
+        { QStringLiteral("market"), &CInstrumentDetail::market, true },
+        { QStringLiteral("code"), &CInstrumentDetail::code, false },
+        { QStringLiteral("name"), &CInstrumentDetail::name, false },
     };
     return s_fields;
 }
@@ -128,8 +154,9 @@ void readCustomStocks(const QDomElement& root, CustomStockMap& stocks)
 void writeCustomStocks(QDomElement& parent, QDomDocument& doc, const CustomStockMap& stocks)
 {
     QDomElement customs = doc.createElement(c_szStockLists);
+    CStockWriter writer(doc);
     for (auto it = stocks.lowerBound(0); it != stocks.end(); ++it) {
-        writeList(customs, doc, it.key(), it.value());
+        writer.writeList(customs, it.key(), it.value());
     }
     parent.appendChild(customs);
 }

@@ -27,6 +27,7 @@ using CustomStockMap = QMap<int, InstrumentList>;
 struct StockField {
     QString strAttribute;
     std::string rxservice::CInstrumentDetail::*pField;
+    bool bFewValues; ///< the same ones in most instruments
 };
 
 const std::vector<StockField>& stockFields();

@@ -8,32 +8,26 @@ namespace KW {
 namespace {
 
 // Function objects, since an algorithm calls a function for every character.
-constexpr auto isBlank = [](QChar c) {
-    return c == QLatin1Char(' ') || c == QLatin1Char('\n') || c == QLatin1Char('\t')
-        || c == QLatin1Char('\r');
+constexpr auto isBlank
+    = [](QChar c) { return c == u' ' || c == u'\n' || c == u'\t' || c == u'\r'; };
+
+constexpr auto isDigit = [](QChar c) { return c >= u'0' && c <= u'9'; };
+
+constexpr auto isHexDigit = [](QChar c) {
+    const int nLower = c.unicode() | 0x20;
+    return isDigit(c) || (nLower >= 'a' && nLower <= 'f');
 };
 
 constexpr auto isNameBegin = [](QChar c) {
     const int nLower = c.unicode() | 0x20;
-    return (nLower >= 'a' && nLower <= 'z') || c == QLatin1Char('_') || c == QLatin1Char(':');
+    return (nLower >= 'a' && nLower <= 'z') || c == u'_' || c == u':';
 };
 
-constexpr auto isNamePart = [](QChar c) {
-    return isNameBegin(c) || (c >= QLatin1Char('0') && c <= QLatin1Char('9'))
-        || c == QLatin1Char('-') || c == QLatin1Char('.');
-};
+constexpr auto isNamePart
+    = [](QChar c) { return isNameBegin(c) || isDigit(c) || c == u'-' || c == u'.'; };
 
 // Qt's parser takes some of the others for the end of its input.
 constexpr auto isKnown = [](QChar c) { return c.unicode() - 1U < 0xfffdU; };
-
-constexpr auto isSame = [](QChar c, char other) { return c == QLatin1Char(other); };
-
-uint digitOf(QChar c)
-{
-    const uint n = c.unicode();
-    const uint nLower = n | 0x20;
-    return n >= '0' && n <= '9' ? n - '0' : nLower >= 'a' && nLower <= 'f' ? nLower - 'a' + 10 : 99;
-}
 
 // A file has few names, and few values of most attributes: each place keeps its latest text.
 class CSharedTexts {
@@ -47,7 +41,7 @@ public:
         const uint nHash = 31U * nSize + 17U * pBegin->unicode() + 5U * pBegin[nSize / 2].unicode()
             + pEnd[-1].unicode();
         QString& strKept = m_kept[nHash % m_kept.size()];
-        if (!std::equal(pBegin, pEnd, strKept.constBegin(), strKept.constEnd())) {
+        if (!std::equal(pBegin, pEnd, strKept.cbegin(), strKept.cend())) {
             strKept = QString(pBegin, nSize);
         }
         return strKept;
@@ -73,7 +67,7 @@ public:
     {
         readDeclaration();
         readComments();
-        if (take('<')) {
+        if (take(u'<')) {
             readElement(m_doc, 1);
         }
         readComments();
@@ -84,17 +78,12 @@ public:
 private:
     QChar current() const { return m_p == m_pEnd ? QChar() : *m_p; }
 
-    bool take(char c)
-    {
-        const bool bThere = current() == QLatin1Char(c);
-        m_p += bThere ? 1 : 0;
-        return bThere;
-    }
+    bool take(QChar c) { return take(QStringView(&c, 1)); }
 
-    bool take(QLatin1String word)
+    bool take(QStringView word)
     {
-        const bool bThere = m_pEnd - m_p >= word.size()
-            && std::equal(m_p, m_p + word.size(), word.begin(), isSame);
+        const bool bThere
+            = m_pEnd - m_p >= word.size() && std::equal(word.begin(), word.end(), m_p);
         m_p += bThere ? word.size() : 0;
         return bThere;
     }
@@ -108,27 +97,32 @@ private:
         return m_p != pBegin;
     }
 
-    QString takeName()
+    template <typename Is> QString takeWhile(Is is)
     {
         const QChar* const pBegin = m_p;
-        require(isNameBegin(current()));
-        m_p = std::find_if_not(m_p, m_pEnd, isNamePart);
+        m_p = std::find_if_not(m_p, m_pEnd, is);
         return m_texts.text(pBegin, m_p);
+    }
+
+    QString takeName()
+    {
+        require(isNameBegin(current()));
+        return takeWhile(isNamePart);
     }
 
     // Qt writes it in its own words.
     void readDeclaration()
     {
-        if (!take(QLatin1String("<?xml"))) {
+        if (!take(u"<?xml")) {
             return;
         }
         require(takeBlanks());
         QString strData = declared(QLatin1String("version"));
-        if (takeBlanks() && current() != QLatin1Char('?')) {
-            strData += QLatin1Char(' ') + declared(QLatin1String("encoding"));
+        if (takeBlanks() && current() != u'?') {
+            strData += u' ' + declared(QLatin1String("encoding"));
             takeBlanks();
         }
-        require(take(QLatin1String("?>")));
+        require(take(u"?>"));
         m_doc.appendChild(m_doc.createProcessingInstruction(QStringLiteral("xml"), strData));
     }
 
@@ -137,13 +131,13 @@ private:
         require(takeName() == name);
         const QString strValue = takeAssigned();
         require(!strValue.isEmpty());
-        return name + QLatin1String("='") + strValue + QLatin1Char('\'');
+        return name + QLatin1String("='") + strValue + u'\'';
     }
 
     void readComments()
     {
         takeBlanks();
-        while (take(QLatin1String("<!--"))) {
+        while (take(u"<!--")) {
             readComment(m_doc);
             takeBlanks();
         }
@@ -160,12 +154,12 @@ private:
         }
         QDomElement element = m_doc.createElement(strName);
         readAttributes(element);
-        if (!take(QLatin1String("/>"))) {
-            require(take('>'));
+        if (!take(u"/>")) {
+            require(take(u'>'));
             readContent(element, depth);
-            require(takeName() == strName);
+            require(take(strName));
             takeBlanks();
-            require(take('>'));
+            require(take(u'>'));
         }
         parent.appendChild(element);
     }
@@ -184,11 +178,11 @@ private:
     QString takeAssigned()
     {
         takeBlanks();
-        require(take('='));
+        require(take(u'='));
         takeBlanks();
-        const char cQuote = current() == QLatin1Char('"') ? '"' : '\'';
+        const QChar cQuote = current() == u'"' ? u'"' : u'\'';
         require(take(cQuote));
-        const QString strValue = takeValue(QLatin1Char(cQuote));
+        const QString strValue = takeValue(cQuote);
         require(take(cQuote));
         return strValue;
     }
@@ -196,62 +190,50 @@ private:
     // What stands before \a end, with its references resolved.
     QString takeValue(QChar end)
     {
-        const QChar* pBegin = m_p;
-        passRaw(end);
-        if (current() == end) {
-            return m_texts.text(pBegin, m_p);
-        }
-        QString strValue(pBegin, static_cast<int>(m_p - pBegin));
+        QString strValue = takeRaw(end);
         while (m_bPlain && current() != end) {
             strValue += takeReference();
-            pBegin = m_p;
-            passRaw(end);
-            strValue.append(pBegin, static_cast<int>(m_p - pBegin));
+            strValue += takeRaw(end);
         }
         return strValue;
     }
 
-    void passRaw(QChar end)
+    QString takeRaw(QChar end)
     {
-        m_p = std::find_if(m_p, m_pEnd, [end](QChar c) {
-            return c == end || c == QLatin1Char('&') || c == QLatin1Char('<');
-        });
+        return takeWhile([end](QChar c) { return c != end && c != u'&' && c != u'<'; });
     }
 
     QChar takeReference()
     {
         for (const auto& [pszReference, c] :
-             { std::pair("&lt;", '<'), std::pair("&gt;", '>'), std::pair("&amp;", '&'),
-               std::pair("&quot;", '"'), std::pair("&apos;", '\'') }) {
-            if (take(QLatin1String(pszReference))) {
-                return QLatin1Char(c);
+             { std::pair(u"&lt;", u'<'), std::pair(u"&gt;", u'>'), std::pair(u"&amp;", u'&'),
+               std::pair(u"&quot;", u'"'), std::pair(u"&apos;", u'\'') }) {
+            if (take(pszReference)) {
+                return c;
             }
         }
-        require(take(QLatin1String("&#")));
-        return QChar(takeNumber(take('x') ? 16 : 10));
+        require(take(u"&#"));
+        return takeNumber(take(u'x') ? 16 : 10);
     }
 
-    // Of a larger one Qt takes a part.
-    uint takeNumber(uint base)
+    // Of a larger one than fits Qt takes a part.
+    QChar takeNumber(int base)
     {
-        uint nNumber = 0;
-        const QChar* const pBegin = m_p;
-        while (digitOf(current()) < base && nNumber <= 0xffff) {
-            nNumber = nNumber * base + digitOf(*m_p++);
-        }
-        require(m_p != pBegin && nNumber <= 0xffff && take(';'));
+        bool bFits = false;
+        const ushort nNumber = takeWhile(isHexDigit).toUShort(&bFits, base);
+        require(bFits && take(u';'));
         return nNumber;
     }
 
     // Up to the "</" that ends it.
     void readContent(QDomNode& parent, int depth)
     {
-        while (m_bPlain && !take(QLatin1String("</"))) {
-            if (take(QLatin1String("<!--"))) {
+        while (m_bPlain && !take(u"</")) {
+            if (take(u"<!--")) {
                 readComment(parent);
-            } else if (take(QLatin1String("<![CDATA["))) {
-                parent.appendChild(m_doc.createCDATASection(takeUntil(QLatin1String("]]>"))));
-            } else if (take('<')) {
+            } else if (take(u"<![CDATA[")) {
+                parent.appendChild(m_doc.createCDATASection(takeUntil(u"]]>")));
+            } else if (take(u'<')) {
                 readElement(parent, depth + 1);
             } else {
                 readText(parent);
@@ -262,13 +244,13 @@ private:
     void readText(QDomNode& parent)
     {
         const QChar* const pBegin = m_p;
-        if (takeBlanks() && current() == QLatin1Char('<')) {
+        if (takeBlanks() && current() == u'<') {
             return;
         }
         m_p = pBegin;
-        const QString strText = takeValue(QLatin1Char('<'));
+        const QString strText = takeValue(u'<');
         // Qt refuses it in some places and takes it in others.
-        require(!QStringView(pBegin, m_p).contains(QLatin1String("]]>")));
+        require(!QStringView(pBegin, m_p).contains(u"]]>"));
         // Every kind of space that Unicode has.
         if (!std::all_of(strText.begin(), strText.end(), [](QChar c) { return c.isSpace(); })) {
             parent.appendChild(m_doc.createTextNode(strText));
@@ -277,18 +259,18 @@ private:
 
     void readComment(QDomNode& parent)
     {
-        const QString strComment = takeUntil(QLatin1String("--"));
-        require(take('>'));
+        const QString strComment = takeUntil(u"--");
+        require(take(u'>'));
         parent.appendChild(m_doc.createComment(strComment));
     }
 
-    QString takeUntil(QLatin1String end)
+    QString takeUntil(QStringView end)
     {
-        const QChar* const pBegin = m_p;
-        const QChar* const pFound = std::search(m_p, m_pEnd, end.begin(), end.end(), isSame);
-        require(pFound != m_pEnd);
-        m_p = m_bPlain ? pFound + end.size() : m_pEnd;
-        return QString(pBegin, static_cast<int>(pFound - pBegin));
+        const QStringView rest(m_p, m_pEnd);
+        const auto nFound = rest.indexOf(end);
+        require(nFound >= 0);
+        m_p += m_bPlain ? nFound + end.size() : rest.size();
+        return m_bPlain ? rest.left(nFound).toString() : QString();
     }
 
     const int m_nMaxDepth;

@@ -25,10 +25,10 @@ QRect readRect(const QDomElement& element)
 
 void writeRect(QDomElement& element, const QRect& rect)
 {
-    element.setAttribute(QStringLiteral("left"), rect.left());
-    element.setAttribute(QStringLiteral("top"), rect.top());
-    element.setAttribute(QStringLiteral("width"), pixelCount(rect.left(), rect.right()));
-    element.setAttribute(QStringLiteral("height"), pixelCount(rect.top(), rect.bottom()));
+    setIntAttribute(element, QStringLiteral("left"), rect.left());
+    setIntAttribute(element, QStringLiteral("top"), rect.top());
+    setIntAttribute(element, QStringLiteral("width"), pixelCount(rect.left(), rect.right()));
+    setIntAttribute(element, QStringLiteral("height"), pixelCount(rect.top(), rect.bottom()));
 }
 
 // Only an only child is a tree; a comment beside it, or alone, counts as a child as well.
@@ -51,14 +51,14 @@ CLayoutWindow readWindow(const QDomElement& element, NavTree navTree)
 void writeWindow(QDomElement& element, QDomDocument& doc, const CLayoutWindow& window,
                  NavTree navTree)
 {
-    element.setAttribute(QStringLiteral("screen_id"), window.m_nScreenId);
-    element.setAttribute(QStringLiteral("is_main"), window.m_bIsMain ? 1 : 0);
-    element.setAttribute(QStringLiteral("maximized"), window.m_bMaximized ? 1 : 0);
+    setIntAttribute(element, QStringLiteral("screen_id"), window.m_nScreenId);
+    setIntAttribute(element, QStringLiteral("is_main"), window.m_bIsMain ? 1 : 0);
+    setIntAttribute(element, QStringLiteral("maximized"), window.m_bMaximized ? 1 : 0);
     writeRect(element, window.m_rect);
     if (navTree == NavTree::Kept) {
         element.setAttribute(QStringLiteral("navtree"), window.m_strNavTree);
     }
-    element.setAttribute(QStringLiteral("panelgroup_id"), window.m_nPanelGroupId);
+    setIntAttribute(element, QStringLiteral("panelgroup_id"), window.m_nPanelGroupId);
     if (window.m_pItemLayout) {
         window.m_pItemLayout->toXml(element, doc);
     }

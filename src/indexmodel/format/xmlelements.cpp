@@ -2,6 +2,9 @@
 
 #include <QTextStream>
 
+#include <array>
+#include <charconv>
+
 namespace KW {
 
 namespace {
@@ -35,6 +38,20 @@ QStringList namesInTag(const QString& tag)
 int intAttribute(const QDomElement& element, const QString& name)
 {
     return element.attribute(name).toInt();
+}
+
+void setIntAttribute(QDomElement& element, const QString& name, int value)
+{
+    static const QString s_strZero = QStringLiteral("0");
+    static const QString s_strOne = QStringLiteral("1");
+    if (value == 0 || value == 1) {
+        element.setAttribute(name, value == 0 ? s_strZero : s_strOne);
+        return;
+    }
+    std::array<char, 16> digits {};
+    const auto end = std::to_chars(digits.begin(), digits.end(), value).ptr;
+    element.setAttribute(name,
+                         QString::fromLatin1(digits.data(), static_cast<int>(end - digits.data())));
 }
 
 QVector<QDomElement> descendants(const QDomElement& parent, const QString& name)

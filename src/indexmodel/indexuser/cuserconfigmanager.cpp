@@ -74,6 +74,7 @@ CUserConfigManager::CUserConfigManager()
     , m_pLayoutConfig(new (std::nothrow) CPanelGroupLayoutConfig)
 {
     outlivesItsOwner(m_pLayoutConfig);
+    attachedSections(); // now, not within the first save
 }
 
 CUserConfigManager::~CUserConfigManager() = default;

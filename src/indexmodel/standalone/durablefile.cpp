@@ -10,6 +10,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -193,12 +194,12 @@ ReadFailure readFailure()
 // A file may grow while it is read.
 bool readUpTo(std::size_t limit, const CDescriptor& file, std::string& content)
 {
-    std::string strBlock(c_nBlockBytes, '\0');
+    std::array<char, c_nBlockBytes> block; // not filled with zeros first
     ssize_t n = 0;
     do {
-        const std::size_t nWanted = std::min(strBlock.size(), limit - content.size());
-        n = retried([&] { return ::read(file.get(), &strBlock[0], nWanted); });
-        content.append(strBlock, 0, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+        const std::size_t nWanted = std::min(block.size(), limit - content.size());
+        n = retried([&] { return ::read(file.get(), block.data(), nWanted); });
+        content.append(block.data(), static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
     } while (n > 0 && content.size() < limit);
     return n >= 0;
 }

@@ -20,10 +20,11 @@ void CForeignSections::load(const QDomElement& root, const QString& name)
     if (root.isNull()) {
         return;
     }
+    m_loading = root.ownerDocument();
     m_sections.remove(name);
     const QDomElement section = root.firstChildElement(name);
     if (!section.isNull()) {
-        m_sections.insert(name, { root.ownerDocument(), section });
+        m_sections.insert(name, { m_loading, section });
     }
 }
 
@@ -36,6 +37,12 @@ void CForeignSections::settle()
         keeper.appendChild(section.element);
         section.document = own;
     }
+    m_loading = QDomDocument();
+}
+
+bool CForeignSections::isLoading(const QDomDocument& doc) const
+{
+    return !m_loading.isNull() && m_loading == doc;
 }
 
 bool CForeignSections::contains(const QString& name) const

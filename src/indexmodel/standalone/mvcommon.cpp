@@ -1,6 +1,8 @@
 #include "platform/mvcommon.h"
 
+#include "platform/commonutil.h"
 #include "platform/limits.h"
+#include "standalone/foreignsections_p.h"
 
 #include <cmath>
 #include <memory>
@@ -18,21 +20,29 @@ bool fits(const QDomElement& tree, int levels)
     return levels > 0 && child.isNull();
 }
 
-// A docked-panel tree word for word, in a document of its own.
+bool isLoading(const QDomElement& tree)
+{
+    return utils::CSingletonT<standalone::CForeignSections>::instance()->isLoading(
+        tree.ownerDocument());
+}
+
+// A docked-panel tree word for word: a copy, or a tree of the document of a load. A node stays as
+// long as somebody holds it, also without its document.
 class CVerbatimLayout : public ILayoutElement {
 public:
     explicit CVerbatimLayout(const QDomElement& tree)
+        : m_tree(isLoading(tree) ? QDomNode(tree) : m_own.importNode(tree, true))
     {
-        m_copy.appendChild(m_copy.importNode(tree, true));
     }
 
     void toXml(QDomElement& parent, QDomDocument& doc) const override
     {
-        parent.appendChild(doc.importNode(m_copy.documentElement(), true));
+        parent.appendChild(doc.importNode(m_tree, true));
     }
 
 private:
-    QDomDocument m_copy;
+    QDomDocument m_own; // of the copy; before it
+    const QDomNode m_tree;
 };
 
 } // namespace
