@@ -1,7 +1,7 @@
 #include "inspect/report.h"
 
 #include "inspect/check.h"
-#include "inspect/drawing.h"
+#include "inspect/picture_p.h"
 #include "inspect/optionvalues.h"
 #include "inspect/snapshots.h"
 #include "inspect/userdifferences.h"
@@ -142,7 +142,7 @@ void writeDrawings(CPage& page, const QString& heading, const QVector<Layout>& l
         if (layout.windows.isEmpty()) {
             page.paragraph(strTitle + QStringLiteral(": no windows"), QStringLiteral("none"));
         } else {
-            writeSvg(page.xml(), { strTitle, layout.windows, screens });
+            writePicture(page.xml(), sceneOf({ strTitle, layout.windows, screens }), strTitle);
         }
     }
 }
