@@ -100,7 +100,11 @@ Commands userCommands()
             "--dry-run", "--wait", "--force", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
-        { "report", {}, { "--out", "--dry-run" }, "all of it on one HTML page", report },
+        { "report",
+          {},
+          { "--against", "--out", "--dry-run" },
+          "all of it on one HTML page, or what changed",
+          report },
     };
 }
 

@@ -1,6 +1,6 @@
 """Users of known content for the tests of pages and pictures: users.py NAME DIR writes one."""
 import os
-import shutil
+import re
 import sys
 from xml.sax.saxutils import quoteattr
 
@@ -45,19 +45,17 @@ def twenty():
 
 def moved():
     """What became of twenty(): some moved, one resized, one gone, one new."""
-    changed = {200: (2100, -60, 580, 390), 300: (180, 300, 440, 340), 401: (-1120, 500, 700, 420),
-               501: (2540, 640, 900, 520)}
+    places = {200: (2100, -60, 580, 390), 300: (180, 300, 440, 340), 401: (-1120, 500, 700, 420),
+              501: (2540, 640, 900, 520)}
     windows = []
     for each in twenty():
-        group = int(each.split('panelgroup_id="')[1].split('"')[0])
-        if group == 208:
-            continue
-        if group in changed:
-            left, top, width, height = changed[group]
-            name = each.split('navtree="')[1].split('"')[0]
-            screens = int(each.split('screen_id="')[1].split('"')[0])
-            each = window(group, screens, left, top, width, height, name, (named(group),))
-        windows.append(each)
+        group = int(re.search('panelgroup_id="([0-9]+)"', each)[1])
+        if group in places:
+            place = dict(zip(('left', 'top', 'width', 'height'), places[group]))
+            for name, value in place.items():
+                each = re.sub(f' {name}="[^"]*"', f' {name}="{value}"', each)
+        if group != 208:
+            windows.append(each)
     return windows + [window(600, 1, 1200, 120, 600, 400, '新窗口', ('期权T型报价',))]
 
 
@@ -88,15 +86,26 @@ def odd():
 def stocks(count):
     rows = ''.join(f'<Stock market="{"SH" if i % 2 else "SZ"}" code="{600000 + i}" '
                    f'name="{named(i).replace("&", "和")}{i}"/>' for i in range(count))
-    return f'<CustomStock><Customs><Custom type="9">{rows}</Custom></Customs></CustomStock>'
+    return f'<Custom type="9">{rows}</Custom>'
 
 
-def text(windows, rest=''):
-    return ('<?xml version="1.0" encoding="utf-8"?>\n<ICUserConfigFile>\n<IndexLayout>\n'
-            + '\n'.join(windows) + f'\n</IndexLayout>\n{rest}\n</ICUserConfigFile>\n')
+def sample():
+    root = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+    with open(os.path.join(root, 'examples', 'user', 'indexUserConfig.xml'), encoding='utf-8') as file:
+        return file.read()
 
 
-USERS = {'twenty': lambda: text(twenty()), 'moved': lambda: text(moved()),
+def text(windows, lists=''):
+    """The sample with other windows, and these only, and more lists."""
+    user = sample()
+    for section in ('DefaultLayout', 'IndexLayout', 'FormulaPanelGroupLayout', 'ValuePanelGroupLayout',
+                    'LayoutTemplates', 'tradePanelGroup', 'tradeLayoutTemplates'):
+        user = re.sub(f'<{section}>.*?</{section}>', f'<{section}/>', user, flags=re.S)
+    user = user.replace('<IndexLayout/>', '<IndexLayout>\n' + '\n'.join(windows) + '\n</IndexLayout>')
+    return user.replace('</Customs>', lists + '</Customs>')
+
+
+USERS = {'sample': sample, 'twenty': lambda: text(twenty()), 'moved': lambda: text(moved()),
          'sixty': lambda: text(sixty()), 'odd': lambda: text(odd()),
          'stocks': lambda: text(twenty(), stocks(50000))}
 
@@ -104,10 +113,6 @@ USERS = {'twenty': lambda: text(twenty()), 'moved': lambda: text(moved()),
 def write(name, directory):
     os.makedirs(directory, exist_ok=True)
     path = os.path.join(directory, 'indexUserConfig.xml')
-    if name == 'sample':
-        root = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-        shutil.copy(os.path.join(root, 'examples', 'user', 'indexUserConfig.xml'), path)
-        return path
     with open(path, 'w', encoding='utf-8') as file:
         file.write(USERS[name]())
     return path

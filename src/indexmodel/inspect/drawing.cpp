@@ -23,6 +23,7 @@ constexpr qreal c_nBar = 26; // the strip of a window with its number and name
 constexpr qreal c_nGap = 4;
 constexpr qreal c_nFont = 13;
 constexpr qreal c_nHeading = 20;
+constexpr QPointF c_pageCorner(2, 2);
 constexpr qreal c_nArrowHead = 9;
 
 class CPainter {
@@ -143,7 +144,7 @@ void CPainter::window(const SceneWindow& window)
     m_svg.attribute("href", QLatin1Char('#') + legendRowId(m_strId, window));
     m_svg.attribute("aria-label", window.label());
     m_svg.begin("g", legendClass(window));
-    m_svg.attribute("id", QStringLiteral("%1-window-%2").arg(m_strId).arg(window.placed.nNumber));
+    m_svg.attribute("id", windowId(m_strId, window));
     m_svg.xml().writeTextElement("title", window.label());
     m_svg.rect(QStringLiteral("face"), area);
     const bool bBar = area.height() > c_nBar + c_nGap && area.width() > c_nGap;
@@ -168,7 +169,8 @@ void CPainter::badgeAndName(const SceneWindow& window, const QRectF& area)
     const QRectF badge = m_svg.badge(room.topLeft() + inset, window.placed.nNumber);
     if (badge.bottom() <= room.bottom() + 1) {
         const QPointF at = badge.topRight() + QPointF(6, 14);
-        m_svg.text(QStringLiteral("name"), at,
+        const bool bInBar = room.top() < area.top() + 1 && area.height() > c_nBar + c_nGap;
+        m_svg.text(bInBar ? QStringLiteral("name") : QStringLiteral("name over"), at,
                    shortened(window.name(), room.right() - at.x() - c_nGap, c_nFont));
     }
 }
@@ -246,13 +248,25 @@ QByteArray toSvg(const Drawing& drawing)
 
 void writePicture(QXmlStreamWriter& xml, const Scene& scene, const QString& id)
 {
-    const CPictureFrame frame(scene, { 2, 2 });
+    const CPictureFrame frame(scene, c_pageCorner);
     CPainter painter(xml, scene, frame, id);
-    painter.begin(frame.area().size() + QSizeF(4, 4));
+    painter.begin(frame.area().size() + 2 * QSizeF(c_pageCorner.x(), c_pageCorner.y()));
     painter.screens();
     painter.windows();
     painter.raised();
     painter.svg().end();
+}
+
+QString pictureBox(const Scene& scene, const QRectF& part)
+{
+    const CPictureFrame frame(scene, c_pageCorner);
+    const QRectF box
+        = (part == scene.desktop ? frame.area() : frame.scaled(part)).adjusted(-2, -2, 2, 2);
+    QStringList numbers;
+    for (const qreal nNumber : { box.x(), box.y(), box.width(), box.height() }) {
+        numbers.append(CSvgWriter::number(nNumber));
+    }
+    return numbers.join(QLatin1Char(' '));
 }
 
 } // namespace inspect

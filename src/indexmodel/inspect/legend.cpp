@@ -142,6 +142,11 @@ void CLegend::paint(CSvgWriter& svg, const QPointF& corner, qreal width, const Q
     svg.end();
 }
 
+QString windowId(const QString& id, const SceneWindow& window)
+{
+    return QStringLiteral("%1-window-%2").arg(id).arg(window.placed.nNumber);
+}
+
 QString legendRowId(const QString& id, const SceneWindow& window)
 {
     return QStringLiteral("%1-row-%2").arg(id).arg(window.placed.nNumber);

@@ -31,6 +31,9 @@ private:
     QVector<qreal> m_widths; ///< of the columns
 };
 
+/// The name of what is drawn of a window.
+QString windowId(const QString& id, const SceneWindow& window);
+
 /// The name of a window's row, which its picture links to.
 QString legendRowId(const QString& id, const SceneWindow& window);
 

@@ -81,9 +81,11 @@ void CSvgWriter::text(const QString& cssClass, const QPointF& baseline, const QS
 QRectF CSvgWriter::badge(const QPointF& corner, int number)
 {
     const QRectF area = badgeArea(number).translated(corner);
+    begin("g", QStringLiteral("tag"));
     rect(QStringLiteral("badge"), area, 3);
     text(QStringLiteral("number"), { area.center().x(), area.top() + c_nBadgeBaseline },
          QString::number(number));
+    end();
     return area;
 }
 
