@@ -218,7 +218,7 @@ void tst_checkdocument::whatCouldNotBeCheckedIsTold()
     QCOMPARE(inspect::check(livePath()).strFailure, QString());
     xmlMemSetup(std::free, noMemory, noMoreMemory, noCopy);
     const inspect::CheckedFile checked = inspect::check(livePath());
-    const QByteArray page = inspect::report(userDir(), QDateTime::currentDateTime());
+    const QByteArray page = inspect::report(userDir(), { QDateTime::currentDateTime() });
     xmlMemSetup(std::free, std::malloc, std::realloc, ::strdup);
     QVERIFY(checked.strFailure.startsWith("not checked against the schema: "));
     QVERIFY(page.contains(checked.strFailure.toUtf8()));

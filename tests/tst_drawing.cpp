@@ -1,6 +1,7 @@
 #include "librarytest.h"
 
 #include <inspect/drawing.h>
+#include <inspect/shortened.h>
 #include <inspect/userfile.h>
 
 #include <QRandomGenerator>
@@ -18,6 +19,12 @@ private Q_SLOTS:
     void ofManyWindowsTheSameAreOffScreen();
     void windowsAreDrawnToScale();
     void aDesktopThatBeginsElsewhereIsDrawnFromThere();
+    void aPictureIsAsWideAsItsScreensNeed();
+    void namesOfScreensStayApart();
+    void nothingIsDrawnBeyondTheDesktop();
+    void coveredWindowsAreMarkedAndCounted();
+    void numbersStandInFull();
+    void aComparisonShowsWhatBecameOfEachWindow();
     void splittersShareTheirPlace();
     void theCurrentTabShowsWhatIsInIt();
     void theDrawingNamesWhatItShows();
@@ -26,6 +33,7 @@ private Q_SLOTS:
 private:
     static KW::CLayoutWindow window(int screen, const QRect& rect, bool maximized = false);
     static std::shared_ptr<const MV::ILayoutElement> panels(const QDomDocument& tree);
+    static QVector<QRectF> texts(const QByteArray& svg, const QString& cssClass);
     static QVector<QRectF> rects(const QByteArray& svg, const QString& cssClass);
 };
 
@@ -54,6 +62,22 @@ QVector<QRectF> tst_drawing::rects(const QByteArray& svg, const QString& cssClas
         const auto number = [&](const char* pszName) { return rect.attribute(pszName).toDouble(); };
         if (rect.attribute("class") == cssClass) {
             found.append({ number("x"), number("y"), number("width"), number("height") });
+        }
+    }
+    return found;
+}
+
+// As large as they are at most.
+QVector<QRectF> tst_drawing::texts(const QByteArray& svg, const QString& cssClass)
+{
+    QVector<QRectF> found;
+    const QDomDocument doc = parsed(QString::fromUtf8(svg));
+    const QDomNodeList all = doc.elementsByTagName("text");
+    for (int i = 0; i < all.size(); ++i) {
+        const QDomElement text = all.at(i).toElement();
+        if (text.attribute("class") == cssClass) {
+            found.append({ text.attribute("x").toDouble(), text.attribute("y").toDouble() - 13,
+                           inspect::textWidth(text.text(), 13), 16 });
         }
     }
     return found;
@@ -130,10 +154,9 @@ void tst_drawing::windowsAreDrawnToScale()
     const QVector<KW::CLayoutWindow> windows { window(1, { 0, 0, 1000, 500 }, true),
                                                window(1, { 500, 100, 250, 200 }) };
     const auto found
-        = rects(inspect::toSvg({ "title", windows, inspect::screensOf(windows) }), "window");
-    // 1168 of the 1200 pixels of the picture are the desktop's; a margin and two lines are above
-    // it.
-    const QVector<QRectF> expected { { 16, 76, 1168, 584 }, { 600, 192.8, 292, 233.6 } };
+        = rects(inspect::toSvg({ "title", windows, inspect::screensOf(windows) }), "face");
+    // 960 pixels are the least; a margin, two lines and the screen's name are above them.
+    const QVector<QRectF> expected { { 24, 108, 960, 480 }, { 504, 204, 240, 192 } };
     QCOMPARE(found, expected);
 }
 
@@ -142,9 +165,122 @@ void tst_drawing::aDesktopThatBeginsElsewhereIsDrawnFromThere()
     const QVector<KW::CLayoutWindow> windows { window(1, { -1000, 200, 2000, 1000 }, true),
                                                window(1, { 0, 700, 500, 250 }) };
     const auto found
-        = rects(inspect::toSvg({ "title", windows, inspect::screensOf(windows) }), "window");
-    const QVector<QRectF> expected { { 16, 76, 1168, 584 }, { 600, 368, 292, 146 } };
+        = rects(inspect::toSvg({ "title", windows, inspect::screensOf(windows) }), "face");
+    const QVector<QRectF> expected { { 24, 108, 960, 480 }, { 504, 348, 240, 120 } };
     QCOMPARE(found, expected);
+}
+
+void tst_drawing::aPictureIsAsWideAsItsScreensNeed()
+{
+    const auto widthOf = [](const QVector<KW::CLayoutWindow>& windows) {
+        const QByteArray svg = inspect::toSvg({ "t", windows, inspect::screensOf(windows) });
+        return parsed(QString::fromUtf8(svg)).documentElement().attribute("width").toDouble();
+    };
+    QVector<KW::CLayoutWindow> windows { window(1, { 0, 0, 1000, 500 }, true) };
+    const double nOne = widthOf(windows);
+    windows += { window(2, { 1000, 0, 1000, 500 }, true), window(3, { 2000, 0, 1000, 500 }, true) };
+    const double nThree = widthOf(windows);
+    QVERIFY2(nThree > nOne + 900, qPrintable(QString::number(nThree)));
+    for (int i = 0; i < 60; ++i) {
+        windows.append(window(1, { 40 * i, 0, 39, 39 }));
+    }
+    QVERIFY(widthOf(windows) > nThree + 300);
+    windows.append(window(4, { 3000, 0, 20000, 500 }, true));
+    QVERIFY(widthOf(windows) < 2800);
+}
+
+void tst_drawing::namesOfScreensStayApart()
+{
+    QVector<KW::CLayoutWindow> windows;
+    for (int i = 0; i < 6; ++i) {
+        windows.append(window(i, { 0, 200 * i, 400, 200 }, true));
+        windows.append(window(10 + i, { 400 + 3 * i, 30 * i, 90, 60 }, true));
+    }
+    const QByteArray svg = inspect::toSvg({ "t", windows, inspect::screensOf(windows) });
+    const QVector<QRectF> labels = texts(svg, "screenname");
+    QCOMPARE(labels.size(), 12);
+    for (const QRectF& label : labels) {
+        const auto meets = [&](const QRectF& other) { return other.intersects(label); };
+        QCOMPARE(std::count_if(labels.begin(), labels.end(), meets), 1);
+        const QVector<QRectF> screens = rects(svg, "screen");
+        QVERIFY(std::none_of(screens.begin(), screens.end(), meets));
+    }
+}
+
+void tst_drawing::nothingIsDrawnBeyondTheDesktop()
+{
+    const QVector<KW::CLayoutWindow> windows { window(1, { 0, 0, 1000, 500 }, true),
+                                               window(1, { -300, 450, 600, 400 }) };
+    const QByteArray svg = inspect::toSvg({ "t", windows, inspect::screensOf(windows) });
+    const QDomDocument doc = parsed(QString::fromUtf8(svg));
+    const QDomElement clip = doc.elementsByTagName("clipPath").at(0).toElement();
+    const QDomElement rect = clip.firstChildElement("rect");
+    QCOMPARE(rect.attribute("x").toDouble(), 23.0);
+    QCOMPARE(rect.attribute("width").toDouble(), 962.0);
+    const QDomNodeList faces = doc.elementsByTagName("a");
+    QCOMPARE(faces.size(), 2);
+    for (int i = 0; i < faces.size(); ++i) {
+        const QDomElement group = faces.at(i).parentNode().toElement();
+        QCOMPARE(group.attribute("clip-path"), "url(#" + clip.attribute("id") + ')');
+    }
+}
+
+void tst_drawing::coveredWindowsAreMarkedAndCounted()
+{
+    QVector<KW::CLayoutWindow> windows(13, window(1, { 10, 10, 300, 200 }));
+    windows.append(window(1, { 0, 0, 1000, 500 }, true));
+    windows.append(window(1, { 0, 0, 0, 0 }));
+    windows.append(window(1, { 0, 0, 3000, 50 }));
+    const QByteArray svg = inspect::toSvg({ "t", windows, inspect::screensOf(windows) });
+    const QDomDocument doc = parsed(QString::fromUtf8(svg));
+    QCOMPARE(doc.elementsByTagName("desc").at(0).toElement().text(),
+             QString("16 windows on 1 screen; 13 are completely covered; 1 has no size; "
+                     "1 is larger than the desktop"));
+    QCOMPARE(svg.count("aria-label=\"completely covered\""), 13);
+    QCOMPARE(svg.count("aria-label=\"without a size\""), 1);
+    QCOMPARE(rects(svg, "face").size(), 14);
+    QCOMPARE(svg.count("class=\"number\""), 14 + 16);
+}
+
+void tst_drawing::numbersStandInFull()
+{
+    QVector<KW::CLayoutWindow> windows { window(1, { 0, 0, 3840, 1040 }, true) };
+    QStringList expected { "0,0", "3840x1040" };
+    for (int i = 0; i < 60; ++i) {
+        windows.append(window(1, { 1960 + 30 * i, 210 + i, 340 + i, 2000000000 + i }));
+        expected << QStringLiteral("%1,%2").arg(1960 + 30 * i).arg(210 + i)
+                 << QStringLiteral("%1x%2").arg(340 + i).arg(2000000000 + i);
+    }
+    const QByteArray svg = inspect::toSvg({ "t", windows, inspect::screensOf(windows) });
+    for (const QString& text : expected) {
+        QVERIFY2(svg.contains('>' + text.toUtf8() + "</text>"), qPrintable(text));
+    }
+}
+
+void tst_drawing::aComparisonShowsWhatBecameOfEachWindow()
+{
+    const auto grouped = [](int group, const QRect& rect) {
+        KW::CLayoutWindow each = window(1, rect);
+        each.m_nPanelGroupId = group;
+        return each;
+    };
+    const QVector<KW::CLayoutWindow> before { window(1, { 0, 0, 1000, 500 }, true),
+                                              grouped(7, { 100, 100, 200, 100 }),
+                                              grouped(8, { 700, 300, 100, 100 }) };
+    QVector<KW::CLayoutWindow> after { before[0], grouped(7, { 400, 150, 200, 150 }),
+                                       grouped(9, { 0, 400, 100, 100 }) };
+    const QByteArray svg = inspect::toSvg(
+        { "t", after, inspect::screensOf(after), inspect::EarlierLayout { "then", before } });
+    // Where the moved one and the gone one were.
+    const QVector<QRectF> ghosts { { 120, 204, 192, 96 }, { 696, 396, 96, 96 } };
+    QCOMPARE(rects(svg, "ghost"), ghosts);
+    QCOMPARE(svg.count("class=\"arrow\""), 1);
+    QCOMPARE(svg.count("class=\"head\""), 1);
+    for (const char* pszText : { "moved +300,+50 (was 100,100), resized +0x+50 (was 200x100)",
+                                 "class=\"window new\"", "class=\"row new\"", "class=\"row gone\"",
+                                 "1 changed, 1 new, 1 gone", "against then" }) {
+        QVERIFY2(svg.contains(pszText), pszText);
+    }
 }
 
 void tst_drawing::splittersShareTheirPlace()
@@ -182,16 +318,18 @@ void tst_drawing::theDrawingNamesWhatItShows()
                            inspect::screensOf(inspect::windowsOf(records)) });
     const QString strText = parsed(QString::fromUtf8(svg)).documentElement().text();
     for (const char* pszText :
-         { "我的布局", "screen 2 1920,-200 2560x1400", "screen 3, at least -1180,60 700x900",
-           "group 6000 ★ main □ maximized", "首页/自选股", "期权T型报价 | [期货套利]",
-           "公告 & 新闻", "off every screen:", "group 106 · 丢失的窗口 — 9000,300 800x600" }) {
+         { "我的布局", "7 windows on 3 screens; 2 lie off every screen",
+           "screen 2 1920,-200 2560x1400", "screen 3, at least -1180,60 700x900",
+           "1: 首页/行情/沪深A股 · group 6000 · 0,0 1920x1040 · screen 1 · main · maximized",
+           "首页/自选股", "期权T型报价 | [期货套利]", "公告 & 新闻", "9000,300", "-32000,-32000",
+           "off every screen" }) {
         QVERIFY2(strText.contains(pszText), pszText);
     }
 }
 
 void tst_drawing::aDrawingWithoutWindowsIsStillOne()
 {
-    QVERIFY(rects(inspect::toSvg({ "none", {}, {} }), "window").isEmpty());
+    QVERIFY(rects(inspect::toSvg({ "none", {}, {} }), "face").isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_drawing)

@@ -21,6 +21,8 @@ private Q_SLOTS:
     void checkEndsWithTheWorst();
     void aDrawingIsOneImage();
     void aDrawingOfATemplateThatIsNotThereFails();
+    void aDrawingTellsWhatBecameOfALayout_data();
+    void aDrawingTellsWhatBecameOfALayout();
     void theReportStandsAlone();
     void colourIsForTerminals();
     void progressIsForTerminals();
@@ -172,6 +174,40 @@ void tst_hostanswers::aDrawingOfATemplateThatIsNotThereFails()
     QVERIFY(outcome.strErr.contains(QStringLiteral("did you mean '早盘'?")));
 }
 
+void tst_hostanswers::aDrawingTellsWhatBecameOfALayout_data()
+{
+    QTest::addColumn<QString>("against");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("day") << "2024-01-31" << 0 << "against 2024-01-31: 1 changed, 0 new, 0 gone";
+    QTest::newRow("file") << "Temp/a.xml" << 0 << "against Temp/a.xml: 1 changed, 0 new, 0 gone";
+    QTest::newRow("template") << "早盘" << 0 << "against 早盘: 2 changed, 2 new, 0 gone";
+    QTest::newRow("no day") << "2024-01-30" << 1 << "did you mean '2024-01-31'?";
+    QTest::newRow("nothing") << "早盆" << 1 << "there is no date, template or file '早盆'";
+    QTest::newRow("empty") << "" << 1 << "there is no date, template or file ''";
+    QTest::newRow("damaged") << "sectors.json" << 4 << "sectors.json";
+}
+
+void tst_hostanswers::aDrawingTellsWhatBecameOfALayout()
+{
+    QFETCH(QString, against);
+    QFETCH(QString, told);
+    const QByteArray now = readFile(SAMPLE_USER "/indexUserConfig.xml");
+    writeLive(now);
+    writeFile(userDir() + "/sectors.json", "{}");
+    QVERIFY(QDir(userDir()).mkdir("Temp"));
+    for (const char* pszName : { "/Temp/indexUserConfig.xml_20240131", "/Temp/a.xml" }) {
+        writeFile(userDir() + pszName, QByteArray(now).replace("left=\"1960\"", "left=\"2000\""));
+    }
+    const Outcome outcome = runProgram(
+        TOOL, { "--config-dir", ".", "layout", "draw", "--against", against, "--out", "-" }, {},
+        userDir());
+    QTEST(outcome.nStatus, "status");
+    QVERIFY2((outcome.strOut + outcome.strErr).contains(told), qPrintable(outcome.strErr));
+    const bool bMoved = outcome.strOut.contains("moved -40,+0 (was 2000,40)");
+    QCOMPARE(bMoved, outcome.nStatus == 0 && against != QStringLiteral("早盘"));
+}
+
 void tst_hostanswers::theReportStandsAlone()
 {
     const QString strPath = userDir() + "/a.html";
@@ -182,7 +218,9 @@ void tst_hostanswers::theReportStandsAlone()
         QVERIFY2(strHtml.contains(pszText), pszText);
     }
     QVERIFY(!strHtml.contains("sample-only"));
-    QVERIFY(!strHtml.contains("src=") && !strHtml.contains("href="));
+    // Links lead to other places of the page only.
+    QVERIFY(!strHtml.contains("src=") && !strHtml.contains("url(h"));
+    QCOMPARE(strHtml.count("href="), strHtml.count("href=\"#"));
     const auto reported = [&](const QByteArray& content) {
         writeLive(content);
         return runTool({ "--config-dir", userDir(), "report", "--out", strPath }).nStatus;

@@ -123,7 +123,7 @@ void tst_snapshots::aReportOpensEachOnce()
 {
     writeCopies();
     COpenedFiles opened(tempDir());
-    QVERIFY(inspect::report(userDir(), QDateTime::currentDateTime()).contains("2024-01-20"));
+    QVERIFY(inspect::report(userDir(), { QDateTime::currentDateTime() }).contains("2024-01-20"));
     const QMap<QString, int> counts = opened.counts();
     QCOMPARE(counts.size(), c_nCopies);
     QCOMPARE(counts.values(), QVector<int>(c_nCopies, 1).toList());

@@ -29,6 +29,7 @@ struct Request {
     Force force = Force::No;
     std::optional<inspect::TextEncoding> encoding;
     std::optional<QString> templateName;
+    std::optional<QString> against; ///< what it was before
     std::optional<QString> filter;
     QString strOut;
     std::optional<QString> wait; ///< seconds, as typed

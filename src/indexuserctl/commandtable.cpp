@@ -52,6 +52,9 @@ QVector<CommandOption> optionsWithValue()
           } },
         { "--template", "NAME", "a template instead of the current layout",
           [](Request& request, const QString& value) { request.templateName = value; } },
+        { "--against", "BEFORE",
+          "what changed since: a date like 2024-01-31, a file or, for a layout, a template",
+          [](Request& request, const QString& value) { request.against = value; } },
         { "--out", "FILE", "the file to write",
           [](Request& request, const QString& value) { request.strOut = value; } },
         { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
@@ -97,7 +100,11 @@ Commands userCommands()
             "--dry-run", "--wait", "--force", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
-        { "report", {}, { "--out", "--dry-run" }, "all of it on one HTML page", report },
+        { "report",
+          {},
+          { "--against", "--out", "--dry-run" },
+          "all of it on one HTML page, or what changed",
+          report },
     };
 }
 
@@ -223,8 +230,8 @@ Commands layoutCommands()
           showLayout },
         { "layout draw",
           {},
-          { "--trade", "--template", "--out", "--dry-run" },
-          "a picture of a layout, to scale, as SVG",
+          { "--trade", "--template", "--against", "--out", "--dry-run" },
+          "a picture of a layout, to scale, as SVG; or of what became of it",
           drawLayout },
         { "template list", {}, { "--trade", "--json" }, "layout templates", listTemplates },
     };

@@ -1,295 +1,272 @@
 #include "inspect/drawing.h"
 
-#include <QXmlStreamWriter>
+#include "inspect/panelpainter_p.h"
+#include "inspect/picture_p.h"
+#include "inspect/pictureframe_p.h"
+#include "inspect/shortened.h"
+
+#include <inspect/pagetexts_p.h>
+
+#include <QLineF>
 
 #include <algorithm>
+#include <cmath>
 
 namespace inspect {
 
 namespace {
 
-using KW::ElementTree;
-
-constexpr qreal c_nWidth = 1200; // of the picture; the desktop is scaled to it
-constexpr qreal c_nMargin = 16;
-constexpr qreal c_nTitle = 40;
-constexpr qreal c_nLine = 20;
-constexpr qreal c_nLabel = 18; // the strip with a window's name
-constexpr qreal c_nGap = 3;
-constexpr qreal c_nFrame = 5; // of a screen
-
-const QString& styleSheet()
-{
-    static const QString s_style = QStringLiteral(
-        "text{font:13px 'Noto Sans CJK SC','Microsoft YaHei',sans-serif;fill:#1d2733}"
-        ".title{font-size:18px;font-weight:bold}"
-        ".screen{fill:#eef1f5;stroke:#5b6878;stroke-width:2}"
-        ".guessed{stroke-dasharray:8 5}"
-        ".screenname{fill:#5b6878}"
-        ".window{fill-opacity:.82;stroke-width:2}"
-        ".main{stroke-width:4}"
-        ".panel{fill:#fff;fill-opacity:.75;stroke:#8a96a5}"
-        ".off{fill:#b3261e}");
-    return s_style;
-}
-
-const QStringList& fills()
-{
-    static const QStringList s_fills { "#cfe3ff", "#ffe3c2", "#d5f0d6", "#f3d6f0",
-                                       "#fff3b8", "#d2f0f0", "#f8d4d4", "#dfdaf6" };
-    return s_fills;
-}
-
-const QStringList& strokes()
-{
-    static const QStringList s_strokes { "#2f6fbf", "#c0741a", "#3a8c40", "#9a3f92",
-                                         "#a38a00", "#2b8686", "#b54343", "#5d4fb0" };
-    return s_strokes;
-}
-
-QString number(qreal value)
-{
-    return QString::number(value, 'f', 1);
-}
-
-QString placeText(const QRectF& rect)
-{
-    return QStringLiteral("%1,%2 %3x%4")
-        .arg(rect.x())
-        .arg(rect.y())
-        .arg(rect.width())
-        .arg(rect.height());
-}
-
-QString labelOf(const KW::CLayoutWindow& window)
-{
-    QString strLabel = QStringLiteral("group %1").arg(window.m_nPanelGroupId);
-    strLabel += window.m_bIsMain ? QStringLiteral(" ★ main") : QString();
-    strLabel += window.m_bMaximized ? QStringLiteral(" □ maximized") : QString();
-    return window.m_strNavTree.isEmpty() ? strLabel
-                                         : strLabel + QStringLiteral(" · ") + window.m_strNavTree;
-}
+constexpr qreal c_nMargin = 24;
+constexpr qreal c_nHeader = 64; // title and summary
+constexpr qreal c_nLeastWidth = 1120;
+constexpr qreal c_nBar = 26; // the strip of a window with its number and name
+constexpr qreal c_nGap = 4;
+constexpr qreal c_nFont = 13;
+constexpr qreal c_nHeading = 20;
+constexpr QPointF c_pageCorner(2, 2);
+constexpr qreal c_nArrowHead = 9;
 
 class CPainter {
 public:
-    CPainter(QXmlStreamWriter& xml, const Drawing& drawing)
-        : m_xml(xml)
-        , m_drawing(drawing)
+    CPainter(QXmlStreamWriter& xml, const Scene& scene, const CPictureFrame& frame,
+             const QString& id)
+        : m_svg(xml)
+        , m_scene(scene)
+        , m_frame(frame)
+        , m_strId(id)
     {
-        for (const Screen& screen : drawing.screens) {
-            m_desktop |= screen.rect;
-        }
-        m_nScale = m_desktop.isEmpty() ? 1 : (c_nWidth - 2 * c_nMargin) / m_desktop.width();
-        for (const KW::CLayoutWindow& window : drawing.windows) {
-            (isOffScreen(window, drawing.screens) ? m_off : m_on).append(window);
-        }
     }
 
-    void paint();
+    CSvgWriter& svg() { return m_svg; }
+    void begin(const QSizeF& size);
+    void header(const QPointF& corner, qreal width);
+    void screens();
+    void windows();
+    void raised();
 
 private:
-    QRectF scaled(const QRectF& rect) const;
-    qreal height() const;
-    void rect(const QString& cssClass, const QRectF& rect, int color = -1);
-    void text(const QString& cssClass, const QPointF& at, const QString& text, qreal width);
-    void screen(const Screen& screen);
-    void window(const KW::CLayoutWindow& window, int color);
-    void panel(const ElementTree& element, const QRectF& area);
-    void split(const QVector<ElementTree>& parts, const ElementTree& splitter, const QRectF& area);
-    void tabs(const QVector<ElementTree>& pages, int current, const QRectF& area);
-    void offScreen();
+    void window(const SceneWindow& window);
+    void badgeAndName(const SceneWindow& window, const QRectF& area);
+    void change(const SceneWindow& window);
+    void arrow(const QLineF& way);
+    QString idOf(const char* pszWhat) const
+    {
+        return m_strId + QLatin1Char('-') + QLatin1String(pszWhat);
+    }
 
-    QXmlStreamWriter& m_xml;
-    const Drawing& m_drawing;
-    QRectF m_desktop;
-    qreal m_nScale = 1;
-    QVector<KW::CLayoutWindow> m_on;
-    QVector<KW::CLayoutWindow> m_off;
+    CSvgWriter m_svg;
+    const Scene& m_scene;
+    const CPictureFrame& m_frame;
+    QString m_strId;
 };
 
-QRectF CPainter::scaled(const QRectF& rect) const
+void CPainter::begin(const QSizeF& size)
 {
-    const QPointF origin(c_nMargin, c_nMargin + c_nTitle + c_nLine);
-    return { origin + (rect.topLeft() - m_desktop.topLeft()) * m_nScale, rect.size() * m_nScale };
-}
-
-qreal CPainter::height() const
-{
-    const qreal nOff = m_off.isEmpty() ? 0 : c_nLine * (m_off.size() + 2);
-    return 2 * c_nMargin + c_nTitle + c_nLine + m_desktop.height() * m_nScale + nOff;
-}
-
-void CPainter::paint()
-{
-    m_xml.writeStartElement("svg");
-    m_xml.writeDefaultNamespace("http://www.w3.org/2000/svg");
-    m_xml.writeAttribute("width", number(c_nWidth));
-    m_xml.writeAttribute("height", number(height()));
-    m_xml.writeAttribute("viewBox", QStringLiteral("0 0 %1 %2").arg(c_nWidth).arg(height()));
-    m_xml.writeTextElement("title", m_drawing.strTitle);
-    m_xml.writeTextElement("style", styleSheet());
-    m_xml.writeEmptyElement("rect");
-    m_xml.writeAttribute("width", "100%");
-    m_xml.writeAttribute("height", "100%");
-    m_xml.writeAttribute("fill", "#fff");
-    text("title", { c_nMargin, c_nMargin + 18 }, m_drawing.strTitle, c_nWidth - 2 * c_nMargin);
-    for (const Screen& each : m_drawing.screens) {
-        screen(each);
-    }
-    for (int i = 0; i < m_on.size(); ++i) {
-        window(m_on[i], i);
-    }
-    offScreen();
-    m_xml.writeEndElement();
-}
-
-void CPainter::rect(const QString& cssClass, const QRectF& rect, int color)
-{
-    m_xml.writeEmptyElement("rect");
-    m_xml.writeAttribute("class", cssClass);
-    m_xml.writeAttribute("x", number(rect.x()));
-    m_xml.writeAttribute("y", number(rect.y()));
-    m_xml.writeAttribute("width", number(std::max(1.0, rect.width())));
-    m_xml.writeAttribute("height", number(std::max(1.0, rect.height())));
-    if (color >= 0) {
-        m_xml.writeAttribute("fill", fills()[color % fills().size()]);
-        m_xml.writeAttribute("stroke", strokes()[color % strokes().size()]);
+    m_svg.begin("svg", QStringLiteral("picture"));
+    m_svg.xml().writeDefaultNamespace(QStringLiteral("http://www.w3.org/2000/svg"));
+    m_svg.attribute("width", CSvgWriter::number(size.width()));
+    m_svg.attribute("height", CSvgWriter::number(size.height()));
+    m_svg.attribute("viewBox",
+                    QStringLiteral("0 0 %1 %2")
+                        .arg(CSvgWriter::number(size.width()), CSvgWriter::number(size.height())));
+    m_svg.attribute("role", QStringLiteral("graphics-document document"));
+    m_svg.attribute("aria-labelledby", idOf("title"));
+    m_svg.attribute("aria-describedby", idOf("desc"));
+    for (const auto& [pszName, strText] :
+         { std::make_pair("title", m_scene.strTitle),
+           std::make_pair("desc", m_scene.summary().join(QStringLiteral("; "))) }) {
+        m_svg.begin(pszName);
+        m_svg.attribute("id", idOf(pszName));
+        m_svg.xml().writeCharacters(strText);
+        m_svg.end();
     }
 }
 
-// Text is cut at the width that it has; the whole of it shows as a tooltip.
-void CPainter::text(const QString& cssClass, const QPointF& at, const QString& text, qreal width)
+void CPainter::header(const QPointF& corner, qreal width)
 {
-    m_xml.writeStartElement("svg");
-    m_xml.writeAttribute("x", number(at.x()));
-    m_xml.writeAttribute("y", number(at.y() - c_nLabel));
-    m_xml.writeAttribute("width", number(std::max(1.0, width)));
-    m_xml.writeAttribute("height", number(c_nLabel * 1.5));
-    m_xml.writeStartElement("text");
-    m_xml.writeAttribute("class", cssClass);
-    m_xml.writeAttribute("y", number(c_nLabel));
-    m_xml.writeTextElement("title", text);
-    m_xml.writeCharacters(text);
-    m_xml.writeEndElement();
-    m_xml.writeEndElement();
+    m_svg.text(QStringLiteral("heading"), corner + QPointF(0, c_nHeading),
+               shortened(m_scene.strTitle, width, c_nHeading));
+    m_svg.text(QStringLiteral("summary"), corner + QPointF(0, c_nHeading + 22),
+               m_scene.summary().join(QStringLiteral(" · ")));
 }
 
-void CPainter::screen(const Screen& screen)
+void CPainter::screens()
 {
-    const QRectF area = scaled(screen.rect);
-    const bool bKnown = screen.source == ScreenSource::Maximized;
-    // Its frame and name stay outside: a maximized window covers the rest.
-    rect(bKnown ? "screen" : "screen guessed",
-         area.adjusted(-c_nFrame, -c_nFrame, c_nFrame, c_nFrame));
-    text("screenname", area.topLeft() - QPointF(c_nFrame, c_nFrame + 4),
-         QStringLiteral("screen %1%2 %3")
-             .arg(QString::number(screen.nId), bKnown ? QString() : QStringLiteral(", at least"),
-                  placeText(screen.rect)),
-         area.width());
+    for (const Screen& screen : m_scene.screens) {
+        m_svg.begin("g");
+        m_svg.attribute("role", QStringLiteral("img"));
+        m_svg.attribute("aria-label", screenText(screen));
+        m_svg.xml().writeTextElement("title", screenText(screen));
+        m_svg.rect(screen.source == ScreenSource::Maximized ? QStringLiteral("screen")
+                                                            : QStringLiteral("screen guessed"),
+                   m_frame.scaled(screen.rect));
+        m_svg.end();
+    }
+    for (const ScreenLabel& label : m_frame.labels()) {
+        m_svg.text(QStringLiteral("screenname"), label.area.topLeft() + QPointF(0, 15),
+                   label.strText);
+    }
 }
 
-void CPainter::window(const KW::CLayoutWindow& window, int color)
+// Nothing that lies beyond the desktop is drawn over what stands around it.
+void CPainter::windows()
 {
-    const QRectF area = scaled(areaOf(window));
-    m_xml.writeStartElement("g");
-    m_xml.writeTextElement("title",
-                           labelOf(window) + QLatin1Char('\n') + placeText(areaOf(window)));
-    rect(window.m_bIsMain ? "window main" : "window", area, color);
-    text("label", area.topLeft() + QPointF(6, c_nLabel - 3), labelOf(window), area.width() - 12);
-    panel(KW::panelTree(window), area.adjusted(c_nGap, c_nLabel + c_nGap, -c_nGap, -c_nGap));
-    m_xml.writeEndElement();
+    m_svg.begin("clipPath");
+    m_svg.attribute("id", idOf("desktop"));
+    m_svg.rect({}, m_frame.desktop().adjusted(-1, -1, 1, 1));
+    m_svg.end();
+    m_svg.begin("g");
+    m_svg.attribute("clip-path", QStringLiteral("url(#%1)").arg(idOf("desktop")));
+    for (const SceneWindow& each : m_scene.windows) {
+        if (each.isDrawn()) {
+            window(each);
+        }
+    }
+    for (const SceneWindow& each : m_scene.windows) {
+        change(each);
+    }
 }
 
-// Panels by what docked trees usually look like: splitters, tabs, named leaves. Whatever else is in
-// a tree shares its place evenly.
-void CPainter::panel(const ElementTree& element, const QRectF& area)
+// What a page shows in front of all others, and the end of the group that is clipped.
+void CPainter::raised()
 {
-    if (!element.isElement() || area.width() < 4 || area.height() < 4) {
+    m_svg.begin("use", QStringLiteral("raised"));
+    m_svg.attribute("aria-hidden", QStringLiteral("true"));
+    m_svg.attribute("pointer-events", QStringLiteral("none"));
+    m_svg.end();
+    m_svg.end();
+}
+
+void CPainter::window(const SceneWindow& window)
+{
+    const QRectF area = m_frame.scaled(window.placed.area);
+    m_svg.begin("a", (QStringLiteral("window ") + legendClass(window)).trimmed());
+    m_svg.attribute("href", QLatin1Char('#') + legendRowId(m_strId, window));
+    m_svg.attribute("aria-label", window.label());
+    m_svg.begin("g", legendClass(window));
+    m_svg.attribute("id", windowId(m_strId, window));
+    m_svg.xml().writeTextElement("title", window.label());
+    m_svg.rect(QStringLiteral("face"), area);
+    const bool bBar = area.height() > c_nBar + c_nGap && area.width() > c_nGap;
+    if (bBar) {
+        m_svg.rect(QStringLiteral("bar"),
+                   QRectF(area.topLeft(), QSizeF(area.width(), c_nBar)).adjusted(1, 1, -1, 0));
+        paintPanels(m_svg, KW::panelTree(window.placed.window),
+                    area.adjusted(c_nGap, c_nBar + c_nGap, -c_nGap, -c_nGap));
+    }
+    badgeAndName(window, area);
+    m_svg.end();
+    m_svg.end();
+}
+
+// Where most of the window is seen, not below another one.
+void CPainter::badgeAndName(const SceneWindow& window, const QRectF& area)
+{
+    const QRectF room = window.placed.seen.isEmpty() ? area : m_frame.scaled(window.placed.seen);
+    const QRectF ground = CSvgWriter::badgeArea(window.placed.nNumber);
+    const QPointF inset(std::min(c_nGap, (room.width() - ground.width()) / 2),
+                        std::min(c_nGap, (room.height() - ground.height()) / 2));
+    const QRectF badge = m_svg.badge(room.topLeft() + inset, window.placed.nNumber);
+    if (badge.bottom() <= room.bottom() + 1) {
+        const QPointF at = badge.topRight() + QPointF(6, 14);
+        const bool bInBar = room.top() < area.top() + 1 && area.height() > c_nBar + c_nGap;
+        m_svg.text(bInBar ? QStringLiteral("name") : QStringLiteral("name over"), at,
+                   shortened(window.name(), room.right() - at.x() - c_nGap, c_nFont));
+    }
+}
+
+// Where a window was, and the way from there.
+void CPainter::change(const SceneWindow& window)
+{
+    if (!window.before) {
         return;
     }
-    const QVector<ElementTree> parts = element.elements();
-    if (parts.isEmpty()) {
-        const QString strName = element.attribute("name", element.strName);
-        rect("panel", area);
-        text("panelname", area.topLeft() + QPointF(5, c_nLabel - 2), strName, area.width() - 8);
-    } else if (element.hasAttribute("current")) {
-        tabs(parts, element.attribute("current").toInt(), area);
-    } else {
-        split(parts, element, area);
+    const QRectF before = m_frame.scaled(*window.before);
+    const bool bGone = window.fate == WindowFate::Gone;
+    m_svg.begin("g", bGone ? QStringLiteral("gone") : QString());
+    m_svg.attribute("role", QStringLiteral("img"));
+    m_svg.attribute("aria-label", window.label());
+    m_svg.attribute("pointer-events", QStringLiteral("none"));
+    m_svg.rect(QStringLiteral("ghost"), before);
+    if (bGone) {
+        m_svg.badge(before.topLeft() + QPointF(c_nGap, c_nGap), window.placed.nNumber);
+    } else if (window.isDrawn()) {
+        arrow({ before.center(), m_frame.scaled(window.placed.area).center() });
     }
+    m_svg.end();
 }
 
-void CPainter::split(const QVector<ElementTree>& parts, const ElementTree& splitter,
-                     const QRectF& area)
+void CPainter::arrow(const QLineF& way)
 {
-    const bool bVertical = splitter.attribute("orientation") == QLatin1String("vertical");
-    bool bOk = false;
-    const qreal nRatio = splitter.attribute("ratio").toDouble(&bOk);
-    const bool bRatio = bOk && parts.size() == 2 && nRatio > 0 && nRatio < 1;
-    qreal nFrom = 0;
-    for (int i = 0; i < parts.size(); ++i) {
-        const qreal nShare = bRatio ? (i == 0 ? nRatio : 1 - nRatio) : 1.0 / parts.size();
-        QRectF part = area;
-        if (bVertical) {
-            part.setTop(area.top() + nFrom * area.height());
-            part.setHeight(nShare * area.height() - (i + 1 < parts.size() ? c_nGap : 0));
-        } else {
-            part.setLeft(area.left() + nFrom * area.width());
-            part.setWidth(nShare * area.width() - (i + 1 < parts.size() ? c_nGap : 0));
-        }
-        panel(parts[i], part);
-        nFrom += nShare;
+    if (way.length() < 2 * c_nArrowHead) {
+        return;
     }
-}
-
-void CPainter::tabs(const QVector<ElementTree>& pages, int current, const QRectF& area)
-{
-    QStringList names;
-    for (int i = 0; i < pages.size(); ++i) {
-        const QString strName = panelNames(pages[i]).value(0, pages[i].strName);
-        names.append(i == current ? QLatin1Char('[') + strName + QLatin1Char(']') : strName);
+    m_svg.line(QStringLiteral("arrow"), way.p1(), way.pointAt(1 - c_nArrowHead / way.length()));
+    QString strPoints;
+    for (const qreal nTurn : { 0.0, 155.0, 205.0 }) {
+        QLineF edge(way.p2(), way.p2() + (way.p2() - way.p1()));
+        edge.setAngle(way.angle() + nTurn);
+        edge.setLength(nTurn > 0 ? 1.3 * c_nArrowHead : 0);
+        strPoints += CSvgWriter::number(edge.x2()) + ',' + CSvgWriter::number(edge.y2()) + ' ';
     }
-    rect("panel", area);
-    text("panelname", area.topLeft() + QPointF(5, c_nLabel - 2), names.join(" | "),
-         area.width() - 8);
-    const ElementTree page = pages.value(current);
-    if (!page.elements().isEmpty()) {
-        panel(page, area.adjusted(c_nGap, c_nLabel + c_nGap, -c_nGap, -c_nGap));
-    }
-}
-
-void CPainter::offScreen()
-{
-    QPointF at(c_nMargin, height() - c_nMargin - c_nLine * m_off.size());
-    if (!m_off.isEmpty()) {
-        text("off", at, QStringLiteral("off every screen:"), c_nWidth - 2 * c_nMargin);
-    }
-    for (const KW::CLayoutWindow& window : qAsConst(m_off)) {
-        at += QPointF(0, c_nLine);
-        text("off", at,
-             QStringLiteral("%1 — %2, screen %3: %4")
-                 .arg(labelOf(window), placeText(areaOf(window)),
-                      QString::number(window.m_nScreenId),
-                      panelNames(KW::panelTree(window)).join(", ")),
-             c_nWidth - 2 * c_nMargin);
-    }
+    m_svg.begin("polygon", QStringLiteral("head"));
+    m_svg.attribute("points", strPoints.trimmed());
+    m_svg.end();
 }
 
 } // namespace
 
 QByteArray toSvg(const Drawing& drawing)
 {
+    const Scene scene = sceneOf(drawing);
+    const CPictureFrame frame(scene, { c_nMargin, c_nMargin + c_nHeader });
+    const qreal nSummary = textWidth(scene.summary().join(QStringLiteral(" · ")), c_nFont);
+    CLegend legend(scene);
+    const qreal nWidth
+        = std::max({ frame.area().width(), legend.size().width(), c_nLeastWidth, nSummary });
+    const qreal nLegend = frame.area().bottom() + c_nMargin;
+    const QString strId = QStringLiteral("layout");
     QByteArray svg;
     QXmlStreamWriter xml(&svg);
     xml.writeStartDocument();
-    writeSvg(xml, drawing);
+    CPainter painter(xml, scene, frame, strId);
+    painter.begin({ nWidth + 2 * c_nMargin, nLegend + legend.size().height() + c_nMargin });
+    xml.writeTextElement("style", QString::fromUtf8(c_szPictureCss));
+    painter.svg().begin("rect", QStringLiteral("paper"));
+    painter.svg().attribute("width", QStringLiteral("100%"));
+    painter.svg().attribute("height", QStringLiteral("100%"));
+    painter.svg().end();
+    painter.header({ c_nMargin, c_nMargin }, nWidth);
+    painter.screens();
+    painter.windows();
+    painter.svg().end();
+    legend.paint(painter.svg(), { c_nMargin, nLegend }, nWidth, strId);
+    painter.svg().end();
     xml.writeEndDocument();
     return svg;
 }
 
-void writeSvg(QXmlStreamWriter& xml, const Drawing& drawing)
+void writePicture(QXmlStreamWriter& xml, const Scene& scene, const QString& id)
 {
-    CPainter(xml, drawing).paint();
+    const CPictureFrame frame(scene, c_pageCorner);
+    CPainter painter(xml, scene, frame, id);
+    painter.begin(frame.area().size() + 2 * QSizeF(c_pageCorner.x(), c_pageCorner.y()));
+    painter.screens();
+    painter.windows();
+    painter.raised();
+    painter.svg().end();
+}
+
+QString pictureBox(const Scene& scene, const QRectF& part)
+{
+    const CPictureFrame frame(scene, c_pageCorner);
+    const QRectF box
+        = (part == scene.desktop ? frame.area() : frame.scaled(part)).adjusted(-2, -2, 2, 2);
+    QStringList numbers;
+    for (const qreal nNumber : { box.x(), box.y(), box.width(), box.height() }) {
+        numbers.append(CSvgWriter::number(nNumber));
+    }
+    return numbers.join(QLatin1Char(' '));
 }
 
 } // namespace inspect

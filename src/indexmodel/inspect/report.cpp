@@ -1,199 +1,289 @@
-#include "inspect/report.h"
+#include "inspect/report_p.h"
 
-#include "inspect/check.h"
-#include "inspect/drawing.h"
-#include "inspect/optionvalues.h"
-#include "inspect/snapshots.h"
+#include "inspect/scene_p.h"
 #include "inspect/userdifferences.h"
 
-#include <QXmlStreamWriter>
+#include <inspect/pagetexts_p.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+
+#include <algorithm>
 
 namespace inspect {
 
 namespace {
 
-constexpr char c_szStyle[]
-    = "body{font:15px 'Noto Sans CJK SC','Microsoft YaHei',sans-serif;color:#1d2733;"
-      "max-width:1232px;margin:2em auto;padding:0 1em}"
-      "h1{font-size:1.5em}h2{font-size:1.2em;margin-top:2em;border-bottom:1px solid #c6ced8}"
-      "table{border-collapse:collapse}td,th{text-align:left;padding:.2em .9em .2em 0;"
-      "vertical-align:top;overflow-wrap:anywhere}td:first-child{white-space:nowrap}th{color:#"
-      "5b6878;font-weight:normal}"
-      "tr.changed td{font-weight:bold}p.none{color:#5b6878}svg{max-width:100%;height:auto}";
+const char* const c_szNoNetwork = "default-src 'none'; style-src %1; script-src %2";
 
-class CPage {
-public:
-    explicit CPage(QByteArray* pPage)
-        : m_xml(pPage)
-    {
-    }
-
-    QXmlStreamWriter& xml() { return m_xml; }
-
-    void begin(const QString& title)
-    {
-        m_xml.writeDTD("<!DOCTYPE html>");
-        m_xml.writeStartElement("html");
-        m_xml.writeStartElement("head");
-        m_xml.writeEmptyElement("meta");
-        m_xml.writeAttribute("charset", "utf-8");
-        m_xml.writeTextElement("title", title);
-        m_xml.writeTextElement("style", c_szStyle);
-        m_xml.writeEndElement();
-        m_xml.writeStartElement("body");
-        m_xml.writeTextElement("h1", title);
-    }
-
-    void heading(const QString& text) { m_xml.writeTextElement("h2", text); }
-
-    void paragraph(const QString& text, const QString& cssClass = {})
-    {
-        m_xml.writeStartElement("p");
-        if (!cssClass.isEmpty()) {
-            m_xml.writeAttribute("class", cssClass);
-        }
-        m_xml.writeCharacters(text);
-        m_xml.writeEndElement();
-    }
-
-    void row(const char* pszCell, const QStringList& cells, const QString& cssClass = {})
-    {
-        m_xml.writeStartElement("tr");
-        if (!cssClass.isEmpty()) {
-            m_xml.writeAttribute("class", cssClass);
-        }
-        for (const QString& cell : cells) {
-            m_xml.writeTextElement(pszCell, cell);
-        }
-        m_xml.writeEndElement();
-    }
-
-    void table(const QStringList& headings, const QVector<QStringList>& rows)
-    {
-        if (rows.isEmpty()) {
-            paragraph(QStringLiteral("none"), QStringLiteral("none"));
-            return;
-        }
-        m_xml.writeStartElement("table");
-        row("th", headings);
-        for (const QStringList& cells : rows) {
-            row("td", cells);
-        }
-        m_xml.writeEndElement();
-    }
-
-private:
-    QXmlStreamWriter m_xml;
-};
-
-void writeFindings(CPage& page, const CheckedFile& checked)
+QString findingsFact(const ReportUser& user)
 {
-    page.heading(QStringLiteral("What the next load and save would not keep"));
-    QVector<QStringList> rows;
-    for (const Finding& finding : checked.findings) {
-        rows.append(
-            { QStringLiteral("%1:%2").arg(finding.position.nLine).arg(finding.position.nColumn),
-              effectName(finding.effect), finding.strRule, finding.strText });
-    }
-    page.table({ "line:column", "effect", "rule", "what" }, rows);
-    if (!checked.strFailure.isEmpty()) {
-        page.paragraph(checked.strFailure);
-    }
+    const int nCount = user.checked.findings.size();
+    return !user.checked.strFailure.isEmpty() ? QStringLiteral("not all was checked")
+        : nCount == 0                         ? QStringLiteral("in order")
+                                              : counted(nCount, "finding", "findings");
 }
 
-void writeOptions(CPage& page, const KW::paramSettingForClient& options)
+QString optionsFact(const ReportUser& user)
 {
-    page.heading(QStringLiteral("Options (bold: not the default)"));
-    page.xml().writeStartElement("table");
-    page.row("th", { "option", "value", "default" });
-    const KW::paramSettingForClient defaults;
-    for (const KW::OptionRow& row : KW::optionTable()) {
-        const QString strDefault = optionText(defaults, row);
-        const QString strValue = optionText(options, row);
-        const bool bHidden = isSecret(row.strAttribute) && !strValue.isEmpty();
-        page.row("td",
-                 { row.strAttribute, bHidden ? QStringLiteral("(hidden)") : strValue, strDefault },
-                 strValue == strDefault ? QString() : QStringLiteral("changed"));
-    }
-    page.xml().writeEndElement();
+    return QStringLiteral("%1 of %2 not default")
+        .arg(changedOptions(user.records))
+        .arg(KW::optionTable().size());
 }
 
-void writeStocks(CPage& page, const KW::CustomStockMap& stocks)
+QString stocksFact(const ReportUser& user)
 {
-    page.heading(QStringLiteral("Custom stock lists"));
-    QVector<QStringList> rows;
-    for (auto it = stocks.begin(); it != stocks.end(); ++it) {
-        QStringList names;
-        for (const auto& pDetail : *it) {
-            names.append(
-                QString::fromStdString(pDetail->market + pDetail->code + ' ' + pDetail->name));
-        }
-        rows.append({ QString::number(it.key()), QString::number(it->size()), names.join(", ") });
+    int nStocks = 0;
+    for (const KW::InstrumentList& list : user.records.stocks) {
+        nStocks += list.size();
     }
-    page.table({ "list", "count", "stocks" }, rows);
+    return counted(user.records.stocks.size(), "list", "lists") + QStringLiteral(", ")
+        + grouped(nStocks) + (nStocks == 1 ? " stock" : " stocks");
 }
 
-void writeDrawings(CPage& page, const QString& heading, const QVector<Layout>& layouts,
-                   const QVector<Screen>& screens)
+QString windowsFact(const ReportUser& user)
 {
-    page.heading(heading);
+    int nWindows = 0;
+    const auto layouts = layoutsOf(user.records);
     for (const Layout& layout : layouts) {
-        const QString strTitle = (layout.strSection + ' ' + layout.strName).trimmed();
-        if (layout.windows.isEmpty()) {
-            page.paragraph(strTitle + QStringLiteral(": no windows"), QStringLiteral("none"));
-        } else {
-            writeSvg(page.xml(), { strTitle, layout.windows, screens });
-        }
+        nWindows += layout.windows.size();
     }
+    return counted(nWindows, "window", "windows") + QStringLiteral(" on ")
+        + counted(screensOf(windowsOf(user.records)).size(), "screen", "screens");
 }
 
-void writeSections(CPage& page, const UserRecords& records)
+QString templatesFact(const ReportUser& user)
 {
-    page.heading(QStringLiteral("Sections of other managers"));
-    QVector<QStringList> rows;
-    for (const KW::ElementTree& section : records.sections) {
-        rows.append({ section.strName, QString::number(KW::elementCount(section)),
-                      KW::findSection(section.strName) != nullptr ? "kept" : "read by nobody" });
-    }
-    page.table({ "section", "elements", "" }, rows);
+    const int nCount = user.records.layouts.m_quoteTemplates.size()
+        + user.records.layouts.m_tradeTemplates.size();
+    return counted(nCount, "template", "templates");
 }
 
-void writeSnapshots(CPage& page, const QString& configDir, const UserRecords& records)
+QString copiesFact(const ReportUser& user)
 {
-    page.heading(QStringLiteral("Dated copies"));
-    QVector<QStringList> rows;
-    const auto copies = snapshots(configDir);
-    for (const Snapshot& snapshot : copies) {
-        const UserFile file = readUserFile(snapshot.strPath);
-        const bool bWhole = file.state == FileState::Whole;
-        rows.append({ snapshot.date.toString(Qt::ISODate), QString::number(snapshot.nBytes),
-                      bWhole ? summary(differences(recordsOf(file.document), records))
-                             : toText(file.error) });
+    return user.copies.isEmpty() ? QStringLiteral("none")
+                                 : QStringLiteral("%1, last of %2")
+                                       .arg(QString::number(user.copies.size()),
+                                            user.copies.first().date.toString(Qt::ISODate));
+}
+
+QString historyFact(const ReportUser& user)
+{
+    return user.facts.edits.isEmpty() ? QStringLiteral("no edits")
+                                      : QStringLiteral("%1, last %2")
+                                            .arg(counted(user.facts.edits.size(), "edit", "edits"),
+                                                 momentText(user.facts.edits.last().time));
+}
+
+QVector<ReportSection> sectionsOf(const ReportUser& user)
+{
+    using KW::UserPart;
+    const bool bAmiss = !user.checked.findings.isEmpty() || !user.checked.strFailure.isEmpty();
+    QVector<ReportSection> sections {
+        { "findings", "Findings", findingsFact(user), bAmiss, writeFindings },
+        { "options", "Options", optionsFact(user), false, writeOptions },
+        { "stocks", "Stock lists", stocksFact(user), false, writeStocks },
+        { "layouts", "Layouts", windowsFact(user), false, writeLayouts },
+        { "templates", "Templates", templatesFact(user), false, writeTemplates },
+        { "sections", "Sections of other managers",
+          counted(user.records.sections.size(), "section", "sections"), false, writeSections },
+        { "copies", "Dated copies", copiesFact(user), false, writeCopies },
+        { "history", "History", historyFact(user), false, writeHistory },
+    };
+    const QVector<UserPart> parts { UserPart::Options, UserPart::Stocks, UserPart::Layouts,
+                                    UserPart::Templates, UserPart::Sections };
+    for (int i = 0; user.facts.before && i < parts.size(); ++i) {
+        sections[i + 1].strFact = changesText(user, { parts[i] });
     }
-    page.table({ "date", "bytes", "changed since" }, rows);
+    return sections;
+}
+
+void writeHead(CHtmlWriter& page, const QString& title)
+{
+    const QByteArray style = QByteArray(c_szPageCss) + c_szPictureCss;
+    page.xml().writeDTD(QStringLiteral("<!DOCTYPE html>"));
+    page.begin("html", { { "lang", QStringLiteral("en") } });
+    page.begin("head");
+    page.single("meta", { { "charset", QStringLiteral("utf-8") } });
+    page.single(
+        "meta",
+        { { "http-equiv", QStringLiteral("Content-Security-Policy") },
+          { "content",
+            QString(c_szNoNetwork)
+                .arg(CHtmlWriter::sourceOf(style), CHtmlWriter::sourceOf(c_szPageScript)) } });
+    page.single("meta",
+                { { "name", QStringLiteral("viewport") },
+                  { "content", QStringLiteral("width=device-width, initial-scale=1") } });
+    page.single("meta",
+                { { "name", QStringLiteral("color-scheme") },
+                  { "content", QStringLiteral("light dark") } });
+    page.element("title", title);
+    page.raw("style", style);
+    page.end();
+}
+
+void writeFact(CHtmlWriter& page, const QString& name, const QString& fact, const QString& id,
+               bool amiss)
+{
+    page.begin("div", { { "class", amiss ? QStringLiteral("amiss") : QStringLiteral("fact") } });
+    page.element("dt", name);
+    page.begin("dd");
+    if (id.isEmpty()) {
+        page.text(fact);
+    } else {
+        page.element("a", fact, { { "href", QLatin1Char('#') + id } });
+    }
+    page.end();
+    page.end();
+}
+
+// What one looks for first.
+void writeTop(CHtmlWriter& page, const ReportUser& user, const QVector<ReportSection>& sections)
+{
+    const QFileInfo file(livePath(user.strConfigDir));
+    page.begin("header");
+    page.element("h1", QFileInfo(file.absolutePath()).fileName());
+    page.element("p", file.absoluteFilePath(), { { "class", QStringLiteral("path") } });
+    page.element("p",
+                 user.facts.before
+                     ? QStringLiteral("What changed since %1, as of %2")
+                           .arg(user.facts.before->strName, momentText(user.facts.now))
+                     : QStringLiteral("As of ") + momentText(user.facts.now),
+                 { { "class", QStringLiteral("moment") } });
+    page.begin("dl", { { "class", QStringLiteral("facts") } });
+    for (const ReportSection& section : sections) {
+        writeFact(page, section.strTitle, section.strFact, QLatin1String(section.pszId),
+                  section.bAmiss);
+    }
+    writeFact(page, QStringLiteral("Last save"), momentText(file.lastModified()), {}, false);
+    page.end();
+    page.end();
+}
+
+void writeContents(CHtmlWriter& page, const QVector<ReportSection>& sections)
+{
+    page.begin("nav", { { "aria-label", QStringLiteral("Contents") } });
+    page.begin("ul");
+    for (const ReportSection& section : sections) {
+        page.begin("li");
+        page.element("a", section.strTitle, { { "href", QString("#") + section.pszId } });
+        page.end();
+    }
+    page.end();
+    page.end();
+}
+
+// Of no use without the script, which shows it.
+void writeFilter(CHtmlWriter& page)
+{
+    page.begin("div", { { "class", QStringLiteral("tools") }, { "hidden", QString() } });
+    page.element("label", QStringLiteral("Filter"), { { "for", QStringLiteral("filter") } });
+    page.single("input",
+                { { "id", QStringLiteral("filter") },
+                  { "type", QStringLiteral("search") },
+                  { "autocomplete", QStringLiteral("off") },
+                  { "spellcheck", QStringLiteral("false") },
+                  { "placeholder", QStringLiteral("stock, option or window") } });
+    page.element("output", {},
+                 { { "id", QStringLiteral("found") }, { "for", QStringLiteral("filter") } });
+    page.end();
+}
+
+void writeBody(CHtmlWriter& page, const ReportUser& user)
+{
+    const QVector<ReportSection> sections = sectionsOf(user);
+    page.begin("body");
+    page.element("a", QStringLiteral("Skip to the sections"),
+                 { { "class", QStringLiteral("skip") }, { "href", QStringLiteral("#main") } });
+    writeTop(page, user, sections);
+    writeContents(page, sections);
+    page.begin("main", { { "id", QStringLiteral("main") } });
+    writeFilter(page);
+    for (const ReportSection& section : sections) {
+        const QString strHeading = QString(section.pszId) + "-heading";
+        page.begin("section", { { "id", section.pszId }, { "aria-labelledby", strHeading } });
+        page.element("h2", section.strTitle, { { "id", strHeading } });
+        section.write(page, user);
+        page.end();
+    }
+    page.end();
+    page.raw("script", c_szPageScript);
+    page.end();
+}
+
+ReportUser readUser(const QString& configDir, const ReportFacts& facts)
+{
+    ReportUser user;
+    user.strConfigDir = configDir;
+    user.facts = facts;
+    user.checked = check(livePath(configDir));
+    user.records = recordsOf(user.checked.file.document);
+    user.copies = snapshots(configDir);
+    QVector<KW::CLayoutWindow> windows = windowsOf(user.records);
+    if (facts.before) {
+        user.differences = differences(facts.before->records, user.records);
+        windows += windowsOf(facts.before->records);
+    }
+    user.screens = screensOf(windows);
+    return user;
 }
 
 } // namespace
 
-QByteArray report(const QString& configDir, const QDateTime& now)
+QString grouped(int number)
 {
-    const CheckedFile checked = check(livePath(configDir));
-    const UserRecords records = recordsOf(checked.file.document);
-    const QVector<Screen> screens = screensOf(windowsOf(records));
+    return QLocale(QLocale::English).toString(number);
+}
+
+QString momentText(const QDateTime& time)
+{
+    return time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+}
+
+QString changesText(const ReportUser& user, const QVector<KW::UserPart>& parts)
+{
+    const auto nCount = std::count_if(
+        user.differences.begin(), user.differences.end(),
+        [&](const Difference& difference) { return parts.contains(difference.part); });
+    return nCount == 0 ? QStringLiteral("nothing changed")
+                       : counted(static_cast<int>(nCount), "change", "changes");
+}
+
+void beginFold(CHtmlWriter& page, const QString& id, const QString& title, const QString& fact,
+               Fold fold)
+{
+    CHtmlWriter::Attributes attributes { { "id", id }, { "aria-label", title } };
+    if (fold == Fold::Open) {
+        attributes.append({ "open", QString() });
+    }
+    if (fold == Fold::Long) {
+        attributes.append({ "class", QStringLiteral("long") });
+    }
+    page.begin("details", attributes);
+    page.begin("summary");
+    page.element("h3", title);
+    page.text(QStringLiteral(" "));
+    page.element("span", fact);
+    page.end();
+}
+
+void writeNone(CHtmlWriter& page)
+{
+    page.element("p", QStringLiteral("none"), { { "class", QStringLiteral("none") } });
+}
+
+QByteArray report(const QString& configDir, const ReportFacts& facts)
+{
+    const ReportUser user = readUser(configDir, facts);
     QByteArray html;
-    CPage page(&html);
-    page.begin(livePath(configDir));
-    page.paragraph(now.toString(Qt::ISODate));
-    writeFindings(page, checked);
-    writeOptions(page, records.options);
-    writeStocks(page, records.stocks);
-    writeDrawings(page, QStringLiteral("Layouts"), layoutsOf(records), screens);
-    writeDrawings(page, QStringLiteral("Templates"),
-                  templatesOf(records, LayoutSide::Quote) + templatesOf(records, LayoutSide::Trade),
-                  screens);
-    writeSections(page, records);
-    writeSnapshots(page, configDir, records);
-    page.xml().writeEndDocument();
+    CHtmlWriter page(&html);
+    const QString strUser = QFileInfo(QFileInfo(livePath(configDir)).absolutePath()).fileName();
+    writeHead(page,
+              facts.before ? QStringLiteral("%1 since %2").arg(strUser, facts.before->strName)
+                           : strUser);
+    writeBody(page, user);
+    page.end();
     return html;
 }
 

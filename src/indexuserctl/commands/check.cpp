@@ -4,7 +4,6 @@
 #include "terminal/progress.h"
 
 #include <inspect/check.h>
-#include <inspect/report.h>
 #include <mend/candidates.h>
 #include <mend/history.h>
 
@@ -212,12 +211,4 @@ ExitStatus check(const Request& request)
             return severityOf(statusOf(left.checked)) < severityOf(statusOf(right.checked));
         });
     return statusOf(worst->checked);
-}
-
-ExitStatus report(const Request& request)
-{
-    liveFile(request);
-    const QByteArray page = inspect::report(request.strConfigDir, QDateTime::currentDateTime());
-    writeFile(request, request.strOut, harmlessPage(page));
-    return ExitStatus::Ok;
 }

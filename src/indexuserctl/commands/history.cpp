@@ -1,3 +1,5 @@
+#include "commands/history.h"
+
 #include "commands/bringback.h"
 #include "commands/difftable.h"
 #include "commands/shownuser.h"
@@ -6,7 +8,6 @@
 #include "commands/writing.h"
 #include "failure.h"
 
-#include <mend/history.h>
 #include <platform/filenames.h>
 
 #include <algorithm>
@@ -58,13 +59,6 @@ QString pathOf(const Request& request, const QString& word)
     const HistoryEntry entry = entryOf(request, word);
     stateOf(request, entry.before);
     return mend::CHistory(request.strConfigDir).statePath(entry.before);
-}
-
-QString commandOf(const HistoryEntry& entry)
-{
-    return entry.action == mend::HistoryAction::Edit
-        ? entry.strCommand
-        : QStringLiteral("%1 (edit %2)").arg(entry.strCommand, QString::number(entry.nOf));
 }
 
 Table historyTable(const Request& request)
@@ -119,6 +113,13 @@ QDateTime timeBefore(const QString& age)
 }
 
 } // namespace
+
+QString commandOf(const HistoryEntry& entry)
+{
+    return entry.action == mend::HistoryAction::Edit
+        ? entry.strCommand
+        : QStringLiteral("%1 (edit %2)").arg(entry.strCommand, QString::number(entry.nOf));
+}
 
 ExitStatus undoEdit(const Request& request)
 {

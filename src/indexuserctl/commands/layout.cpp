@@ -1,4 +1,6 @@
+#include "commands/earlier.h"
 #include "commands/shownuser.h"
+#include "commands/snapshot.h"
 #include "commands/wholefile.h"
 #include "failure.h"
 
@@ -8,6 +10,11 @@
 #include <algorithm>
 
 namespace {
+
+QString nameOf(const inspect::Layout& layout)
+{
+    return (layout.strSection + ' ' + layout.strName).trimmed();
+}
 
 inspect::Layout wantedLayout(const Request& request, const inspect::UserRecords& records)
 {
@@ -28,6 +35,35 @@ inspect::Layout wantedLayout(const Request& request, const inspect::UserRecords&
     return layouts[nFound];
 }
 
+// A template of that name goes before a file, a day before both.
+void addEarlier(const Request& request, const inspect::UserRecords& records,
+                inspect::Drawing& drawing)
+{
+    const QString strWord = *request.against;
+    QStringList names;
+    const auto templates = inspect::templatesOf(records, request.side);
+    for (const inspect::Layout& each : templates) {
+        names.append(each.strName);
+    }
+    const int nTemplate = names.indexOf(strWord);
+    if (nTemplate >= 0 && !dayOf(strWord).isValid()) {
+        drawing.before = inspect::EarlierLayout { strWord, templates[nTemplate].windows };
+        return;
+    }
+    if (!namesUser(strWord)) {
+        throw CFailure(
+            ExitStatus::Negative,
+            QStringLiteral("--against: there is no date, template or file '%1'").arg(strWord)
+                + inspect::didYouMean(strWord, names));
+    }
+    const Earlier earlier = earlierUser(request, strWord);
+    drawing.before
+        = inspect::EarlierLayout { strWord, wantedLayout(request, earlier.records).windows };
+    // What was elsewhere is seen on the screens of then.
+    drawing.screens
+        = inspect::screensOf(inspect::windowsOf(records) + inspect::windowsOf(earlier.records));
+}
+
 } // namespace
 
 ExitStatus showLayout(const Request& request)
@@ -42,9 +78,11 @@ ExitStatus drawLayout(const Request& request)
 {
     const inspect::UserRecords records = inspect::recordsOf(liveFile(request).document);
     const inspect::Layout layout = wantedLayout(request, records);
-    const inspect::Drawing drawing { (layout.strSection + ' ' + layout.strName).trimmed(),
-                                     layout.windows,
-                                     inspect::screensOf(inspect::windowsOf(records)) };
+    inspect::Drawing drawing { nameOf(layout), layout.windows,
+                               inspect::screensOf(inspect::windowsOf(records)) };
+    if (request.against) {
+        addEarlier(request, records, drawing);
+    }
     writeFile(request, request.strOut, harmlessPage(inspect::toSvg(drawing)));
     return ExitStatus::Ok;
 }

@@ -1,3 +1,5 @@
+#include "commands/snapshot.h"
+
 #include "commands/bringback.h"
 #include "commands/difftable.h"
 #include "commands/shownuser.h"
@@ -7,7 +9,6 @@
 #include "terminal/progress.h"
 
 #include <inspect/closest.h>
-#include <inspect/snapshots.h>
 #include <mend/reencode.h>
 
 #include <algorithm>
@@ -21,23 +22,6 @@ QString nearDate(const QString& word, const QDate& wanted, const QVector<inspect
         dates.append(snapshot.date.toString(Qt::ISODate));
     }
     return inspect::didYouMean(wanted.isValid() ? wanted.toString(Qt::ISODate) : word, dates);
-}
-
-inspect::Snapshot snapshotOf(const Request& request, const QString& date)
-{
-    const QDate wanted = QDate::fromString(date, date.contains('-') ? "yyyy-MM-dd" : "yyyyMMdd");
-    const QVector<inspect::Snapshot> all = inspect::snapshots(request.strConfigDir);
-    const auto it = std::find_if(all.begin(), all.end(), [&](const inspect::Snapshot& snapshot) {
-        return snapshot.date == wanted;
-    });
-    if (it == all.end()) {
-        throw CFailure(wanted.isValid() ? ExitStatus::Negative : ExitStatus::Usage,
-                       QString(wanted.isValid() ? "there is no dated copy of '%1'"
-                                                : "'%1' is no date like 2024-01-31")
-                               .arg(date)
-                           + nearDate(date, wanted, all));
-    }
-    return *it;
 }
 
 // What was changed after the copy; why that cannot be said.
@@ -77,6 +61,28 @@ Table snapshotTable(const Request& request)
 
 } // namespace
 
+QDate dayOf(const QString& word)
+{
+    return QDate::fromString(word, word.contains('-') ? "yyyy-MM-dd" : "yyyyMMdd");
+}
+
+inspect::Snapshot datedCopy(const Request& request, const QString& word)
+{
+    const QDate wanted = dayOf(word);
+    const QVector<inspect::Snapshot> all = inspect::snapshots(request.strConfigDir);
+    const auto it = std::find_if(all.begin(), all.end(), [&](const inspect::Snapshot& snapshot) {
+        return snapshot.date == wanted;
+    });
+    if (it == all.end()) {
+        throw CFailure(wanted.isValid() ? ExitStatus::Negative : ExitStatus::Usage,
+                       QString(wanted.isValid() ? "there is no dated copy of '%1'"
+                                                : "'%1' is no date like 2024-01-31")
+                               .arg(word)
+                           + nearDate(word, wanted, all));
+    }
+    return *it;
+}
+
 ExitStatus listSnapshots(const Request& request)
 {
     print({ snapshotTable(request) }, request.format);
@@ -85,22 +91,22 @@ ExitStatus listSnapshots(const Request& request)
 
 ExitStatus showSnapshot(const Request& request)
 {
-    const QString strPath = snapshotOf(request, request.words.first()).strPath;
+    const QString strPath = datedCopy(request, request.words.first()).strPath;
     return showUser(request, inspect::recordsOf(wholeFile(strPath).document), request.words.mid(1));
 }
 
 ExitStatus diffSnapshots(const Request& request)
 {
-    const QString strLeft = snapshotOf(request, request.words.first()).strPath;
+    const QString strLeft = datedCopy(request, request.words.first()).strPath;
     return printDifferences(request, strLeft,
-                            request.words.size() > 1 ? snapshotOf(request, request.words[1]).strPath
+                            request.words.size() > 1 ? datedCopy(request, request.words[1]).strPath
                                                      : inspect::livePath(request.strConfigDir));
 }
 
 ExitStatus restoreSnapshot(const Request& request)
 {
     requireOwner(request);
-    const inspect::Snapshot snapshot = snapshotOf(request, request.words.first());
+    const inspect::Snapshot snapshot = datedCopy(request, request.words.first());
     // A damaged file is for recover, which sets it aside.
     liveFile(request);
     return bringBack(request, { contentOf(snapshot.strPath) }, snapshot.strPath);

@@ -147,6 +147,10 @@ QStringList candidates(const TypedLine& line, const QString& last)
     if (line.strOption == QLatin1String("--template")) {
         return templateNames(line);
     }
+    if (line.strOption == QLatin1String("--against")) {
+        const bool bLayout = pCommand != nullptr && pCommand->strName.startsWith("layout");
+        return snapshotDates(line) + (bLayout ? templateNames(line) : QStringList());
+    }
     if (!line.strOption.isEmpty()) {
         return {};
     }
