@@ -7,7 +7,7 @@ packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev l
     libcli11-dev libxml2-dev)
 # What the tests need besides: libFuzzer comes with Clang.
 test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev pkg-config dpkg-dev file doxygen
-    libxml2-utils clang-format universal-ctags g++-mingw-w64-x86-64-posix python3 strace)
+    libxml2-utils clang-format universal-ctags g++-mingw-w64-x86-64-posix python3 python3-jsonschema strace)
 
 fail() {
     echo "$*" >&2

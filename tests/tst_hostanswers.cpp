@@ -53,7 +53,7 @@ void tst_hostanswers::everyReadingCommandSpeaksJson_data()
     QTest::newRow("show") << QStringList { "show" } << "options" << 33;
     QTest::newRow("option list") << QStringList { "option", "list" } << "options" << 33;
     QTest::newRow("option get") << QStringList { "option", "get", "oaUser" } << "options" << 1;
-    QTest::newRow("stock list") << QStringList { "stock", "list" } << "stocks" << 4;
+    QTest::newRow("stock list") << QStringList { "stock", "list" } << "lists" << 4;
     QTest::newRow("template list") << QStringList { "template", "list" } << "templates" << 3;
     QTest::newRow("trade templates")
         << QStringList { "template", "list", "--trade" } << "templates" << 1;
@@ -64,7 +64,7 @@ void tst_hostanswers::everyReadingCommandSpeaksJson_data()
     QTest::newRow("snapshot list") << QStringList { "snapshot", "list" } << "snapshots" << 0;
     QTest::newRow("diff") << QStringList { "diff", SAMPLE_USER "/indexUserConfig.xml",
                                            SAMPLE_USER "/indexUserConfig.xml" }
-                          << "differences" << 0;
+                          << "changes" << 0;
     QTest::newRow("check") << QStringList { "check" } << "files" << 1;
     QTest::newRow("sector list") << QStringList { "sector", "list" } << "sectors" << 2;
 }
@@ -78,7 +78,7 @@ void tst_hostanswers::everyReadingCommandSpeaksJson()
     QCOMPARE(outcome.strErr, QString());
     QCOMPARE(outcome.nStatus, 0);
     const QJsonObject object = QJsonDocument::fromJson(outcome.strOut.toUtf8()).object();
-    QCOMPARE(object["schema"].toInt(), 1);
+    QCOMPARE(object["schema"].toInt(), 2);
     QVERIFY(object[table].isArray());
     QCOMPARE(object[table].toArray().size(), rows);
     QVERIFY(!outcome.strOut.contains("sample-only"));

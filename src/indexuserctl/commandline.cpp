@@ -95,6 +95,7 @@ public:
         m_app.set_help_flag("-h,--help", "shows this text");
         m_app.set_version_flag("-v,--version", std::string(c_szName) + ' ' + INDEXUSER_VERSION);
         m_app.add_option("--config-dir", m_strConfigDir, "the user's directory")->type_name("DIR");
+        m_app.add_flag("--json", m_bJson, "prints one JSON object instead of tables");
         m_app.add_flag("--log", m_bLog, "all log lines on stderr, not only problems");
         m_app.require_subcommand(1);
         for (const Command& command : commands()) {
@@ -209,6 +210,7 @@ private:
 
     CLI::App m_app;
     std::optional<std::string> m_strConfigDir;
+    bool m_bJson = false;
     bool m_bLog = false;
     std::vector<std::unique_ptr<Slots>> m_slots;
 };
@@ -235,7 +237,7 @@ QStringList firstWords()
 
 QStringList commonOptions()
 {
-    return { "--config-dir", "--log", "--help", "--version", "-h", "-v" };
+    return { "--config-dir", "--json", "--log", "--help", "--version", "-h", "-v" };
 }
 
 QStringList allOptions()
@@ -365,6 +367,18 @@ QString maskedCommand(const QStringList& words)
 
 } // namespace
 
+AnswerForm answerForm(const QStringList& words)
+{
+    if (words.value(0) == QLatin1String("complete")) {
+        return {}; // what a shell asks for is half a line
+    }
+    const TypedWords typed(words);
+    const Command* const pCommand = commandOf(typed);
+    return { typed.options.contains(QStringLiteral("--json")) ? Format::Json : Format::Text,
+             pCommand == nullptr ? QString() : pCommand->strName,
+             typed.options.contains(QStringLiteral("--dry-run")) };
+}
+
 CommandLine parseCommandLine(const QStringList& words)
 {
     const TypedWords typed(words);
@@ -372,6 +386,7 @@ CommandLine parseCommandLine(const QStringList& words)
     requireKnownCommand(typed);
     requireFittingValues(typed);
     CommandLine line = CParser().parse(words);
+    line.request.format = answerForm(words).format;
     line.request.strCommand = maskedCommand(words);
     line.request.strAccount = mend::accountName(::getuid());
     if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
@@ -389,6 +404,7 @@ QString helpText()
     }
     strText += QStringLiteral("\nFor all of them:\n"
                               "  --config-dir DIR  the user's directory\n"
+                              "  --json            prints one JSON object instead of tables\n"
                               "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
                               "  --version, -v\n\n"

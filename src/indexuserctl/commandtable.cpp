@@ -20,8 +20,6 @@ inspect::TextEncoding wantedEncoding(const QString& name)
 QVector<CommandOption> switches()
 {
     return {
-        { "--json", "", "prints JSON instead of tables",
-          [](Request& request, const QString&) { request.format = Format::Json; } },
         { "--all", "", "prints all differences, not only the first 200; as JSON they are all there",
           [](Request& request, const QString&) { request.amount = Amount::All; } },
         { "--dry-run", "", "only tells what would be done",
@@ -78,23 +76,23 @@ Commands userCommands()
     return {
         { "show",
           { "[PART...]" },
-          { "--json", "--show-secrets" },
+          { "--show-secrets" },
           "what the file holds, or only the parts options, stocks, layouts, templates, sections",
           show },
         { "check",
           { "[FILE...]" },
-          { "--json" },
+          {},
           "what the next load and save would drop, change or merge",
           check },
         { "diff",
           { "FILE", "FILE2" },
-          { "--all", "--json", "--show-secrets" },
+          { "--all", "--show-secrets" },
           "what two files do not share, by meaning",
           diffFiles },
         { "recover",
           {},
-          { "--list", "--newest", "--from", "--salvage", "--encoding", "--all", "--json",
-            "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--list", "--newest", "--from", "--salvage", "--encoding", "--all", "--dry-run",
+            "--wait", "--force", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
         { "report", {}, { "--out", "--dry-run" }, "all of it on one HTML page", report },
@@ -104,24 +102,20 @@ Commands userCommands()
 Commands copyCommands()
 {
     return {
-        { "snapshot list",
-          {},
-          { "--json" },
-          "dated copies, and what changed since",
-          listSnapshots },
+        { "snapshot list", {}, {}, "dated copies, and what changed since", listSnapshots },
         { "snapshot show",
           { "DATE", "[PART...]" },
-          { "--json", "--show-secrets" },
+          { "--show-secrets" },
           "what a dated copy holds",
           showSnapshot },
         { "snapshot diff",
           { "DATE", "[DATE2]" },
-          { "--all", "--json", "--show-secrets" },
+          { "--all", "--show-secrets" },
           "what changed from one dated copy to another, or to the file of now",
           diffSnapshots },
         { "snapshot restore",
           { "DATE" },
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "puts a dated copy in the place of the file; undo brings that back",
           restoreSnapshot },
     };
@@ -132,37 +126,33 @@ Commands historyCommands()
     return {
         { "undo",
           {},
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "takes the last edit back; again, the one before",
           undoEdit },
         { "redo",
           {},
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "does again what was undone",
           redoEdit },
-        { "history list",
-          {},
-          { "--json" },
-          "the edits of this file, and who made them",
-          listHistory },
+        { "history list", {}, {}, "the edits of this file, and who made them", listHistory },
         { "history show",
           { "N", "[PART...]" },
-          { "--json", "--show-secrets" },
+          { "--show-secrets" },
           "what the file held before edit N",
           showHistory },
         { "history diff",
           { "N", "[N2]" },
-          { "--all", "--json", "--show-secrets" },
+          { "--all", "--show-secrets" },
           "what changed from before edit N to before edit N2, or to now",
           diffHistory },
         { "history restore",
           { "N" },
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "brings back the file as it was before edit N",
           restoreHistory },
         { "history prune",
           {},
-          { "--keep", "--json", "--dry-run", "--wait", "--force" },
+          { "--keep", "--dry-run", "--wait", "--force" },
           "forgets edits of more than 30 days ago and the states before them",
           pruneHistory },
     };
@@ -171,15 +161,11 @@ Commands historyCommands()
 Commands optionCommands()
 {
     return {
-        { "option list",
-          {},
-          { "--json", "--show-secrets" },
-          "options, their defaults",
-          listOptions },
-        { "option get", { "NAME" }, { "--json", "--show-secrets" }, "one option", getOption },
+        { "option list", {}, { "--show-secrets" }, "options, their defaults", listOptions },
+        { "option get", { "NAME" }, { "--show-secrets" }, "one option", getOption },
         { "option set",
           { "NAME=VALUE..." },
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "sets options",
           setOptions },
     };
@@ -187,9 +173,9 @@ Commands optionCommands()
 
 Commands stockCommands()
 {
-    const QStringList edits { "--all", "--json", "--dry-run", "--wait", "--force" };
+    const QStringList edits { "--all", "--dry-run", "--wait", "--force" };
     return {
-        { "stock list", {}, { "--json" }, "custom stock lists", listStocks },
+        { "stock list", {}, {}, "custom stock lists", listStocks },
         { "stock add",
           { "LIST", "MARKET", "CODE", "[NAME]" },
           edits,
@@ -216,23 +202,19 @@ Commands stockCommands()
 Commands layoutCommands()
 {
     return {
-        { "layout show",
-          {},
-          { "--trade", "--template", "--json" },
-          "the windows of a layout",
-          showLayout },
+        { "layout show", {}, { "--trade", "--template" }, "the windows of a layout", showLayout },
         { "layout draw",
           {},
           { "--trade", "--template", "--out", "--dry-run" },
           "a picture of a layout, to scale, as SVG",
           drawLayout },
-        { "template list", {}, { "--trade", "--json" }, "layout templates", listTemplates },
+        { "template list", {}, { "--trade" }, "layout templates", listTemplates },
     };
 }
 
 Commands templateCommands()
 {
-    const QStringList options { "--trade", "--all", "--json", "--dry-run", "--wait", "--force" };
+    const QStringList options { "--trade", "--all", "--dry-run", "--wait", "--force" };
     const QStringList exported { "--trade", "--dry-run" };
     return {
         { "template save",
@@ -263,17 +245,13 @@ Commands templateCommands()
 Commands otherCommands()
 {
     return {
-        { "setting get",
-          { "KEY" },
-          { "--json" },
-          "a text of the shared settings store",
-          getSetting },
+        { "setting get", { "KEY" }, {}, "a text of the shared settings store", getSetting },
         { "setting set",
           { "KEY", "VALUE" },
           { "--dry-run", "--wait", "--force" },
           "stores a text in the shared settings store",
           setSetting },
-        { "sector list", {}, { "--json" }, "the sectors beside the file", listSectors },
+        { "sector list", {}, {}, "the sectors beside the file", listSectors },
         { "export-sector",
           { "CODE", "DIR" },
           { "--filter", "--dry-run" },
@@ -320,13 +298,23 @@ QString usageOf(const Command& command)
 const QVector<StatusText>& statusTexts()
 {
     static const QVector<StatusText> s_texts {
-        { ExitStatus::Ok, "ok" },
-        { ExitStatus::Negative, "the answer is no: it differs, is not in order, is not there" },
-        { ExitStatus::Usage, "wrong usage" },
-        { ExitStatus::InputOutput, "a file cannot be read or written" },
-        { ExitStatus::Damaged, "a file is damaged" },
-        { ExitStatus::Busy, "somebody else may write the file now" },
-        { ExitStatus::RecoveredWithLoss, "recovered, but something newer is lost" },
+        { ExitStatus::Ok, "ok", "ok" },
+        { ExitStatus::Negative, "negative",
+          "the answer is no: it differs, is not in order, is not there" },
+        { ExitStatus::Usage, "usage", "wrong usage" },
+        { ExitStatus::InputOutput, "input-output", "a file cannot be read or written" },
+        { ExitStatus::Damaged, "damaged", "a file is damaged" },
+        { ExitStatus::Busy, "busy", "somebody else may write the file now" },
+        { ExitStatus::RecoveredWithLoss, "recovered-with-loss",
+          "recovered, but something newer is lost" },
     };
     return s_texts;
+}
+
+QString statusName(ExitStatus status)
+{
+    const auto& all = statusTexts();
+    return std::find_if(all.begin(), all.end(),
+                        [&](const StatusText& text) { return text.status == status; })
+        ->strName;
 }

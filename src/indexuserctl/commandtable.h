@@ -29,7 +29,9 @@ QString usageOf(const Command& command);
 
 struct StatusText {
     ExitStatus status;
+    QString strName; ///< for programs
     QString strMeaning;
 };
 
 const QVector<StatusText>& statusTexts();
+QString statusName(ExitStatus status);

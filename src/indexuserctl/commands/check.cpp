@@ -175,7 +175,8 @@ Table historyTable(const Request& request)
     return { "history",
              "History",
              { "edits", "bytes" },
-             { { history.entries().size(), history.bytes() } } };
+             { { history.entries().size(), history.bytes() } },
+             TableShape::One };
 }
 
 void printHistory(const Request& request)

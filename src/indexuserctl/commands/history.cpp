@@ -19,7 +19,8 @@ QVector<HistoryEntry> entriesOf(const Request& request)
     const mend::CHistory history(request.strConfigDir);
     if (!history.isReadable()) {
         throw CFailure(ExitStatus::InputOutput,
-                       request.strConfigDir + "/History/log.jsonl cannot be read or is damaged");
+                       request.strConfigDir + "/History/log.jsonl cannot be read or is damaged",
+                       { request.strConfigDir + "/History/log.jsonl" });
     }
     return history.entries();
 }
@@ -163,7 +164,7 @@ ExitStatus pruneHistory(const Request& request)
     const auto all = entriesOf(request);
     const qint64 nOld = std::count_if(all.begin(), all.end(),
                                       [&](const HistoryEntry& entry) { return entry.time < time; });
-    Table table { "pruned", {}, { "edits", "bytes" } };
+    Table table { "pruned", {}, { "edits", "bytes" }, {}, TableShape::One };
     if (request.isDryRun()) {
         table.strTitle = QStringLiteral("Would be forgotten, and what is kept now");
         table.rows.append({ nOld, history.bytes() });

@@ -93,13 +93,16 @@ ExitStatus setSetting(const Request& request)
     requireKey(strKey);
     requireText(QStringLiteral("value"), strValue);
     requireOwner(request);
-    if (request.isDryRun()) {
+    if (request.isDryRun() || request.format == Format::Json) {
         const std::optional<QString> before = settingOf(strKey);
-        print({ Table { "differences",
+        print({ Table { "changes",
                         "Setting",
-                        { "value", "left", "right" },
-                        { { strKey, before ? QJsonValue(*before) : QJsonValue(), strValue } } } },
+                        { "part", "value", "left", "right" },
+                        { { "settings", strKey, before ? QJsonValue(*before) : QJsonValue(),
+                            strValue } } } },
               request.format);
+    }
+    if (request.isDryRun()) {
         return ExitStatus::Ok;
     }
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));

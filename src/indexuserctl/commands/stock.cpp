@@ -80,7 +80,7 @@ void requirePlainStocks(const KW::CustomStockMap& stocks)
 
 ExitStatus listStocks(const Request& request)
 {
-    print({ stockTable(inspect::recordsOf(liveFile(request).document).stocks) }, request.format);
+    print(stockTables(inspect::recordsOf(liveFile(request).document).stocks), request.format);
     return ExitStatus::Ok;
 }
 
@@ -130,7 +130,8 @@ ExitStatus importStocks(const Request& request)
     if (!imported.strError.isEmpty()) {
         throw CFailure(ExitStatus::Damaged,
                        QStringLiteral("%1:%2: ").arg(strPath).arg(imported.nErrorLine)
-                           + imported.strError);
+                           + imported.strError,
+                       { strPath, imported.nErrorLine });
     }
     return edit(request, [&](KW::UserConfigInterface& service) {
         KW::CustomStockMap stocks = stocksOf(service);

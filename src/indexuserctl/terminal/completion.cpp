@@ -150,7 +150,7 @@ QStringList candidates(const TypedLine& line, const QString& last)
         return {};
     }
     if (last.startsWith('-')) {
-        const QStringList common { "--config-dir", "--help" };
+        const QStringList common { "--config-dir", "--json", "--help" };
         return pCommand == nullptr ? common + QStringList("--version") : pCommand->options + common;
     }
     return pCommand == nullptr ? commandNames(line.words) : wordsOf(*pCommand, line);

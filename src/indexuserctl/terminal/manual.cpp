@@ -10,26 +10,28 @@ QString escaped(QString text)
     return text.startsWith('.') || text.startsWith('\'') ? "\\&" + text : text;
 }
 
-void entry(const QString& tag, const QString& text)
+QString entry(const QString& tag, const QString& text)
 {
-    printText(".TP\n.B " + escaped(tag) + '\n' + escaped(text) + '\n');
+    return ".TP\n.B " + escaped(tag) + '\n' + escaped(text) + '\n';
 }
 
-void printOptions()
+QString optionEntries()
 {
     QStringList names;
     for (const Command& command : commands()) {
         names += command.options;
     }
     names.removeDuplicates();
-    entry("--config-dir DIR", "the user's directory");
-    entry("--log", "all log lines on stderr, not only problems");
-    entry("-", "as FILE: standard input or output");
+    QString strText = entry("--config-dir DIR", "the user's directory")
+        + entry("--json", "prints one JSON object instead of tables")
+        + entry("--log", "all log lines on stderr, not only problems")
+        + entry("-", "as FILE: standard input or output");
     const auto known = names;
     for (const QString& name : known) {
         const CommandOption& option = commandOption(name);
-        entry((option.strName + ' ' + option.strValue).trimmed(), option.strHelp);
+        strText += entry((option.strName + ' ' + option.strValue).trimmed(), option.strHelp);
     }
+    return strText;
 }
 
 } // namespace
@@ -37,21 +39,19 @@ void printOptions()
 ExitStatus printManual(const Request& request)
 {
     Q_UNUSED(request)
-    printText(".TH INDEXUSERCTL 1 \"\" \"indexuser " INDEXUSER_VERSION "\"\n");
-    printText(".SH NAME\nindexuserctl \\- opens, checks, compares, repairs and draws a user's "
-              "configuration\n");
-    printText(".SH SYNOPSIS\n.B indexuserctl\n[\\-\\-config\\-dir DIR] COMMAND ...\n");
-    printText(".SH COMMANDS\n");
+    QString strText = QStringLiteral(".TH INDEXUSERCTL 1 \"\" \"indexuser " INDEXUSER_VERSION
+                                     "\"\n.SH NAME\nindexuserctl \\- opens, checks, compares, "
+                                     "repairs and draws a user's configuration\n"
+                                     ".SH SYNOPSIS\n.B indexuserctl\n[\\-\\-config\\-dir DIR] "
+                                     "COMMAND ...\n.SH COMMANDS\n");
     for (const Command& command : commands()) {
-        entry(usageOf(command), command.strHelp);
+        strText += entry(usageOf(command), command.strHelp);
     }
-    printText(".SH OPTIONS\n");
-    printOptions();
-    printText(".SH EXIT STATUS\n");
+    strText += ".SH OPTIONS\n" + optionEntries() + ".SH EXIT STATUS\n";
     for (const StatusText& text : statusTexts()) {
-        entry(QString::number(static_cast<int>(text.status)), text.strMeaning);
+        strText += entry(QString::number(static_cast<int>(text.status)), text.strMeaning);
     }
-    printText(".SH ENVIRONMENT\n");
-    entry("NO_COLOR", "no colour, even on a terminal, unless it is empty");
+    printPage(strText + ".SH ENVIRONMENT\n"
+              + entry("NO_COLOR", "no colour, even on a terminal, unless it is empty"));
     return ExitStatus::Ok;
 }
