@@ -226,6 +226,24 @@ void tst_hostanswers::completion_data()
     QTest::newRow("flag") << QStringList { "complete", "check", "--j" } << "--json\n";
     QTest::newRow("part") << QStringList { "complete", "show", "st" } << "stocks\n";
     QTest::newRow("sector") << user + QStringList { "export-sector", "8017" } << "801780\n";
+    QTest::newRow("option to reset")
+        << QStringList { "complete", "option", "reset", "a", "tick" } << "tickRestoreDay\n";
+    QTest::newRow("list") << user + QStringList { "stock", "list", "" } << "0\n1\n2\n7\n";
+    QTest::newRow("market of a list")
+        << user + QStringList { "stock", "remove", "2", "" } << "CFFEX\nSHFE\n";
+    QTest::newRow("code of a market")
+        << user + QStringList { "stock", "move", "0", "SZ", "" } << "000001\n300750\n";
+    QTest::newRow("list to move to")
+        << user + QStringList { "stock", "move", "0", "SZ", "000001", "7" } << "7\n";
+    QTest::newRow("code anywhere") << user + QStringList { "stock", "find", "6005" } << "600519\n";
+    QTest::newRow("word for a date")
+        << user + QStringList { "snapshot", "show", "" } << "today\nyesterday\nlatest\n";
+    QTest::newRow("part behind it")
+        << user + QStringList { "snapshot", "show", "today", "opt" } << "options\n";
+    QTest::newRow("date to recover from")
+        << user + QStringList { "recover", "--from", "y" } << "yesterday\n";
+    QTest::newRow("behind the last word")
+        << user + QStringList { "option", "get", "oaUser", "" } << "";
     QTest::newRow("file") << QStringList { "complete", "check", "" } << "";
     QTest::newRow("nonsense") << QStringList { "complete", "nonsense", "x" } << "";
 }

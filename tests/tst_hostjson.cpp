@@ -81,7 +81,10 @@ void tst_hostjson::everyCommandAnswers_data()
                                   "option list",
                                   "option get oaUser",
                                   "option set tickRestoreDay=9",
+                                  "option reset oaUser",
                                   "stock list",
+                                  "stock find 600519",
+                                  "stock move 0 SH 600519 7",
                                   "stock add 7 SH 1 n",
                                   "stock remove 2 SHFE au2408",
                                   "stock import new.csv",
@@ -89,6 +92,7 @@ void tst_hostjson::everyCommandAnswers_data()
                                   "layout show",
                                   "layout draw --out out/a",
                                   "template list",
+                                  "template show 早盘",
                                   "template save n",
                                   "template apply 早盘",
                                   "template rename 早盘 n",
@@ -97,6 +101,7 @@ void tst_hostjson::everyCommandAnswers_data()
                                   "template import new.xml",
                                   "setting set k v",
                                   "setting set k v --dry-run",
+                                  "setting list",
                                   "sector list",
                                   "export-sector 801780 out",
                                   "tour",
@@ -105,6 +110,7 @@ void tst_hostjson::everyCommandAnswers_data()
     }
     row("redo", 1);
     row("setting get k", 1);
+    row("setting unset k", 1);
     row("snapshot diff 2024-01-31", 1);
     row("history diff 1", 1);
 }

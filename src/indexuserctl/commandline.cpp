@@ -1,5 +1,6 @@
 #include "commandline.h"
 
+#include "dates.h"
 #include "failure.h"
 
 #include <inspect/closest.h>
@@ -192,20 +193,28 @@ private:
             ? QString::fromStdString(*m_strConfigDir)
             : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
         line.request.log = m_bLog ? standalone::LogLines::All : standalone::LogLines::Problems;
-        for (const auto& words : slots.words) {
-            for (const std::string& word : words) {
-                line.request.words.append(QString::fromStdString(word));
+        for (int i = 0; i < slots.pCommand->words.size(); ++i) {
+            for (const std::string& word : slots.words[static_cast<std::size_t>(i)]) {
+                line.request.words.append(
+                    meant(line.request, slots.pCommand->words[i], QString::fromStdString(word)));
             }
         }
         for (const QString& name : slots.pCommand->options) {
             if (slots.pApp->count(name.toStdString()) > 0) {
                 const auto it = slots.values.find(name);
-                commandOption(name).apply(
-                    line.request,
-                    it == slots.values.end() ? QString() : QString::fromStdString(it->second));
+                const QString strValue
+                    = it == slots.values.end() ? QString() : QString::fromStdString(it->second);
+                const CommandOption& option = commandOption(name);
+                option.apply(line.request, meant(line.request, option.strValue, strValue));
             }
         }
         return line;
+    }
+
+    // Wherever a date goes its words go, too.
+    static QString meant(const Request& request, const QString& name, const QString& word)
+    {
+        return name.contains(QStringLiteral("DATE")) ? datedWord(word, request.strConfigDir) : word;
     }
 
     CLI::App m_app;

@@ -31,6 +31,8 @@ QVector<CommandOption> switches()
         { "--force", "",
           "changes a file that is read-only, or that somebody else has, all the same",
           [](Request& request, const QString&) { request.force = Force::Yes; } },
+        { "--changed", "", "only what is not the default",
+          [](Request& request, const QString&) { request.bChanged = true; } },
         { "--list", "", "what the file could be brought back from",
           [](Request& request, const QString&) { request.bList = true; } },
         { "--newest", "", "the newest dated copy, if it is newer than the file",
@@ -54,7 +56,9 @@ QVector<CommandOption> optionsWithValue()
           [](Request& request, const QString& value) { request.strOut = value; } },
         { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
           [](Request& request, const QString& value) { request.wait = value; } },
-        { "--from", "NAME", "one of those that --list names, or a file",
+        { "--from-file", "FILE", "the value is the first line of a file",
+          [](Request& request, const QString& value) { request.valueFile = value; } },
+        { "--from", "DATE|NAME", "one of those that --list names, or a file",
           [](Request& request, const QString& value) { request.source = value; } },
         { "--keep", "AGE", "what is younger stays: 30d, 12h",
           [](Request& request, const QString& value) { request.strKeep = value; } },
@@ -161,13 +165,22 @@ Commands historyCommands()
 Commands optionCommands()
 {
     return {
-        { "option list", {}, { "--show-secrets" }, "options, their defaults", listOptions },
+        { "option list",
+          {},
+          { "--changed", "--show-secrets" },
+          "options, their defaults",
+          listOptions },
         { "option get", { "NAME" }, { "--show-secrets" }, "one option", getOption },
         { "option set",
           { "NAME=VALUE..." },
-          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
-          "sets options",
+          { "--from-file", "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "sets options; a secret's NAME alone takes its value from standard input",
           setOptions },
+        { "option reset",
+          { "NAME..." },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "gives options their defaults",
+          resetOptions },
     };
 }
 
@@ -175,7 +188,8 @@ Commands stockCommands()
 {
     const QStringList edits { "--all", "--dry-run", "--wait", "--force" };
     return {
-        { "stock list", {}, {}, "custom stock lists", listStocks },
+        { "stock list", { "[LIST]" }, {}, "custom stock lists, or one of them", listStocks },
+        { "stock find", { "CODE" }, {}, "the lists that have a stock", findStock },
         { "stock add",
           { "LIST", "MARKET", "CODE", "[NAME]" },
           edits,
@@ -186,6 +200,11 @@ Commands stockCommands()
           edits,
           "takes a stock from a list",
           removeStock },
+        { "stock move",
+          { "LIST", "MARKET", "CODE", "TO", "[PLACE]" },
+          edits,
+          "moves a stock to the end of a list, or to a place in it, from 1 on",
+          moveStock },
         { "stock import",
           { "FILE" },
           edits,
@@ -209,6 +228,7 @@ Commands layoutCommands()
           "a picture of a layout, to scale, as SVG",
           drawLayout },
         { "template list", {}, { "--trade" }, "layout templates", listTemplates },
+        { "template show", { "NAME" }, { "--trade" }, "the windows of a template", showTemplate },
     };
 }
 
@@ -245,12 +265,18 @@ Commands templateCommands()
 Commands otherCommands()
 {
     return {
+        { "setting list", {}, {}, "the texts of the shared settings store", listSettings },
         { "setting get", { "KEY" }, {}, "a text of the shared settings store", getSetting },
         { "setting set",
           { "KEY", "VALUE" },
           { "--dry-run", "--wait", "--force" },
           "stores a text in the shared settings store",
           setSetting },
+        { "setting unset",
+          { "KEY" },
+          { "--dry-run", "--wait", "--force" },
+          "takes a text from the shared settings store",
+          unsetSetting },
         { "sector list", {}, {}, "the sectors beside the file", listSectors },
         { "export-sector",
           { "CODE", "DIR" },
@@ -281,6 +307,13 @@ const CommandOption& commandOption(const QString& name)
     const auto& all = commandOptions();
     return *std::find_if(all.begin(), all.end(),
                          [&](const CommandOption& option) { return option.strName == name; });
+}
+
+bool hasCommandOption(const QString& name)
+{
+    const auto& all = commandOptions();
+    return std::any_of(all.begin(), all.end(),
+                       [&](const CommandOption& option) { return option.strName == name; });
 }
 
 QString usageOf(const Command& command)

@@ -23,6 +23,7 @@ struct Command {
 
 const QVector<Command>& commands();
 const CommandOption& commandOption(const QString& name);
+bool hasCommandOption(const QString& name);
 
 /// "template save [--dry-run] [--trade] NAME".
 QString usageOf(const Command& command);
