@@ -97,6 +97,7 @@ public:
         m_app.set_version_flag("-v,--version", std::string(c_szName) + ' ' + INDEXUSER_VERSION);
         m_app.add_option("--config-dir", m_strConfigDir, "the user's directory")->type_name("DIR");
         m_app.add_flag("--json", m_bJson, "prints one JSON object instead of tables");
+        m_app.add_flag("--wide", m_bWide, "tables as wide as they need, also on a terminal");
         m_app.add_flag("--log", m_bLog, "all log lines on stderr, not only problems");
         m_app.require_subcommand(1);
         for (const Command& command : commands()) {
@@ -220,6 +221,7 @@ private:
     CLI::App m_app;
     std::optional<std::string> m_strConfigDir;
     bool m_bJson = false;
+    bool m_bWide = false;
     bool m_bLog = false;
     std::vector<std::unique_ptr<Slots>> m_slots;
 };
@@ -246,7 +248,7 @@ QStringList firstWords()
 
 QStringList commonOptions()
 {
-    return { "--config-dir", "--json", "--log", "--help", "--version", "-h", "-v" };
+    return { "--config-dir", "--json", "--wide", "--log", "--help", "--version", "-h", "-v" };
 }
 
 QStringList allOptions()
@@ -385,7 +387,8 @@ AnswerForm answerForm(const QStringList& words)
     const Command* const pCommand = commandOf(typed);
     return { typed.options.contains(QStringLiteral("--json")) ? Format::Json : Format::Text,
              pCommand == nullptr ? QString() : pCommand->strName,
-             typed.options.contains(QStringLiteral("--dry-run")) };
+             typed.options.contains(QStringLiteral("--dry-run")),
+             typed.options.contains(QStringLiteral("--wide")) };
 }
 
 CommandLine parseCommandLine(const QStringList& words)
@@ -414,6 +417,8 @@ QString helpText()
     strText += QStringLiteral("\nFor all of them:\n"
                               "  --config-dir DIR  the user's directory\n"
                               "  --json            prints one JSON object instead of tables\n"
+                              "  --wide            tables as wide as they need, also on a "
+                              "terminal\n"
                               "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
                               "  --version, -v\n\n"
@@ -422,5 +427,8 @@ QString helpText()
         strText
             += QStringLiteral("  %1  %2\n").arg(static_cast<int>(text.status)).arg(text.strMeaning);
     }
-    return strText + QStringLiteral("\nColour only on a terminal, and never with NO_COLOR set.\n");
+    return strText
+        + QStringLiteral(
+               "\nColour only on a terminal, and never with NO_COLOR set. There tables are "
+               "cut to its\nwidth, and long answers go through $PAGER.\n");
 }

@@ -33,6 +33,8 @@ QVector<CommandOption> switches()
           [](Request& request, const QString&) { request.force = Force::Yes; } },
         { "--changed", "", "only what is not the default",
           [](Request& request, const QString&) { request.bChanged = true; } },
+        { "--describe", "", "what each option is, its unit and its range",
+          [](Request& request, const QString&) { request.bDescribe = true; } },
         { "--list", "", "what the file could be brought back from",
           [](Request& request, const QString&) { request.bList = true; } },
         { "--newest", "", "the newest dated copy, if it is newer than the file",
@@ -167,7 +169,7 @@ Commands optionCommands()
     return {
         { "option list",
           {},
-          { "--changed", "--show-secrets" },
+          { "--changed", "--describe", "--show-secrets" },
           "options, their defaults",
           listOptions },
         { "option get", { "NAME" }, { "--show-secrets" }, "one option", getOption },

@@ -82,7 +82,7 @@ ExitStatus answer(const QStringList& words)
 ExitStatus failed(const CFailure& failure)
 {
     endAnswer(failure);
-    std::fflush(stdout);
+    flushOutput();
     printError(failure.message());
     return failure.status();
 }

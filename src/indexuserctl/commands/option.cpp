@@ -33,6 +33,18 @@ void requireOption(const QString& name)
     }
 }
 
+// Of the options that are listed.
+Table descriptions(const Table& options)
+{
+    Table table { "descriptions", "Options", { "option", "about", "range", "unit" } };
+    for (const auto& row : options.rows) {
+        const KW::OptionRow& option = *inspect::findOption(row[0].toString());
+        table.rows.append(
+            { option.strAttribute, option.strAbout, KW::optionRange(option), option.strUnit });
+    }
+    return table;
+}
+
 struct Assignment {
     QString strName;
     QString strValue;
@@ -106,7 +118,7 @@ ExitStatus listOptions(const Request& request)
     if (request.bChanged) {
         keepRows(table, [](const auto& row) { return row[2] != row[3]; });
     }
-    print({ table }, request.format);
+    print({ request.bDescribe ? descriptions(table) : table }, request.format);
     return ExitStatus::Ok;
 }
 

@@ -211,7 +211,7 @@ QStringList candidates(const TypedLine& line, const QString& last)
         return {};
     }
     if (last.startsWith('-')) {
-        const QStringList common { "--config-dir", "--json", "--help" };
+        const QStringList common { "--config-dir", "--json", "--wide", "--help" };
         return pCommand == nullptr ? common + QStringList("--version") : pCommand->options + common;
     }
     return pCommand == nullptr ? commandNames(line.words) : wordsOf(*pCommand, line);

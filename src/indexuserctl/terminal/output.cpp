@@ -3,6 +3,7 @@
 #include "failure.h"
 #include "terminal/answer.h"
 #include "terminal/outputfile.h"
+#include "terminal/screen.h"
 #include "terminal/tabletext.h"
 
 #include <inspect/plaintext.h>
@@ -20,6 +21,7 @@ namespace {
 // Standard output, the first error on it, and what must be told all the same.
 struct Output {
     int nError = 0;
+    std::string strHeld; // until it is known whether it is long
     QStringList done;
     TableLook look;
     std::unique_ptr<CAnswer> pAnswer; // none where people read
@@ -31,12 +33,21 @@ Output& output()
     return s_output;
 }
 
-void put(const std::string& bytes)
+void write(const std::string& bytes)
 {
     if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()
         && output().nError == 0) {
         output().nError = errno;
     }
+}
+
+void put(const std::string& bytes)
+{
+    if (hasPager()) {
+        output().strHeld += bytes;
+        return;
+    }
+    write(bytes);
 }
 
 void putText(const QString& text)
@@ -69,8 +80,7 @@ void writeStandardOutput(const Request& request, const QByteArray& content)
 
 void beginAnswer(const AnswerForm& form)
 {
-    const bool bTerminal = ::isatty(STDOUT_FILENO) == 1;
-    output().look.bColor = bTerminal && qEnvironmentVariableIsEmpty("NO_COLOR");
+    output().look = { hasColor(), form.bWide ? 0 : screenWidth() };
     if (form.format == Format::Json) {
         output().pAnswer = std::make_unique<CAnswer>(form);
     }
@@ -144,11 +154,21 @@ void printError(const QString& message)
                stderr);
 }
 
-void finishOutput()
+void flushOutput()
 {
+    const std::string strHeld = std::move(output().strHeld);
+    output().strHeld.clear();
+    if (!pageText(strHeld)) {
+        write(strHeld);
+    }
     if (std::fflush(stdout) != 0 && output().nError == 0) {
         output().nError = errno;
     }
+}
+
+void finishOutput()
+{
+    flushOutput();
     if (output().nError == 0) {
         return;
     }

@@ -10,6 +10,7 @@ struct AnswerForm {
     Format format = Format::Text;
     QString strCommand; ///< empty: the words name none
     bool bDryRun = false;
+    bool bWide = false; ///< tables are as wide as they need
 };
 
 // All that is printed goes through here, and control characters of any text come out as \uXXXX:
@@ -40,6 +41,10 @@ void printDone(const QString& line);
 
 /// Prints one line to stderr, behind the tool's name.
 void printError(const QString& message);
+
+/// Brings out what was printed so far, on a terminal by the user's pager if it is long, and tells
+/// nobody if that fails.
+void flushOutput();
 
 /// Brings out what was printed. Throws CFailure when it did not all go out, with the cause and what
 /// was done nevertheless.
