@@ -33,7 +33,7 @@ type_line() {
     [[ $1 != *' # '* ]] || said=${1##* # }
     [[ ! $said =~ exit\ ([0-9]+) ]] || wanted=${BASH_REMATCH[1]}
     [[ ! $said =~ ^\"(.*)\" ]] || text=${BASH_REMATCH[1]}
-    bash -c "${command//TODAY/$(date +%F)}" >"$scratch/out" 2>&1 </dev/null || got=$?
+    bash -c "$command" >"$scratch/out" 2>&1 </dev/null || got=$?
     typed=$((typed + 1))
     [ $got -eq "$wanted" ] || complain "exits with $got instead of $wanted" "$command"
     [ -n "$text" ] || return 0

@@ -55,7 +55,7 @@ void tst_hostanswers::everyReadingCommandSpeaksJson_data()
     QTest::newRow("show") << QStringList { "show" } << "options" << 33;
     QTest::newRow("option list") << QStringList { "option", "list" } << "options" << 33;
     QTest::newRow("option get") << QStringList { "option", "get", "oaUser" } << "options" << 1;
-    QTest::newRow("stock list") << QStringList { "stock", "list" } << "stocks" << 4;
+    QTest::newRow("stock list") << QStringList { "stock", "list" } << "lists" << 4;
     QTest::newRow("template list") << QStringList { "template", "list" } << "templates" << 3;
     QTest::newRow("trade templates")
         << QStringList { "template", "list", "--trade" } << "templates" << 1;
@@ -66,7 +66,7 @@ void tst_hostanswers::everyReadingCommandSpeaksJson_data()
     QTest::newRow("snapshot list") << QStringList { "snapshot", "list" } << "snapshots" << 0;
     QTest::newRow("diff") << QStringList { "diff", SAMPLE_USER "/indexUserConfig.xml",
                                            SAMPLE_USER "/indexUserConfig.xml" }
-                          << "differences" << 0;
+                          << "changes" << 0;
     QTest::newRow("check") << QStringList { "check" } << "files" << 1;
     QTest::newRow("sector list") << QStringList { "sector", "list" } << "sectors" << 2;
 }
@@ -80,7 +80,7 @@ void tst_hostanswers::everyReadingCommandSpeaksJson()
     QCOMPARE(outcome.strErr, QString());
     QCOMPARE(outcome.nStatus, 0);
     const QJsonObject object = QJsonDocument::fromJson(outcome.strOut.toUtf8()).object();
-    QCOMPARE(object["schema"].toInt(), 1);
+    QCOMPARE(object["schema"].toInt(), 2);
     QVERIFY(object[table].isArray());
     QCOMPARE(object[table].toArray().size(), rows);
     QVERIFY(!outcome.strOut.contains("sample-only"));
@@ -264,6 +264,24 @@ void tst_hostanswers::completion_data()
     QTest::newRow("flag") << QStringList { "complete", "check", "--j" } << "--json\n";
     QTest::newRow("part") << QStringList { "complete", "show", "st" } << "stocks\n";
     QTest::newRow("sector") << user + QStringList { "export-sector", "8017" } << "801780\n";
+    QTest::newRow("option to reset")
+        << QStringList { "complete", "option", "reset", "a", "tick" } << "tickRestoreDay\n";
+    QTest::newRow("list") << user + QStringList { "stock", "list", "" } << "0\n1\n2\n7\n";
+    QTest::newRow("market of a list")
+        << user + QStringList { "stock", "remove", "2", "" } << "CFFEX\nSHFE\n";
+    QTest::newRow("code of a market")
+        << user + QStringList { "stock", "move", "0", "SZ", "" } << "000001\n300750\n";
+    QTest::newRow("list to move to")
+        << user + QStringList { "stock", "move", "0", "SZ", "000001", "7" } << "7\n";
+    QTest::newRow("code anywhere") << user + QStringList { "stock", "find", "6005" } << "600519\n";
+    QTest::newRow("word for a date")
+        << user + QStringList { "snapshot", "show", "" } << "today\nyesterday\nlatest\n";
+    QTest::newRow("part behind it")
+        << user + QStringList { "snapshot", "show", "today", "opt" } << "options\n";
+    QTest::newRow("date to recover from")
+        << user + QStringList { "recover", "--from", "y" } << "yesterday\n";
+    QTest::newRow("behind the last word")
+        << user + QStringList { "option", "get", "oaUser", "" } << "";
     QTest::newRow("file") << QStringList { "complete", "check", "" } << "";
     QTest::newRow("nonsense") << QStringList { "complete", "nonsense", "x" } << "";
 }

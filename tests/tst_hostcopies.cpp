@@ -119,7 +119,7 @@ void tst_hostcopies::aCopyIsShown()
     writeCopy("20240131", readFile(SAMPLE_USER "/indexUserConfig.xml"));
     const Outcome outcome = tool({ "snapshot", "show", "2024-01-31", "stocks" });
     QCOMPARE(outcome.nStatus, 0);
-    QVERIFY(outcome.strOut.contains(QStringLiteral("SH600519 贵州茅台")));
+    QVERIFY(outcome.strOut.contains(QStringLiteral("600519  贵州茅台")));
     QVERIFY(!outcome.strOut.contains("Options"));
     QCOMPARE(tool({ "snapshot", "show", "2024-01-30" }).nStatus, 1);
 }

@@ -190,8 +190,8 @@ void tst_hosthistory::anAnswerHasAReceipt()
 {
     const Outcome outcome = tool({ "option", "set", "tickRestoreDay=7", "--json" });
     const QJsonObject answer = QJsonDocument::fromJson(outcome.strOut.toUtf8()).object();
-    QCOMPARE(answer["differences"].toArray().size(), 1);
-    const QJsonObject receipt = answer["receipt"].toArray().at(0).toObject();
+    QCOMPARE(answer["changes"].toArray().size(), 1);
+    const QJsonObject receipt = answer["receipt"].toObject();
     QCOMPARE(receipt["sha256"].toString().toLatin1(),
              QCryptographicHash::hash(live(), QCryptographicHash::Sha256).toHex());
     QCOMPARE(receipt["bytes"].toInt(), live().size());

@@ -125,7 +125,7 @@ void tst_hoststreams::groupsHaveHelpOfTheirOwn()
             names.append(line.split(' ', Qt::SkipEmptyParts)[1]);
         }
     }
-    QCOMPARE(names, QStringList({ "list", "add", "remove", "import", "export" }));
+    QCOMPARE(names, QStringList({ "list", "find", "add", "remove", "move", "import", "export" }));
     QVERIFY(!outcome.strOut.contains("template"));
 }
 

@@ -56,7 +56,7 @@ void tst_hostwords::unknownWordsAreNamedWithANearOne_data()
     row("option sett a=1", "there is no command 'option sett', did you mean 'option set'?");
     row("lunch list", "there is no command 'lunch'; see --help");
     row("check --jsn",
-        "there is no option '--jsn', did you mean '--json'?; usage: indexuserctl check [--json] "
+        "there is no option '--jsn', did you mean '--json'?; usage: indexuserctl check "
         "[FILE...]");
     row("check --jsn=1", "there is no option '--jsn', did you mean '--json'?; usage: ");
     row("show --confg-dir x", "there is no option '--confg-dir', did you mean '--config-dir'?");

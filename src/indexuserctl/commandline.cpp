@@ -1,5 +1,6 @@
 #include "commandline.h"
 
+#include "dates.h"
 #include "failure.h"
 
 #include <inspect/closest.h>
@@ -95,6 +96,8 @@ public:
         m_app.set_help_flag("-h,--help", "shows this text");
         m_app.set_version_flag("-v,--version", std::string(c_szName) + ' ' + INDEXUSER_VERSION);
         m_app.add_option("--config-dir", m_strConfigDir, "the user's directory")->type_name("DIR");
+        m_app.add_flag("--json", m_bJson, "prints one JSON object instead of tables");
+        m_app.add_flag("--wide", m_bWide, "tables as wide as they need, also on a terminal");
         m_app.add_flag("--log", m_bLog, "all log lines on stderr, not only problems");
         m_app.require_subcommand(1);
         for (const Command& command : commands()) {
@@ -191,24 +194,34 @@ private:
             ? QString::fromStdString(*m_strConfigDir)
             : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
         line.request.log = m_bLog ? standalone::LogLines::All : standalone::LogLines::Problems;
-        for (const auto& words : slots.words) {
-            for (const std::string& word : words) {
-                line.request.words.append(QString::fromStdString(word));
+        for (int i = 0; i < slots.pCommand->words.size(); ++i) {
+            for (const std::string& word : slots.words[static_cast<std::size_t>(i)]) {
+                line.request.words.append(
+                    meant(line.request, slots.pCommand->words[i], QString::fromStdString(word)));
             }
         }
         for (const QString& name : slots.pCommand->options) {
             if (slots.pApp->count(name.toStdString()) > 0) {
                 const auto it = slots.values.find(name);
-                commandOption(name).apply(
-                    line.request,
-                    it == slots.values.end() ? QString() : QString::fromStdString(it->second));
+                const QString strValue
+                    = it == slots.values.end() ? QString() : QString::fromStdString(it->second);
+                const CommandOption& option = commandOption(name);
+                option.apply(line.request, meant(line.request, option.strValue, strValue));
             }
         }
         return line;
     }
 
+    // Wherever a date goes its words go, too.
+    static QString meant(const Request& request, const QString& name, const QString& word)
+    {
+        return name.contains(QStringLiteral("DATE")) ? datedWord(word, request.strConfigDir) : word;
+    }
+
     CLI::App m_app;
     std::optional<std::string> m_strConfigDir;
+    bool m_bJson = false;
+    bool m_bWide = false;
     bool m_bLog = false;
     std::vector<std::unique_ptr<Slots>> m_slots;
 };
@@ -235,7 +248,7 @@ QStringList firstWords()
 
 QStringList commonOptions()
 {
-    return { "--config-dir", "--log", "--help", "--version", "-h", "-v" };
+    return { "--config-dir", "--json", "--wide", "--log", "--help", "--version", "-h", "-v" };
 }
 
 QStringList allOptions()
@@ -365,6 +378,19 @@ QString maskedCommand(const QStringList& words)
 
 } // namespace
 
+AnswerForm answerForm(const QStringList& words)
+{
+    if (words.value(0) == QLatin1String("complete")) {
+        return {}; // what a shell asks for is half a line
+    }
+    const TypedWords typed(words);
+    const Command* const pCommand = commandOf(typed);
+    return { typed.options.contains(QStringLiteral("--json")) ? Format::Json : Format::Text,
+             pCommand == nullptr ? QString() : pCommand->strName,
+             typed.options.contains(QStringLiteral("--dry-run")),
+             typed.options.contains(QStringLiteral("--wide")) };
+}
+
 CommandLine parseCommandLine(const QStringList& words)
 {
     const TypedWords typed(words);
@@ -372,6 +398,7 @@ CommandLine parseCommandLine(const QStringList& words)
     requireKnownCommand(typed);
     requireFittingValues(typed);
     CommandLine line = CParser().parse(words);
+    line.request.format = answerForm(words).format;
     line.request.strCommand = maskedCommand(words);
     line.request.strAccount = mend::accountName(::getuid());
     if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
@@ -389,6 +416,9 @@ QString helpText()
     }
     strText += QStringLiteral("\nFor all of them:\n"
                               "  --config-dir DIR  the user's directory\n"
+                              "  --json            prints one JSON object instead of tables\n"
+                              "  --wide            tables as wide as they need, also on a "
+                              "terminal\n"
                               "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
                               "  --version, -v\n\n"
@@ -397,5 +427,8 @@ QString helpText()
         strText
             += QStringLiteral("  %1  %2\n").arg(static_cast<int>(text.status)).arg(text.strMeaning);
     }
-    return strText + QStringLiteral("\nColour only on a terminal, and never with NO_COLOR set.\n");
+    return strText
+        + QStringLiteral(
+               "\nColour only on a terminal, and never with NO_COLOR set. There tables are "
+               "cut to its\nwidth, and long answers go through $PAGER.\n");
 }

@@ -1,8 +1,12 @@
 #pragma once
 
 #include "commandtable.h"
+#include "terminal/output.h"
 
 #include <QStringList>
+
+/// What \a words ask for so far as anybody can tell who does not understand them all.
+AnswerForm answerForm(const QStringList& words);
 
 /// What the words of a command line mean.
 struct CommandLine {

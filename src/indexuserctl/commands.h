@@ -36,7 +36,10 @@ struct Request {
     bool bList = false;
     bool bNewest = false;
     bool bSalvage = false;
+    bool bChanged = false;
+    bool bDescribe = false;
     std::optional<QString> source;
+    std::optional<QString> valueFile;
     QString strKeep = QStringLiteral("30d");
     QString strCommand; ///< as typed, without secrets
     QString strAccount; ///< of whoever typed it
@@ -60,14 +63,18 @@ ExitStatus reencodeUser(const Request& request);
 ExitStatus listOptions(const Request& request);
 ExitStatus getOption(const Request& request);
 ExitStatus setOptions(const Request& request);
+ExitStatus resetOptions(const Request& request);
 
 ExitStatus listStocks(const Request& request);
+ExitStatus findStock(const Request& request);
 ExitStatus addStock(const Request& request);
 ExitStatus removeStock(const Request& request);
+ExitStatus moveStock(const Request& request);
 ExitStatus importStocks(const Request& request);
 ExitStatus exportStocks(const Request& request);
 
 ExitStatus listTemplates(const Request& request);
+ExitStatus showTemplate(const Request& request);
 ExitStatus saveTemplate(const Request& request);
 ExitStatus applyTemplate(const Request& request);
 ExitStatus renameTemplate(const Request& request);
@@ -91,8 +98,10 @@ ExitStatus diffHistory(const Request& request);
 ExitStatus restoreHistory(const Request& request);
 ExitStatus pruneHistory(const Request& request);
 
+ExitStatus listSettings(const Request& request);
 ExitStatus getSetting(const Request& request);
 ExitStatus setSetting(const Request& request);
+ExitStatus unsetSetting(const Request& request);
 
 ExitStatus listSectors(const Request& request);
 ExitStatus exportSectorCommand(const Request& request);

@@ -20,8 +20,6 @@ inspect::TextEncoding wantedEncoding(const QString& name)
 QVector<CommandOption> switches()
 {
     return {
-        { "--json", "", "prints JSON instead of tables",
-          [](Request& request, const QString&) { request.format = Format::Json; } },
         { "--all", "", "prints all differences, not only the first 200; as JSON they are all there",
           [](Request& request, const QString&) { request.amount = Amount::All; } },
         { "--dry-run", "", "only tells what would be done",
@@ -33,6 +31,10 @@ QVector<CommandOption> switches()
         { "--force", "",
           "changes a file that is read-only, or that somebody else has, all the same",
           [](Request& request, const QString&) { request.force = Force::Yes; } },
+        { "--changed", "", "only what is not the default",
+          [](Request& request, const QString&) { request.bChanged = true; } },
+        { "--describe", "", "what each option is, its unit and its range",
+          [](Request& request, const QString&) { request.bDescribe = true; } },
         { "--list", "", "what the file could be brought back from",
           [](Request& request, const QString&) { request.bList = true; } },
         { "--newest", "", "the newest dated copy, if it is newer than the file",
@@ -59,7 +61,9 @@ QVector<CommandOption> optionsWithValue()
           [](Request& request, const QString& value) { request.strOut = value; } },
         { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
           [](Request& request, const QString& value) { request.wait = value; } },
-        { "--from", "NAME", "one of those that --list names, or a file",
+        { "--from-file", "FILE", "the value is the first line of a file",
+          [](Request& request, const QString& value) { request.valueFile = value; } },
+        { "--from", "DATE|NAME", "one of those that --list names, or a file",
           [](Request& request, const QString& value) { request.source = value; } },
         { "--keep", "AGE", "what is younger stays: 30d, 12h",
           [](Request& request, const QString& value) { request.strKeep = value; } },
@@ -81,23 +85,23 @@ Commands userCommands()
     return {
         { "show",
           { "[PART...]" },
-          { "--json", "--show-secrets" },
+          { "--show-secrets" },
           "what the file holds, or only the parts options, stocks, layouts, templates, sections",
           show },
         { "check",
           { "[FILE...]" },
-          { "--json" },
+          {},
           "what the next load and save would drop, change or merge",
           check },
         { "diff",
           { "FILE", "FILE2" },
-          { "--all", "--json", "--show-secrets" },
+          { "--all", "--show-secrets" },
           "what two files do not share, by meaning",
           diffFiles },
         { "recover",
           {},
-          { "--list", "--newest", "--from", "--salvage", "--encoding", "--all", "--json",
-            "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--list", "--newest", "--from", "--salvage", "--encoding", "--all", "--dry-run",
+            "--wait", "--force", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
         { "report",
@@ -111,24 +115,20 @@ Commands userCommands()
 Commands copyCommands()
 {
     return {
-        { "snapshot list",
-          {},
-          { "--json" },
-          "dated copies, and what changed since",
-          listSnapshots },
+        { "snapshot list", {}, {}, "dated copies, and what changed since", listSnapshots },
         { "snapshot show",
           { "DATE", "[PART...]" },
-          { "--json", "--show-secrets" },
+          { "--show-secrets" },
           "what a dated copy holds",
           showSnapshot },
         { "snapshot diff",
           { "DATE", "[DATE2]" },
-          { "--all", "--json", "--show-secrets" },
+          { "--all", "--show-secrets" },
           "what changed from one dated copy to another, or to the file of now",
           diffSnapshots },
         { "snapshot restore",
           { "DATE" },
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "puts a dated copy in the place of the file; undo brings that back",
           restoreSnapshot },
     };
@@ -139,37 +139,33 @@ Commands historyCommands()
     return {
         { "undo",
           {},
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "takes the last edit back; again, the one before",
           undoEdit },
         { "redo",
           {},
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "does again what was undone",
           redoEdit },
-        { "history list",
-          {},
-          { "--json" },
-          "the edits of this file, and who made them",
-          listHistory },
+        { "history list", {}, {}, "the edits of this file, and who made them", listHistory },
         { "history show",
           { "N", "[PART...]" },
-          { "--json", "--show-secrets" },
+          { "--show-secrets" },
           "what the file held before edit N",
           showHistory },
         { "history diff",
           { "N", "[N2]" },
-          { "--all", "--json", "--show-secrets" },
+          { "--all", "--show-secrets" },
           "what changed from before edit N to before edit N2, or to now",
           diffHistory },
         { "history restore",
           { "N" },
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
           "brings back the file as it was before edit N",
           restoreHistory },
         { "history prune",
           {},
-          { "--keep", "--json", "--dry-run", "--wait", "--force" },
+          { "--keep", "--dry-run", "--wait", "--force" },
           "forgets edits of more than 30 days ago and the states before them",
           pruneHistory },
     };
@@ -180,23 +176,29 @@ Commands optionCommands()
     return {
         { "option list",
           {},
-          { "--json", "--show-secrets" },
+          { "--changed", "--describe", "--show-secrets" },
           "options, their defaults",
           listOptions },
-        { "option get", { "NAME" }, { "--json", "--show-secrets" }, "one option", getOption },
+        { "option get", { "NAME" }, { "--show-secrets" }, "one option", getOption },
         { "option set",
           { "NAME=VALUE..." },
-          { "--all", "--json", "--dry-run", "--wait", "--force", "--show-secrets" },
-          "sets options",
+          { "--from-file", "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "sets options; a secret's NAME alone takes its value from standard input",
           setOptions },
+        { "option reset",
+          { "NAME..." },
+          { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
+          "gives options their defaults",
+          resetOptions },
     };
 }
 
 Commands stockCommands()
 {
-    const QStringList edits { "--all", "--json", "--dry-run", "--wait", "--force" };
+    const QStringList edits { "--all", "--dry-run", "--wait", "--force" };
     return {
-        { "stock list", {}, { "--json" }, "custom stock lists", listStocks },
+        { "stock list", { "[LIST]" }, {}, "custom stock lists, or one of them", listStocks },
+        { "stock find", { "CODE" }, {}, "the lists that have a stock", findStock },
         { "stock add",
           { "LIST", "MARKET", "CODE", "[NAME]" },
           edits,
@@ -207,6 +209,11 @@ Commands stockCommands()
           edits,
           "takes a stock from a list",
           removeStock },
+        { "stock move",
+          { "LIST", "MARKET", "CODE", "TO", "[PLACE]" },
+          edits,
+          "moves a stock to the end of a list, or to a place in it, from 1 on",
+          moveStock },
         { "stock import",
           { "FILE" },
           edits,
@@ -223,23 +230,20 @@ Commands stockCommands()
 Commands layoutCommands()
 {
     return {
-        { "layout show",
-          {},
-          { "--trade", "--template", "--json" },
-          "the windows of a layout",
-          showLayout },
+        { "layout show", {}, { "--trade", "--template" }, "the windows of a layout", showLayout },
         { "layout draw",
           {},
           { "--trade", "--template", "--against", "--out", "--dry-run" },
           "a picture of a layout, to scale, as SVG; or of what became of it",
           drawLayout },
-        { "template list", {}, { "--trade", "--json" }, "layout templates", listTemplates },
+        { "template list", {}, { "--trade" }, "layout templates", listTemplates },
+        { "template show", { "NAME" }, { "--trade" }, "the windows of a template", showTemplate },
     };
 }
 
 Commands templateCommands()
 {
-    const QStringList options { "--trade", "--all", "--json", "--dry-run", "--wait", "--force" };
+    const QStringList options { "--trade", "--all", "--dry-run", "--wait", "--force" };
     const QStringList exported { "--trade", "--dry-run" };
     return {
         { "template save",
@@ -270,17 +274,19 @@ Commands templateCommands()
 Commands otherCommands()
 {
     return {
-        { "setting get",
-          { "KEY" },
-          { "--json" },
-          "a text of the shared settings store",
-          getSetting },
+        { "setting list", {}, {}, "the texts of the shared settings store", listSettings },
+        { "setting get", { "KEY" }, {}, "a text of the shared settings store", getSetting },
         { "setting set",
           { "KEY", "VALUE" },
           { "--dry-run", "--wait", "--force" },
           "stores a text in the shared settings store",
           setSetting },
-        { "sector list", {}, { "--json" }, "the sectors beside the file", listSectors },
+        { "setting unset",
+          { "KEY" },
+          { "--dry-run", "--wait", "--force" },
+          "takes a text from the shared settings store",
+          unsetSetting },
+        { "sector list", {}, {}, "the sectors beside the file", listSectors },
         { "export-sector",
           { "CODE", "DIR" },
           { "--filter", "--dry-run" },
@@ -312,6 +318,13 @@ const CommandOption& commandOption(const QString& name)
                          [&](const CommandOption& option) { return option.strName == name; });
 }
 
+bool hasCommandOption(const QString& name)
+{
+    const auto& all = commandOptions();
+    return std::any_of(all.begin(), all.end(),
+                       [&](const CommandOption& option) { return option.strName == name; });
+}
+
 QString usageOf(const Command& command)
 {
     QStringList parts { command.strName };
@@ -327,13 +340,23 @@ QString usageOf(const Command& command)
 const QVector<StatusText>& statusTexts()
 {
     static const QVector<StatusText> s_texts {
-        { ExitStatus::Ok, "ok" },
-        { ExitStatus::Negative, "the answer is no: it differs, is not in order, is not there" },
-        { ExitStatus::Usage, "wrong usage" },
-        { ExitStatus::InputOutput, "a file cannot be read or written" },
-        { ExitStatus::Damaged, "a file is damaged" },
-        { ExitStatus::Busy, "somebody else may write the file now" },
-        { ExitStatus::RecoveredWithLoss, "recovered, but something newer is lost" },
+        { ExitStatus::Ok, "ok", "ok" },
+        { ExitStatus::Negative, "negative",
+          "the answer is no: it differs, is not in order, is not there" },
+        { ExitStatus::Usage, "usage", "wrong usage" },
+        { ExitStatus::InputOutput, "input-output", "a file cannot be read or written" },
+        { ExitStatus::Damaged, "damaged", "a file is damaged" },
+        { ExitStatus::Busy, "busy", "somebody else may write the file now" },
+        { ExitStatus::RecoveredWithLoss, "recovered-with-loss",
+          "recovered, but something newer is lost" },
     };
     return s_texts;
+}
+
+QString statusName(ExitStatus status)
+{
+    const auto& all = statusTexts();
+    return std::find_if(all.begin(), all.end(),
+                        [&](const StatusText& text) { return text.status == status; })
+        ->strName;
 }

@@ -23,13 +23,16 @@ struct Command {
 
 const QVector<Command>& commands();
 const CommandOption& commandOption(const QString& name);
+bool hasCommandOption(const QString& name);
 
 /// "template save [--dry-run] [--trade] NAME".
 QString usageOf(const Command& command);
 
 struct StatusText {
     ExitStatus status;
+    QString strName; ///< for programs
     QString strMeaning;
 };
 
 const QVector<StatusText>& statusTexts();
+QString statusName(ExitStatus status);

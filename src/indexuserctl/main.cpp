@@ -70,7 +70,7 @@ ExitStatus answer(const QStringList& words)
     }
     const CommandLine line = parseCommandLine(words);
     if (line.pCommand == nullptr) {
-        printText(line.strText);
+        printPage(line.strText);
         return ExitStatus::Ok;
     }
     standalone::setConfigDir(line.request.strConfigDir);
@@ -79,26 +79,30 @@ ExitStatus answer(const QStringList& words)
 }
 
 // What was printed comes before the message; the message is the graver of two failures.
-ExitStatus failed(ExitStatus status, const QString& message)
+ExitStatus failed(const CFailure& failure)
 {
-    std::fflush(stdout);
-    printError(message);
-    return status;
+    endAnswer(failure);
+    flushOutput();
+    printError(failure.message());
+    return failure.status();
 }
 
 ExitStatus answerChecked(int argc, char** argv)
 {
     try {
+        const QStringList words = QCoreApplication::arguments().mid(1);
+        beginAnswer(answerForm(words));
         requireUtf8(argc, argv);
-        const ExitStatus status = answer(QCoreApplication::arguments().mid(1));
+        const ExitStatus status = answer(words);
+        endAnswer(status);
         finishOutput();
         return status;
     } catch (const CFailure& failure) {
-        return failed(failure.status(), failure.message());
+        return failed(failure);
     } catch (const std::bad_alloc&) {
-        return failed(ExitStatus::InputOutput, QStringLiteral("out of memory"));
+        return failed({ ExitStatus::InputOutput, QStringLiteral("out of memory") });
     } catch (const std::exception& error) {
-        return failed(ExitStatus::InputOutput, QString::fromUtf8(error.what()));
+        return failed({ ExitStatus::InputOutput, QString::fromUtf8(error.what()) });
     }
 }
 

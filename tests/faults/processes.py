@@ -30,8 +30,9 @@ def stocks_in_file(path):
 
 def stocks_shown(text):
     """The same from the answer of 'show stocks --json'."""
-    return {row["list"]: [stock.split(" ")[0] for stock in row["stocks"]]
-            for row in json.loads(text)["stocks"]}
+    answer = json.loads(text)
+    return {row["list"]: [stock["market"] + stock["code"] for stock in answer["stocks"]
+                          if stock["list"] == row["list"]] for row in answer["lists"]}
 
 
 class Crowd:

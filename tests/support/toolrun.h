@@ -1,5 +1,11 @@
 #pragma once
 
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -24,6 +30,31 @@ protected:
     }
 };
 
+/// Keeps an answer in JSON for the test that holds all of them against their schema.
+inline void keepAnswer(const QStringList& arguments, const Outcome& outcome)
+{
+    const QByteArray directory = qgetenv("INDEXUSER_ANSWERS");
+    const int nEnd = arguments.indexOf(QStringLiteral("--"));
+    if (directory.isEmpty() || !arguments.mid(0, nEnd).contains(QStringLiteral("--json"))
+        || arguments.first() == QLatin1String("complete")) {
+        return;
+    }
+    static const QString s_strTest = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+    static QFile s_file(QFile::decodeName(directory) + '/' + s_strTest + QStringLiteral(".jsonl"));
+    if (!s_file.isOpen() && !s_file.open(QIODevice::WriteOnly)) {
+        qFatal("%s: %s", qPrintable(s_file.fileName()), qPrintable(s_file.errorString()));
+    }
+    const QJsonObject run { { "test", s_strTest },
+                            { "words", QJsonArray::fromStringList(arguments) },
+                            { "status", outcome.nStatus },
+                            { "out", outcome.strOut },
+                            { "err", outcome.strErr } };
+    s_file.write(QJsonDocument(run).toJson(QJsonDocument::Compact) + '\n');
+    if (!s_file.flush()) {
+        qFatal("%s: %s", qPrintable(s_file.fileName()), qPrintable(s_file.errorString()));
+    }
+}
+
 inline Outcome runProgram(const QString& program, const QStringList& arguments,
                           const QStringList& environment = {}, const QString& directory = {},
                           const QByteArray& input = {})
@@ -37,8 +68,10 @@ inline Outcome runProgram(const QString& program, const QStringList& arguments,
     if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit) {
         qFatal("%s does not end: %s", qPrintable(program), qPrintable(process.errorString()));
     }
-    return { process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-             QString::fromUtf8(process.readAllStandardError()) };
+    const Outcome outcome { process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                            QString::fromUtf8(process.readAllStandardError()) };
+    keepAnswer(arguments, outcome);
+    return outcome;
 }
 
 inline Outcome runTool(const QStringList& arguments, const QStringList& environment = {})

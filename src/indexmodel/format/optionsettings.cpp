@@ -47,40 +47,63 @@ constexpr auto No = OptionSaved::No;
 std::vector<OptionRow> tableRows()
 {
     return {
-        { QStringLiteral("reportRefreshTime"), &P::reportRefreshTime, Yes },
-        { QStringLiteral("indexSortUpdate"), &P::indexSortUpdate, Yes },
-        { QStringLiteral("riseCompareTime"), &P::riseCompareTime, Yes },
-        { QStringLiteral("delayRefreshTime"), &P::delayRefreshTime, Yes },
-        { QStringLiteral("oMinDataRestorePeroid"), &P::oMinDataRestorePeroid, Yes },
-        { QStringLiteral("fMinDataRestorePeroid"), &P::fMinDataRestorePeroid, Yes },
-        { QStringLiteral("tickRestoreDay"), &P::tickRestoreDay, Yes },
-        { QStringLiteral("flashKeepDataPeriod"), &P::flashKeepDataPeriod, Yes },
-        { QStringLiteral("graphDisplay"), &P::graphDisplay, Yes },
-        { QStringLiteral("monitorClipboard"), &P::monitorClipboard, Yes },
-        { QStringLiteral("showAllQuoteData"), &P::showAllQuoteData, Yes },
-        { QStringLiteral("formulaDebug"), &P::formulaDebug, Yes },
-        { QStringLiteral("InitPopTaskCondition"), &P::InitPopTaskCondition, No },
-        { QStringLiteral("updateposition"), &P::updateposition, No },
-        { QStringLiteral("groupSignalCondition"), &P::groupSignalCondition, No },
-        { QStringLiteral("groupSignalRunTime"), &P::groupSignalRunTime, No },
-        { QStringLiteral("updateF10DateTime"), &P::updateF10DateTime, Yes },
-        { QStringLiteral("smartKeyConfig"), &P::smartKeyConfig, Yes },
-        { QStringLiteral("qsSmartKeyConfig"), &P::qsSmartKeyConfig, Yes },
-        { QStringLiteral("oaAddress"), &P::oaAddress, Yes },
-        { QStringLiteral("oaTableName"), &P::oaTableName, Yes },
-        { QStringLiteral("oaUser"), &P::oaUser, Yes },
-        { QStringLiteral("oaPassword"), &P::oaPassword, Yes },
-        { QStringLiteral("dividDataTime"), &P::dividDataTime, Yes },
-        // The second name of graphDisplay.
-        { QStringLiteral("m_graphDisplay"), &P::graphDisplay, Yes },
-        { QStringLiteral("m_multiDaylines"), &P::m_multiDaylines, Yes },
-        { QStringLiteral("m_multiHourlines"), &P::m_multiHourlines, Yes },
-        { QStringLiteral("m_multiMinutelines"), &P::m_multiMinutelines, Yes },
-        { QStringLiteral("m_multiTicklines"), &P::m_multiTicklines, Yes },
-        { QStringLiteral("showGradient"), &P::showGradient, Yes },
-        { QStringLiteral("showParamRank"), &P::showParamRank, Yes },
-        { QStringLiteral("m_bFilterFutureOptCheck"), &P::m_bFilterFutureOptCheck, Yes },
-        { QStringLiteral("wholeQuoter"), &P::wholeQuoter, Yes },
+        { "reportRefreshTime", &P::reportRefreshTime, Yes, OptionMeaning::Amount,
+          "Refresh time of reports", "in the client's unit of time" },
+        { "indexSortUpdate", &P::indexSortUpdate, Yes, OptionMeaning::Amount,
+          "Update time of the index sorting", "in the client's unit of time" },
+        { "riseCompareTime", &P::riseCompareTime, Yes, OptionMeaning::Amount,
+          "Rise comparison time", "in the client's unit of time" },
+        { "delayRefreshTime", &P::delayRefreshTime, Yes, OptionMeaning::Amount,
+          "Delayed refresh time", "in the client's unit of time" },
+        { "oMinDataRestorePeroid", &P::oMinDataRestorePeroid, Yes, OptionMeaning::Amount,
+          "Restore period of minute data, o variant; spelt so", "in the client's unit of time" },
+        { "fMinDataRestorePeroid", &P::fMinDataRestorePeroid, Yes, OptionMeaning::Amount,
+          "Restore period of minute data, f variant; spelt so", "in the client's unit of time" },
+        { "tickRestoreDay", &P::tickRestoreDay, Yes, OptionMeaning::Amount,
+          "Days of tick data to restore", "days" },
+        { "flashKeepDataPeriod", &P::flashKeepDataPeriod, Yes, OptionMeaning::Amount,
+          "Keep period of flash data", "in the client's unit of time" },
+        { "graphDisplay", &P::graphDisplay, Yes, OptionMeaning::Number, "Chart display setting" },
+        { "monitorClipboard", &P::monitorClipboard, Yes, OptionMeaning::Flag,
+          "Clipboard monitoring switch" },
+        { "showAllQuoteData", &P::showAllQuoteData, Yes, OptionMeaning::Flag,
+          "Show-all-quote-data switch" },
+        { "formulaDebug", &P::formulaDebug, Yes, OptionMeaning::Flag, "Formula debug switch" },
+        { "InitPopTaskCondition", &P::InitPopTaskCondition, No, OptionMeaning::Number,
+          "Condition of the first pop-up task" },
+        { "updateposition", &P::updateposition, No, OptionMeaning::Flag, "Position update switch" },
+        { "groupSignalCondition", &P::groupSignalCondition, No, OptionMeaning::Number,
+          "Condition of group signals" },
+        { "groupSignalRunTime", &P::groupSignalRunTime, No, OptionMeaning::TimeOfDay,
+          "Run time of group signals" },
+        { "updateF10DateTime", &P::updateF10DateTime, Yes, OptionMeaning::Moment,
+          "Date and time of the F10 update" },
+        { "smartKeyConfig", &P::smartKeyConfig, Yes, OptionMeaning::Number,
+          "Smart-key configuration; -1 for none" },
+        { "qsSmartKeyConfig", &P::qsSmartKeyConfig, Yes, OptionMeaning::NumberList,
+          "Category flags of the smart keys in the user's order, comma-separated" },
+        { "oaAddress", &P::oaAddress, Yes, OptionMeaning::Address, "Address of the OA data table" },
+        { "oaTableName", &P::oaTableName, Yes, OptionMeaning::Text, "Name of the OA data table" },
+        { "oaUser", &P::oaUser, Yes, OptionMeaning::Text, "User of the OA data table" },
+        { "oaPassword", &P::oaPassword, Yes, OptionMeaning::Secret,
+          "Password of the OA data table, plain" },
+        { "dividDataTime", &P::dividDataTime, Yes, OptionMeaning::Amount,
+          "Divid data time; named so", "in the client's unit of time" },
+        { "m_graphDisplay", &P::graphDisplay, Yes, OptionMeaning::Number,
+          "Second name of graphDisplay; wins over it" },
+        { "m_multiDaylines", &P::m_multiDaylines, Yes, OptionMeaning::Amount,
+          "Count of the multi-day line chart", "lines" },
+        { "m_multiHourlines", &P::m_multiHourlines, Yes, OptionMeaning::Amount,
+          "Count of the multi-hour line chart", "lines" },
+        { "m_multiMinutelines", &P::m_multiMinutelines, Yes, OptionMeaning::Amount,
+          "Count of the multi-minute line chart", "lines" },
+        { "m_multiTicklines", &P::m_multiTicklines, Yes, OptionMeaning::Amount,
+          "Count of the multi-tick line chart", "lines" },
+        { "showGradient", &P::showGradient, Yes, OptionMeaning::Flag, "Gradient display" },
+        { "showParamRank", &P::showParamRank, Yes, OptionMeaning::Flag, "Parameter-rank display" },
+        { "m_bFilterFutureOptCheck", &P::m_bFilterFutureOptCheck, Yes, OptionMeaning::Flag,
+          "Filter-future-option check" },
+        { "wholeQuoter", &P::wholeQuoter, Yes, OptionMeaning::Number, "Whole-quoter setting" },
     };
 }
 
@@ -115,6 +138,36 @@ ValueKind kindOf(const OptionRow& row)
 {
     // In the order of the variant's alternatives.
     return static_cast<ValueKind>(row.field.index());
+}
+
+QString optionRange(const OptionRow& row)
+{
+    switch (row.meaning) {
+    case OptionMeaning::Number:
+        return QStringLiteral("-2147483648 to 2147483647");
+    case OptionMeaning::Amount:
+        return QStringLiteral("0 to 2147483647");
+    case OptionMeaning::Flag:
+        return QStringLiteral("0 or 1");
+    case OptionMeaning::TimeOfDay:
+        return QStringLiteral("00:00 to 23:59");
+    case OptionMeaning::Moment:
+        return QStringLiteral("a date, with a time or without, or nothing");
+    case OptionMeaning::NumberList:
+        return QStringLiteral("whole numbers with commas between them");
+    case OptionMeaning::Address:
+        return QStringLiteral("a host or a URL, or nothing");
+    case OptionMeaning::Text:
+    case OptionMeaning::Secret:
+        break;
+    }
+    return QStringLiteral("any text");
+}
+
+QString optionDescription(const OptionRow& row)
+{
+    const QString strUnit = row.strUnit.isEmpty() ? QString() : ' ' + row.strUnit;
+    return row.strAbout + ": " + optionRange(row) + strUnit;
 }
 
 bool operator==(const paramSettingForClient& left, const paramSettingForClient& right)

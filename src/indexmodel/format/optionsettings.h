@@ -18,13 +18,30 @@ constexpr char c_szSettings[] = "Settings";
 /// Whether a save writes an option; all of them are read.
 enum class OptionSaved { Yes, No };
 
-/// One option: its attribute in the file, its place in the record and thereby its kind.
+/// What a value means, and thereby which values make sense; a load takes any of its kind.
+enum class OptionMeaning {
+    Number,
+    Amount, ///< of time, days or lines: never negative
+    Flag, ///< 0 or 1, whether the record holds a number or a truth
+    TimeOfDay,
+    Moment, ///< a date, mostly with a time
+    NumberList,
+    Address,
+    Text,
+    Secret, ///< a text that nobody should see over a shoulder
+};
+
+/// One option: its attribute in the file, its place in the record and thereby its kind, and what
+/// people are told of it.
 struct OptionRow {
     QString strAttribute;
     std::variant<std::int32_t paramSettingForClient::*, bool paramSettingForClient::*,
                  QString paramSettingForClient::*>
         field;
     OptionSaved saved;
+    OptionMeaning meaning;
+    QString strAbout; ///< what it is
+    QString strUnit = {}; ///< put so that it goes behind a number; empty where there is none
 };
 
 /// All options in the order in which they are read: of two rows for one field the later one wins.
@@ -33,6 +50,13 @@ struct OptionRow {
 INDEXUSER_EXPORT const std::vector<OptionRow>& optionTable();
 
 ValueKind kindOf(const OptionRow& row);
+
+/// Which values make sense: "0 or 1".
+QString optionRange(const OptionRow& row);
+
+/// What an option is, its range and its unit, in one line: "Days of tick data to restore: 0 to
+/// 2147483647 days".
+QString optionDescription(const OptionRow& row);
 
 /// Whether all options of the table are the same. What other modules keep in a record does not
 /// count.

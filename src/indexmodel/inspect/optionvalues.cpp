@@ -92,7 +92,8 @@ QString optionText(const KW::paramSettingForClient& options, const KW::OptionRow
 
 bool isSecret(const QString& option)
 {
-    return option == QLatin1String("oaPassword");
+    const KW::OptionRow* const pRow = findOption(option);
+    return pRow != nullptr && pRow->meaning == KW::OptionMeaning::Secret;
 }
 
 QString setOption(KW::paramSettingForClient& options, const QString& name, const QString& value)

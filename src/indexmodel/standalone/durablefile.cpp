@@ -251,6 +251,14 @@ bool replaceFile(const QByteArray& path, const std::string& content, Sync sync)
     return false;
 }
 
+bool removeFile(const QByteArray& path)
+{
+    const bool bGone
+        = ::unlink(path.constData()) == 0 ? syncDirectory(directoryOf(path)) : errno == ENOENT;
+    lastFailure().set(bGone ? WriteFailure() : WriteFailure { QFile::decodeName(path), reason() });
+    return bGone;
+}
+
 bool makeDirectory(const QString& path)
 {
     if (QDir(path).exists()) {

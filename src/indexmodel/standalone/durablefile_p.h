@@ -21,6 +21,10 @@ enum class Sync {
 ///     if (!replaceFile(QFile::encodeName(path), content)) { ... }
 bool replaceFile(const QByteArray& path, const std::string& content, Sync sync = Sync::Disk);
 
+/// Removes a file so that it stays away after a power cut, too; true where there is none. False as
+/// that of replaceFile().
+bool removeFile(const QByteArray& path);
+
 /// Makes the directory \a path and those above it that are missing, for their owner only. False,
 /// and lastWriteFailure() tells why.
 bool makeDirectory(const QString& path);

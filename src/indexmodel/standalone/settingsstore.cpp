@@ -78,6 +78,11 @@ QString settingReadError(const QString& section, const QString& key)
     return failure.cause == ReadCause::Unreadable ? strPath + ": " + failure.strReason : QString();
 }
 
+bool removeSetting(const QString& section, const QString& key)
+{
+    return removeFile(QFile::encodeName(se::valuePath(section.toStdString(), key.toStdString())));
+}
+
 QStringList settingKeys(const QString& section)
 {
     QStringList keys;

@@ -47,6 +47,10 @@ PLATFORM_API QString settingReadError(const QString& section, const QString& key
 /// The keys of a section of the settings store, those too long to be kept in clear left out.
 PLATFORM_API QStringList settingKeys(const QString& section);
 
+/// Takes a value from the settings store, for good; one that is not there is none. False where the
+/// system refuses, and lastWriteFailure() tells why.
+PLATFORM_API bool removeSetting(const QString& section, const QString& key);
+
 /// One stock of a sector.
 struct SectorConstituent {
     QString market;

@@ -50,7 +50,7 @@ void requireNoFailure(const Request& request, const mend::Recovery& recovery)
     }
     throw CFailure(mend::isConvertible(recovery.error) ? ExitStatus::Damaged
                                                        : ExitStatus::InputOutput,
-                   toText(recovery.error) + encodingHint(recovery.error));
+                   toText(recovery.error) + encodingHint(recovery.error), placeOf(recovery.error));
 }
 
 ExitStatus bringBack(const Request& request, const mend::Restoration& restoration,
@@ -74,13 +74,10 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
     if (bWritten) {
         guard.giveBack();
     }
-    if (request.format == Format::Json) {
-        print(bWritten ? tables + QVector<Table> { receiptTable(request, recovery.receipt) }
-                       : tables,
-              request.format);
-        return ExitStatus::Ok;
-    }
     print(tables, request.format);
+    if (bWritten && request.format == Format::Json) {
+        print({ receiptTable(request, recovery.receipt) }, request.format);
+    }
     printLine();
     if (bWritten) {
         printReceipt("brought back " + what, recovery.receipt, wayBack(restoration, recovery));

@@ -174,7 +174,8 @@ Table historySize(const Request& request)
     return { "history",
              "History",
              { "edits", "bytes" },
-             { { history.entries().size(), history.bytes() } } };
+             { { history.entries().size(), history.bytes() } },
+             TableShape::One };
 }
 
 void printHistory(const Request& request)

@@ -26,7 +26,7 @@ QJsonValue shown(const inspect::Difference& difference, const std::optional<QStr
 Table diffTable(const Request& request, const QVector<inspect::Difference>& differences,
                 const QString& left, const QString& right)
 {
-    Table table { "differences",
+    Table table { "changes",
                   differences.isEmpty()
                       ? QStringLiteral("No differences between %1 and %2").arg(left, right)
                       : QStringLiteral("Differences between %1 (left) and %2 (right): %3")

@@ -56,7 +56,7 @@ ExitStatus statusOf(const mend::Edit& edit)
 void requireNoFailure(const Request& request, const mend::Edit& edit)
 {
     if (edit.failure != EditFailure::None) {
-        throw CFailure(statusOf(edit), messageOf(request, edit));
+        throw CFailure(statusOf(edit), messageOf(request, edit), placeOf(edit.error));
     }
 }
 
@@ -96,11 +96,7 @@ ExitStatus edit(const Request& request, const Change& change)
     requireNoFailure(request, edit);
     guard.requireReplaceable();
     const auto differences = inspect::differences(edit.before, edit.expected);
-    QVector<Table> tables { diffTable(request, differences, "the file", "the change") };
-    const bool bText = request.format == Format::Text;
-    if (bText) {
-        print(tables, request.format);
-    }
+    print({ diffTable(request, differences, "the file", "the change") }, request.format);
     const bool bSave = !differences.isEmpty() && !request.isDryRun();
     if (bSave && !bLocked) {
         throw CFailure(ExitStatus::InputOutput,
@@ -108,11 +104,9 @@ ExitStatus edit(const Request& request, const Change& change)
     }
     if (bSave) {
         save(request, transaction, guard, edit);
-        tables.append(receiptTable(request, edit.receipt));
-    }
-    if (!bText) {
-        print(tables, request.format);
-    } else if (bSave) {
+        if (request.format == Format::Json) {
+            print({ receiptTable(request, edit.receipt) }, request.format);
+        }
         printLine();
         printReceipt("saved " + inspect::livePath(request.strConfigDir), edit.receipt);
     }

@@ -20,9 +20,9 @@ QVector<HistoryEntry> entriesOf(const Request& request)
 {
     const mend::CHistory history(request.strConfigDir);
     if (!history.isReadable()) {
-        throw CFailure(ExitStatus::InputOutput,
-                       request.strConfigDir + '/' + KW::c_szHistoryFolder
-                           + "/log.jsonl cannot be read or is damaged");
+        const QString strLog = request.strConfigDir + '/' + KW::c_szHistoryFolder + "/log.jsonl";
+        throw CFailure(
+            ExitStatus::InputOutput, strLog + " cannot be read or is damaged", { strLog });
     }
     return history.entries();
 }
@@ -166,7 +166,7 @@ ExitStatus pruneHistory(const Request& request)
     const auto all = entriesOf(request);
     const qint64 nOld = std::count_if(all.begin(), all.end(),
                                       [&](const HistoryEntry& entry) { return entry.time < time; });
-    Table table { "pruned", {}, { "edits", "bytes" } };
+    Table table { "pruned", {}, { "edits", "bytes" }, {}, TableShape::One };
     if (request.isDryRun()) {
         table.strTitle = QStringLiteral("Would be forgotten, and what is kept now");
         table.rows.append({ nOld, history.bytes() });

@@ -2,11 +2,13 @@
 #include "commands/shownuser.h"
 #include "commands/wholefile.h"
 #include "failure.h"
+#include "terminal/secret.h"
 
 #include <inspect/closest.h>
 #include <inspect/optionvalues.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace {
 
@@ -15,26 +17,117 @@ Table optionsOf(const Request& request)
     return optionTable(inspect::recordsOf(liveFile(request).document).options, request.secrets);
 }
 
+void keepRows(Table& table, const std::function<bool(const QVector<QJsonValue>&)>& isKept)
+{
+    table.rows.erase(std::remove_if(table.rows.begin(), table.rows.end(),
+                                    [&](const auto& row) { return !isKept(row); }),
+                     table.rows.end());
+}
+
+void requireOption(const QString& name)
+{
+    if (inspect::findOption(name) == nullptr) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("there is no option '%1'").arg(name)
+                           + inspect::didYouMean(name, inspect::optionNames()));
+    }
+}
+
+// Of the options that are listed.
+Table descriptions(const Table& options)
+{
+    Table table { "descriptions", "Options", { "option", "about", "range", "unit" } };
+    for (const auto& row : options.rows) {
+        const KW::OptionRow& option = *inspect::findOption(row[0].toString());
+        table.rows.append(
+            { option.strAttribute, option.strAbout, KW::optionRange(option), option.strUnit });
+    }
+    return table;
+}
+
+struct Assignment {
+    QString strName;
+    QString strValue;
+};
+
+QString firstLine(const QString& path)
+{
+    QByteArray line = contentOf(inputPath(path)).split('\n').first();
+    line.chop(line.endsWith('\r') ? 1 : 0);
+    const QString strLine = QString::fromUtf8(line);
+    if (strLine.toUtf8() != line) {
+        throw CFailure(ExitStatus::Damaged, path + ": the first line is not UTF-8", { path, 1 });
+    }
+    return strLine;
+}
+
+// A value that is not among the words: others may see those.
+Assignment assignmentFromOutside(const Request& request)
+{
+    const QString strName = request.words.first();
+    if (request.words.size() > 1 || strName.contains('=')) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("--from-file: the name of one option goes with it"));
+    }
+    requireOption(strName);
+    return { strName, request.valueFile ? firstLine(*request.valueFile) : readSecret(strName) };
+}
+
+Assignment assignmentOf(const QString& word)
+{
+    const int nEquals = word.indexOf('=');
+    if (nEquals < 0) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("'%1' is not of the form NAME=VALUE").arg(word));
+    }
+    return { word.left(nEquals), word.mid(nEquals + 1) };
+}
+
+QVector<Assignment> assignmentsOf(const Request& request)
+{
+    const bool bSecret = request.words.size() == 1 && inspect::isSecret(request.words.first());
+    if (request.valueFile || bSecret) {
+        return { assignmentFromOutside(request) };
+    }
+    QVector<Assignment> assignments;
+    for (const QString& word : request.words) {
+        assignments.append(assignmentOf(word));
+    }
+    return assignments;
+}
+
+ExitStatus assign(const Request& request, const QVector<Assignment>& assignments)
+{
+    return edit(request, [&](KW::UserConfigInterface& service) {
+        KW::paramSettingForClient options = service.getParamSettingForClient();
+        for (const Assignment& each : assignments) {
+            const QString strError = inspect::setOption(options, each.strName, each.strValue);
+            if (!strError.isEmpty()) {
+                throw CFailure(ExitStatus::Usage, strError);
+            }
+        }
+        service.setParamSettingForClient(options);
+    });
+}
+
 } // namespace
 
 ExitStatus listOptions(const Request& request)
 {
-    print({ optionsOf(request) }, request.format);
+    Table table = optionsOf(request);
+    if (request.bChanged) {
+        keepRows(table, [](const auto& row) { return row[2] != row[3]; });
+    }
+    print({ request.bDescribe ? descriptions(table) : table }, request.format);
     return ExitStatus::Ok;
 }
 
 ExitStatus getOption(const Request& request)
 {
     const QString strName = request.words.first();
-    if (inspect::findOption(strName) == nullptr) {
-        throw CFailure(ExitStatus::Negative,
-                       QStringLiteral("there is no option '%1'").arg(strName)
-                           + inspect::didYouMean(strName, inspect::optionNames()));
-    }
+    requireOption(strName);
     Table table = optionsOf(request);
-    const auto isOther = [&](const QVector<QJsonValue>& row) { return row[0] != strName; };
-    table.rows.erase(std::remove_if(table.rows.begin(), table.rows.end(), isOther),
-                     table.rows.end());
+    keepRows(table, [&](const auto& row) { return row[0] == strName; });
     if (request.format == Format::Json) {
         print({ table }, request.format);
     } else {
@@ -45,17 +138,15 @@ ExitStatus getOption(const Request& request)
 
 ExitStatus setOptions(const Request& request)
 {
-    return edit(request, [&](KW::UserConfigInterface& service) {
-        KW::paramSettingForClient options = service.getParamSettingForClient();
-        for (const QString& word : request.words) {
-            const int nEquals = word.indexOf('=');
-            const QString strError = nEquals < 0
-                ? QStringLiteral("'%1' is not of the form NAME=VALUE").arg(word)
-                : inspect::setOption(options, word.left(nEquals), word.mid(nEquals + 1));
-            if (!strError.isEmpty()) {
-                throw CFailure(ExitStatus::Usage, strError);
-            }
-        }
-        service.setParamSettingForClient(options);
-    });
+    return assign(request, assignmentsOf(request));
+}
+
+ExitStatus resetOptions(const Request& request)
+{
+    QVector<Assignment> assignments;
+    for (const QString& name : request.words) {
+        requireOption(name);
+        assignments.append({ name, inspect::optionText({}, *inspect::findOption(name)) });
+    }
+    return assign(request, assignments);
 }

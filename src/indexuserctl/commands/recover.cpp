@@ -126,7 +126,8 @@ void printRecoveryJson(const Request& request, const mend::Recovery& recovery)
                         {},
                         { "found", "source", "setAside", "loss" },
                         { { toText(recovery.error), recovery.source.strPath, recovery.strSetAside,
-                            recovery.result == mend::RecoveryResult::RecoveredWithLoss } } };
+                            recovery.result == mend::RecoveryResult::RecoveredWithLoss } },
+                        TableShape::One };
     QVector<Table> tables { table };
     if (recovery.receipt.nEdit > 0) {
         tables.append(receiptTable(request, recovery.receipt));
@@ -165,16 +166,16 @@ ExitStatus failNoSource(const mend::Recovery& recovery)
 {
     throw CFailure(statusWithoutCopy(recovery.before),
                    toText(recovery.error)
-                       + QStringLiteral("; there is no whole dated copy, mirror or history"));
+                       + QStringLiteral("; there is no whole dated copy, mirror or history"),
+                   placeOf(recovery.error));
 }
 
 void printAnswer(const Request& request, const mend::Recovery& recovery)
 {
     if (request.format == Format::Json) {
         printRecoveryJson(request, recovery);
-    } else {
-        printRecovery(request, recovery);
     }
+    printRecovery(request, recovery);
 }
 
 ExitStatus recoverWhole(const Request& request)

@@ -16,7 +16,7 @@ namespace {
         : bRead                      ? "; read in " + strName
                                      : QString();
     throw CFailure(bRead ? ExitStatus::Damaged : ExitStatus::InputOutput,
-                   toText(reencoding.error) + strReason);
+                   toText(reencoding.error) + strReason, placeOf(reencoding.error));
 }
 
 void printConversion(const Request& request, const mend::Reencoding& reencoding)
@@ -27,13 +27,10 @@ void printConversion(const Request& request, const mend::Reencoding& reencoding)
     const Table changes
         = diffTable(request, differences, "the file read as utf-8", "read as " + strName);
     const bool bWritten = reencoding.receipt.nEdit > 0;
-    if (request.format == Format::Json) {
-        print(bWritten ? QVector<Table> { changes, receiptTable(request, reencoding.receipt) }
-                       : QVector<Table> { changes },
-              request.format);
-        return;
-    }
     print({ changes }, request.format);
+    if (bWritten && request.format == Format::Json) {
+        print({ receiptTable(request, reencoding.receipt) }, request.format);
+    }
     printLine();
     if (bWritten) {
         printLine("kept as " + reencoding.strSetAside);

@@ -59,7 +59,7 @@ ExitStatus salvageUser(const Request& request)
 {
     const inspect::FileBytes torn = inspect::readBytes(inspect::livePath(request.strConfigDir));
     if (torn.state != inspect::FileState::Whole) {
-        throw CFailure(ExitStatus::InputOutput, toText(torn.error));
+        throw CFailure(ExitStatus::InputOutput, toText(torn.error), placeOf(torn.error));
     }
     const inspect::UserFile file = inspect::userFileOf(torn);
     if (file.state == inspect::FileState::Whole) {
@@ -68,14 +68,16 @@ ExitStatus salvageUser(const Request& request)
     }
     // Read as UTF-8 nearly all of it would be torn.
     if (mend::isConvertible(file.error)) {
-        throw CFailure(ExitStatus::Damaged, toText(file.error) + encodingHint(file.error));
+        throw CFailure(ExitStatus::Damaged, toText(file.error) + encodingHint(file.error),
+                       placeOf(file.error));
     }
     const std::optional<mend::Candidate> candidate
         = mend::newestWhole(mend::candidates(request.strConfigDir));
     const mend::Salvage salvaged = mend::salvage(torn.bytes, recordsOf(candidate));
     if (std::none_of(salvaged.table.begin(), salvaged.table.end(), isTaken)) {
         throw CFailure(ExitStatus::Damaged,
-                       toText(file.error) + "; nothing in it is whole, so nothing is salvaged");
+                       toText(file.error) + "; nothing in it is whole, so nothing is salvaged",
+                       placeOf(file.error));
     }
     const bool bText = request.format == Format::Text;
     if (bText) {

@@ -174,6 +174,14 @@ ExitStatus exportSectorCommand(const Request& request)
         + QStringLiteral(": %1 lines, %2 stocks left out by the filter")
               .arg(result.lines.size())
               .arg(result.nLeftOut);
+    if (request.format == Format::Json) {
+        print({ { "export",
+                  {},
+                  { "file", "lines", "leftOut" },
+                  { { result.strPath, result.lines.size(), result.nLeftOut } },
+                  TableShape::One } },
+              request.format);
+    }
     if (request.isDryRun()) {
         printLine("would write " + strLine);
     } else {

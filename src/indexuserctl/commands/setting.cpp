@@ -32,6 +32,17 @@ std::optional<QString> settingOf(const QString& key)
     return std::nullopt;
 }
 
+QString requiredSetting(const QString& key)
+{
+    const std::optional<QString> value = settingOf(key);
+    if (!value) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("there is no setting '%1'").arg(key)
+                           + inspect::didYouMean(key, settingKeys()));
+    }
+    return *value;
+}
+
 void requireText(const QString& what, const QString& text)
 {
     const QString strError = inspect::textError(text);
@@ -61,6 +72,14 @@ void requireKey(const QString& key)
                        + strCause);
 }
 
+Table settingChange(const QString& key, const QJsonValue& before, const QJsonValue& after)
+{
+    return { "changes",
+             "Setting",
+             { "part", "value", "left", "right" },
+             { { "settings", key, before, after } } };
+}
+
 } // namespace
 
 QStringList settingKeys()
@@ -71,18 +90,24 @@ QStringList settingKeys()
 ExitStatus getSetting(const Request& request)
 {
     const QString strKey = request.words.first();
-    const std::optional<QString> value = settingOf(strKey);
-    if (!value) {
-        throw CFailure(ExitStatus::Negative,
-                       QStringLiteral("there is no setting '%1'").arg(strKey)
-                           + inspect::didYouMean(strKey, settingKeys()));
-    }
+    const QString strValue = requiredSetting(strKey);
     if (request.format == Format::Json) {
-        print({ Table { "settings", {}, { "key", "value" }, { { strKey, *value } } } },
+        print({ Table { "settings", {}, { "key", "value" }, { { strKey, strValue } } } },
               request.format);
     } else {
-        printLine(*value);
+        printLine(strValue);
     }
+    return ExitStatus::Ok;
+}
+
+ExitStatus listSettings(const Request& request)
+{
+    Table table { "settings", "Settings", { "key", "value" } };
+    const auto keys = settingKeys();
+    for (const QString& key : keys) {
+        table.rows.append({ key, settingOf(key).value_or(QString()) });
+    }
+    print({ table }, request.format);
     return ExitStatus::Ok;
 }
 
@@ -93,13 +118,12 @@ ExitStatus setSetting(const Request& request)
     requireKey(strKey);
     requireText(QStringLiteral("value"), strValue);
     requireOwner(request);
-    if (request.isDryRun()) {
+    if (request.isDryRun() || request.format == Format::Json) {
         const std::optional<QString> before = settingOf(strKey);
-        print({ Table { "differences",
-                        "Setting",
-                        { "value", "left", "right" },
-                        { { strKey, before ? QJsonValue(*before) : QJsonValue(), strValue } } } },
+        print({ settingChange(strKey, before ? QJsonValue(*before) : QJsonValue(), strValue) },
               request.format);
+    }
+    if (request.isDryRun()) {
         return ExitStatus::Ok;
     }
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
@@ -109,6 +133,28 @@ ExitStatus setSetting(const Request& request)
     if (!KW::UserConfigFactory::getIndexUserConfig()->writeConfig(strKey, strValue)
         || settingOf(strKey) != strValue) {
         failStore(strKey);
+    }
+    return ExitStatus::Ok;
+}
+
+ExitStatus unsetSetting(const Request& request)
+{
+    const QString strKey = request.words.first();
+    const QString strBefore = requiredSetting(strKey);
+    requireOwner(request);
+    if (request.isDryRun() || request.format == Format::Json) {
+        print({ settingChange(strKey, strBefore, QJsonValue()) }, request.format);
+    }
+    if (request.isDryRun()) {
+        return ExitStatus::Ok;
+    }
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    requireLock(request, transaction);
+    if (!standalone::removeSetting(section(), strKey)) {
+        const standalone::WriteFailure failure = standalone::lastWriteFailure();
+        throw CFailure(ExitStatus::InputOutput,
+                       QStringLiteral("the setting '%1' is still there: %2: %3")
+                           .arg(strKey, failure.strReason, failure.strPath));
     }
     return ExitStatus::Ok;
 }

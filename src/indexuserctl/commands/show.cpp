@@ -13,11 +13,12 @@
 
 namespace {
 
+using Tables = QVector<Table>;
 using inspect::UserRecords;
 
 struct ShownPart {
     QString strName;
-    Table (*table)(const UserRecords& records, Secrets secrets);
+    Tables (*tables)(const UserRecords& records, Secrets secrets);
 };
 
 Table templateTable(const UserRecords& records)
@@ -44,18 +45,18 @@ const QVector<ShownPart>& allParts()
     static const QVector<ShownPart> s_parts {
         { KW::partName(KW::UserPart::Options),
           [](const UserRecords& records, Secrets secrets) {
-              return optionTable(records.options, secrets);
+              return Tables { optionTable(records.options, secrets) };
           } },
         { KW::partName(KW::UserPart::Stocks),
-          [](const UserRecords& records, Secrets) { return stockTable(records.stocks); } },
+          [](const UserRecords& records, Secrets) { return stockTables(records.stocks); } },
         { KW::partName(KW::UserPart::Layouts),
           [](const UserRecords& records, Secrets) {
-              return windowTable("layouts", "Layouts", inspect::layoutsOf(records));
+              return Tables { windowTable("layouts", "Layouts", inspect::layoutsOf(records)) };
           } },
         { KW::partName(KW::UserPart::Templates),
-          [](const UserRecords& records, Secrets) { return templateTable(records); } },
+          [](const UserRecords& records, Secrets) { return Tables { templateTable(records) }; } },
         { KW::partName(KW::UserPart::Sections),
-          [](const UserRecords& records, Secrets) { return sectionTable(records); } },
+          [](const UserRecords& records, Secrets) { return Tables { sectionTable(records) }; } },
     };
     return s_parts;
 }
@@ -75,15 +76,6 @@ QJsonValue optionValue(const KW::paramSettingForClient& options, const KW::Optio
     const QString strText = shownOption(options, row, secrets);
     return inspect::kindOf(row) == inspect::OptionKind::Text ? QJsonValue(strText)
                                                              : QJsonValue(strText.toInt());
-}
-
-QJsonArray stockNames(const KW::CustomStockMap::mapped_type& list)
-{
-    QJsonArray names;
-    for (const auto& pDetail : list) {
-        names.append(QString::fromStdString(pDetail->market + pDetail->code + ' ' + pDetail->name));
-    }
-    return names;
 }
 
 QVector<QJsonValue> windowRow(const QString& layout, const KW::CLayoutWindow& window)
@@ -116,13 +108,19 @@ Table optionTable(const KW::paramSettingForClient& options, Secrets secrets)
     return table;
 }
 
-Table stockTable(const KW::CustomStockMap& stocks)
+QVector<Table> stockTables(const KW::CustomStockMap& stocks)
 {
-    Table table { "stocks", "Custom stock lists", { "list", "count", "stocks" } };
+    Table lists { "lists", "Custom stock lists", { "list", "stocks" } };
+    Table all { "stocks", "Stocks", { "list", "market", "code", "name" } };
     for (auto it = stocks.begin(); it != stocks.end(); ++it) {
-        table.rows.append({ it.key(), it->size(), stockNames(*it) });
+        lists.rows.append({ it.key(), it->size() });
+        for (const auto& pDetail : *it) {
+            all.rows.append({ it.key(), QString::fromStdString(pDetail->market),
+                              QString::fromStdString(pDetail->code),
+                              QString::fromStdString(pDetail->name) });
+        }
     }
-    return table;
+    return { lists, all };
 }
 
 Table windowTable(const QString& name, const QString& title,
@@ -157,10 +155,10 @@ ExitStatus showUser(const Request& request, const UserRecords& records, const QS
                                     shownParts().join(QStringLiteral(", "))));
         }
     }
-    QVector<Table> tables;
+    Tables tables;
     for (const ShownPart& part : allParts()) {
         if (parts.isEmpty() || parts.contains(part.strName)) {
-            tables.append(part.table(records, request.secrets));
+            tables += part.tables(records, request.secrets);
         }
     }
     print(tables, request.format);

@@ -7,7 +7,9 @@
 // The tables in which a user is shown, whole or in parts.
 
 Table optionTable(const KW::paramSettingForClient& options, Secrets secrets);
-Table stockTable(const KW::CustomStockMap& stocks);
+/// The lists with how many stocks each has, and the stocks of all of them.
+QVector<Table> stockTables(const KW::CustomStockMap& stocks);
+
 Table windowTable(const QString& name, const QString& title,
                   const QVector<inspect::Layout>& layouts);
 

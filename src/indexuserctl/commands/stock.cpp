@@ -1,7 +1,8 @@
 #include "commands/edit.h"
-#include "commands/shownuser.h"
+#include "commands/stocks.h"
 #include "commands/wholefile.h"
 #include "failure.h"
+#include "terminal/output.h"
 
 #include <inspect/plaintext.h>
 #include <inspect/stockcsv.h>
@@ -19,18 +20,6 @@ KW::CustomStockMap stocksOf(KW::UserConfigInterface& service)
     return stocks;
 }
 
-int listOf(const Request& request)
-{
-    bool bOk = false;
-    const int nList = request.words.first().toInt(&bOk);
-    if (!bOk || nList < 0) {
-        throw CFailure(
-            ExitStatus::Usage,
-            QStringLiteral("'%1' is no list: a whole number from 0 on").arg(request.words.first()));
-    }
-    return nList;
-}
-
 QString keyOf(const Request& request)
 {
     return request.words[1] + request.words[2];
@@ -44,6 +33,34 @@ StockList::iterator find(StockList& list, const Request& request)
     return std::find_if(list.begin(), list.end(), [&](const auto& pDetail) {
         return pDetail->market == strMarket && pDetail->code == strCode;
     });
+}
+
+// Out of the list that has it.
+StockList::value_type take(KW::CustomStockMap& stocks, int number, const Request& request)
+{
+    StockList list = stocks.value(number);
+    const auto it = find(list, request);
+    if (it == list.end()) {
+        throw CFailure(
+            ExitStatus::Negative,
+            QStringLiteral("%1 is not in list %2").arg(keyOf(request), QString::number(number)));
+    }
+    const auto pDetail = *it;
+    list.erase(it);
+    stocks[number] = list;
+    return pDetail;
+}
+
+int placeIn(const StockList& list, const QString& word)
+{
+    bool bOk = word.isEmpty();
+    const int nPlace = bOk ? list.size() + 1 : word.toInt(&bOk);
+    if (!bOk || nPlace < 1 || nPlace > list.size() + 1) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("'%1' is no place: a whole number from 1 to %2")
+                           .arg(word, QString::number(list.size() + 1)));
+    }
+    return nPlace - 1;
 }
 
 void requirePlainText(const QStringList& words)
@@ -78,15 +95,9 @@ void requirePlainStocks(const KW::CustomStockMap& stocks)
 
 } // namespace
 
-ExitStatus listStocks(const Request& request)
-{
-    print({ stockTable(inspect::recordsOf(liveFile(request).document).stocks) }, request.format);
-    return ExitStatus::Ok;
-}
-
 ExitStatus addStock(const Request& request)
 {
-    const int nList = listOf(request);
+    const int nList = listNumber(request.words.first());
     requirePlainText(request.words);
     return edit(request, [&](KW::UserConfigInterface& service) {
         KW::CustomStockMap stocks = stocksOf(service);
@@ -107,18 +118,29 @@ ExitStatus addStock(const Request& request)
 
 ExitStatus removeStock(const Request& request)
 {
-    const int nList = listOf(request);
+    const int nList = listNumber(request.words.first());
     return edit(request, [&](KW::UserConfigInterface& service) {
         KW::CustomStockMap stocks = stocksOf(service);
-        StockList list = stocks.value(nList);
-        const auto it = find(list, request);
-        if (it == list.end()) {
-            throw CFailure(
-                ExitStatus::Negative,
-                QStringLiteral("%1 is not in list %2").arg(keyOf(request), QString::number(nList)));
+        take(stocks, nList, request);
+        service.setCustomStockMap(stocks);
+    });
+}
+
+// Both ends may be one list, in which the stock then has another place.
+ExitStatus moveStock(const Request& request)
+{
+    const int nFrom = listNumber(request.words.first());
+    const int nTo = listNumber(request.words[3]);
+    return edit(request, [&](KW::UserConfigInterface& service) {
+        KW::CustomStockMap stocks = stocksOf(service);
+        const auto pDetail = take(stocks, nFrom, request);
+        StockList& list = stocks[nTo];
+        if (nFrom != nTo && find(list, request) != list.end()) {
+            throw CFailure(ExitStatus::Negative,
+                           QStringLiteral("%1 is in list %2 already")
+                               .arg(keyOf(request), QString::number(nTo)));
         }
-        list.erase(it);
-        stocks[nList] = list;
+        list.insert(placeIn(list, request.words.value(4)), pDetail);
         service.setCustomStockMap(stocks);
     });
 }
@@ -130,7 +152,8 @@ ExitStatus importStocks(const Request& request)
     if (!imported.strError.isEmpty()) {
         throw CFailure(ExitStatus::Damaged,
                        QStringLiteral("%1:%2: ").arg(strPath).arg(imported.nErrorLine)
-                           + imported.strError);
+                           + imported.strError,
+                       { strPath, imported.nErrorLine });
     }
     return edit(request, [&](KW::UserConfigInterface& service) {
         KW::CustomStockMap stocks = stocksOf(service);

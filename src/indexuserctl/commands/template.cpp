@@ -95,6 +95,13 @@ ExitStatus listTemplates(const Request& request)
     return ExitStatus::Ok;
 }
 
+ExitStatus showTemplate(const Request& request)
+{
+    Request layout = request;
+    layout.templateName = request.words.first();
+    return showLayout(layout);
+}
+
 ExitStatus saveTemplate(const Request& request)
 {
     requireName(request.words.first(), ExitStatus::Usage);

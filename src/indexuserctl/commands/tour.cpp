@@ -44,7 +44,7 @@ void copyUser(const QString& from, const QString& to)
     }
 }
 
-void printLoaded(const UserRecords& records)
+void printLoaded(const UserRecords& records, Format format)
 {
     Table table { "loaded", "Loaded", { "held", "count" } };
     table.rows = {
@@ -55,7 +55,7 @@ void printLoaded(const UserRecords& records)
         { "trade templates", inspect::templatesOf(records, LayoutSide::Trade).size() },
         { "sections of other managers", records.sections.size() },
     };
-    print({ table }, Format::Text);
+    print({ table }, format);
 }
 
 void moveFirstWindow(KW::CPanelGroupLayoutConfig& layouts)
@@ -109,23 +109,23 @@ void printLog(const QString& path)
     }
 }
 
-void printFiles(const QString& directory)
+void printFiles(const QString& directory, Format format)
 {
-    Table table { "files", "Files left", { "file", "bytes" } };
+    Table table { "left", "Files left", { "file", "bytes" } };
     QDirIterator files(directory, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         files.next();
         table.rows.append(
             { QDir(directory).relativeFilePath(files.filePath()), files.fileInfo().size() });
     }
-    print({ table }, Format::Text);
+    print({ table }, format);
 }
 
-UserRecords changeAndSave(const QVector<KW::ElementTree>& sections)
+UserRecords changeAndSave(const QVector<KW::ElementTree>& sections, Format format)
 {
     KW::UserConfigInterface& service = *KW::UserConfigFactory::getIndexUserConfig();
     service.loadSettings();
-    printLoaded(KW::recordsOf(service, sections));
+    printLoaded(KW::recordsOf(service, sections), format);
 
     printText("\nChanged\n");
     moveFirstWindow(*service.getLayoutConfig());
@@ -158,11 +158,11 @@ ExitStatus compare(const Request& request, const UserRecords& expected, const Us
             [&](const inspect::Difference& each) { return KW::partName(each.part) == part; });
         table.rows.append({ part, bDiffers ? "DIFFERS" : "same" });
     }
-    print({ table }, Format::Text);
+    print({ table }, request.format);
     if (differences.isEmpty()) {
         return ExitStatus::Ok;
     }
-    print({ diffTable(request, differences, "written", "read") }, Format::Text);
+    print({ diffTable(request, differences, "written", "read") }, request.format);
     return ExitStatus::Negative;
 }
 
@@ -211,10 +211,10 @@ ExitStatus tour(const Request& request)
         throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: cannot write").arg(strLog));
     }
 
-    const UserRecords expected = changeAndSave(sections);
+    const UserRecords expected = changeAndSave(sections, request.format);
     printText("\nLog of the save\n");
     printLog(strLog);
-    printFiles(folder.path());
+    printFiles(folder.path(), request.format);
     const ExitStatus status = compare(onCopy, expected, loadAnew(onCopy));
     if (QFile::exists(standalone::sectorsFile())) {
         showExport(folder.path());

@@ -50,7 +50,7 @@ void CUserGuard::requireReplaceable() const
     const bool bForced = m_force == Force::Yes && obstacle != mend::KeepObstacle::ClosedTarget;
     if (obstacle != mend::KeepObstacle::None && !bForced) {
         const QString strFile = target().isEmpty() ? m_strLive : target();
-        throw CFailure(ExitStatus::InputOutput, strFile + ' ' + textOf(obstacle));
+        throw CFailure(ExitStatus::InputOutput, strFile + ' ' + textOf(obstacle), { strFile });
     }
 }
 
@@ -59,6 +59,7 @@ void CUserGuard::giveBack() const
     const inspect::FileError error = m_keeper.giveBack();
     if (error.cause != inspect::FileCause::None) {
         throw CFailure(ExitStatus::InputOutput,
-                       m_strLive + " is saved, but not as it was: " + toText(error));
+                       m_strLive + " is saved, but not as it was: " + toText(error),
+                       placeOf(error));
     }
 }

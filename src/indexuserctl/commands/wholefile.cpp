@@ -24,10 +24,11 @@ namespace {
 template <typename File> File whole(File file)
 {
     if (file.state == inspect::FileState::Damaged) {
-        throw CFailure(ExitStatus::Damaged, toText(file.error) + encodingHint(file.error));
+        throw CFailure(ExitStatus::Damaged, toText(file.error) + encodingHint(file.error),
+                       placeOf(file.error));
     }
     if (file.state != inspect::FileState::Whole) {
-        throw CFailure(ExitStatus::InputOutput, toText(file.error));
+        throw CFailure(ExitStatus::InputOutput, toText(file.error), placeOf(file.error));
     }
     return file;
 }

@@ -123,7 +123,7 @@ QString recoverHint(const Request& request)
 void printNothing(const Request& request, const QString& words)
 {
     if (request.format == Format::Json) {
-        print({ Table { "differences", {}, {} } }, request.format);
+        print({ Table { "changes", {}, {} } }, request.format);
     } else {
         printLine(inspect::livePath(request.strConfigDir) + ": " + words);
     }
@@ -135,7 +135,8 @@ Table receiptTable(const Request& request, const mend::Receipt& receipt)
              "Saved",
              { "file", "sha256", "bytes", "durable", "edit" },
              { { inspect::livePath(request.strConfigDir), QString::fromLatin1(receipt.digest),
-                 receipt.nBytes, receipt.bDurable, receipt.nEdit } } };
+                 receipt.nBytes, receipt.bDurable, receipt.nEdit } },
+             TableShape::One };
 }
 
 void printReceipt(const QString& what, const mend::Receipt& receipt, const QString& wayBack)

@@ -3,12 +3,14 @@
 #include "commands/settings.h"
 #include "commands/shownuser.h"
 #include "commandtable.h"
+#include "dates.h"
 #include "terminal/output.h"
 
 #include <inspect/optionvalues.h>
 #include <inspect/plaintext.h>
 #include <inspect/snapshots.h>
 #include <platform/filenames.h>
+#include <mend/history.h>
 
 #include <standalone/standalone.h>
 
@@ -27,7 +29,8 @@ struct TypedLine {
 
 bool takesValue(const QString& option)
 {
-    return QStringList { "--config-dir", "--template", "--out", "--filter" }.contains(option);
+    return option == QLatin1String("--config-dir")
+        || (hasCommandOption(option) && !commandOption(option).strValue.isEmpty());
 }
 
 TypedLine typedLine(const QStringList& words)
@@ -84,9 +87,9 @@ QStringList templateNames(const TypedLine& line)
     return names;
 }
 
-QStringList snapshotDates(const TypedLine& line)
+QStringList dates(const TypedLine& line)
 {
-    QStringList dates;
+    QStringList dates = dateWords();
     const auto snapshots = inspect::snapshots(line.strConfigDir);
     for (const inspect::Snapshot& snapshot : snapshots) {
         dates.append(snapshot.date.toString(Qt::ISODate));
@@ -105,6 +108,48 @@ QStringList sectorCodes(const TypedLine& line)
     return codes;
 }
 
+// One can come from several lists, and with a list before it from that one only.
+QStringList stockWords(const TypedLine& line, const QString& field)
+{
+    const auto file = inspect::readUserFile(inspect::livePath(line.strConfigDir));
+    const auto stocks = inspect::recordsOf(file.document).stocks;
+    const QString strList = line.words.value(2);
+    QStringList words;
+    for (auto it = stocks.begin(); it != stocks.end(); ++it) {
+        const QString strNumber = QString::number(it.key());
+        if (field == QLatin1String("LIST") || field == QLatin1String("TO")) {
+            words.append(strNumber);
+            continue;
+        }
+        for (const auto& pDetail : *it) {
+            const QString strMarket = QString::fromStdString(pDetail->market);
+            const bool bHere = line.words.size() <= 2 || strNumber == strList;
+            if (field == QLatin1String("MARKET") && bHere) {
+                words.append(strMarket);
+            } else if (bHere && (line.words.size() <= 3 || strMarket == line.words[3])) {
+                words.append(QString::fromStdString(pDetail->code));
+            }
+        }
+    }
+    return words;
+}
+
+QStringList edits(const TypedLine& line)
+{
+    QStringList numbers;
+    const auto entries = mend::CHistory(line.strConfigDir).entries();
+    for (const mend::HistoryEntry& entry : entries) {
+        numbers.append(QString::number(entry.nNumber));
+    }
+    return numbers;
+}
+
+QStringList keys(const TypedLine& line)
+{
+    standalone::setConfigDir(line.strConfigDir);
+    return settingKeys();
+}
+
 QStringList assignments()
 {
     QStringList names = inspect::optionNames();
@@ -117,13 +162,19 @@ QStringList assignments()
 QStringList wordsOf(const Command& command, const TypedLine& line)
 {
     const int nWord = line.words.size() - command.strName.split(' ').size();
-    const QString strWord = command.words.value(std::min(nWord, command.words.size() - 1));
+    const QString strWord = command.words.value(std::min(nWord, command.words.size() - 1))
+                                .remove('[')
+                                .remove(']')
+                                .remove(QStringLiteral("..."));
     const bool bTemplate = command.strName.startsWith("template");
-    if (strWord.contains("PART")) {
+    if (nWord >= command.words.size() && !command.words.join(' ').contains("...")) {
+        return {};
+    }
+    if (strWord == QLatin1String("PART")) {
         return shownParts();
     }
-    if (strWord.contains("DATE")) {
-        return snapshotDates(line);
+    if (strWord.startsWith("DATE")) {
+        return dates(line);
     }
     if (strWord.contains("NAME=VALUE")) {
         return assignments();
@@ -131,11 +182,17 @@ QStringList wordsOf(const Command& command, const TypedLine& line)
     if (strWord == QLatin1String("CODE") && command.strName == QLatin1String("export-sector")) {
         return sectorCodes(line);
     }
-    if (command.strName == QLatin1String("setting get")) {
-        standalone::setConfigDir(line.strConfigDir);
-        return settingKeys();
+    if (strWord == QLatin1String("KEY")) {
+        return keys(line);
     }
-    if (strWord == QLatin1String("NAME")) {
+    if (strWord == QLatin1String("N") || strWord == QLatin1String("N2")) {
+        return edits(line);
+    }
+    if (command.strName.startsWith("stock ")
+        && QStringList { "LIST", "TO", "MARKET", "CODE" }.contains(strWord)) {
+        return stockWords(line, strWord);
+    }
+    if (strWord == QLatin1String("NAME") && !command.strName.startsWith("stock ")) {
         return bTemplate ? templateNames(line) : inspect::optionNames();
     }
     return {};
@@ -149,13 +206,17 @@ QStringList candidates(const TypedLine& line, const QString& last)
     }
     if (line.strOption == QLatin1String("--against")) {
         const bool bLayout = pCommand != nullptr && pCommand->strName.startsWith("layout");
-        return snapshotDates(line) + (bLayout ? templateNames(line) : QStringList());
+        return dates(line) + (bLayout ? templateNames(line) : QStringList());
+    }
+    if (hasCommandOption(line.strOption)
+        && commandOption(line.strOption).strValue.contains("DATE")) {
+        return dates(line);
     }
     if (!line.strOption.isEmpty()) {
         return {};
     }
     if (last.startsWith('-')) {
-        const QStringList common { "--config-dir", "--help" };
+        const QStringList common { "--config-dir", "--json", "--wide", "--help" };
         return pCommand == nullptr ? common + QStringList("--version") : pCommand->options + common;
     }
     return pCommand == nullptr ? commandNames(line.words) : wordsOf(*pCommand, line);

@@ -1,35 +1,112 @@
-#include "commandtable.h"
+#include "commandtexts.h"
 #include "terminal/output.h"
+
+#include <inspect/optionvalues.h>
 
 namespace {
 
 QString escaped(QString text)
 {
     text.replace('\\', QLatin1String("\\e")).replace('-', QLatin1String("\\-"));
+    text.replace('~', QLatin1String("\\(ti"));
     // A line that begins with one of these would be a request.
     return text.startsWith('.') || text.startsWith('\'') ? "\\&" + text : text;
 }
 
-void entry(const QString& tag, const QString& text)
+QString section(const QString& title)
 {
-    printText(".TP\n.B " + escaped(tag) + '\n' + escaped(text) + '\n');
+    return ".SH " + title + '\n';
 }
 
-void printOptions()
+QString entry(const QString& tag, const QString& text)
+{
+    return ".TP\n.B " + escaped(tag) + '\n' + escaped(text) + '\n';
+}
+
+QString heading()
+{
+    return ".TH INDEXUSERCTL 1 \"\" \"indexuser " INDEXUSER_VERSION "\"\n" + section("NAME")
+        + "indexuserctl \\- opens, checks, compares, repairs and draws a user's configuration\n"
+        + section("SYNOPSIS") + ".B indexuserctl\n[\\-\\-config\\-dir DIR] COMMAND ...\n"
+        + section("DESCRIPTION")
+        + escaped("Works on the directory of one user of the quote client. A command that changes "
+                  "the file takes the user's lock, keeps the file as it was, shows what it "
+                  "changes, and looks whether that has come to the disk. Answers go to standard "
+                  "output, messages to standard error.")
+        + '\n';
+}
+
+QString commandEntry(const Command& command)
+{
+    const CommandText& text = textOf(command);
+    return entry(usageOf(command), command.strHelp) + ".IP\n" + escaped(text.strAbout)
+        + "\n.IP\n.EX\n" + escaped("indexuserctl " + text.strExample) + "\n.EE\n";
+}
+
+QString commandEntries()
+{
+    QString strText = section("COMMANDS");
+    for (const Command& command : commands()) {
+        strText += commandEntry(command);
+    }
+    return strText;
+}
+
+QString optionEntries()
 {
     QStringList names;
     for (const Command& command : commands()) {
         names += command.options;
     }
     names.removeDuplicates();
-    entry("--config-dir DIR", "the user's directory");
-    entry("--log", "all log lines on stderr, not only problems");
-    entry("-", "as FILE: standard input or output");
+    QString strText = section("OPTIONS")
+        + entry("--config-dir DIR", "the user's directory, ~/.config/indexuser unless told")
+        + entry("--json", "prints one JSON object instead of tables")
+        + entry("--wide", "tables as wide as they need, also on a terminal")
+        + entry("--log", "all log lines on stderr, not only problems")
+        + entry("-", "as FILE: standard input or output")
+        + entry("today, yesterday, latest", "as DATE: these days, and the newest dated copy");
     const auto known = names;
     for (const QString& name : known) {
         const CommandOption& option = commandOption(name);
-        entry((option.strName + ' ' + option.strValue).trimmed(), option.strHelp);
+        strText += entry((option.strName + ' ' + option.strValue).trimmed(), option.strHelp);
     }
+    return strText;
+}
+
+QString clientOptions()
+{
+    QString strText = section("OPTIONS OF THE CLIENT");
+    for (const KW::OptionRow& row : KW::optionTable()) {
+        strText += entry(row.strAttribute, KW::optionDescription(row));
+    }
+    return strText;
+}
+
+QString statusEntries()
+{
+    QString strText = section("EXIT STATUS");
+    for (const StatusText& text : statusTexts()) {
+        strText += entry(QString::number(static_cast<int>(text.status)), text.strMeaning);
+    }
+    return strText;
+}
+
+QString surroundings()
+{
+    return section("FILES") + entry("~/.config/indexuser/", "the user's directory unless told")
+        + entry("indexUserConfig.xml", "in it: what the client loads and saves")
+        + entry("Temp/indexUserConfig.xml_YYYYMMDD", "the last save of each day")
+        + entry("History/", "the states before the edits of this tool, and who made them")
+        + entry("indexUserConfig.lock", "held by whoever may write")
+        + entry("Settings/", "the shared settings store, a file a value")
+        + entry("sectors.json", "the sectors and their stocks, only read") + section("ENVIRONMENT")
+        + entry("XDG_CONFIG_HOME", "where the user's directory is, instead of ~/.config")
+        + entry("PAGER", "what shows an answer that is longer than the terminal; nothing if unset")
+        + entry("COLUMNS", "how wide a terminal is that does not tell")
+        + entry("NO_COLOR", "no colour, even on a terminal, unless it is empty")
+        + entry("TERM", "no colour if it is dumb") + section("SEE ALSO")
+        + ".BR man (1),\n.BR less (1),\n.BR jq (1)\n";
 }
 
 } // namespace
@@ -37,21 +114,7 @@ void printOptions()
 ExitStatus printManual(const Request& request)
 {
     Q_UNUSED(request)
-    printText(".TH INDEXUSERCTL 1 \"\" \"indexuser " INDEXUSER_VERSION "\"\n");
-    printText(".SH NAME\nindexuserctl \\- opens, checks, compares, repairs and draws a user's "
-              "configuration\n");
-    printText(".SH SYNOPSIS\n.B indexuserctl\n[\\-\\-config\\-dir DIR] COMMAND ...\n");
-    printText(".SH COMMANDS\n");
-    for (const Command& command : commands()) {
-        entry(usageOf(command), command.strHelp);
-    }
-    printText(".SH OPTIONS\n");
-    printOptions();
-    printText(".SH EXIT STATUS\n");
-    for (const StatusText& text : statusTexts()) {
-        entry(QString::number(static_cast<int>(text.status)), text.strMeaning);
-    }
-    printText(".SH ENVIRONMENT\n");
-    entry("NO_COLOR", "no colour, even on a terminal, unless it is empty");
+    printPage(heading() + commandEntries() + optionEntries() + clientOptions() + statusEntries()
+              + surroundings());
     return ExitStatus::Ok;
 }

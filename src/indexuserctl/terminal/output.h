@@ -1,23 +1,29 @@
 #pragma once
 
 #include "commands.h"
+#include "terminal/table.h"
 
-#include <QJsonValue>
-#include <QVector>
+class CFailure;
 
-/// Rows of values in named columns: the one form in which commands hand their answer out.
-struct Table {
-    QString strName; ///< in JSON
-    QString strTitle; ///< above the rows; wide characters count twice, as on a terminal
-    QStringList columns;
-    QVector<QVector<QJsonValue>> rows = {};
+/// What is known of a command before its words are understood.
+struct AnswerForm {
+    Format format = Format::Text;
+    QString strCommand; ///< empty: the words name none
+    bool bDryRun = false;
+    bool bWide = false; ///< tables are as wide as they need
 };
 
 // All that is printed goes through here, and control characters of any text come out as \uXXXX:
 // names in a user's file steer no terminal.
 
-/// Prints \a tables to stdout: as text, or as one JSON object with "schema" and a list of objects
-/// by the name of each table. A null is "(absent)" in text.
+/// Before anything is printed. In JSON there is one answer, which comes out when it ends, and lines
+/// for people do not come out at all.
+void beginAnswer(const AnswerForm& form);
+void endAnswer(ExitStatus status);
+void endAnswer(const CFailure& failure);
+
+/// Prints \a tables to stdout: as text, or into the JSON answer, each by its name. A null is
+/// "(absent)" in text.
 void print(const QVector<Table>& tables, Format format);
 
 /// Prints one line to stdout.
@@ -26,12 +32,19 @@ void printLine(const QString& line = {});
 /// Prints lines of the tool's own, with their line feeds.
 void printText(const QString& text);
 
+/// The same of a text that is the whole answer, in JSON, too.
+void printPage(const QString& text);
+
 /// Prints a line that tells what has just been changed, and keeps it for the case that standard
 /// output takes nothing: see finishOutput().
 void printDone(const QString& line);
 
 /// Prints one line to stderr, behind the tool's name.
 void printError(const QString& message);
+
+/// Brings out what was printed so far, on a terminal by the user's pager if it is long, and tells
+/// nobody if that fails.
+void flushOutput();
 
 /// Brings out what was printed. Throws CFailure when it did not all go out, with the cause and what
 /// was done nevertheless.

@@ -1,0 +1,188 @@
+#include "commandtexts.h"
+
+#include <algorithm>
+
+namespace {
+
+using Texts = QVector<CommandText>;
+
+Texts userTexts()
+{
+    return {
+        { "show",
+          "Reads the live file without the client and prints its tables. Passwords are hidden "
+          "unless --show-secrets is given.",
+          "show options stocks" },
+        { "check",
+          "Reads files as the client would and names, with line and column, what it would not "
+          "bring back. Without FILE it is the user's own file, with what lies beside it. The "
+          "status is that of the worst file.",
+          "check" },
+        { "diff",
+          "Compares by meaning: the order of attributes, white space and what no load reads make "
+          "no difference. Status 1 if there are differences.",
+          "diff ~/.config/indexuser/Temp/indexUserConfig.xml_20240131 "
+          "~/.config/indexuser/indexUserConfig.xml" },
+        { "recover",
+          "Never touches a whole file unless told where to take another one from. A damaged file "
+          "is set aside under a dated name; the copy that comes back is the newest whole one. "
+          "--list names all that the file could come from, --from takes one of them, --salvage "
+          "keeps what is whole in a torn file, and --encoding converts a file that another program "
+          "has written in another encoding.",
+          "recover --dry-run" },
+        { "report",
+          "Writes one page that needs nothing else: findings, options, stocks, windows, copies.",
+          "report --out report.html" },
+    };
+}
+
+Texts copyTexts()
+{
+    return {
+        { "snapshot list",
+          "The client leaves a copy of each day's last save. This names them, and what has changed "
+          "since.",
+          "snapshot list" },
+        { "snapshot show", "Prints the tables of a dated copy, or only some parts of it.",
+          "snapshot show latest options" },
+        { "snapshot diff", "Compares a dated copy with another one, or with the file of now.",
+          "snapshot diff 2024-01-31" },
+        { "snapshot restore",
+          "Puts a whole dated copy in the place of the file and keeps the file as it was, so that "
+          "undo takes it back.",
+          "snapshot restore yesterday --dry-run" },
+    };
+}
+
+Texts historyTexts()
+{
+    return {
+        { "undo",
+          "Brings back the very bytes that were there before the last edit of this tool. If the "
+          "file has been changed since by somebody else it is refused unless --force is given.",
+          "undo" },
+        { "redo", "Brings back the very bytes that an undo has taken away.", "redo" },
+        { "history list",
+          "One line an edit: when, by whom, which words, and the digests of the file before and "
+          "after.",
+          "history list" },
+        { "history show", "Prints the tables of the file as it was before an edit.",
+          "history show 1 options" },
+        { "history diff",
+          "Compares the file before an edit with that before another one, or with the file of now.",
+          "history diff 1" },
+        { "history restore",
+          "Brings back the file as it was before an edit, whatever came after; that, too, can be "
+          "undone.",
+          "history restore 1" },
+        { "history prune", "Forgets old edits and the states that only they need.",
+          "history prune --keep 90d" },
+    };
+}
+
+Texts optionTexts()
+{
+    return {
+        { "option list",
+          "All options of the client with their values and defaults; with --changed only those "
+          "that are not the default, with --describe what each of them is, its unit and its range.",
+          "option list --changed" },
+        { "option get", "Prints the bare value of one option.", "option get reportRefreshTime" },
+        { "option set",
+          "Sets options in one edit and shows what changes. The password is named without a value: "
+          "it is then asked for without echo, or is the first line of standard input or of "
+          "--from-file.",
+          "option set reportRefreshTime=750 showGradient=0" },
+        { "option reset", "Gives options the values that a new user has.",
+          "option reset reportRefreshTime" },
+    };
+}
+
+Texts stockTexts()
+{
+    return {
+        { "stock list", "The custom stock lists with how many stocks each has, and the stocks.",
+          "stock list 0" },
+        { "stock find",
+          "Names the lists that have a stock, by its code or by market and code. Status 1 if none "
+          "has it.",
+          "stock find SH600519" },
+        { "stock add",
+          "Appends a stock to a list, which is made if there is none of that number. One "
+          "that has the stock already is left alone.",
+          "stock add 7 SH 601012 LONGi" },
+        { "stock remove", "Takes a stock from a list; the list stays.",
+          "stock remove 0 SH 600519" },
+        { "stock move", "Takes a stock from one list to another, or to another place of the same.",
+          "stock move 0 SH 600519 7" },
+        { "stock import",
+          "Replaces the lists that the file names by what it holds; other lists stay as they are.",
+          "stock import stocks.csv" },
+        { "stock export", "Writes all lists in the form that stock import reads.",
+          "stock export stocks.csv" },
+    };
+}
+
+Texts layoutTexts()
+{
+    return {
+        { "layout show", "Where the windows of the current layout are, and what is in them.",
+          "layout show --trade" },
+        { "layout draw", "Draws the windows on their screens, to scale.",
+          "layout draw --out layout.svg" },
+        { "template list", "The names of the templates, and how many windows each has.",
+          "template list" },
+        { "template show", "Where the windows of a template are, and what is in them.",
+          "template show 早盘" },
+    };
+}
+
+Texts templateTexts()
+{
+    return {
+        { "template save",
+          "Keeps the current layout under a name; a template that has it is replaced.",
+          "template save evening" },
+        { "template apply", "Puts the windows of a template in the place of the current ones.",
+          "template apply 早盘" },
+        { "template rename", "Gives a template another name, which has to be free.",
+          "template rename 早盘 morning" },
+        { "template delete", "Removes a template; the current layout stays.",
+          "template delete 早盘" },
+        { "template export", "Writes one template in the form that template import reads.",
+          "template export 早盘 morning.xml" },
+        { "template import",
+          "Adds the templates of a file. Those whose names are taken are left out.",
+          "template import morning.xml" },
+    };
+}
+
+Texts otherTexts()
+{
+    return {
+        { "setting list", "All texts of the store that the client's modules share, by their keys.",
+          "setting list" },
+        { "setting get", "Prints one of these texts.", "setting get theme" },
+        { "setting set", "Stores a text; an older one of that key goes.",
+          "setting set theme dark" },
+        { "setting unset", "Removes a text for good.", "setting unset theme" },
+        { "sector list", "The sectors of sectors.json beside the user's file.", "sector list" },
+        { "export-sector", "Writes the stocks of a sector that pass the filter, a line each.",
+          "export-sector 801780 ." },
+        { "tour", "Works on a copy, and leaves nothing behind.", "tour" },
+        { "manual", "Prints this page as a reader of man pages takes it.", "manual" },
+    };
+}
+
+} // namespace
+
+const CommandText& textOf(const Command& command)
+{
+    static const Texts s_texts = userTexts() + copyTexts() + historyTexts() + optionTexts()
+        + stockTexts() + layoutTexts() + templateTexts() + otherTexts();
+    static const CommandText s_none;
+    const auto it = std::find_if(s_texts.begin(), s_texts.end(), [&](const CommandText& text) {
+        return text.strCommand == command.strName;
+    });
+    return it == s_texts.end() ? s_none : *it;
+}

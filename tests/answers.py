@@ -1,0 +1,53 @@
+#!/usr/bin/env python3
+"""Holds every --json answer that the tests of the host have had against docs/json/answer.schema.json.
+
+Usage: answers.py ROOT ANSWERS, where ANSWERS has a file a test, a line a run of the tool.
+"""
+import json
+import pathlib
+import sys
+
+import jsonschema
+
+FEWEST = 60  # else the tests have stopped to tell
+
+
+def validator(directory):
+    form = json.loads((directory / "answer.schema.json").read_text())
+    jsonschema.Draft202012Validator.check_schema(form)
+    return jsonschema.Draft202012Validator(form)
+
+
+def defects(run, forms):
+    """What is wrong with the answer of one run, in words."""
+    try:
+        answer = json.loads(run["out"])
+    except ValueError as error:
+        return [f"no JSON: {error}"]
+    found = [f"{error.json_path}: {error.message}" for error in forms.iter_errors(answer)]
+    if not found and answer["status"] != run["status"]:
+        found = [f"status {answer['status']}, but the process ended with {run['status']}"]
+    if not found and answer["error"] and answer["error"]["message"] not in run["err"]:
+        found = ["the message is not on standard error"]
+    return found
+
+
+def main():
+    forms = validator(pathlib.Path(sys.argv[1]) / "docs" / "json")
+    runs = [json.loads(line) for path in sorted(pathlib.Path(sys.argv[2]).glob("*.jsonl"))
+            for line in path.read_text().splitlines()]
+    bad = 0
+    for run in runs:
+        for defect in defects(run, forms):
+            print(f"{run['test']}: {' '.join(run['words'])}: {defect}"[:2000])
+            bad += 1
+    told = {json.loads(run["out"]).get("command") for run in runs} if not bad else set()
+    silent = [each for each in forms.schema["properties"]["command"]["enum"] if each not in told]
+    if not bad and silent:
+        print(f"no answer of: {silent}")
+    print(f"{len(runs)} answers, {bad} defects")
+    sys.exit(1 if bad or silent or len(runs) < FEWEST else 0)
+
+
+if __name__ == "__main__":
+    main()
