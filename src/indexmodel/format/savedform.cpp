@@ -1,3 +1,5 @@
+#include "format/userrecords.h"
+
 #include "format/layouttemplates.h"
 #include "format/panelgroups.h"
 #include "format/readabletext.h"
