@@ -23,6 +23,7 @@ private Q_SLOTS:
     void aDifferenceIsAStructure();
     void aSaveLeavesWhatTheFileHolds();
     void ofTreesThatReadersTakeForTheirOwnTheReadersTell();
+    void ofTextsASaveLeavesWhatAFileCanHold();
     void ofTreesASaveLeavesTheLevelsOfAFile();
 };
 
@@ -225,6 +226,25 @@ void tst_records::ofTreesThatReadersTakeForTheirOwnTheReadersTell()
     KW::UserRecords odd;
     odd.options.oaUser = QString("a") + QChar(0xfffe);
     QCOMPARE(KW::savedForm(odd).options.oaUser, QString("a"));
+}
+
+void tst_records::ofTextsASaveLeavesWhatAFileCanHold()
+{
+    const QString strOdd = QString("a") + QChar(0xfffe) + QChar(0xd800);
+    KW::UserRecords records;
+    records.stocks = stocks("A");
+    records.stocks[2][0]->name = "b\xff";
+    records.layouts.m_valuePanelSettings[strOdd] = groupOf(strOdd, { 1 });
+    records.layouts.m_tradeTemplates = { { strOdd, { windowOf(1) } } };
+    records.layouts.m_defaultLayoutSetting.m_windows = { windowOf(1) };
+    records.layouts.m_defaultLayoutSetting.m_windows[0].m_strNavTree = strOdd;
+    const KW::UserRecords saved = KW::savedForm(records);
+    QCOMPARE(saved.stocks[2][0]->name, std::string("b\xef\xbf\xbd"));
+    QCOMPARE(records.stocks[2][0]->name, std::string("b\xff"));
+    QCOMPARE(saved.layouts.m_valuePanelSettings.keys(), QStringList("a"));
+    QCOMPARE(saved.layouts.m_valuePanelSettings["a"].m_strKey, QString("a"));
+    QCOMPARE(saved.layouts.m_tradeTemplates[0].m_strName, QString("a"));
+    QCOMPARE(saved.layouts.m_defaultLayoutSetting.m_windows[0].m_strNavTree, QString("a"));
 }
 
 // Root, section and window come before its panels; groups have two levels more.

@@ -1,3 +1,5 @@
+#include "format/userrecords.h"
+
 #include "format/layouttemplates.h"
 #include "format/panelgroups.h"
 #include "format/readabletext.h"
@@ -19,21 +21,31 @@ using Trees = QVector<ElementTree>;
 
 std::string savedText(const std::string& text)
 {
-    const bool bPlain
-        = std::all_of(text.begin(), text.end(), [](char c) { return c > '\0' && c <= '\x7e'; });
-    return bPlain ? text : readableText(MV::sToQs(text)).toStdString();
+    return readableText(MV::sToQs(text)).toStdString();
+}
+
+// Most texts are ASCII, and a file has many.
+bool isSaved(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return c > '\0' && c < '\x7f'; })
+        || savedText(text) == text;
+}
+
+bool isSaved(const rxservice::CInstrumentDetail& detail)
+{
+    return std::all_of(stockFields().begin(), stockFields().end(),
+                       [&](const StockField& field) { return isSaved(detail.*field.pField); });
 }
 
 InstrumentList savedTexts(InstrumentList list)
 {
     for (int i = 0; i < list.size(); ++i) {
-        const rxservice::CInstrumentDetail& detail = *qAsConst(list)[i];
-        rxservice::CInstrumentDetail saved = detail;
-        for (const StockField& field : stockFields()) {
-            saved.*field.pField = savedText(detail.*field.pField);
-        }
-        if (instrumentKey(saved) != instrumentKey(detail) || saved.name != detail.name) {
-            list[i] = std::make_shared<rxservice::CInstrumentDetail>(saved);
+        if (!isSaved(*qAsConst(list)[i])) {
+            const auto pSaved = std::make_shared<rxservice::CInstrumentDetail>(*qAsConst(list)[i]);
+            for (const StockField& field : stockFields()) {
+                (*pSaved).*field.pField = savedText((*pSaved).*field.pField);
+            }
+            list[i] = pSaved;
         }
     }
     return list;
