@@ -16,8 +16,8 @@ public:
     void load(const QDomElement& root, const QString& name);
     /// A load has ended: moves the sections into a document of their own.
     void settle();
-    /// Whether \a doc is that of a load that has not ended. It goes with its load, and nobody changes
-    /// it meanwhile: what is kept of it can be held, and needs no copy.
+    /// Whether \a doc is that of a load that has not ended. It goes with its load, and nobody
+    /// changes it meanwhile: what is kept of it can be held, and needs no copy.
     bool isLoading(const QDomDocument& doc) const;
     bool contains(const QString& name) const;
     /// Puts what the section \a name holds into \a element.
