@@ -229,6 +229,8 @@ class Pages(unittest.TestCase):
                 names = BROWSER.names()
                 roles = {role for role, _ in names}
                 self.assertLessEqual({'link', 'table', 'row', 'columnheader'}, roles)
+                if show == BROWSER.report:
+                    self.assertIn(('searchbox', 'Filter'), names)
                 self.assertEqual([each for each in names if each[0] in NAMED and not each[1].strip()],
                                  [], name)
 
