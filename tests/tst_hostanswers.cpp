@@ -256,6 +256,12 @@ void tst_hostanswers::aReportTellsWhatChanged()
         QVERIFY2(strText.contains(pszText), pszText);
     }
     QVERIFY(!strHtml.contains("secret-then") && !strHtml.contains("sample-only"));
+    QVERIFY(!strText.contains("option set"));
+    const QStringList edit { "--config-dir", userDir(), "option", "set", "reportRefreshTime=901" };
+    QCOMPARE(runTool(edit).nStatus, 0);
+    QVERIFY(reported("then.xml")
+                .strOut.contains("<td data-label=\"command\">option set "
+                                 "reportRefreshTime=901</td>"));
     QCOMPARE(reported("nothing.xml").nStatus, 1);
     QCOMPARE(reported("2024-01-31").nStatus, 1);
 }
@@ -279,6 +285,10 @@ void tst_hostanswers::completion_data()
     QTest::addColumn<QStringList>("words");
     QTest::addColumn<QString>("found");
     const QStringList user { "complete", "--config-dir", SAMPLE_USER };
+    QTest::newRow("before of a layout")
+        << user + QStringList { "layout", "draw", "--against", "早" } << QStringLiteral("早盘\n");
+    QTest::newRow("before of a page")
+        << user + QStringList { "report", "--against", "早" } << QString();
     QTest::newRow("command") << QStringList { "complete", "temp" } << "template\n";
     QTest::newRow("second word") << QStringList { "complete", "layout", "" } << "show\ndraw\n";
     QTest::newRow("template") << user + QStringList { "template", "apply", "期" } << "期权\n";

@@ -49,6 +49,25 @@ class Pages(unittest.TestCase):
             BROWSER.picture(name, before)
             self.assertEqual(BROWSER.complaints(), [], name)
 
+    def test_names_are_never_markup(self):
+        for show in (BROWSER.report, BROWSER.picture):
+            show('hostile')
+            if show == BROWSER.report:
+                BROWSER.type('script')
+            self.assertNotEqual(BROWSER.driver.title, 'broken')
+            self.assertEqual(BROWSER.run('return document.querySelectorAll("img, script").length'),
+                             1 if show == BROWSER.report else 0)
+            self.assertIn(users.EVIL, BROWSER.run('return document.documentElement.textContent'))
+            self.assertEqual(BROWSER.complaints(), [])
+
+    def test_the_policy_of_a_page_lets_no_other_script_run(self):
+        BROWSER.report('sample')
+        BROWSER.run('''const script = document.createElement("script");
+            script.textContent = "document.title = 'broken'";
+            document.body.appendChild(script)''')
+        self.assertNotEqual(BROWSER.driver.title, 'broken')
+        self.assertIn('Content Security Policy', ' '.join(BROWSER.complaints()))
+
     def test_the_filter_shows_what_matches_and_nothing_else(self):
         BROWSER.report('twenty')
         BROWSER.type('600')

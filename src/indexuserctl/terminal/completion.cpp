@@ -26,7 +26,8 @@ struct TypedLine {
 
 bool takesValue(const QString& option)
 {
-    return QStringList { "--config-dir", "--template", "--out", "--filter" }.contains(option);
+    return QStringList { "--config-dir", "--template", "--against", "--out", "--filter" }.contains(
+        option);
 }
 
 TypedLine typedLine(const QStringList& words)
