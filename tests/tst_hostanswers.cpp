@@ -24,6 +24,7 @@ private Q_SLOTS:
     void aDrawingTellsWhatBecameOfALayout_data();
     void aDrawingTellsWhatBecameOfALayout();
     void theReportStandsAlone();
+    void aReportTellsWhatChanged();
     void colourIsForTerminals();
     void progressIsForTerminals();
     void completion_data();
@@ -231,6 +232,40 @@ void tst_hostanswers::theReportStandsAlone()
     QCOMPARE(reported("<a"), 4);
 }
 
+void tst_hostanswers::aReportTellsWhatChanged()
+{
+    const QByteArray now = readFile(SAMPLE_USER "/indexUserConfig.xml");
+    QByteArray then = now;
+    then.replace("reportRefreshTime=\"500\"", "reportRefreshTime=\"750\"");
+    then.replace("code=\"600519\" name=\"贵州茅台\"", "code=\"600518\" name=\"康美药业\"");
+    then.replace("left=\"1960\"", "left=\"2000\"").replace("sample-only", "secret-then");
+    writeLive(now);
+    writeFile(userDir() + "/then.xml", then);
+    const auto reported = [&](const QString& against) {
+        return runProgram(TOOL,
+                          { "--config-dir", ".", "report", "--against", against, "--out", "-" }, {},
+                          userDir());
+    };
+    const QString strHtml = reported("then.xml").strOut;
+    QDomDocument page;
+    QVERIFY(page.setContent(strHtml));
+    const QString strText = page.documentElement().text();
+    for (const char* pszText :
+         { "What changed since then.xml", "reportRefreshTime500750500", "SH600518康美药业gone",
+           "SH600519贵州茅台new", "moved -40,+0 (was 2000,40)", "oaPassword(hidden)(hidden)" }) {
+        QVERIFY2(strText.contains(pszText), pszText);
+    }
+    QVERIFY(!strHtml.contains("secret-then") && !strHtml.contains("sample-only"));
+    QVERIFY(!strText.contains("option set"));
+    const QStringList edit { "--config-dir", userDir(), "option", "set", "reportRefreshTime=901" };
+    QCOMPARE(runTool(edit).nStatus, 0);
+    QVERIFY(reported("then.xml")
+                .strOut.contains("<td data-label=\"command\">option set "
+                                 "reportRefreshTime=901</td>"));
+    QCOMPARE(reported("nothing.xml").nStatus, 1);
+    QCOMPARE(reported("2024-01-31").nStatus, 1);
+}
+
 void tst_hostanswers::colourIsForTerminals()
 {
     QVERIFY(onTerminal("show stocks").strOut.contains("\033["));
@@ -250,6 +285,10 @@ void tst_hostanswers::completion_data()
     QTest::addColumn<QStringList>("words");
     QTest::addColumn<QString>("found");
     const QStringList user { "complete", "--config-dir", SAMPLE_USER };
+    QTest::newRow("before of a layout")
+        << user + QStringList { "layout", "draw", "--against", "早" } << QStringLiteral("早盘\n");
+    QTest::newRow("before of a page")
+        << user + QStringList { "report", "--against", "早" } << QString();
     QTest::newRow("command") << QStringList { "complete", "temp" } << "template\n";
     QTest::newRow("second word") << QStringList { "complete", "layout", "" } << "show\ndraw\n";
     QTest::newRow("template") << user + QStringList { "template", "apply", "期" } << "期权\n";

@@ -201,6 +201,7 @@ void tst_windowplaces::textIsShortenedAtCharacters_data()
     QTest::newRow("cut") << QStringLiteral("自选股") << 29.0 << QStringLiteral("自…");
     QTest::newRow("no room") << QStringLiteral("自选股") << 19.0 << QString();
     QTest::newRow("pairs") << QStringLiteral("𠀀𠀀𠀀") << 25.0 << QStringLiteral("𠀀…");
+    QTest::newRow("word") << "nnnnn" << 20.0 << QStringLiteral("n…");
     QTest::newRow("blank") << QStringLiteral("a bcd") << 20.5 << QStringLiteral("a…");
 }
 

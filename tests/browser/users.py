@@ -83,6 +83,15 @@ def odd():
                    '一个非常非常非常长的导航树名称，怎么也放不下，只好截断，后面还有很多很多的字', ('K线',))]
 
 
+EVIL = '"></td></script><script>document.title = "broken"</script><img src="x" onerror="alert(1)">'
+
+
+def hostile():
+    """Names that would be markup, and windows of which none has a place."""
+    lists = f'<Custom type="9"><Stock market="SH" code={quoteattr(EVIL)} name={quoteattr(EVIL)}/></Custom>'
+    return text([window(1, 1, 0, 0, 0, 0, EVIL, (EVIL,))], lists)
+
+
 def stocks(count):
     rows = ''.join(f'<Stock market="{"SH" if i % 2 else "SZ"}" code="{600000 + i}" '
                    f'name="{named(i).replace("&", "和")}{i}"/>' for i in range(count))
@@ -105,7 +114,7 @@ def text(windows, lists=''):
     return user.replace('</Customs>', lists + '</Customs>')
 
 
-USERS = {'sample': sample, 'twenty': lambda: text(twenty()), 'moved': lambda: text(moved()),
+USERS = {'sample': sample, 'hostile': hostile, 'twenty': lambda: text(twenty()), 'moved': lambda: text(moved()),
          'sixty': lambda: text(sixty()), 'odd': lambda: text(odd()),
          'stocks': lambda: text(twenty(), stocks(50000))}
 

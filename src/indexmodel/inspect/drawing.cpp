@@ -219,7 +219,7 @@ void CPainter::arrow(const QLineF& way)
 QByteArray toSvg(const Drawing& drawing)
 {
     const Scene scene = sceneOf(drawing);
-    const CPictureFrame frame(scene, { c_nMargin, c_nMargin + c_nHeader });
+    const CPictureFrame frame(scene, { c_nMargin, c_nMargin + c_nHeader }, PictureWidth::AsNeeded);
     const qreal nSummary = textWidth(scene.summary().join(QStringLiteral(" · ")), c_nFont);
     CLegend legend(scene);
     const qreal nWidth
@@ -248,7 +248,7 @@ QByteArray toSvg(const Drawing& drawing)
 
 void writePicture(QXmlStreamWriter& xml, const Scene& scene, const QString& id)
 {
-    const CPictureFrame frame(scene, c_pageCorner);
+    const CPictureFrame frame(scene, c_pageCorner, PictureWidth::Page);
     CPainter painter(xml, scene, frame, id);
     painter.begin(frame.area().size() + 2 * QSizeF(c_pageCorner.x(), c_pageCorner.y()));
     painter.screens();
@@ -259,7 +259,7 @@ void writePicture(QXmlStreamWriter& xml, const Scene& scene, const QString& id)
 
 QString pictureBox(const Scene& scene, const QRectF& part)
 {
-    const CPictureFrame frame(scene, c_pageCorner);
+    const CPictureFrame frame(scene, c_pageCorner, PictureWidth::Page);
     const QRectF box
         = (part == scene.desktop ? frame.area() : frame.scaled(part)).adjusted(-2, -2, 2, 2);
     QStringList numbers;

@@ -11,6 +11,7 @@ namespace {
 constexpr qreal c_nWidthOfAScreen = 720;
 constexpr qreal c_nLeastWidth = 960;
 constexpr qreal c_nMostWidth = 2600;
+constexpr qreal c_nWidthOnAPage = 1040;
 constexpr qreal c_nMostHeight = 1400;
 constexpr qreal c_nWidthOfAWindow = 110; // room for a number and a short name
 constexpr qreal c_nLine = 20;
@@ -30,10 +31,14 @@ qreal medianWidth(const Scene& scene)
 }
 
 // As wide as the screens beside each other need, wider for small windows, never without end.
-qreal scaleOf(const Scene& scene)
+qreal scaleOf(const Scene& scene, PictureWidth width)
 {
     if (scene.desktop.isEmpty()) {
         return 1;
+    }
+    if (width == PictureWidth::Page) {
+        return std::min(c_nWidthOnAPage / scene.desktop.width(),
+                        c_nMostHeight / scene.desktop.height());
     }
     qreal nWidest = 1;
     for (const Screen& screen : scene.screens) {
@@ -49,9 +54,9 @@ qreal scaleOf(const Scene& scene)
 
 } // namespace
 
-CPictureFrame::CPictureFrame(const Scene& scene, const QPointF& corner)
+CPictureFrame::CPictureFrame(const Scene& scene, const QPointF& corner, PictureWidth width)
     : m_desktop(scene.desktop)
-    , m_nScale(scaleOf(scene))
+    , m_nScale(scaleOf(scene, width))
 {
     if (scene.screens.size() <= c_nMostLabels) {
         for (const Screen& screen : scene.screens) {

@@ -10,11 +10,17 @@ struct ScreenLabel {
     QString strText; ///< its number only, where there is no more room
 };
 
+/// How wide a picture may be.
+enum class PictureWidth {
+    AsNeeded, ///< by its screens, and for small windows
+    Page, ///< so that its text can be read where a page shows it
+};
+
 /// How a desktop lies in its picture: scale, place and the names of its screens.
 class CPictureFrame {
 public:
     /// The picture begins at \a corner.
-    CPictureFrame(const Scene& scene, const QPointF& corner);
+    CPictureFrame(const Scene& scene, const QPointF& corner, PictureWidth width);
 
     QRectF scaled(const QRectF& rect) const;
     QRectF desktop() const { return scaled(m_desktop); }

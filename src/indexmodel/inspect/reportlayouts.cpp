@@ -88,9 +88,11 @@ void writeLayout(CHtmlWriter& page, const Scene& scene, const QString& id, Fold 
     }
     page.begin("div", { { "class", QStringLiteral("layout") } });
     writeSwitches(page, scene);
-    page.begin("figure");
-    writePicture(page.xml(), scene, id);
-    page.end();
+    if (!scene.screens.isEmpty()) {
+        page.begin("figure");
+        writePicture(page.xml(), scene, id);
+        page.end();
+    }
     writeWindows(page, scene, id);
     page.end();
     page.end();

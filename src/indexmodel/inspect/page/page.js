@@ -199,6 +199,7 @@
                 each.setAttribute('aria-pressed', String(each === button));
             });
             var box = button.dataset.box.split(' ');
+            switches.parentNode.classList.toggle('zoomed', button.dataset.screen !== '');
             picture.setAttribute('viewBox', button.dataset.box);
             picture.setAttribute('height', picture.getAttribute('width') * box[3] / box[2]);
             rows.forEach(function (row) {
