@@ -270,7 +270,7 @@ Commands otherCommands()
           getSetting },
         { "setting set",
           { "KEY", "VALUE" },
-          { "--dry-run", "--wait", "--force" },
+          { "--dry-run", "--wait", "--force", "--json" },
           "stores a text in the shared settings store",
           setSetting },
         { "sector list", {}, { "--json" }, "the sectors beside the file", listSectors },

@@ -250,6 +250,15 @@ bool replaceFile(const QByteArray& path, const std::string& content, Sync sync)
     return false;
 }
 
+bool removeFile(const QByteArray& path)
+{
+    const bool bRemoved = ::unlink(path.constData()) == 0;
+    const bool bGone
+        = bRemoved ? syncDirectory(directoryOf(path)) : errno == ENOENT || errno == ENOTDIR;
+    lastFailure().set(bGone ? WriteFailure() : WriteFailure { QFile::decodeName(path), reason() });
+    return bGone;
+}
+
 bool makeDirectory(const QString& path)
 {
     if (QDir(path).exists()) {

@@ -21,6 +21,9 @@ enum class Sync {
 ///     if (!replaceFile(QFile::encodeName(path), content)) { ... }
 bool replaceFile(const QByteArray& path, const std::string& content, Sync sync = Sync::Disk);
 
+/// Removes the file \a path durably; true if it is gone. Failures as with replaceFile().
+bool removeFile(const QByteArray& path);
+
 /// Makes the directory \a path and those above it that are missing, for their owner only. False,
 /// and lastWriteFailure() tells why.
 bool makeDirectory(const QString& path);

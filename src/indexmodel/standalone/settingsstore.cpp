@@ -1,6 +1,7 @@
 #include "platform/environment.h"
 #include "platform/strategybase.h"
 #include "standalone/durablefile_p.h"
+#include "standalone/saveguard_p.h"
 #include "standalone/standalone.h"
 
 #include <QCryptographicHash>
@@ -41,7 +42,7 @@ QString valuePath(const std::string& section, const std::string& key)
 int store(const QString& path, const std::string& value, standalone::Sync sync)
 {
     const bool bStored = standalone::makeDirectory(storePath())
-        && standalone::replaceFile(QFile::encodeName(path), value, sync);
+        && standalone::replaceGuarded(QFile::encodeName(path), value, sync);
     return bStored ? c_nOk : c_nFailed;
 }
 
@@ -74,6 +75,11 @@ QString settingReadError(const QString& section, const QString& key)
     std::string strValue;
     const ReadFailure failure = readFile(strPath, strValue);
     return failure.cause == ReadCause::Unreadable ? strPath + ": " + failure.strReason : QString();
+}
+
+bool removeSetting(const QString& section, const QString& key)
+{
+    return removeFile(QFile::encodeName(se::valuePath(section.toStdString(), key.toStdString())));
 }
 
 QStringList settingKeys(const QString& section)
