@@ -78,6 +78,7 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
         print(bWritten ? tables + QVector<Table> { receiptTable(request, recovery.receipt) }
                        : tables,
               request.format);
+        requireDurable(request, recovery.receipt);
         return ExitStatus::Ok;
     }
     print(tables, request.format);
@@ -89,5 +90,6 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
                       ? "the file is the same already"
                       : "would bring back " + what);
     }
+    requireDurable(request, recovery.receipt);
     return ExitStatus::Ok;
 }
