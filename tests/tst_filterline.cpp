@@ -24,6 +24,13 @@ void tst_filterline::errorsAreNamedByGroupAndItem_data()
                                     << "group 2: 'b' is not of the form key=name,item,...";
     QTest::newRow("two equals signs") << "a=N=M"
                                       << "group 1: 'a=N=M' is not of the form key=name,item,...";
+    for (const char* pszKey : { "%0", "%1", "%2", "a%02", "%020", "%L2" }) {
+        QTest::addRow("key %s", pszKey)
+            << pszKey + QStringLiteral("=N")
+            << QStringLiteral("group 1: in the key '%1' a save would put the items").arg(pszKey);
+    }
+    QTest::newRow("keys with a percent sign") << "%=N:%3=N:%12=N:%03=N"
+                                              << "";
     QTest::newRow("name with bars") << "a=1|2|3|4|5"
                                     << "group 1: the name '1|2|3|4|5' holds '|' or '/'";
     QTest::newRow("name with a slash") << "a=../x"
