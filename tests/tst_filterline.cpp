@@ -6,12 +6,34 @@ class tst_filterline : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void aKeyIsNoPlaceForTheItems_data();
+    void aKeyIsNoPlaceForTheItems();
     void errorsAreNamedByGroupAndItem_data();
     void errorsAreNamedByGroupAndItem();
     void aGroupIsFoundByItsKey();
     void anExportTakesOnlyWhatMatches_data();
     void anExportTakesOnlyWhatMatches();
 };
+
+void tst_filterline::aKeyIsNoPlaceForTheItems_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("place");
+    for (const char* pszKey : { "%0", "%1", "%2", "a%02", "%020", "%L2" }) {
+        QTest::newRow(pszKey) << pszKey << true;
+    }
+    for (const char* pszKey : { "%", "%3", "%12", "%03", "2%" }) {
+        QTest::newRow(pszKey) << pszKey << false;
+    }
+}
+
+void tst_filterline::aKeyIsNoPlaceForTheItems()
+{
+    QFETCH(QString, key);
+    QFETCH(bool, place);
+    const QString strError = "group 1: in the key '" + key + "' a save would put the items";
+    QCOMPARE(inspect::filterLineError(key + "=N"), place ? strError : QString());
+}
 
 void tst_filterline::errorsAreNamedByGroupAndItem_data()
 {
@@ -24,13 +46,6 @@ void tst_filterline::errorsAreNamedByGroupAndItem_data()
                                     << "group 2: 'b' is not of the form key=name,item,...";
     QTest::newRow("two equals signs") << "a=N=M"
                                       << "group 1: 'a=N=M' is not of the form key=name,item,...";
-    for (const char* pszKey : { "%0", "%1", "%2", "a%02", "%020", "%L2" }) {
-        QTest::addRow("key %s", pszKey)
-            << pszKey + QStringLiteral("=N")
-            << QStringLiteral("group 1: in the key '%1' a save would put the items").arg(pszKey);
-    }
-    QTest::newRow("keys with a percent sign") << "%=N:%3=N:%12=N:%03=N"
-                                              << "";
     QTest::newRow("name with bars") << "a=1|2|3|4|5"
                                     << "group 1: the name '1|2|3|4|5' holds '|' or '/'";
     QTest::newRow("name with a slash") << "a=../x"
