@@ -2,6 +2,7 @@
 // memory; what becomes of files is for the tests.
 
 #include "fuzzkit.h"
+#include "inlinethreads.h"
 #include "memoryfiles.h"
 #include "treemutator.h"
 
@@ -26,7 +27,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         = fuzzkit::loadServed(QByteArray(pBytes, static_cast<int>(size)));
     const KW::UserRecords first
         = KW::savedForm(KW::recordsOf(service, KW::otherSections(parsed(pBytes, size).document)));
-    fuzzkit::save(service);
+    {
+        const fuzzkit::CInlineThreads threads;
+        fuzzkit::save(service);
+    }
     const std::string& strSaved = fuzzkit::written();
     const KW::UserDocument saved = parsed(strSaved.data(), strSaved.size());
     fuzzkit::require(saved.isValid(), saved.strError);

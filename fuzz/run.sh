@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # run.sh short HARNESS            the seeds and a few thousand changes of them, always the same
-# run.sh long HARNESS SECONDS     goes on where the last long run ended
+# run.sh long HARNESS INPUTS      goes on where the last long run ended
+# run.sh replay HARNESS CORPUS    the seeds and what another build of the harness has kept
 # Crashers are left beside the harness; each that was mended is a seed: tests/data/fuzz/NAME/.
 set -euo pipefail
 mode=$1 harness=$2
@@ -20,11 +21,18 @@ options=(-detect_leaks=0 -dict="$here/indexuser.dict" -artifact_prefix="$work-" 
     -rss_limit_mb=4096)
 # The service and the harness both hold the units of format, and the same ones.
 export ASAN_OPTIONS=detect_odr_violation=0${ASAN_OPTIONS:+:$ASAN_OPTIONS}
-if [ "$mode" = short ]; then
-    scratch=$(mktemp -d)
-    trap 'rm -rf "$scratch"' EXIT
-    "$harness" "${options[@]}" -runs=2000 -seed=20240131 "$scratch" "${seeds[@]}"
-else
-    mkdir -p "$work"
-    "$harness" "${options[@]}" -max_total_time="$3" "$work" "${seeds[@]}"
-fi
+case $mode in
+    short)
+        scratch=$(mktemp -d)
+        trap 'rm -rf "$scratch"' EXIT
+        "$harness" "${options[@]}" -runs=2000 -seed=20240131 "$scratch" "${seeds[@]}"
+        ;;
+    long)
+        mkdir -p "$work"
+        # A third of the time would go into weighing inputs against each other.
+        "$harness" "${options[@]}" -entropic=0 -max_len=4096 -runs="$3" "$work" "${seeds[@]}"
+        ;;
+    replay)
+        "$harness" "${options[@]}" -runs=0 "$3" "${seeds[@]}"
+        ;;
+esac

@@ -25,6 +25,7 @@ private Q_SLOTS:
     void aFileThatCannotBeReadBackIsToldWithItsReason();
     void anEditThatLeavesNoLiveFileSaysSo();
     void anEditOfWhatCannotBeReadAgainChangesNothing();
+    void whatCannotBeSyncedAtTheEndIsNotCalledSaved();
 
 private:
     CScene m_scene;
@@ -264,6 +265,23 @@ void tst_faults::anEditOfWhatCannotBeReadAgainChangesNothing()
     QVERIFY2(run.strErr.contains("nothing is written"), qPrintable(run.strErr));
     QCOMPARE(CScene::generationOf(m_scene.livePath()), 1);
     QCOMPARE(CScene::generationOf(m_scene.datedPath()), 1);
+}
+
+// All is written, and the last of the syncs fails.
+void tst_faults::whatCannotBeSyncedAtTheEndIsNotCalledSaved()
+{
+    m_scene.beforeSave();
+    QCOMPARE(m_scene.edit({}).nStatus, 0);
+    const QStringList calls = m_scene.calls();
+    const int nLast = calls.lastIndexOf(QRegularExpression("^fsync .*"));
+    QVERIFY(nLast > calls.lastIndexOf("unlink " + m_scene.livePath()));
+    m_scene.beforeSave();
+    const Run run = m_scene.edit({ nLast + 1, "fail", EIO, false });
+    QCOMPARE(run.nStatus, 3);
+    QVERIFY2(run.strErr.contains("could not be synced: a power cut may take it back"),
+             qPrintable(run.strErr));
+    QVERIFY(run.strOut.contains("NOT known to outlast a power cut"));
+    QCOMPARE(CScene::generationOf(m_scene.livePath()), 2);
 }
 
 QTEST_GUILESS_MAIN(tst_faults)

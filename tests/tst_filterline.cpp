@@ -6,12 +6,34 @@ class tst_filterline : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void aKeyIsNoPlaceForTheItems_data();
+    void aKeyIsNoPlaceForTheItems();
     void errorsAreNamedByGroupAndItem_data();
     void errorsAreNamedByGroupAndItem();
     void aGroupIsFoundByItsKey();
     void anExportTakesOnlyWhatMatches_data();
     void anExportTakesOnlyWhatMatches();
 };
+
+void tst_filterline::aKeyIsNoPlaceForTheItems_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("place");
+    for (const char* pszKey : { "%0", "%1", "%2", "a%02", "%020", "%L2" }) {
+        QTest::newRow(pszKey) << pszKey << true;
+    }
+    for (const char* pszKey : { "%", "%3", "%12", "%03", "2%" }) {
+        QTest::newRow(pszKey) << pszKey << false;
+    }
+}
+
+void tst_filterline::aKeyIsNoPlaceForTheItems()
+{
+    QFETCH(QString, key);
+    QFETCH(bool, place);
+    const QString strError = "group 1: in the key '" + key + "' a save would put the items";
+    QCOMPARE(inspect::filterLineError(key + "=N"), place ? strError : QString());
+}
 
 void tst_filterline::errorsAreNamedByGroupAndItem_data()
 {

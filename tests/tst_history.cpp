@@ -22,6 +22,7 @@ private Q_SLOTS:
     void aDirectoryThatTakesNothingIsNoHistory();
     void whatIsUndoneAndDoneAgain_data();
     void whatIsUndoneAndDoneAgain();
+    void whetherAnInterruptedEditIsDoneTheFileTells();
 
 private:
     HistoryEntry edited(const QByteArray& before, const QByteArray& after) const;
@@ -35,6 +36,12 @@ HistoryEntry asked(HistoryAction action = HistoryAction::Edit, int of = 0)
     return {
         0, QDateTime::currentDateTimeUtc(), "me", "here", "option set a=1", {}, {}, action, of
     };
+}
+
+// The file holds \a state, or is not there.
+mend::DigestNow now(const QByteArray& state)
+{
+    return [state](const QString&) { return state.isEmpty() ? state : mend::digestOf(state); };
 }
 
 } // namespace
@@ -200,7 +207,7 @@ void tst_history::whatIsUndoneAndDoneAgain()
         const bool bEdit = steps[i] == 'e';
         const bool bUndo = steps[i] == 'u';
         const std::optional<HistoryEntry> of
-            = bUndo ? toUndo(history.entries()) : toRedo(history.entries());
+            = bUndo ? toUndo(history.entries(), now(state)) : toRedo(history.entries(), now(state));
         HistoryEntry entry = bEdit
             ? asked()
             : asked(bUndo ? HistoryAction::Undo : HistoryAction::Redo, of->nNumber);
@@ -210,8 +217,23 @@ void tst_history::whatIsUndoneAndDoneAgain()
         QVERIFY(history.begin(entry, before));
         QVERIFY(history.end(entry.nNumber, mend::digestOf(state)));
     }
-    QCOMPARE(toUndo(history.entries()).value_or(HistoryEntry()).nNumber, undo);
-    QCOMPARE(toRedo(history.entries()).value_or(HistoryEntry()).nNumber, redo);
+    const mend::DigestNow live = now(state);
+    QCOMPARE(toUndo(history.entries(), live).value_or(HistoryEntry()).nNumber, undo);
+    QCOMPARE(toRedo(history.entries(), live).value_or(HistoryEntry()).nNumber, redo);
+}
+
+// What it was about to leave is written down before.
+void tst_history::whetherAnInterruptedEditIsDoneTheFileTells()
+{
+    edited("one", "two");
+    edited("two", "three");
+    const QVector<HistoryEntry> all = CHistory(userDir()).entries();
+    QCOMPARE(toUndo(all, now("three"))->nNumber, 2);
+    QCOMPARE(toUndo(all, now("two"))->nNumber, 1);
+    QCOMPARE(toUndo(all, now({}))->nNumber, 2); // removed, and not yet there again
+    edited("two", "four");
+    const QVector<HistoryEntry> more = CHistory(userDir()).entries();
+    QCOMPARE(toUndo(more, now("two"))->nNumber, 1);
 }
 
 QTEST_GUILESS_MAIN(tst_history)

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void entriesBesideATearAreTaken();
     void whatIsTornIsLost_data();
     void whatIsTornIsLost();
+    void aSectionThatNobodyReadsIsTold();
     void anEntryIsTheNearestSections_data();
     void anEntryIsTheNearestSections();
     void listsAndGroupsAreTakenWhole_data();
@@ -214,6 +215,18 @@ void row(const char* pszName, const QByteArray& sections, const char* pszSection
 }
 
 } // namespace
+
+void tst_salvage::aSectionThatNobodyReadsIsTold()
+{
+    const QByteArray known = "<ConfigVersion version_id='11'/>";
+    const QByteArray sections = known + "<tradeBaskets a='1'/><UserParams/>" + c_zeros;
+    QCOMPARE(told(mend::salvage(file(sections), older()), "tradeBaskets"),
+             QStringList("section nobody reads it 1/1: tradeBaskets"));
+    // Beside a tear it may be a part of anything.
+    QCOMPARE(
+        told(mend::salvage(file(known + "<a b='1'/>" + c_zeros + "<UserParams/>"), older()), "a"),
+        QStringList());
+}
 
 void tst_salvage::anEntryIsTheNearestSections_data()
 {

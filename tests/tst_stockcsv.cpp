@@ -69,6 +69,8 @@ void tst_stockcsv::aBadLineIsNamedAndNothingRead_data()
     QTest::newRow("line in a field")
         << QByteArray("1,SH,1,\"a\nb\"\n1,SH\n") << 2 << "a field holds a control character";
     QTest::newRow("encoding") << QByteArray("1,SH,1,\xc6\xd6\n") << 2 << "the text is not UTF-8";
+    QTest::newRow("byte order mark")
+        << QByteArray("1,SH,\xef\xbb\xbf,a\n") << 2 << "a field begins with a byte order mark";
     QTest::newRow("encoding below")
         << QByteArray("1,SH,1,a\r\n2,SH,1,\xe9\x93\xb6\n2,SH,2,\xe9\x93\n") << 4
         << "the text is not UTF-8";

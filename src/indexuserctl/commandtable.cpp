@@ -278,7 +278,7 @@ Commands otherCommands()
         { "setting get", { "KEY" }, {}, "a text of the shared settings store", getSetting },
         { "setting set",
           { "KEY", "VALUE" },
-          { "--dry-run", "--wait", "--force" },
+          { "--dry-run", "--wait", "--force", "--json" },
           "stores a text in the shared settings store",
           setSetting },
         { "setting unset",

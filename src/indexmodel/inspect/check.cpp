@@ -268,8 +268,13 @@ QString effectName(Effect effect)
 
 CheckedFile check(const QString& path)
 {
+    return check(readUserFile(path, OtherBytes::Replaced));
+}
+
+CheckedFile check(const UserFile& file)
+{
     CheckedFile checked;
-    checked.file = readUserFile(path, OtherBytes::Replaced);
+    checked.file = file;
     if (checked.file.state == FileState::Whole) {
         CChecker(checked.file.strText, checked.file.document).run(checked);
     }

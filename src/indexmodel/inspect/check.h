@@ -42,4 +42,7 @@ struct CheckedFile {
 ///     const inspect::CheckedFile checked = inspect::check(path);
 CheckedFile check(const QString& path);
 
+/// The same of a file that was read, bytes that are no UTF-8 replaced as a load does.
+CheckedFile check(const UserFile& file);
+
 } // namespace inspect

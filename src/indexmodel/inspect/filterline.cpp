@@ -2,6 +2,7 @@
 
 #include "inspect/plaintext.h"
 
+#include <QRegularExpression>
 #include <QSet>
 #include <QStringList>
 
@@ -51,6 +52,15 @@ QString nameError(const QString& name)
     return bBad ? QStringLiteral("the name '%1' holds '|' or '/'").arg(name) : QString();
 }
 
+// A save puts the elements in the place of what looks like a place for them: %0, %1, %2, %02, %L2.
+QString keyError(const QString& key)
+{
+    static const QRegularExpression s_place(QStringLiteral("%L?(0(?![3-9])|[12](?![0-9]))"));
+    return s_place.match(key).hasMatch()
+        ? QStringLiteral("in the key '%1' a save would put the items").arg(key)
+        : QString();
+}
+
 // The library drops what is no item; an export takes any, and compares nothing or anything.
 QString comparisonError(const QString& item)
 {
@@ -95,7 +105,8 @@ QString groupError(const QString& group, const GroupRules& rules)
         return QStringLiteral("'%1' is not of the form key=name,item,...").arg(group);
     }
     const QStringList elements = parts[1].split(QLatin1Char(','));
-    QString strError = rules.nameError(elements.first());
+    QString strError = keyError(parts[0]);
+    strError = strError.isEmpty() ? rules.nameError(elements.first()) : strError;
     for (int i = 1; i < elements.size() && strError.isEmpty(); ++i) {
         const QString strItem = rules.itemError(elements[i]);
         if (!strItem.isEmpty()) {

@@ -122,6 +122,10 @@ QString fieldError(const QStringList& fields)
         if (!strError.isEmpty()) {
             return "a field " + strError;
         }
+        // Texts that are kept as bytes lose it there.
+        if (field.startsWith(QChar(QChar::ByteOrderMark))) {
+            return QStringLiteral("a field begins with a byte order mark");
+        }
     }
     const bool bNoStock = fields[1].isEmpty() && fields[3].isEmpty();
     return fields[2].isEmpty() && !bNoStock ? QStringLiteral("a stock without a code") : QString();

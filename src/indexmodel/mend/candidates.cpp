@@ -48,7 +48,7 @@ QVector<Candidate> states(const QString& configDir)
     const auto entries = history.entries();
     for (const HistoryEntry& entry : entries) {
         const QString strPath = history.statePath(entry.before);
-        if (!entry.before.isEmpty() && QFileInfo::exists(strPath)) {
+        if (entry.strSetting.isEmpty() && !entry.before.isEmpty() && QFileInfo::exists(strPath)) {
             found.prepend({ CandidateKind::History, QStringLiteral("history %1").arg(entry.nNumber),
                             strPath, entry.time.toLocalTime() });
         }
@@ -69,11 +69,29 @@ QVector<Candidate> asides(const QString& configDir)
     return found;
 }
 
+// A save writes the mirror and the copy of the day at once, and takes less than this.
+constexpr qint64 c_nSecondsOfASave = 10;
+
+// The mirror is the last save, so copies of earlier ones come behind it: where that of its own save
+// is torn, or was not written, nothing that has been saved since is lost.
+QVector<Candidate> saves(const QString& configDir)
+{
+    QVector<Candidate> found = copies(configDir);
+    const auto all = mirrors(configDir);
+    for (const Candidate& mirror : all) {
+        const auto older = std::find_if(found.begin(), found.end(), [&](const Candidate& copy) {
+            return copy.time.secsTo(mirror.time) > c_nSecondsOfASave;
+        });
+        found.insert(older, mirror);
+    }
+    return found;
+}
+
 } // namespace
 
 QVector<Candidate> candidates(const QString& configDir)
 {
-    return copies(configDir) + mirrors(configDir) + states(configDir) + asides(configDir);
+    return saves(configDir) + states(configDir) + asides(configDir);
 }
 
 std::optional<Candidate> newestWhole(const QVector<Candidate>& all)

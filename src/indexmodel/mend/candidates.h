@@ -25,12 +25,12 @@ struct Candidate {
     QDateTime time; ///< when it was written
 };
 
-/// All there are for the user's directory \a configDir, by kind, the newest of each first. None is
-/// opened.
+/// All there are for the user's directory \a configDir, in the order in which a recovery tries
+/// them: the dated copies from the newest on, the mirror behind the copy of its own save and before
+/// those of earlier ones, the states of the history, then what was set aside. None is opened.
 QVector<Candidate> candidates(const QString& configDir);
 
-/// The newest dated copy that is whole; the mirror, which no date tells from a copy, only where
-/// none is; then the newest state of the history. None without any.
+/// The first of them that is whole, unless it was set aside. None without any.
 std::optional<Candidate> newestWhole(const QVector<Candidate>& all);
 
 /// The newest dated copy, if it is whole, younger than the live file and not the same: a power cut

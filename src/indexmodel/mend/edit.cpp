@@ -12,6 +12,8 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include <atomic>
+
 namespace mend {
 
 namespace {
@@ -46,6 +48,48 @@ WriteFailure keepBefore(CTransaction& transaction)
     return transaction.keep();
 }
 
+// What a guard has answered, for as long as a save may ask it.
+struct Answers {
+    std::atomic<WriteFailure> failure { WriteFailure::None };
+    std::atomic<bool> bExpected { false };
+};
+
+WriteFailure answerOf(CTransaction& transaction, Answers& answers, const std::string& content)
+{
+    if (!transaction.isAsRead()) {
+        return WriteFailure::Changed;
+    }
+    // All that a save writes is one text.
+    answers.bExpected
+        = answers.bExpected || transaction.expect(digestOf(QByteArray::fromStdString(content)));
+    return answers.bExpected ? WriteFailure::None : WriteFailure::NoHistory;
+}
+
+// Keeps the state before, saves, and answers the save's questions.
+bool writeEdit(CTransaction& transaction, const Changer& changer, Edit& edit)
+{
+    edit.write = keepBefore(transaction);
+    if (edit.write != WriteFailure::None) {
+        edit.failure = EditFailure::NotWritten;
+        return false;
+    }
+    Answers answers;
+    changer.guard([&](const std::string& content) {
+        answers.failure = answerOf(transaction, answers, content);
+        return answers.failure == WriteFailure::None;
+    });
+    const bool bEnded = saveAndWait(changer.service);
+    changer.guard({});
+    edit.write = answers.failure;
+    if (edit.write != WriteFailure::None) {
+        transaction.abandon();
+    }
+    edit.failure = edit.write != WriteFailure::None ? EditFailure::NotWritten
+        : bEnded                                    ? EditFailure::None
+                                                    : EditFailure::NotEnded;
+    return edit.failure == EditFailure::None;
+}
+
 } // namespace
 
 Edit prepareEdit(CTransaction& transaction, const Changer& changer)
@@ -70,15 +114,9 @@ Edit prepareEdit(CTransaction& transaction, const Changer& changer)
     return edit;
 }
 
-bool saveEdit(CTransaction& transaction, KW::UserConfigInterface& service, Edit& edit)
+bool saveEdit(CTransaction& transaction, const Changer& changer, Edit& edit)
 {
-    edit.write = keepBefore(transaction);
-    if (edit.write != WriteFailure::None) {
-        edit.failure = EditFailure::NotWritten;
-        return false;
-    }
-    if (!saveAndWait(service)) {
-        edit.failure = EditFailure::NotEnded;
+    if (!writeEdit(transaction, changer, edit)) {
         return false;
     }
     const KW::UserRecords found = readFor(edit, transaction, EditFailure::NotSaved);

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 
 namespace KW {
 class UserConfigInterface;
@@ -41,6 +42,9 @@ struct Edit {
     Receipt receipt; ///< of a save that held
 };
 
+/// Asked by a save before it replaces anything by \a content; false ends it with nothing changed.
+using SaveGuard = std::function<bool(const std::string& content)>;
+
 /// How the service is changed.
 struct Changer {
     KW::UserConfigInterface& service;
@@ -48,17 +52,20 @@ struct Changer {
     std::function<void(const QByteArray& bytes)> serve;
     /// Changes what the service holds; what it throws ends the edit with nothing written.
     std::function<void(KW::UserConfigInterface& service)> change;
+    /// Makes the siblings ask the guard in each save from now on; an empty one ends that.
+    std::function<void(const SaveGuard& guard)> guard;
 };
 
 /// Loads the service from the file as it is now, and changes it. Nothing is written.
 ///
 ///     mend::Edit edit = mend::prepareEdit(transaction, changer);
-///     if (edit.failure == mend::EditFailure::None) { mend::saveEdit(transaction, service, edit); }
+///     if (edit.failure == mend::EditFailure::None) { mend::saveEdit(transaction, changer, edit); }
 Edit prepareEdit(CTransaction& transaction, const Changer& changer);
 
 /// Keeps the state before, saves, waits and reads the file again, since the service answers the
-/// same however a save ended. False sets what \a edit failed at.
-bool saveEdit(CTransaction& transaction, KW::UserConfigInterface& service, Edit& edit);
+/// same however a save ended. Whoever writes the file meanwhile ends the save, as far as the guard
+/// is asked; whose text is in the file behind it is kept. False sets what \a edit failed at.
+bool saveEdit(CTransaction& transaction, const Changer& changer, Edit& edit);
 
 /// Saves and waits until the save has ended, well or badly; false after half a minute.
 bool saveAndWait(KW::UserConfigInterface& service);

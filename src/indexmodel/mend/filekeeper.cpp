@@ -1,5 +1,7 @@
 #include "mend/filekeeper.h"
 
+#include "mend/durable_p.h"
+
 #include <platform/commonutil.h>
 #include <platform/indexutil.h>
 
@@ -32,6 +34,21 @@ QByteArray linkOf(const QByteArray& path)
     return nLength < 0 ? QByteArray() : QByteArray(target, static_cast<int>(nLength));
 }
 
+QByteArray besideOf(const QString& path)
+{
+    return QFile::encodeName(path) + ".link";
+}
+
+// Links of others lead nowhere.
+QByteArray linkBeside(const QString& path)
+{
+    const QByteArray beside = besideOf(path);
+    struct stat info { };
+    const bool bOurs = ::lstat(beside.constData(), &info) == 0 && S_ISLNK(info.st_mode)
+        && (info.st_uid == ::geteuid() || info.st_uid == 0);
+    return bOurs && linkOf(QFile::encodeName(path)).isEmpty() ? linkOf(beside) : QByteArray();
+}
+
 bool isMember(gid_t group)
 {
     if (group == ::getegid() || ::geteuid() == 0) {
@@ -56,12 +73,15 @@ CFileKeeper::CFileKeeper(const QString& path)
     : m_strPath(path)
     , m_link(linkOf(QFile::encodeName(path)))
 {
+    const bool bLeft = m_link.isEmpty() && !linkBeside(path).isEmpty();
+    m_link = bLeft ? linkBeside(path) : m_link;
+    const QString strFile = bLeft ? QFile::decodeName(besideOf(path)) : path;
     struct stat info { };
-    m_bFile = ::stat(QFile::encodeName(path).constData(), &info) == 0 && S_ISREG(info.st_mode);
+    m_bFile = ::stat(QFile::encodeName(strFile).constData(), &info) == 0 && S_ISREG(info.st_mode);
     m_nOwner = info.st_uid;
     m_nGroup = info.st_gid;
     m_nMode = info.st_mode & c_nPermissions;
-    m_strTarget = m_bFile && !m_link.isEmpty() ? QFileInfo(path).canonicalFilePath() : QString();
+    m_strTarget = m_bFile && !m_link.isEmpty() ? QFileInfo(strFile).canonicalFilePath() : QString();
 }
 
 bool CFileKeeper::isClosed() const
@@ -87,18 +107,33 @@ bool CFileKeeper::giveGroup(const QByteArray& file) const
     return !isMember(m_nGroup) || ::chown(file.constData(), static_cast<uid_t>(-1), m_nGroup) == 0;
 }
 
+bool CFileKeeper::leaveLink() const
+{
+    const QByteArray beside = besideOf(m_strPath);
+    if (m_link.isEmpty() || linkOf(beside) == m_link) {
+        return true;
+    }
+    ::unlink(beside.constData());
+    return ::symlink(m_link.constData(), beside.constData()) == 0
+        && syncPath(QFileInfo(m_strPath).path());
+}
+
+void CFileKeeper::forgetLink() const
+{
+    const QByteArray beside = besideOf(m_strPath);
+    if (!m_link.isEmpty() && linkOf(QFile::encodeName(m_strPath)) == m_link
+        && linkOf(beside) == m_link) {
+        ::unlink(beside.constData());
+    }
+}
+
 // A link takes a name over like any file.
 bool CFileKeeper::giveBackLink() const
 {
-    const QByteArray path = QFile::encodeName(m_strPath);
-    const QByteArray link = path + ".link";
-    ::unlink(link.constData()); // of an attempt that was cut short
-    const bool bMade = ::symlink(m_link.constData(), link.constData()) == 0;
-    if (bMade && std::rename(link.constData(), path.constData()) != 0) {
-        ::unlink(link.constData());
-        return false;
-    }
-    return bMade;
+    return leaveLink()
+        && std::rename(besideOf(m_strPath).constData(), QFile::encodeName(m_strPath).constData())
+        == 0
+        && syncPath(QFileInfo(m_strPath).path());
 }
 
 inspect::FileError CFileKeeper::giveBack() const
@@ -123,6 +158,11 @@ inspect::FileError CFileKeeper::giveBack() const
         return failed(strFile);
     }
     return bLink && !giveBackLink() ? failed(m_strPath) : inspect::FileError();
+}
+
+QString linkLeftOf(const QString& path)
+{
+    return QFile::decodeName(linkBeside(path));
 }
 
 } // namespace mend

@@ -22,8 +22,16 @@ enum class KeepObstacle {
 ///     const inspect::FileError error = keeper.giveBack();     // after it
 class CFileKeeper {
 public:
-    /// Notes what \a path is. What is missing or no regular file needs nothing.
+    /// Notes what \a path is: the link that is left of a write that was cut short, if there is one.
+    /// What is missing or no regular file needs nothing.
     explicit CFileKeeper(const QString& path);
+
+    /// Leaves the link beside the file, so that it is not forgotten when the write is cut short.
+    /// False where that cannot be done.
+    bool leaveLink() const;
+
+    /// Removes what leaveLink() has left, where nothing was written.
+    void forgetLink() const;
 
     KeepObstacle obstacle() const;
 
@@ -48,5 +56,8 @@ private:
     unsigned int m_nGroup = 0;
     unsigned int m_nMode = 0;
 };
+
+/// The link that \a path was before a write that was cut short; empty if none was.
+QString linkLeftOf(const QString& path);
 
 } // namespace mend

@@ -43,7 +43,8 @@ QByteArray lineOf(const HistoryEntry& entry)
                              { "before", QString::fromLatin1(entry.before) },
                              { "after", QString::fromLatin1(entry.after) },
                              { "action", actionNames().value(entry.action) },
-                             { "of", entry.nOf } };
+                             { "of", entry.nOf },
+                             { "setting", entry.strSetting } };
     return QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
 }
 
@@ -57,7 +58,8 @@ HistoryEntry entryOf(const QJsonObject& line)
              line["before"].toString().toLatin1(),
              line["after"].toString().toLatin1(),
              actionNames().key(line["action"].toString(), HistoryAction::Edit),
-             line["of"].toInt() };
+             line["of"].toInt(),
+             line["setting"].toString() };
 }
 
 // Those that were undone at the end, and those that were not, the last of each first to be asked.
@@ -73,12 +75,30 @@ void move(QVector<HistoryEntry>& from, QVector<HistoryEntry>& to)
     }
 }
 
-Stacks stacksOf(const QVector<HistoryEntry>& entries)
+// Without a file before there is nothing to go back to; a setting can be removed again.
+bool isDone(const HistoryEntry& entry, const QByteArray& foundNext)
+{
+    const bool bFile = entry.strSetting.isEmpty();
+    return (!bFile || (!entry.before.isEmpty() && !entry.after.isEmpty()))
+        && entry.after != entry.before && foundNext != entry.before;
+}
+
+QByteArray foundBehind(const QVector<HistoryEntry>& entries, int index, const DigestNow& now)
+{
+    const QString& strSetting = entries[index].strSetting;
+    const auto it
+        = std::find_if(entries.begin() + index + 1, entries.end(),
+                       [&](const HistoryEntry& entry) { return entry.strSetting == strSetting; });
+    return it == entries.end() ? now(strSetting) : it->before;
+}
+
+Stacks stacksOf(const QVector<HistoryEntry>& entries, const DigestNow& now)
 {
     Stacks stacks;
-    for (const HistoryEntry& entry : entries) {
-        if (entry.after.isEmpty() || entry.after == entry.before) {
-            continue; // nothing came of it
+    for (int i = 0; i < entries.size(); ++i) {
+        const HistoryEntry& entry = entries[i];
+        if (!isDone(entry, foundBehind(entries, i, now))) {
+            continue;
         }
         switch (entry.action) {
         case HistoryAction::Edit:
@@ -244,14 +264,14 @@ bool CHistory::removeUnused(const QVector<HistoryEntry>& entries) const
     });
 }
 
-std::optional<HistoryEntry> toUndo(const QVector<HistoryEntry>& entries)
+std::optional<HistoryEntry> toUndo(const QVector<HistoryEntry>& entries, const DigestNow& now)
 {
-    return lastOf(stacksOf(entries).done);
+    return lastOf(stacksOf(entries, now).done);
 }
 
-std::optional<HistoryEntry> toRedo(const QVector<HistoryEntry>& entries)
+std::optional<HistoryEntry> toRedo(const QVector<HistoryEntry>& entries, const DigestNow& now)
 {
-    return lastOf(stacksOf(entries).undone);
+    return lastOf(stacksOf(entries, now).undone);
 }
 
 } // namespace mend

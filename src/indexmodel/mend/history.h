@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVector>
 
+#include <functional>
 #include <optional>
 
 namespace mend {
@@ -20,9 +21,11 @@ struct HistoryEntry {
     QString strHost;
     QString strCommand; ///< without secrets
     QByteArray before; ///< the digest of the state that it found; empty when there was no file
-    QByteArray after; ///< of that which it left; empty when it did not end
+    QByteArray
+        after; ///< of that which it left, or was about to; empty when it did not come to that
     HistoryAction action = HistoryAction::Edit;
     int nOf = 0; ///< the edit that was undone or done again
+    QString strSetting = {}; ///< whose value the states are; empty for those of the user's file
 };
 
 /// The digest that a state is known by: SHA-256 in hexadecimal.
@@ -65,9 +68,14 @@ private:
     QString m_strDirectory;
 };
 
-/// The edit that an undo, or a redo, is about: undone ones are skipped, and a new edit ends what
-/// can be done again. None when there is no such edit.
-std::optional<HistoryEntry> toUndo(const QVector<HistoryEntry>& entries);
-std::optional<HistoryEntry> toRedo(const QVector<HistoryEntry>& entries);
+/// The digest of what is there now, of a setting or, for an empty name, of the user's file.
+using DigestNow = std::function<QByteArray(const QString& setting)>;
+
+/// The edit that an undo, or a redo, is about: undone ones are skipped, and those that found no
+/// file; a new edit ends what can be done again. What an edit was about to leave is written down
+/// before its write; nothing has come of it if the next one, or \a now, finds what it found. None
+/// when there is no such edit.
+std::optional<HistoryEntry> toUndo(const QVector<HistoryEntry>& entries, const DigestNow& now);
+std::optional<HistoryEntry> toRedo(const QVector<HistoryEntry>& entries, const DigestNow& now);
 
 } // namespace mend

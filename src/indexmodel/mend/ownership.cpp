@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -81,7 +82,79 @@ OwnershipFailure foreignLink(const QString& configDir, uid_t owner)
     return {};
 }
 
+// The folders of a user's directory that are no links, with the directory itself for the live file.
+template <typename Visit> void visitFiles(const QString& configDir, Visit visit)
+{
+    const int nUser
+        = ::open(QFile::encodeName(configDir).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    visit(nUser, QStringLiteral("indexUserConfig.xml"), configDir);
+    for (const char* pszFolder : { "Temp", "Settings", "History" }) {
+        visit(nUser, QString::fromLatin1(pszFolder), configDir);
+        const int nFolder
+            = ::openat(nUser, pszFolder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        const QString strFolder = QDir(configDir).filePath(QLatin1String(pszFolder));
+        const auto names = nFolder < 0
+            ? QStringList()
+            : QDir(strFolder).entryList(QDir::Files | QDir::Hidden | QDir::System);
+        for (const QString& name : names) {
+            visit(nFolder, name, strFolder);
+        }
+        ::close(nFolder);
+    }
+    ::close(nUser);
+}
+
+uid_t ownerOf(const QString& configDir)
+{
+    struct stat info { };
+    return ::stat(QFile::encodeName(configDir).constData(), &info) == 0 ? info.st_uid : c_nRoot;
+}
+
+// A second name may be that of a file somewhere else.
+bool isOfOneName(const struct stat& info)
+{
+    return S_ISDIR(info.st_mode) || (S_ISREG(info.st_mode) && info.st_nlink == 1);
+}
+
+void give(int folder, const QString& name, uid_t owner, gid_t group)
+{
+    const int nFile = ::openat(folder, QFile::encodeName(name).constData(),
+                               O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat info { };
+    const bool bGiven = nFile >= 0 && ::fstat(nFile, &info) == 0 && info.st_uid == c_nRoot
+        && isOfOneName(info) && ::fchown(nFile, owner, group) == 0;
+    if (bGiven) {
+        ::fsync(nFile);
+    }
+    ::close(nFile);
+}
+
 } // namespace
+
+QVector<StrangersFile> strangersFiles(const QString& configDir)
+{
+    QVector<StrangersFile> found;
+    const uid_t nOwner = ownerOf(configDir);
+    visitFiles(configDir, [&](int folder, const QString& name, const QString& directory) {
+        struct stat info { };
+        if (::fstatat(folder, QFile::encodeName(name).constData(), &info, AT_SYMLINK_NOFOLLOW) == 0
+            && !S_ISLNK(info.st_mode) && info.st_uid != nOwner) {
+            found.append({ QDir(directory).filePath(name), accountName(info.st_uid),
+                           info.st_uid == c_nRoot });
+        }
+    });
+    return found;
+}
+
+void giveToOwner(const QString& configDir)
+{
+    struct stat info { };
+    if (::stat(QFile::encodeName(configDir).constData(), &info) == 0 && info.st_uid != c_nRoot) {
+        visitFiles(configDir, [&](int folder, const QString& name, const QString&) {
+            give(folder, name, info.st_uid, info.st_gid);
+        });
+    }
+}
 
 QString toText(const OwnershipFailure& failure)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QVector>
 
 namespace mend {
 
@@ -32,6 +33,22 @@ QString toText(const OwnershipFailure& failure);
 ///
 ///     const mend::OwnershipFailure failure = mend::becomeOwner(dir);
 OwnershipFailure becomeOwner(const QString& configDir);
+
+/// A file that belongs to somebody else than the directory that it stands in for.
+struct StrangersFile {
+    QString strPath;
+    QString strOwner;
+    bool bRoots = false;
+};
+
+/// Of the user's directory \a configDir the live file and what is in Temp, Settings and History, by
+/// name; links are looked at, not followed.
+QVector<StrangersFile> strangersFiles(const QString& configDir);
+
+/// Gives the owner of the directory what root's runs of other tools have left there: regular files
+/// of one name and those three directories, following no link. For root, before becomeOwner(); what
+/// cannot be given back stays as it is.
+void giveToOwner(const QString& configDir);
 
 /// "zhang", or the number of an account that has no name.
 QString accountName(unsigned int uid);

@@ -26,12 +26,11 @@ struct Recovery {
 
 enum class RunMode { Do, DryRun };
 
-/// Brings the newest whole dated copy back if the live file is missing or damaged, or the mirror
-/// where no copy is whole. The damaged file is kept beside it under a name with the time. A whole
-/// file is never touched, nor is one that cannot be read or is in another encoding (see
-/// reencode()), and a second call finds nothing to do. Dated copies are read from the newest on,
-/// down to the first whole one. For a client before its first load and before it takes the lock;
-/// not while a save runs.
+/// Brings the newest whole copy back if the live file is missing or damaged; see candidates(). The
+/// damaged file is kept beside it under a name with the time. A whole file is never touched, nor is
+/// one that cannot be read or is in another encoding (see reencode()), and a second call finds
+/// nothing to do. Dated copies are read from the newest on, down to the first whole one. For a
+/// client before its first load and before it takes the lock; not while a save runs.
 ///
 ///     const mend::Recovery recovery = mend::recover(dir, mend::RunMode::Do);
 Recovery recover(const QString& configDir, RunMode mode,

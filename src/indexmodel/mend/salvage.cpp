@@ -126,6 +126,7 @@ public:
             salvageSection(section);
         }
         addUnowned();
+        addUnread();
         return m_result;
     }
 
@@ -391,6 +392,30 @@ private:
         }
     }
 
+    // Of the sections, and of the root itself.
+    bool isBetweenSections(int index) const
+    {
+        const auto isSection = [&](int at) {
+            return at >= 0 && at < m_pieces.size() && m_pieces[at].kind == PieceKind::Whole
+                && KW::findSection(QString::fromUtf8(m_pieces[at].name)) != nullptr;
+        };
+        return isSection(index - 1) && isSection(index + 1);
+    }
+
+    // What stands between two whole sections is one, too; elsewhere it may be a part of anything.
+    void addUnread()
+    {
+        for (int i = 0; i < m_pieces.size(); ++i) {
+            const Piece& piece = m_pieces[i];
+            const bool bKnown = allHolders().contains(piece.name) || isEntry(piece.name)
+                || KW::findSection(QString::fromUtf8(piece.name)) != nullptr;
+            if (piece.kind == PieceKind::Whole && !bKnown && isBetweenSections(i)) {
+                const QString strName = QString::fromUtf8(piece.name);
+                addRow(strName, EntryKind::Section, PartSource::Unread, 1, 1, { strName });
+            }
+        }
+    }
+
     const QByteArray& m_bytes;
     const std::optional<UserRecords>& m_candidate;
     QVector<Piece> m_pieces;
@@ -425,7 +450,7 @@ QString kindName(EntryKind kind)
 
 QString sourceName(PartSource source)
 {
-    static const QStringList s_names { "file", "older copy", "default", "lost" };
+    static const QStringList s_names { "file", "older copy", "default", "lost", "nobody reads it" };
     return s_names[static_cast<int>(source)];
 }
 

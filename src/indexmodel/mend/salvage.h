@@ -27,6 +27,7 @@ enum class PartSource {
     Candidate, ///< the older copy
     Default, ///< neither has it, and a new user would begin with this
     Lost, ///< the file shows that it was there, but it is torn, and the candidate has none
+    Unread, ///< it is whole, but no module reads such a section, and no save keeps it
 };
 
 /// One row of what a salvage tells: what of a section comes from one source.
@@ -81,7 +82,7 @@ Salvage salvage(const QByteArray& bytes, const std::optional<KW::UserRecords>& c
 /// The text of a user's file with \a records, to be written as it is, and what had to be cut.
 KW::UserDocumentText salvagedText(const KW::UserRecords& records);
 
-/// "window", "panel group" ...; "file", "older copy", "default", "lost".
+/// "window", "panel group" ...; "file", "older copy", "default", "lost", "nobody reads it".
 QString kindName(EntryKind kind);
 QString sourceName(PartSource source);
 

@@ -51,19 +51,10 @@ const inspect::FileBytes& CTransaction::read()
 
 WriteFailure CTransaction::keep(HistoryAction action, int of)
 {
-    if (!isSame(inspect::readSavedBytes(m_strLive), m_read)) {
+    if (!isAsRead()) {
         return WriteFailure::Changed;
     }
-    m_entry
-        = HistoryEntry { 0,
-                         QDateTime::currentDateTimeUtc(),
-                         m_wish.strAccount.isEmpty() ? accountName(::getuid()) : m_wish.strAccount,
-                         QSysInfo::machineHostName(),
-                         m_wish.strCommand,
-                         {},
-                         {},
-                         action,
-                         of };
+    m_entry = newEntry(action, of);
     // Of a file that is too large to be read there is nothing to keep; whoever replaces it moves
     // it.
     const bool bRead = m_read.state == inspect::FileState::Whole;
@@ -73,8 +64,55 @@ WriteFailure CTransaction::keep(HistoryAction action, int of)
         return WriteFailure::NoHistory;
     }
     // Keeping takes its time.
-    return isSame(inspect::readSavedBytes(m_strLive), m_read) ? WriteFailure::None
-                                                              : WriteFailure::Changed;
+    return isAsRead() ? WriteFailure::None : WriteFailure::Changed;
+}
+
+HistoryEntry CTransaction::newEntry(HistoryAction action, int of) const
+{
+    return { 0,
+             QDateTime::currentDateTimeUtc(),
+             m_wish.strAccount.isEmpty() ? accountName(::getuid()) : m_wish.strAccount,
+             QSysInfo::machineHostName(),
+             m_wish.strCommand,
+             {},
+             {},
+             action,
+             of };
+}
+
+WriteFailure CTransaction::keepSetting(const SettingStep& step, HistoryAction action, int of)
+{
+    m_entry = newEntry(action, of);
+    m_entry.strSetting = step.strSetting;
+    m_entry.after = step.after ? digestOf(*step.after) : QByteArray();
+    return m_history.begin(m_entry, step.before) ? WriteFailure::None : WriteFailure::NoHistory;
+}
+
+Receipt CTransaction::finishSetting(const std::optional<QByteArray>& after)
+{
+    const QByteArray digest = after ? digestOf(*after) : QByteArray();
+    const bool bWritten = expect(digest);
+    return { digest, after ? after->size() : 0, syncPath(m_strConfigDir) && bWritten,
+             m_entry.nNumber };
+}
+
+bool CTransaction::isAsRead() const
+{
+    return isSame(inspect::readSavedBytes(m_strLive), m_read);
+}
+
+bool CTransaction::expect(const QByteArray& digest)
+{
+    if (m_entry.after == digest) {
+        return true;
+    }
+    m_entry.after = digest;
+    return m_history.end(m_entry.nNumber, digest);
+}
+
+void CTransaction::abandon()
+{
+    expect({});
 }
 
 QString CTransaction::keepFound()
@@ -86,7 +124,8 @@ QString CTransaction::keepFound()
 
 WriteFailure CTransaction::replace(const QByteArray& bytes)
 {
-    return writeDurably(m_strLive, bytes) && inspect::readBytes(m_strLive).bytes == bytes
+    return expect(digestOf(bytes)) && writeDurably(m_strLive, bytes)
+            && inspect::readBytes(m_strLive).bytes == bytes
         ? WriteFailure::None
         : WriteFailure::Refused;
 }
@@ -95,7 +134,7 @@ Receipt CTransaction::finish()
 {
     const inspect::FileBytes file = inspect::readBytes(m_strLive);
     const QByteArray digest = digestOf(file.bytes);
-    const bool bWritten = m_history.end(m_entry.nNumber, digest);
+    const bool bWritten = expect(digest);
     const bool bDurable = syncPath(m_strLive) && syncPath(m_strConfigDir);
     return { digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber };
 }

@@ -55,16 +55,41 @@ public:
     /// Keeps what was read. Nothing may be written unless this answers None.
     WriteFailure keep(HistoryAction action = HistoryAction::Edit, int of = 0);
 
+    /// What becomes of a setting; without a value it is not there.
+    struct SettingStep {
+        QString strSetting;
+        std::optional<QByteArray> before;
+        std::optional<QByteArray> after;
+    };
+
+    /// Keeps a setting's value before it is changed.
+    WriteFailure keepSetting(const SettingStep& step, HistoryAction action, int of);
+
+    /// Sees to it that the setting is durable; \a after is what it is now.
+    Receipt finishSetting(const std::optional<QByteArray>& after);
+
+    /// Whether the live file is still what was read last, and kept.
+    bool isAsRead() const;
+
+    /// Writes down what is about to be written, so that an edit which is cut short behind its write
+    /// is known by what is in the file. False where the system refuses.
+    bool expect(const QByteArray& digest);
+
     /// Keeps what was read last, too, if that is somebody else's text. Its copy; empty without one.
     QString keepFound();
 
     /// Puts \a bytes in the place of the live file. There is a whole file at every moment.
     WriteFailure replace(const QByteArray& bytes);
 
+    /// Writes down that nothing came of it.
+    void abandon();
+
     /// Sees to it that what is in the file now is durable, and writes it down.
     Receipt finish();
 
 private:
+    HistoryEntry newEntry(HistoryAction action, int of) const;
+
     QString m_strConfigDir;
     QString m_strLive;
     WriteWish m_wish;

@@ -253,8 +253,9 @@ bool replaceFile(const QByteArray& path, const std::string& content, Sync sync)
 
 bool removeFile(const QByteArray& path)
 {
+    const bool bRemoved = ::unlink(path.constData()) == 0;
     const bool bGone
-        = ::unlink(path.constData()) == 0 ? syncDirectory(directoryOf(path)) : errno == ENOENT;
+        = bRemoved ? syncDirectory(directoryOf(path)) : errno == ENOENT || errno == ENOTDIR;
     lastFailure().set(bGone ? WriteFailure() : WriteFailure { QFile::decodeName(path), reason() });
     return bGone;
 }

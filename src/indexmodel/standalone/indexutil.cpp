@@ -3,6 +3,7 @@
 #include "platform/commonutil.h"
 #include "standalone/codepage_p.h"
 #include "standalone/durablefile_p.h"
+#include "standalone/saveguard_p.h"
 #include "standalone/standalone.h"
 
 #include <QDir>
@@ -52,7 +53,7 @@ bool stdWriteFile(std::string path, std::string& content, std::string mode)
 {
     // Only whole files are written here: there is nobody who would append.
     return (mode == "wb" || mode == "w")
-        && standalone::replaceFile(QFile::encodeName(standalone::fromGbk(path)), content);
+        && standalone::replaceGuarded(QFile::encodeName(standalone::fromGbk(path)), content);
 }
 
 bool QWriteFile(QString& path, QString& content)

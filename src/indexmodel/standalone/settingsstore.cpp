@@ -1,8 +1,8 @@
 #include "platform/environment.h"
-
 #include "platform/filenames.h"
 #include "platform/strategybase.h"
 #include "standalone/durablefile_p.h"
+#include "standalone/saveguard_p.h"
 #include "standalone/standalone.h"
 
 #include <QCryptographicHash>
@@ -43,7 +43,7 @@ QString valuePath(const std::string& section, const std::string& key)
 int store(const QString& path, const std::string& value, standalone::Sync sync)
 {
     const bool bStored = standalone::makeDirectory(storePath())
-        && standalone::replaceFile(QFile::encodeName(path), value, sync);
+        && standalone::replaceGuarded(QFile::encodeName(path), value, sync);
     return bStored ? c_nOk : c_nFailed;
 }
 

@@ -7,6 +7,9 @@
 #include <QStringList>
 #include <QVector>
 
+#include <functional>
+#include <string>
+
 /// What a host tells these stand-ins for the client's libraries before it asks for the service.
 ///
 ///     standalone::setConfigDir(QStringLiteral("/home/user/quotes"));
@@ -44,12 +47,12 @@ PLATFORM_API void removeLeftovers(const QString& configDir);
 /// empty where it can be read, or where there is none.
 PLATFORM_API QString settingReadError(const QString& section, const QString& key);
 
+/// Removes a value of the settings store, durably; true if it is gone or never was there.
+/// lastWriteFailure() tells why not.
+PLATFORM_API bool removeSetting(const QString& section, const QString& key);
+
 /// The keys of a section of the settings store, those too long to be kept in clear left out.
 PLATFORM_API QStringList settingKeys(const QString& section);
-
-/// Takes a value from the settings store, for good; one that is not there is none. False where the
-/// system refuses, and lastWriteFailure() tells why.
-PLATFORM_API bool removeSetting(const QString& section, const QString& key);
 
 /// One stock of a sector.
 struct SectorConstituent {
@@ -94,6 +97,19 @@ PLATFORM_API QString sectorsFile();
 /// The next read of the file \a path answers \a bytes, whatever is in it then: who has looked at a
 /// file hands on what it saw. Not while a load or a save runs.
 PLATFORM_API void serveOnce(const QString& path, const QByteArray& bytes);
+
+/// Asked by a save before it replaces a file by \a content, and again when the dated copy is
+/// durable and nothing but the removal of the live file is next. False ends the save: the live file
+/// stays, and what the save has replaced is put back. What the guard writes itself is not guarded,
+/// and no more is asked behind that.
+using SaveGuard = std::function<bool(const std::string& content)>;
+
+/// From now on all saves ask \a guard, on their own threads, one at a time; an empty one ends that.
+/// A save that still goes on with the guard before is ended.
+///
+/// Who writes the live file between the last answer and its removal, some microseconds, is not
+/// seen.
+PLATFORM_API void guardSaves(const SaveGuard& guard);
 
 /// Forgets setSectorsFile() and all that loads and saves have handed over, as a new process would.
 /// Not while any runs.

@@ -86,5 +86,6 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
                       ? "the file is the same already"
                       : "would bring back " + what);
     }
+    requireDurable(request, recovery.receipt);
     return ExitStatus::Ok;
 }

@@ -5,7 +5,9 @@
 
 #include <inspect/check.h>
 #include <mend/candidates.h>
+#include <mend/filekeeper.h>
 #include <mend/history.h>
+#include <mend/ownership.h>
 
 #include <QFileInfo>
 
@@ -77,6 +79,25 @@ QVector<inspect::Finding> leftoversBeside(const QString& path, const QString& li
               inspect::Effect::Kept,
               {},
               file + " is left of a write that was cut short; the next one removes it" });
+    }
+    const QString strLink = mend::linkLeftOf(liveFile);
+    if (!strLink.isEmpty()) {
+        findings.append({ {},
+                          "lost-link",
+                          inspect::Effect::Kept,
+                          {},
+                          "was a link to " + strLink
+                              + " before a write that was cut short; the next one, or recover, "
+                                "puts it back" });
+    }
+    for (const mend::StrangersFile& file : mend::strangersFiles(QFileInfo(liveFile).path())) {
+        findings.append(
+            { {},
+              "other-owner",
+              inspect::Effect::Kept,
+              {},
+              file.strPath + " belongs to " + file.strOwner + ", not to the owner of the directory"
+                  + (file.bRoots ? "; an edit by root with --force gives it back" : "") });
     }
     return findings;
 }

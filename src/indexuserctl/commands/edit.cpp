@@ -64,15 +64,15 @@ mend::Changer changerOf(const Request& request, const Change& change)
 {
     const QString strLive = inspect::livePath(request.strConfigDir);
     return { *KW::UserConfigFactory::getIndexUserConfig(),
-             [strLive](const QByteArray& bytes) { standalone::serveOnce(strLive, bytes); },
-             change };
+             [strLive](const QByteArray& bytes) { standalone::serveOnce(strLive, bytes); }, change,
+             standalone::guardSaves };
 }
 
 // Whatever became of the save, a file that is there is again what it was besides its content.
-void save(const Request& request, mend::CTransaction& transaction, const CUserGuard& guard,
-          mend::Edit& edit)
+void save(const Request& request, mend::CTransaction& transaction, const mend::Changer& changer,
+          const CUserGuard& guard, mend::Edit& edit)
 {
-    if (mend::saveEdit(transaction, *KW::UserConfigFactory::getIndexUserConfig(), edit)) {
+    if (mend::saveEdit(transaction, changer, edit)) {
         guard.giveBack();
         return;
     }
@@ -92,7 +92,8 @@ ExitStatus edit(const Request& request, const Change& change)
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     const bool bLocked = request.isDryRun() || takeLock(request, transaction);
     const CUserGuard guard(request);
-    mend::Edit edit = mend::prepareEdit(transaction, changerOf(request, change));
+    const mend::Changer changer = changerOf(request, change);
+    mend::Edit edit = mend::prepareEdit(transaction, changer);
     requireNoFailure(request, edit);
     guard.requireReplaceable();
     const auto differences = inspect::differences(edit.before, edit.expected);
@@ -103,12 +104,13 @@ ExitStatus edit(const Request& request, const Change& change)
                        writeFailureText(request, mend::WriteFailure::NoLock));
     }
     if (bSave) {
-        save(request, transaction, guard, edit);
+        save(request, transaction, changer, guard, edit);
         if (request.format == Format::Json) {
             print({ receiptTable(request, edit.receipt) }, request.format);
         }
         printLine();
         printReceipt("saved " + inspect::livePath(request.strConfigDir), edit.receipt);
     }
+    requireDurable(request, edit.receipt);
     return ExitStatus::Ok;
 }

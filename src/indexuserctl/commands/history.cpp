@@ -2,6 +2,7 @@
 
 #include "commands/bringback.h"
 #include "commands/difftable.h"
+#include "commands/settings.h"
 #include "commands/shownuser.h"
 #include "commands/userguard.h"
 #include "commands/wholefile.h"
@@ -54,9 +55,19 @@ QByteArray stateOf(const Request& request, const QByteArray& digest)
     return *state;
 }
 
+void requireOfFile(const HistoryEntry& entry)
+{
+    if (!entry.strSetting.isEmpty()) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("edit %1 changed the setting '%2', not the file")
+                           .arg(QString::number(entry.nNumber), entry.strSetting));
+    }
+}
+
 QString pathOf(const Request& request, const QString& word)
 {
     const HistoryEntry entry = entryOf(request, word);
+    requireOfFile(entry);
     stateOf(request, entry.before);
     return mend::CHistory(request.strConfigDir).statePath(entry.before);
 }
@@ -89,14 +100,33 @@ ExitStatus step(const Request& request, const std::optional<HistoryEntry>& entry
                              : QStringLiteral("there is nothing to do again"));
     }
     const QByteArray from = bUndo ? entry->after : entry->before;
-    mend::Restoration restoration { stateOf(request, bUndo ? entry->before : entry->after), action,
-                                    entry->nNumber };
+    const QByteArray to = bUndo ? entry->before : entry->after;
+    if (!entry->strSetting.isEmpty()) {
+        return stepSetting(request, *entry,
+                           to.isEmpty() ? std::nullopt : std::make_optional(stateOf(request, to)),
+                           action);
+    }
+    mend::Restoration restoration { stateOf(request, to), action, entry->nNumber };
     restoration.expected = request.isForced() ? QByteArray() : from;
     restoration.bDamaged = request.isForced();
     return bringBack(request, restoration,
                      QStringLiteral("what %1 edit %2: %3")
                          .arg(bUndo ? "was before" : "came of", QString::number(entry->nNumber),
                               entry->strCommand));
+}
+
+QByteArray liveDigest(const Request& request)
+{
+    const inspect::FileBytes file
+        = inspect::readSavedBytes(inspect::livePath(request.strConfigDir));
+    return file.state == inspect::FileState::Whole ? mend::digestOf(file.bytes) : QByteArray();
+}
+
+mend::DigestNow digestNow(const Request& request)
+{
+    return [&request](const QString& setting) {
+        return setting.isEmpty() ? liveDigest(request) : settingDigest(setting);
+    };
 }
 
 // "30d" or "12h".
@@ -123,12 +153,14 @@ QString commandOf(const HistoryEntry& entry)
 
 ExitStatus undoEdit(const Request& request)
 {
-    return step(request, mend::toUndo(entriesOf(request)), mend::HistoryAction::Undo);
+    return step(request, mend::toUndo(entriesOf(request), digestNow(request)),
+                mend::HistoryAction::Undo);
 }
 
 ExitStatus redoEdit(const Request& request)
 {
-    return step(request, mend::toRedo(entriesOf(request)), mend::HistoryAction::Redo);
+    return step(request, mend::toRedo(entriesOf(request), digestNow(request)),
+                mend::HistoryAction::Redo);
 }
 
 ExitStatus listHistory(const Request& request)
@@ -154,6 +186,7 @@ ExitStatus diffHistory(const Request& request)
 ExitStatus restoreHistory(const Request& request)
 {
     const HistoryEntry entry = entryOf(request, request.words.first());
+    requireOfFile(entry);
     return bringBack(request, { stateOf(request, entry.before) },
                      QStringLiteral("what was before edit %1").arg(entry.nNumber));
 }

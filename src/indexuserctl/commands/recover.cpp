@@ -5,6 +5,7 @@
 #include "failure.h"
 
 #include <inspect/closest.h>
+#include <mend/filekeeper.h>
 
 #include <QFileInfo>
 
@@ -55,7 +56,7 @@ QVector<QJsonValue> rowOf(const Candidate& candidate)
 ExitStatus listCandidates(const Request& request)
 {
     Table table { "candidates",
-                  "What the file could be brought back from",
+                  "What the file could be brought back from, in the order of 'recover'",
                   { "name", "kind", "time", "state", "lists", "stocks", "windows", "templates",
                     "sections" } };
     const auto all = mend::candidates(request.strConfigDir);
@@ -184,8 +185,9 @@ ExitStatus recoverWhole(const Request& request)
     mend::Recovery recovery = mend::recover(request.strConfigDir, mend::RunMode::DryRun);
     const bool bReady = recovery.result == mend::RecoveryResult::Recovered
         || recovery.result == mend::RecoveryResult::RecoveredWithLoss;
+    const QString strLive = inspect::livePath(request.strConfigDir);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
-    if (bReady) {
+    if (bReady || !mend::linkLeftOf(strLive).isEmpty()) {
         requireLock(request, transaction);
     }
     const CUserGuard guard(request);
@@ -194,7 +196,9 @@ ExitStatus recoverWhole(const Request& request)
         recovery = mend::recover(transaction);
     }
     requireNoFailure(request, recovery);
-    guard.giveBack();
+    if (!request.isDryRun()) {
+        guard.giveBack();
+    }
     if (recovery.result == mend::RecoveryResult::NothingToDo) {
         return answerNothingToDo(request);
     }
@@ -202,6 +206,7 @@ ExitStatus recoverWhole(const Request& request)
         return failNoSource(recovery);
     }
     printAnswer(request, recovery);
+    requireDurable(request, recovery.receipt);
     return recovery.result == mend::RecoveryResult::RecoveredWithLoss
         ? ExitStatus::RecoveredWithLoss
         : ExitStatus::Ok;

@@ -64,5 +64,6 @@ ExitStatus reencodeUser(const Request& request)
     }
     guard.giveBack();
     printConversion(request, reencoding);
+    requireDurable(request, reencoding.receipt);
     return ExitStatus::Ok;
 }

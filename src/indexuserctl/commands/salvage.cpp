@@ -19,9 +19,9 @@ QString namesOf(const SalvagedPart& part)
 {
     const QString strNames = part.names.join(QStringLiteral(", "));
     return part.nNameless == 0 ? strNames
-                               : QStringLiteral("%1%2 more without a name")
-                                     .arg(strNames.isEmpty() ? QString() : strNames + ", ",
-                                          QString::number(part.nNameless));
+        : strNames.isEmpty()
+        ? QStringLiteral("%1 torn without a name").arg(part.nNameless)
+        : QStringLiteral("%1 and %2 torn without a name").arg(strNames).arg(part.nNameless);
 }
 
 Table partTable(const QVector<SalvagedPart>& parts)

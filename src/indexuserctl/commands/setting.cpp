@@ -9,6 +9,9 @@
 
 #include <indexuser/userconfigfactory.h>
 #include <indexuser/userconfiginterface.h>
+#include <platform/strategybase.h>
+
+#include <QDir>
 
 namespace {
 
@@ -80,7 +83,95 @@ Table settingChange(const QString& key, const QJsonValue& before, const QJsonVal
              { { "settings", key, before, after } } };
 }
 
+// Byte for byte.
+std::optional<QByteArray> stored(const QString& key)
+{
+    std::string strValue;
+    if (se::readConfig(section().toStdString(), key.toStdString(), strValue, false) == 0) {
+        return QByteArray::fromStdString(strValue);
+    }
+    const QString strError = standalone::settingReadError(section(), key);
+    if (!strError.isEmpty()) {
+        throw CFailure(ExitStatus::InputOutput, strError);
+    }
+    return std::nullopt;
+}
+
+bool write(const QString& key, const std::optional<QByteArray>& value)
+{
+    return value
+        ? se::writeConfig(section().toStdString(), key.toStdString(), value->toStdString(), false)
+            == 0
+        : standalone::removeSetting(section(), key);
+}
+
+struct Step {
+    mend::HistoryAction action = mend::HistoryAction::Edit;
+    int nOf = 0;
+};
+
+// The value before is kept first, and what is there then is read again.
+mend::Receipt store(const Request& request, mend::CTransaction& transaction,
+                    const mend::CTransaction::SettingStep& change, const Step& step)
+{
+    const mend::WriteFailure failure = transaction.keepSetting(change, step.action, step.nOf);
+    if (failure != mend::WriteFailure::None) {
+        throw writeFailure(request, failure, {});
+    }
+    if (!write(change.strSetting, change.after) || stored(change.strSetting) != change.after) {
+        failStore(change.strSetting);
+    }
+    return transaction.finishSetting(change.after);
+}
+
+void printStored(const Request& request, const QString& what, const mend::Receipt& receipt,
+                 const QString& wayBack)
+{
+    if (request.format == Format::Json) {
+        print({ receiptTable(request, receipt) }, request.format);
+    }
+    printReceipt(what, receipt, wayBack);
+    requireDurable(request, receipt);
+}
+
+void requireUnchanged(const Request& request, const mend::HistoryEntry& entry,
+                      const QByteArray& expected)
+{
+    if (!request.isForced() && settingDigest(entry.strSetting) != expected) {
+        throw CFailure(
+            ExitStatus::Negative,
+            QStringLiteral("the setting '%1' has been changed since; --force all the same")
+                .arg(entry.strSetting));
+    }
+}
+
 } // namespace
+
+QByteArray settingDigest(const QString& key)
+{
+    const std::optional<QByteArray> value = stored(key);
+    return value ? mend::digestOf(*value) : QByteArray();
+}
+
+ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
+                       const std::optional<QByteArray>& state, mend::HistoryAction action)
+{
+    const bool bUndo = action == mend::HistoryAction::Undo;
+    requireOwner(request);
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    requireLock(request, transaction);
+    requireUnchanged(request, entry, bUndo ? entry.after : entry.before);
+    if (request.isDryRun()) {
+        printLine(QStringLiteral("would bring back the setting '%1'").arg(entry.strSetting));
+        return ExitStatus::Ok;
+    }
+    const mend::Receipt receipt
+        = store(request, transaction, { entry.strSetting, stored(entry.strSetting), state },
+                { action, entry.nNumber });
+    printStored(request, QStringLiteral("brought back the setting '%1'").arg(entry.strSetting), receipt,
+                bUndo ? "redo" : "undo");
+    return ExitStatus::Ok;
+}
 
 QStringList settingKeys()
 {
@@ -126,14 +217,17 @@ ExitStatus setSetting(const Request& request)
     if (request.isDryRun()) {
         return ExitStatus::Ok;
     }
+    // The store makes a directory that is not there yet; only then can it take the lock.
+    QDir().mkpath(request.strConfigDir);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
-    // A directory that is not there yet takes no lock, and the store makes it; one that is closed
-    // takes no setting either.
-    takeLock(request, transaction);
-    if (!KW::UserConfigFactory::getIndexUserConfig()->writeConfig(strKey, strValue)
-        || settingOf(strKey) != strValue) {
+    requireLock(request, transaction);
+    const QByteArray value = strValue.toUtf8();
+    const mend::Receipt receipt
+        = store(request, transaction, { strKey, stored(strKey), value }, {});
+    if (settingOf(strKey) != strValue) {
         failStore(strKey);
     }
+    printStored(request, QStringLiteral("stored the setting '%1'").arg(strKey), receipt, "undo");
     return ExitStatus::Ok;
 }
 
@@ -150,11 +244,8 @@ ExitStatus unsetSetting(const Request& request)
     }
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     requireLock(request, transaction);
-    if (!standalone::removeSetting(section(), strKey)) {
-        const standalone::WriteFailure failure = standalone::lastWriteFailure();
-        throw CFailure(ExitStatus::InputOutput,
-                       QStringLiteral("the setting '%1' is still there: %2: %3")
-                           .arg(strKey, failure.strReason, failure.strPath));
-    }
+    const mend::Receipt receipt
+        = store(request, transaction, { strKey, stored(strKey), std::nullopt }, {});
+    printStored(request, QStringLiteral("removed the setting '%1'").arg(strKey), receipt, "undo");
     return ExitStatus::Ok;
 }

@@ -28,6 +28,9 @@ QString textOf(mend::KeepObstacle obstacle)
 
 void requireOwner(const Request& request)
 {
+    if (request.isForced() && !request.isDryRun()) {
+        mend::giveToOwner(request.strConfigDir);
+    }
     const mend::OwnershipFailure failure = mend::becomeOwner(request.strConfigDir);
     if (failure.cause != mend::OwnershipCause::None) {
         throw CFailure(ExitStatus::InputOutput, toText(failure));
@@ -39,6 +42,7 @@ void requireOwner(const Request& request)
 
 CUserGuard::CUserGuard(const Request& request)
     : m_force(request.force)
+    , m_bDryRun(request.isDryRun())
     , m_strLive((requireOwner(request), inspect::livePath(request.strConfigDir)))
     , m_keeper(m_strLive)
 {
@@ -51,6 +55,17 @@ void CUserGuard::requireReplaceable() const
     if (obstacle != mend::KeepObstacle::None && !bForced) {
         const QString strFile = target().isEmpty() ? m_strLive : target();
         throw CFailure(ExitStatus::InputOutput, strFile + ' ' + textOf(obstacle), { strFile });
+    }
+    if (!m_bDryRun && !m_keeper.leaveLink()) {
+        throw CFailure(ExitStatus::InputOutput,
+                       m_strLive + " is a link, and no note of it can be left beside it");
+    }
+}
+
+CUserGuard::~CUserGuard()
+{
+    if (!m_bDryRun) {
+        m_keeper.forgetLink();
     }
 }
 

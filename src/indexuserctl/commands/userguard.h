@@ -20,8 +20,12 @@ class CUserGuard {
 public:
     explicit CUserGuard(const Request& request);
 
+    CUserGuard(const CUserGuard&) = delete;
+    CUserGuard& operator=(const CUserGuard&) = delete;
+    ~CUserGuard();
+
     /// Throws CFailure for a file that is read-only or not the directory's owner's, unless --force
-    /// was given.
+    /// was given. Unless this is a dry run, a link is from now on not forgotten.
     void requireReplaceable() const;
 
     /// Throws CFailure when the file did not become again what it was.
@@ -32,6 +36,7 @@ public:
 
 private:
     Force m_force;
+    bool m_bDryRun;
     QString m_strLive;
     mend::CFileKeeper m_keeper;
 };

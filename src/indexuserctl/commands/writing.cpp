@@ -139,6 +139,17 @@ Table receiptTable(const Request& request, const mend::Receipt& receipt)
              TableShape::One };
 }
 
+void requireDurable(const Request& request, const mend::Receipt& receipt)
+{
+    if (receipt.nEdit > 0 && !receipt.bDurable) {
+        throw CFailure(
+            ExitStatus::InputOutput,
+            QStringLiteral("%1 is written, but could not be synced: a power cut may take "
+                           "it back; 'check' tells")
+                .arg(inspect::livePath(request.strConfigDir)));
+    }
+}
+
 void printReceipt(const QString& what, const mend::Receipt& receipt, const QString& wayBack)
 {
     printDone(what);
