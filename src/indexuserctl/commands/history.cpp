@@ -22,8 +22,8 @@ QVector<HistoryEntry> entriesOf(const Request& request)
     const mend::CHistory history(request.strConfigDir);
     if (!history.isReadable()) {
         const QString strLog = request.strConfigDir + '/' + KW::c_szHistoryFolder + "/log.jsonl";
-        throw CFailure(
-            ExitStatus::InputOutput, strLog + " cannot be read or is damaged", { strLog });
+        throw CFailure(ExitStatus::InputOutput, strLog + " cannot be read or is damaged",
+                       { strLog });
     }
     return history.entries();
 }

@@ -168,8 +168,8 @@ ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
     const mend::Receipt receipt
         = store(request, transaction, { entry.strSetting, stored(entry.strSetting), state },
                 { action, entry.nNumber });
-    printStored(request, QStringLiteral("brought back the setting '%1'").arg(entry.strSetting), receipt,
-                bUndo ? "redo" : "undo");
+    printStored(request, QStringLiteral("brought back the setting '%1'").arg(entry.strSetting),
+                receipt, bUndo ? "redo" : "undo");
     return ExitStatus::Ok;
 }
 
