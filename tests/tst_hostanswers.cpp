@@ -25,6 +25,7 @@ private Q_SLOTS:
     void aDrawingTellsWhatBecameOfALayout();
     void theReportStandsAlone();
     void aReportTellsWhatChanged();
+    void aReportTellsWhatLiesBesideTheFile();
     void colourIsForTerminals();
     void progressIsForTerminals();
     void completion_data();
@@ -257,13 +258,33 @@ void tst_hostanswers::aReportTellsWhatChanged()
     }
     QVERIFY(!strHtml.contains("secret-then") && !strHtml.contains("sample-only"));
     QVERIFY(!strText.contains("option set"));
-    const QStringList edit { "--config-dir", userDir(), "option", "set", "reportRefreshTime=901" };
-    QCOMPARE(runTool(edit).nStatus, 0);
-    QVERIFY(reported("then.xml")
-                .strOut.contains("<td data-label=\"command\">option set "
-                                 "reportRefreshTime=901</td>"));
+    for (const char* pszValue : { "reportRefreshTime=901", "reportRefreshTime=902" }) {
+        QCOMPARE(runTool({ "--config-dir", userDir(), "option", "set", pszValue }).nStatus, 0);
+    }
+    const QString strEdited = reported("then.xml").strOut;
+    const QString strCell = "<td data-label=\"command\">option set reportRefreshTime=%1</td>";
+    const int nLast = strEdited.indexOf(strCell.arg(902));
+    QVERIFY(nLast > 0 && strEdited.indexOf(strCell.arg(901)) > nLast);
     QCOMPARE(reported("nothing.xml").nStatus, 1);
     QCOMPARE(reported("2024-01-31").nStatus, 1);
+}
+
+void tst_hostanswers::aReportTellsWhatLiesBesideTheFile()
+{
+    writeLive(readFile(SAMPLE_USER "/indexUserConfig.xml"));
+    const QStringList words { "--config-dir", userDir(), "report", "--out", "-" };
+    QVERIFY(runTool(words).strOut.contains(">in order<"));
+    QVERIFY(QDir(userDir()).mkdir("Temp"));
+    const QString strCopy = userDir() + "/Temp/indexUserConfig.xml_20240131";
+    writeFile(strCopy, readFile(livePath()).replace("\"500\"", "\"501\""));
+    QFile copy(strCopy);
+    QVERIFY(copy.open(QIODevice::ReadWrite));
+    QVERIFY(copy.setFileTime(QDateTime::currentDateTime().addSecs(60),
+                             QFileDevice::FileModificationTime));
+    copy.close();
+    const QString strHtml = runTool(words).strOut;
+    QVERIFY(strHtml.contains(">1 finding<"));
+    QVERIFY(strHtml.contains(strCopy + " is newer and differs"));
 }
 
 void tst_hostanswers::colourIsForTerminals()

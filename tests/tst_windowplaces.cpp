@@ -3,6 +3,8 @@
 #include <inspect/shortened.h>
 #include <inspect/windowchanges.h>
 
+#include <QElapsedTimer>
+
 // What of windows can be seen, what became of them, and how their names are shortened.
 class tst_windowplaces : public CLibraryTest {
     Q_OBJECT
@@ -16,6 +18,7 @@ private Q_SLOTS:
     void windowsWithoutAPlaceCoverNothing_data();
     void windowsWithoutAPlaceCoverNothing();
     void theShareThatIsSeenIsTheOneCountedPointByPoint();
+    void aGridOfWindowsIsLookedThroughInTime();
     void windowsBelongTogetherByTheirGroup();
     void movesAreToldInFull();
     void whatIsTheSameHasNoNotes();
@@ -155,6 +158,21 @@ void tst_windowplaces::theShareThatIsSeenIsTheOneCountedPointByPoint()
         QCOMPARE(qRound(all[n].nShare * size[n]), seen[n]);
         QCOMPARE(all[n].place == WindowPlace::Covered, size[n] > 0 && seen[n] == 0);
     }
+}
+
+// Each two of them leave a gap between them: in all two millions.
+void tst_windowplaces::aGridOfWindowsIsLookedThroughInTime()
+{
+    QVector<KW::CLayoutWindow> windows { window({ 100, 100, 50, 50 }) };
+    for (int i = 0; i < 1500; ++i) {
+        windows.append(window({ 4 * i, 0, 2, 6000 }));
+        windows.append(window({ 0, 4 * i, 6000, 2 }));
+    }
+    QElapsedTimer timer;
+    timer.start();
+    const auto all = inspect::placed(windows, screen({ 0, 0, 6000, 6000 }));
+    QVERIFY2(timer.elapsed() < 30000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(all[0].place, WindowPlace::Shown);
 }
 
 void tst_windowplaces::windowsBelongTogetherByTheirGroup()

@@ -218,6 +218,7 @@ ReportUser readUser(const QString& configDir, const ReportFacts& facts)
     user.strConfigDir = configDir;
     user.facts = facts;
     user.checked = check(livePath(configDir));
+    user.checked.findings += facts.findings;
     user.records = recordsOf(user.checked.file.document);
     user.copies = snapshots(configDir);
     QVector<KW::CLayoutWindow> windows = windowsOf(user.records);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "inspect/check.h"
 #include "inspect/userrecords.h"
 
 #include <QByteArray>
@@ -28,6 +29,7 @@ struct ReportBefore {
 /// What the file does not tell.
 struct ReportFacts {
     QDateTime now;
+    QVector<Finding> findings = {}; ///< those that check() of the file cannot know
     QVector<ReportEdit> edits = {}; ///< the oldest first
     std::optional<ReportBefore> before = {};
 };

@@ -109,10 +109,10 @@ void writeFindings(CHtmlWriter& page, const ReportUser& user)
     const QStringList headings { "place", "effect", "rule", "what" };
     page.beginTable(QStringLiteral("Findings"), headings, "findings");
     for (const Finding& finding : user.checked.findings) {
-        page.row(
-            headings,
-            { QStringLiteral("%1:%2").arg(finding.position.nLine).arg(finding.position.nColumn),
-              effectName(finding.effect), finding.strRule, finding.strText });
+        const TextPosition& at = finding.position;
+        page.row(headings,
+                 { at.nLine > 0 ? QStringLiteral("%1:%2").arg(at.nLine).arg(at.nColumn) : QString(),
+                   effectName(finding.effect), finding.strRule, finding.strText });
     }
     page.endTable();
 }

@@ -7,6 +7,8 @@ namespace inspect {
 
 namespace {
 
+constexpr int c_nMostPieces = 20000;
+
 qreal sizeOf(const QRectF& rect)
 {
     return rect.isEmpty() ? 0 : rect.width() * rect.height();
@@ -46,10 +48,28 @@ public:
             }
         }
         m_pieces = rest;
+        forgetSmallest();
         return taken;
     }
 
+    // Whether all that is free is known.
+    bool isWhole() const { return m_bWhole; }
+
 private:
+    // A grid of windows leaves a piece for each two of them.
+    void forgetSmallest()
+    {
+        if (m_pieces.size() > c_nMostPieces) {
+            const auto isLarger = [](const QRectF& left, const QRectF& right) {
+                return sizeOf(left) > sizeOf(right);
+            };
+            const auto end = m_pieces.begin() + c_nMostPieces / 2;
+            std::nth_element(m_pieces.begin(), end, m_pieces.end(), isLarger);
+            m_pieces.erase(end, m_pieces.end());
+            m_bWhole = false;
+        }
+    }
+
     static void addAround(const QRectF& piece, const QRectF& hole, QVector<QRectF>& rest)
     {
         const QRectF around[] { { piece.topLeft(), QPointF(piece.right(), hole.top()) },
@@ -61,6 +81,7 @@ private:
     }
 
     QVector<QRectF> m_pieces;
+    bool m_bWhole = true;
 };
 
 // How long a label in the piece could be, if no side may be short.
@@ -119,7 +140,12 @@ void look(const QVector<Screen>& screens, QVector<PlacedWindow>& windows)
             const qreal nBefore = free.sizeIn(it->area);
             it->seen = roomiest(free.take(it->area));
             it->nShare = nBefore / all.sizeIn(it->area);
-            it->place = it->seen.isEmpty() ? WindowPlace::Covered : WindowPlace::Shown;
+            // Of what was forgotten nobody can say that it is covered.
+            if (!free.isWhole()) {
+                it->nShare = 1;
+            } else if (it->seen.isEmpty()) {
+                it->place = WindowPlace::Covered;
+            }
         }
     }
 }

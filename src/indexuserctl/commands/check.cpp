@@ -1,3 +1,5 @@
+#include "commands/check.h"
+
 #include "commands/wholefile.h"
 #include "failure.h"
 #include "terminal/output.h"
@@ -210,6 +212,16 @@ void printHistory(const Request& request)
 }
 
 } // namespace
+
+QVector<inspect::Finding> findingsBeside(const Request& request)
+{
+    const QString strLive = inspect::livePath(request.strConfigDir);
+    CheckedPath live { strLive, {} };
+    live.checked.file.state = inspect::FileState::Whole;
+    live.checked.findings = leftoversBeside(strLive, strLive);
+    addNewerCopy(request, live);
+    return live.checked.findings;
+}
 
 ExitStatus check(const Request& request)
 {

@@ -1,3 +1,4 @@
+#include "commands/check.h"
 #include "commands/earlier.h"
 #include "commands/history.h"
 #include "commands/snapshot.h"
@@ -35,7 +36,9 @@ inspect::ReportBefore before(const Request& request, const QString& word)
 ExitStatus report(const Request& request)
 {
     liveFile(request);
-    inspect::ReportFacts facts { QDateTime::currentDateTime(), editsOf(request), {} };
+    inspect::ReportFacts facts {
+        QDateTime::currentDateTime(), findingsBeside(request), editsOf(request), {}
+    };
     if (request.against) {
         facts.before = before(request, *request.against);
     }
