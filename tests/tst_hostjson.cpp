@@ -41,6 +41,9 @@ void tst_hostjson::init()
               "</LayoutTemplate></t>");
     QVERIFY(QDir(userDir()).mkdir("Temp"));
     QVERIFY(QFile::copy(livePath(), userDir() + "/Temp/indexUserConfig.xml_20240131"));
+    writeFile(userDir() + "/patch.json",
+              R"({"patch":1,"changes":[{"part":"option","name":"oaUser","before":"analyst",
+                  "after":"p"}]})");
     QVERIFY(QDir(userDir()).mkdir("out"));
 }
 
@@ -66,6 +69,7 @@ void tst_hostjson::everyCommandAnswers_data()
                                   "check",
                                   "diff indexUserConfig.xml indexUserConfig.xml",
                                   "recover",
+                                  "apply patch.json",
                                   "recover --list",
                                   "recover --newest",
                                   "recover --from 2024-01-31",
