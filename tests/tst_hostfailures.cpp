@@ -209,7 +209,7 @@ void tst_hostfailures::wrongUsageIsTwo_data()
     const auto row = [](const QStringList& words, const char* pszMessage) {
         QTest::newRow(qPrintable(words.join(' '))) << words << pszMessage;
     };
-    row({ "snapshot", "show", "yesterday" }, "'yesterday' is no date like 2024-01-31");
+    row({ "snapshot", "show", "tomorrow" }, "'tomorrow' is no date like 2024-01-31");
     row({ "snapshot", "show", "2024-02-30" }, "'2024-02-30' is no date");
     row({ "snapshot", "diff", "2024-1-31" }, "'2024-1-31' is no date");
     row({ "snapshot", "diff", "202-40131" }, "'202-40131' is no date");

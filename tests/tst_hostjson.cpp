@@ -3,6 +3,53 @@
 
 #include <algorithm>
 
+// Commands that end well for the user of this test.
+constexpr const char* c_answered[] = { "show",
+                                       "check",
+                                       "diff indexUserConfig.xml indexUserConfig.xml",
+                                       "recover",
+                                       "apply patch.json",
+                                       "recover --list",
+                                       "recover --newest",
+                                       "recover --from 2024-01-31",
+                                       "report --out out/a",
+                                       "snapshot list",
+                                       "snapshot show 2024-01-31",
+                                       "snapshot restore 2024-01-31",
+                                       "undo",
+                                       "history list",
+                                       "history show 1",
+                                       "history restore 1",
+                                       "history prune",
+                                       "option list",
+                                       "option get oaUser",
+                                       "option set tickRestoreDay=9",
+                                       "option reset oaUser",
+                                       "stock list",
+                                       "stock find 600519",
+                                       "stock move 0 SH 600519 7",
+                                       "stock add 7 SH 1 n",
+                                       "stock remove 2 SHFE au2408",
+                                       "stock import new.csv",
+                                       "stock export out/a",
+                                       "layout show",
+                                       "layout draw --out out/a",
+                                       "template list",
+                                       "template show 早盘",
+                                       "template save n",
+                                       "template apply 早盘",
+                                       "template rename 早盘 n",
+                                       "template delete 早盘",
+                                       "template export 早盘 out/a",
+                                       "template import new.xml",
+                                       "setting set k v",
+                                       "setting set k v --dry-run",
+                                       "setting list",
+                                       "sector list",
+                                       "export-sector 801780 out",
+                                       "tour",
+                                       "manual" };
+
 // The one form of all answers in JSON. Their content is held against docs/json/ by answers.py.
 class tst_hostjson : public CLibraryTest {
     Q_OBJECT
@@ -41,6 +88,9 @@ void tst_hostjson::init()
               "</LayoutTemplate></t>");
     QVERIFY(QDir(userDir()).mkdir("Temp"));
     QVERIFY(QFile::copy(livePath(), userDir() + "/Temp/indexUserConfig.xml_20240131"));
+    writeFile(userDir() + "/patch.json",
+              R"({"patch":1,"changes":[{"part":"option","name":"oaUser","before":"analyst",
+                  "after":"p"}]})");
     QVERIFY(QDir(userDir()).mkdir("out"));
 }
 
@@ -62,50 +112,7 @@ void tst_hostjson::everyCommandAnswers_data()
     const auto row = [](const char* pszWords, int status = 0) {
         QTest::newRow(pszWords) << QString::fromUtf8(pszWords) << status;
     };
-    for (const char* pszWords : { "show",
-                                  "check",
-                                  "diff indexUserConfig.xml indexUserConfig.xml",
-                                  "recover",
-                                  "recover --list",
-                                  "recover --newest",
-                                  "recover --from 2024-01-31",
-                                  "report --out out/a",
-                                  "snapshot list",
-                                  "snapshot show 2024-01-31",
-                                  "snapshot restore 2024-01-31",
-                                  "undo",
-                                  "history list",
-                                  "history show 1",
-                                  "history restore 1",
-                                  "history prune",
-                                  "option list",
-                                  "option get oaUser",
-                                  "option set tickRestoreDay=9",
-                                  "option reset oaUser",
-                                  "stock list",
-                                  "stock find 600519",
-                                  "stock move 0 SH 600519 7",
-                                  "stock add 7 SH 1 n",
-                                  "stock remove 2 SHFE au2408",
-                                  "stock import new.csv",
-                                  "stock export out/a",
-                                  "layout show",
-                                  "layout draw --out out/a",
-                                  "template list",
-                                  "template show 早盘",
-                                  "template save n",
-                                  "template apply 早盘",
-                                  "template rename 早盘 n",
-                                  "template delete 早盘",
-                                  "template export 早盘 out/a",
-                                  "template import new.xml",
-                                  "setting set k v",
-                                  "setting set k v --dry-run",
-                                  "setting list",
-                                  "sector list",
-                                  "export-sector 801780 out",
-                                  "tour",
-                                  "manual" }) {
+    for (const char* pszWords : c_answered) {
         row(pszWords);
     }
     row("redo", 1);

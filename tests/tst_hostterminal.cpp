@@ -231,6 +231,7 @@ void tst_hostterminal::everyExampleWorks()
     QVERIFY(QDir().mkpath(strHome + "/.config"));
     QCOMPARE(runProgram("cp", { "-a", strMade, strHome + "/.config/indexuser" }).nStatus, 0);
     writeFile(userDir() + "/stocks.csv", "list,market,code,name\n1,SH,600000,n\n");
+    writeFile(userDir() + "/patch.json", R"({"patch":1,"changes":[]})");
     writeFile(userDir() + "/morning.xml",
               "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\"/>"
               "</LayoutTemplate></t>");

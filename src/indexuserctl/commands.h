@@ -40,6 +40,7 @@ struct Request {
     bool bDescribe = false;
     std::optional<QString> source;
     std::optional<QString> valueFile;
+    std::optional<QString> patchFile;
     QString strKeep = QStringLiteral("30d");
     QString strCommand; ///< as typed, without secrets
     QString strAccount; ///< of whoever typed it
@@ -56,6 +57,7 @@ ExitStatus tour(const Request& request);
 ExitStatus check(const Request& request);
 ExitStatus report(const Request& request);
 ExitStatus diffFiles(const Request& request);
+ExitStatus applyPatch(const Request& request);
 ExitStatus recoverUser(const Request& request);
 ExitStatus salvageUser(const Request& request);
 ExitStatus reencodeUser(const Request& request);

@@ -23,6 +23,12 @@ Texts userTexts()
           "no difference. Status 1 if there are differences.",
           "diff ~/.config/indexuser/Temp/indexUserConfig.xml_20240131 "
           "~/.config/indexuser/indexUserConfig.xml" },
+        { "apply",
+          "A patch, which diff --patch writes, holds options, lists of stocks and templates with "
+          "what they were before. Each change is told. If this user has something else than the "
+          "patch was made of, nothing is written unless --force is given. Secrets, the windows of "
+          "now and the sections of other managers do not travel.",
+          "apply --dry-run patch.json" },
         { "recover",
           "Never touches a whole file unless told where to take another one from. A damaged file "
           "is set aside under a dated name; the copy that comes back is the newest whole one. "

@@ -44,7 +44,7 @@ private:
 constexpr auto Yes = OptionSaved::Yes;
 constexpr auto No = OptionSaved::No;
 
-std::vector<OptionRow> tableRows()
+std::vector<OptionRow> refreshRows()
 {
     return {
         { "reportRefreshTime", &P::reportRefreshTime, Yes, OptionMeaning::Amount,
@@ -64,6 +64,12 @@ std::vector<OptionRow> tableRows()
         { "flashKeepDataPeriod", &P::flashKeepDataPeriod, Yes, OptionMeaning::Amount,
           "Keep period of flash data", "in the client's unit of time" },
         { "graphDisplay", &P::graphDisplay, Yes, OptionMeaning::Number, "Chart display setting" },
+    };
+}
+
+std::vector<OptionRow> switchRows()
+{
+    return {
         { "monitorClipboard", &P::monitorClipboard, Yes, OptionMeaning::Flag,
           "Clipboard monitoring switch" },
         { "showAllQuoteData", &P::showAllQuoteData, Yes, OptionMeaning::Flag,
@@ -82,6 +88,12 @@ std::vector<OptionRow> tableRows()
           "Smart-key configuration; -1 for none" },
         { "qsSmartKeyConfig", &P::qsSmartKeyConfig, Yes, OptionMeaning::NumberList,
           "Category flags of the smart keys in the user's order, comma-separated" },
+    };
+}
+
+std::vector<OptionRow> tableAndChartRows()
+{
+    return {
         { "oaAddress", &P::oaAddress, Yes, OptionMeaning::Address, "Address of the OA data table" },
         { "oaTableName", &P::oaTableName, Yes, OptionMeaning::Text, "Name of the OA data table" },
         { "oaUser", &P::oaUser, Yes, OptionMeaning::Text, "User of the OA data table" },
@@ -105,6 +117,16 @@ std::vector<OptionRow> tableRows()
           "Filter-future-option check" },
         { "wholeQuoter", &P::wholeQuoter, Yes, OptionMeaning::Number, "Whole-quoter setting" },
     };
+}
+
+// The order says which of two rows for one field wins: m_graphDisplay comes behind graphDisplay.
+std::vector<OptionRow> tableRows()
+{
+    std::vector<OptionRow> all = refreshRows();
+    for (const std::vector<OptionRow>& rows : { switchRows(), tableAndChartRows() }) {
+        all.insert(all.end(), rows.begin(), rows.end());
+    }
+    return all;
 }
 
 void readRows(const QDomElement& element, P& param)

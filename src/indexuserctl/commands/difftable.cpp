@@ -1,4 +1,5 @@
 #include "commands/difftable.h"
+#include "commands/patch.h"
 #include "commands/wholefile.h"
 
 #include <inspect/optionvalues.h>
@@ -49,9 +50,15 @@ ExitStatus printDifferences(const Request& request, const QString& left, const Q
     // The first that cannot be read is the one that is named.
     const inspect::UserFile leftFile = wholeFile(left);
     const inspect::UserFile rightFile = wholeFile(right);
-    const QVector<inspect::Difference> found = inspect::differences(
-        inspect::recordsOf(leftFile.document), inspect::recordsOf(rightFile.document));
-    print({ diffTable(request, found, left, right) }, request.format);
+    const KW::UserRecords before = inspect::recordsOf(leftFile.document);
+    const KW::UserRecords after = inspect::recordsOf(rightFile.document);
+    const QVector<inspect::Difference> found = inspect::differences(before, after);
+    if (request.patchFile != QStringLiteral("-")) {
+        print({ diffTable(request, found, left, right) }, request.format);
+    }
+    if (request.patchFile) {
+        writePatch(request, before, after);
+    }
     return found.isEmpty() ? ExitStatus::Ok : ExitStatus::Negative;
 }
 

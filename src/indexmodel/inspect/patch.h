@@ -1,0 +1,61 @@
+#pragma once
+
+#include "inspect/userrecords.h"
+
+#include <QByteArray>
+#include <QJsonValue>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+namespace inspect {
+
+/// What a patch can carry from one user to another.
+enum class PatchPart { Option, Stocks, QuoteTemplate, TradeTemplate };
+
+/// "option", "stocks", "template" or "trade template".
+QString partName(PatchPart part);
+
+/// One thing that two users do not share, whole: an option, a list of stocks, a template.
+struct PatchChange {
+    PatchPart part = PatchPart::Option;
+    QString strName; ///< of the option or template, the number of the list
+    QJsonValue before; ///< a text, or an array of stocks; null where there was none
+    QJsonValue after; ///< null where it goes
+};
+
+struct Patch {
+    QVector<PatchChange> changes;
+    QStringList leftOut; ///< what differs and does not travel: secrets, windows, others' sections
+};
+
+/// What makes \a left into \a right.
+///
+///     const inspect::Patch patch = inspect::patchBetween(before, after);
+Patch patchBetween(const UserRecords& left, const UserRecords& right);
+
+/// A patch as a document, and back. Of a text that is none it is empty and strError tells why.
+QByteArray toJson(const Patch& patch);
+struct PatchText {
+    Patch patch;
+    QString strError;
+};
+PatchText patchFromJson(const QByteArray& text);
+
+enum class PatchFit {
+    Fits,
+    There, ///< the user has it already
+    Conflict, ///< the user has neither what was before nor what comes
+};
+
+/// "fits", "there already", "conflict".
+QString fitName(PatchFit fit);
+
+/// Whether \a change can be made to \a records without the loss of anything that the patch does not
+/// know.
+PatchFit fitOf(const PatchChange& change, const UserRecords& records);
+
+/// The list of a change of stocks that does not end it.
+KW::CustomStockMap::mapped_type stocksOf(const PatchChange& change);
+
+} // namespace inspect
