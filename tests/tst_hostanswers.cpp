@@ -30,6 +30,8 @@ private Q_SLOTS:
     void progressIsForTerminals();
     void completion_data();
     void completion();
+    void completionOfEntriesAndDates_data();
+    void completionOfEntriesAndDates();
     void bashCompletesWhatTheToolTells();
     void theManPageTellsWhatHelpTells();
 
@@ -326,6 +328,17 @@ void tst_hostanswers::completion_data()
     QTest::newRow("sector") << user + QStringList { "export-sector", "8017" } << "801780\n";
     QTest::newRow("option to reset")
         << QStringList { "complete", "option", "reset", "a", "tick" } << "tickRestoreDay\n";
+    QTest::newRow("behind the last word")
+        << user + QStringList { "option", "get", "oaUser", "" } << "";
+    QTest::newRow("file") << QStringList { "complete", "check", "" } << "";
+    QTest::newRow("nonsense") << QStringList { "complete", "nonsense", "x" } << "";
+}
+
+void tst_hostanswers::completionOfEntriesAndDates_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<QString>("found");
+    const QStringList user { "complete", "--config-dir", SAMPLE_USER };
     QTest::newRow("list") << user + QStringList { "stock", "list", "" } << "0\n1\n2\n7\n";
     QTest::newRow("market of a list")
         << user + QStringList { "stock", "remove", "2", "" } << "CFFEX\nSHFE\n";
@@ -340,10 +353,11 @@ void tst_hostanswers::completion_data()
         << user + QStringList { "snapshot", "show", "today", "opt" } << "options\n";
     QTest::newRow("date to recover from")
         << user + QStringList { "recover", "--from", "y" } << "yesterday\n";
-    QTest::newRow("behind the last word")
-        << user + QStringList { "option", "get", "oaUser", "" } << "";
-    QTest::newRow("file") << QStringList { "complete", "check", "" } << "";
-    QTest::newRow("nonsense") << QStringList { "complete", "nonsense", "x" } << "";
+}
+
+void tst_hostanswers::completionOfEntriesAndDates()
+{
+    completion();
 }
 
 void tst_hostanswers::completion()

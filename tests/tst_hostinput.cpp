@@ -190,20 +190,21 @@ void tst_hostinput::settingsThatMayNotBeReadAreNotMissing()
 void tst_hostinput::aSettingThatCannotBeStoredNamesTheCause_data()
 {
     QTest::addColumn<bool>("there");
-    QTest::newRow("read-only store") << true;
-    QTest::newRow("store that cannot be made") << false;
+    QTest::addColumn<QString>("words");
+    QTest::newRow("read-only store") << true << "the setting 'a' was not stored";
+    QTest::newRow("directory that takes no lock") << false << "the save failed";
 }
 
 void tst_hostinput::aSettingThatCannotBeStoredNamesTheCause()
 {
     QFETCH(bool, there);
+    QFETCH(QString, words);
     QVERIFY(!there || QDir(userDir()).mkpath("Settings"));
     const CReadOnlyDirectory readOnly(userDir() + (there ? "/Settings" : ""), { userDir() });
     REQUIRE_THE_TOOL
     const Outcome outcome = tool({ "setting", "set", "a", "v" });
-    QVERIFY2(outcome.strErr.endsWith("indexuserctl: the setting 'a' was not stored: Permission "
-                                     "denied: "
-                                     + userDir() + "/Settings\n"),
+    QVERIFY2(outcome.strErr.endsWith("indexuserctl: " + words + ": Permission denied: " + userDir()
+                                     + (there ? "/Settings\n" : "\n")),
              qPrintable(outcome.strErr));
     QCOMPARE(outcome.nStatus, 3);
 }

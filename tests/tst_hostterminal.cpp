@@ -211,7 +211,7 @@ void tst_hostterminal::makeUser(const QString& directory) const
                   readFile(SAMPLE_USER "/indexUserConfig.xml").replace("analyst", "before"));
     }
     for (const char* pszWords :
-         { "option set oaUser=a", "option set oaUser=b", "undo", "setting set theme light" }) {
+         { "option set oaUser=a", "setting set theme light", "option set oaUser=b", "undo" }) {
         const Outcome outcome = runProgram(
             TOOL, QStringList { "--config-dir", directory } + QString(pszWords).split(' '), {},
             userDir());

@@ -87,8 +87,9 @@ template <typename Visit> void visitFiles(const QString& configDir, Visit visit)
 {
     const int nUser
         = ::open(QFile::encodeName(configDir).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    visit(nUser, QStringLiteral("indexUserConfig.xml"), configDir);
-    for (const char* pszFolder : { "Temp", "Settings", "History" }) {
+    visit(nUser, QLatin1String(KW::c_szLiveFile), configDir);
+    for (const char* pszFolder :
+         { KW::c_szCopiesFolder, KW::c_szSettingsFolder, KW::c_szHistoryFolder }) {
         visit(nUser, QString::fromLatin1(pszFolder), configDir);
         const int nFolder
             = ::openat(nUser, pszFolder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);

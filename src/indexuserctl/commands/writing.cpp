@@ -131,11 +131,13 @@ void printNothing(const Request& request, const QString& words)
 
 Table receiptTable(const Request& request, const mend::Receipt& receipt)
 {
+    const QString strDigest = QString::fromLatin1(receipt.digest);
     return { "receipt",
              "Saved",
              { "file", "sha256", "bytes", "durable", "edit" },
-             { { inspect::livePath(request.strConfigDir), QString::fromLatin1(receipt.digest),
-                 receipt.nBytes, receipt.bDurable, receipt.nEdit } },
+             { { inspect::livePath(request.strConfigDir),
+                 strDigest.isEmpty() ? QJsonValue() : strDigest, receipt.nBytes, receipt.bDurable,
+                 receipt.nEdit } },
              TableShape::One };
 }
 

@@ -9,8 +9,8 @@
 #include <inspect/optionvalues.h>
 #include <inspect/plaintext.h>
 #include <inspect/snapshots.h>
-#include <platform/filenames.h>
 #include <mend/history.h>
+#include <platform/filenames.h>
 
 #include <standalone/standalone.h>
 

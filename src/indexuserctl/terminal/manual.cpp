@@ -2,6 +2,7 @@
 #include "terminal/output.h"
 
 #include <inspect/optionvalues.h>
+#include <platform/filenames.h>
 
 namespace {
 
@@ -92,15 +93,23 @@ QString statusEntries()
     return strText;
 }
 
+QString files()
+{
+    using namespace KW;
+    const QString strCopies = QString(c_szCopiesFolder) + '/' + c_szDatedCopyPrefix;
+    return section("FILES") + entry("~/.config/indexuser/", "the user's directory unless told")
+        + entry(c_szLiveFile, "in it: what the client loads and saves")
+        + entry(strCopies + "YYYYMMDD", "the last save of each day")
+        + entry(QString(c_szHistoryFolder) + '/',
+                "the states before the edits of this tool, and who made them")
+        + entry(c_szLockFile, "held by whoever may write")
+        + entry(QString(c_szSettingsFolder) + '/', "the shared settings store, a file a value")
+        + entry(c_szSectorsFile, "the sectors and their stocks, only read");
+}
+
 QString surroundings()
 {
-    return section("FILES") + entry("~/.config/indexuser/", "the user's directory unless told")
-        + entry("indexUserConfig.xml", "in it: what the client loads and saves")
-        + entry("Temp/indexUserConfig.xml_YYYYMMDD", "the last save of each day")
-        + entry("History/", "the states before the edits of this tool, and who made them")
-        + entry("indexUserConfig.lock", "held by whoever may write")
-        + entry("Settings/", "the shared settings store, a file a value")
-        + entry("sectors.json", "the sectors and their stocks, only read") + section("ENVIRONMENT")
+    return files() + section("ENVIRONMENT")
         + entry("XDG_CONFIG_HOME", "where the user's directory is, instead of ~/.config")
         + entry("PAGER", "what shows an answer that is longer than the terminal; nothing if unset")
         + entry("COLUMNS", "how wide a terminal is that does not tell")
