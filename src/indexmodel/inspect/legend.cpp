@@ -11,8 +11,8 @@ namespace {
 
 constexpr qreal c_nRow = 26;
 constexpr qreal c_nBaseline = 17;
-constexpr qreal c_nFont = 13;
-constexpr qreal c_nGap = 16; // between columns
+constexpr qreal c_nCellFont = 13;
+constexpr qreal c_nColumnGap = 16; // between columns
 constexpr qreal c_nNames = 190; // of a column that may be shortened, at least
 
 // Names and panels, in the order of legendColumns().
@@ -75,7 +75,8 @@ CLegend::CLegend(const Scene& scene)
 {
     const auto widen = [this](const QStringList& cells) {
         for (int i = 0; i < cells.size(); ++i) {
-            const qreal nWidth = isShortened(i) ? c_nNames : textWidth(cells[i], c_nFont) + c_nGap;
+            const qreal nWidth
+                = isShortened(i) ? c_nNames : textWidth(cells[i], c_nCellFont) + c_nColumnGap;
             m_widths[i] = std::max(m_widths[i], nWidth);
         }
     };
@@ -97,8 +98,9 @@ void CLegend::paintCells(CSvgWriter& svg, const QStringList& cells, int first, c
     qreal nLeft = row.x();
     for (int i = 0; i < cells.size(); ++i) {
         if (i >= first) {
-            const QString strShown
-                = isShortened(i) ? shortened(cells[i], m_widths[i] - c_nGap, c_nFont) : cells[i];
+            const QString strShown = isShortened(i)
+                ? shortened(cells[i], m_widths[i] - c_nColumnGap, c_nCellFont)
+                : cells[i];
             paintCell(svg, cells[i], strShown, pszRole, { nLeft, row.y() });
         }
         nLeft += m_widths[i];

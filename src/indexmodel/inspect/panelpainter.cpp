@@ -9,9 +9,9 @@ namespace {
 
 using KW::ElementTree;
 
-constexpr qreal c_nGap = 3;
+constexpr qreal c_nPanelGap = 3;
 constexpr qreal c_nLabel = 18; // the strip with a panel's name
-constexpr qreal c_nFont = 12;
+constexpr qreal c_nPanelFont = 12;
 constexpr qreal c_nLeast = 4;
 
 void label(CSvgWriter& svg, const QString& text, const QRectF& area)
@@ -19,7 +19,7 @@ void label(CSvgWriter& svg, const QString& text, const QRectF& area)
     svg.rect(QStringLiteral("panel"), area);
     if (area.height() >= c_nLabel) {
         svg.text(QStringLiteral("panelname"), area.topLeft() + QPointF(5, c_nLabel - 4),
-                 shortened(text, area.width() - 8, c_nFont));
+                 shortened(text, area.width() - 8, c_nPanelFont));
     }
 }
 
@@ -33,7 +33,8 @@ void paintTabs(CSvgWriter& svg, const QVector<ElementTree>& pages, int current, 
     label(svg, names.join(QStringLiteral(" | ")), area);
     const ElementTree page = pages.value(current);
     if (!page.elements().isEmpty()) {
-        paintPanels(svg, page, area.adjusted(c_nGap, c_nLabel + c_nGap, -c_nGap, -c_nGap));
+        paintPanels(svg, page,
+                    area.adjusted(c_nPanelGap, c_nLabel + c_nPanelGap, -c_nPanelGap, -c_nPanelGap));
     }
 }
 
@@ -54,7 +55,7 @@ void paintSplit(CSvgWriter& svg, const QVector<ElementTree>& parts, const Elemen
     const QVector<qreal> shares = sharesOf(splitter, parts.size());
     QPointF corner = area.topLeft();
     for (int i = 0; i < parts.size(); ++i) {
-        const qreal nGap = i + 1 < parts.size() ? c_nGap : 0;
+        const qreal nGap = i + 1 < parts.size() ? c_nPanelGap : 0;
         const QSizeF size = bVertical ? QSizeF(area.width(), shares[i] * area.height())
                                       : QSizeF(shares[i] * area.width(), area.height());
         QRectF part(corner, size);

@@ -15,7 +15,7 @@ constexpr qreal c_nWidthOnAPage = 1040;
 constexpr qreal c_nMostHeight = 1400;
 constexpr qreal c_nWidthOfAWindow = 110; // room for a number and a short name
 constexpr qreal c_nLine = 20;
-constexpr qreal c_nFont = 13;
+constexpr qreal c_nLabelFont = 13;
 constexpr int c_nMostLabels = 32; // nobody tells more screens apart
 
 qreal medianWidth(const Scene& scene)
@@ -99,14 +99,14 @@ void CPictureFrame::addLabel(const Screen& screen, const QVector<Screen>& screen
     const QString strText = screenText(screen);
     for (const QString& text : { strText, QStringLiteral("screen %1").arg(screen.nId) }) {
         for (const qreal nTop : { on.top() - c_nLine, on.bottom() }) {
-            const QRectF area(on.left(), nTop, textWidth(text, c_nFont), c_nLine);
+            const QRectF area(on.left(), nTop, textWidth(text, c_nLabelFont), c_nLine);
             if (isFree(area, screens)) {
                 m_labels.append({ area, text });
                 return;
             }
         }
     }
-    QRectF area(on.left(), desktop().top(), textWidth(strText, c_nFont), c_nLine);
+    QRectF area(on.left(), desktop().top(), textWidth(strText, c_nLabelFont), c_nLine);
     do {
         area.translate(0, -c_nLine);
     } while (!isFree(area, screens));

@@ -155,7 +155,7 @@ Table fileTable(const QVector<CheckedPath>& all)
     return table;
 }
 
-QString placeOf(const inspect::TextPosition& at)
+QString lineAndColumn(const inspect::TextPosition& at)
 {
     return at.nLine > 0 ? QStringLiteral(":%1:%2").arg(at.nLine).arg(at.nColumn) : QString();
 }
@@ -169,7 +169,7 @@ void printText(const QVector<CheckedPath>& all)
         }
         for (const inspect::Finding& finding : each.checked.findings) {
             printLine(QStringLiteral("%1%2: %3: %4 [%5]")
-                          .arg(each.strPath, placeOf(finding.position),
+                          .arg(each.strPath, lineAndColumn(finding.position),
                                inspect::effectName(finding.effect), finding.strText,
                                finding.strRule));
         }

@@ -82,7 +82,7 @@ Table historyTable(const Request& request)
         const bool bText = request.format == Format::Text;
         const int nDigits = bText ? 8 : -1;
         table.rows.append({ entry.nNumber, entry.time.toLocalTime().toString(Qt::ISODate),
-                            entry.strAccount, entry.strHost, commandOf(entry),
+                            entry.strAccount, entry.strHost, commandText(entry),
                             QString::fromLatin1(entry.before.left(nDigits)),
                             QString::fromLatin1(entry.after.left(nDigits)) });
     }
@@ -144,7 +144,7 @@ QDateTime timeBefore(const QString& age)
 
 } // namespace
 
-QString commandOf(const HistoryEntry& entry)
+QString commandText(const HistoryEntry& entry)
 {
     return entry.action == mend::HistoryAction::Edit
         ? entry.strCommand

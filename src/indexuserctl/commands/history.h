@@ -3,4 +3,4 @@
 #include <mend/history.h>
 
 /// The command of an edit as people read it: of an undo, also which edit it was about.
-QString commandOf(const mend::HistoryEntry& entry);
+QString commandText(const mend::HistoryEntry& entry);

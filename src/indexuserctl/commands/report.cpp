@@ -16,7 +16,7 @@ QVector<inspect::ReportEdit> editsOf(const Request& request)
     QVector<inspect::ReportEdit> edits;
     const auto entries = mend::CHistory(request.strConfigDir).entries();
     for (const mend::HistoryEntry& entry : entries) {
-        edits.append({ entry.nNumber, entry.time, entry.strAccount, commandOf(entry) });
+        edits.append({ entry.nNumber, entry.time, entry.strAccount, commandText(entry) });
     }
     return edits;
 }
