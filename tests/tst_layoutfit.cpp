@@ -245,6 +245,9 @@ void tst_layoutfit::windowsGoToTheirScreens_data()
     QTest::newRow("what fits stays") << "1 main 100x100+0+0; 7 10x10+5+5; 2 max 0x0+0+0"
                                      << "1000x500+0+0,1000x500+1000+0"
                                      << "1 main 100x100+0+0; 7 10x10+5+5; 2 max 0x0+0+0";
+    QTest::newRow("others move, what fits stays") << "1 main 9x9+5000+0; 7 100x100+1100+0"
+                                                  << "1000x500+0+0,1000x500+1000+0"
+                                                  << "1 main 9x9+991+0; 7 100x100+1100+0";
     QTest::newRow("main to the one at the origin") << "5 main max 1000x500+5000+0"
                                                    << "800x600-800+0,1000x500+0+0"
                                                    << "2 main max 1000x500+0+0";
@@ -289,9 +292,9 @@ void tst_layoutfit::windowsAreScaledAndBroughtWithin_data()
         << "1000x500+0+0,2000x1000+1000+0"
         << "1 main 9x9+0+0; 2 max 2000x1000+1000+0; 2 200x100+2800+900";
     QTest::newRow("side by side they stay so")
-        << "1 main max 1001x100+0+0; 1 333x100+0+0; 1 335x100+333+0; 1 333x100+668+0"
-        << "700x100+0+0"
-        << "1 main max 700x100+0+0; 1 233x100+0+0; 1 234x100+233+0; 1 233x100+467+0";
+        << "1 main max 1000x100+0+0; 1 333x100+0+0; 1 333x100+333+0; 1 334x100+666+0"
+        << "500x100+0+0"
+        << "1 main max 500x100+0+0; 1 167x100+0+0; 1 166x100+167+0; 1 167x100+333+0";
     QTest::newRow("a screen that is guessed is moved, not scaled up")
         << "1 main 9x9+0+0; 2 50x50+5000+10; 2 50x50+5100+20"
         << "1000x500+0+0,1000x500+1000+0"
