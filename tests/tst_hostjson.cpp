@@ -34,6 +34,8 @@ constexpr const char* c_answered[] = { "show",
                                        "stock export out/a",
                                        "layout show",
                                        "layout draw --out out/a",
+                                       "layout fit --screens 9999x2000-2000+0",
+                                       "layout fit --screens 800x600+0+0 --apply",
                                        "template list",
                                        "template show 早盘",
                                        "template save n",
@@ -116,6 +118,7 @@ void tst_hostjson::everyCommandAnswers_data()
         row(pszWords);
     }
     row("redo", 1);
+    row("layout fit --screens 800x600+0+0", 1);
     row("setting get k", 1);
     row("setting unset k", 1);
     row("snapshot diff 2024-01-31", 1);

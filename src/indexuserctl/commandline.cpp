@@ -75,7 +75,7 @@ void addOption(CLI::App& app, const QString& name, Slots& slots)
     }
     app.add_option(name.toStdString(), slots.values[name], strHelp)
         ->type_name(option.strValue.toStdString())
-        ->required(name == QLatin1String("--out"));
+        ->required(isNeeded(name));
 }
 
 CLI::App& subcommand(CLI::App& parent, const QString& name)

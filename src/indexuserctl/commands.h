@@ -32,12 +32,14 @@ struct Request {
     std::optional<QString> against; ///< what it was before
     std::optional<QString> filter;
     QString strOut;
+    QString strScreens; ///< as typed
     std::optional<QString> wait; ///< seconds, as typed
     bool bList = false;
     bool bNewest = false;
     bool bSalvage = false;
     bool bChanged = false;
     bool bDescribe = false;
+    bool bApply = false;
     std::optional<QString> source;
     std::optional<QString> valueFile;
     std::optional<QString> patchFile;
@@ -86,6 +88,7 @@ ExitStatus importTemplates(const Request& request);
 
 ExitStatus showLayout(const Request& request);
 ExitStatus drawLayout(const Request& request);
+ExitStatus fitLayout(const Request& request);
 
 ExitStatus listSnapshots(const Request& request);
 ExitStatus showSnapshot(const Request& request);

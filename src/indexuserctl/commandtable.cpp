@@ -39,6 +39,8 @@ QVector<CommandOption> switches()
           [](Request& request, const QString&) { request.bList = true; } },
         { "--newest", "", "the newest dated copy, if it is newer than the file",
           [](Request& request, const QString&) { request.bNewest = true; } },
+        { "--apply", "", "brings the windows back",
+          [](Request& request, const QString&) { request.bApply = true; } },
         { "--salvage", "", "what is whole in a torn file, the rest from the newest whole copy",
           [](Request& request, const QString&) { request.bSalvage = true; } },
     };
@@ -57,6 +59,9 @@ QVector<CommandOption> optionsWithValue()
         { "--against", "DATE|FILE",
           "what changed since: a dated copy, a file or, for a layout, a template",
           [](Request& request, const QString& value) { request.against = value; } },
+        { "--screens", "WxH+X+Y,...",
+          "the screens in the order of their numbers; the main one is at +0+0, else the first",
+          [](Request& request, const QString& value) { request.strScreens = value; } },
         { "--out", "FILE", "the file to write",
           [](Request& request, const QString& value) { request.strOut = value; } },
         { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
@@ -243,6 +248,12 @@ Commands layoutCommands()
           { "--trade", "--template", "--against", "--out", "--dry-run" },
           "a picture of a layout, to scale, as SVG; or of what became of it",
           drawLayout },
+        { "layout fit",
+          {},
+          { "--screens", "--trade", "--template", "--apply", "--all", "--dry-run", "--wait",
+            "--force" },
+          "what of a layout lies off, under or across screens; or brings it back",
+          fitLayout },
         { "template list", {}, { "--trade" }, "layout templates", listTemplates },
         { "template show", { "NAME" }, { "--trade" }, "the windows of a template", showTemplate },
     };
@@ -332,14 +343,19 @@ bool hasCommandOption(const QString& name)
                        [&](const CommandOption& option) { return option.strName == name; });
 }
 
+// What is drawn or reported has to go somewhere, and what fits has to fit something.
+bool isNeeded(const QString& name)
+{
+    return name == QLatin1String("--out") || name == QLatin1String("--screens");
+}
+
 QString usageOf(const Command& command)
 {
     QStringList parts { command.strName };
     for (const QString& name : command.options) {
         const QString strValue = commandOption(name).strValue;
         const QString strOption = strValue.isEmpty() ? name : name + ' ' + strValue;
-        // What is drawn or reported has to go somewhere.
-        parts.append(name == QLatin1String("--out") ? strOption : '[' + strOption + ']');
+        parts.append(isNeeded(name) ? strOption : '[' + strOption + ']');
     }
     return (parts + command.words).join(QLatin1Char(' '));
 }

@@ -24,6 +24,8 @@ struct Command {
 const QVector<Command>& commands();
 const CommandOption& commandOption(const QString& name);
 bool hasCommandOption(const QString& name);
+/// Whether no command that has the option can do without it.
+bool isNeeded(const QString& name);
 
 /// "template save [--dry-run] [--trade] NAME".
 QString usageOf(const Command& command);

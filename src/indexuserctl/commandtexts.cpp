@@ -136,6 +136,12 @@ Texts layoutTexts()
           "layout show --trade" },
         { "layout draw", "Draws the windows on their screens, to scale.",
           "layout draw --out layout.svg" },
+        { "layout fit",
+          "Tells which windows lie off the screens, across their edges or under other windows, and "
+          "where each would go; status 1 if some do not fit. With --apply they go there: the main "
+          "screen's to the main screen, the others' by rank from left to right, scaled, none "
+          "dropped. Covered windows fit, and those that fit stay.",
+          "layout fit --screens 1920x1080+0+0,2560x1440+1920+0 --apply" },
         { "template list", "The names of the templates, and how many windows each has.",
           "template list" },
         { "template show", "Where the windows of a template are, and what is in them.",

@@ -5,6 +5,7 @@
 #include <boost/geometry/index/rtree.hpp>
 
 #include <QMap>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <vector>
@@ -29,6 +30,32 @@ Box boxOf(const QRectF& rect)
 {
     const QRectF inner = rect.adjusted(0.25, 0.25, -0.25, -0.25);
     return { Point(inner.left(), inner.top()), Point(inner.right(), inner.bottom()) };
+}
+
+QRectF rectFromText(const QString& text)
+{
+    static const QRegularExpression s_form(QStringLiteral(
+        "^(\\d{1,5})x(\\d{1,5})(?:\\+(-?\\d{1,5})|(-\\d{1,5}))(?:\\+(-?\\d{1,5})|(-\\d{1,5}))$"));
+    const QRegularExpressionMatch match = s_form.match(text);
+    const auto number = [&](int i) { return match.captured(i).toInt(); };
+    // Of either sign one of two is there, and the other one counts nothing.
+    return { qreal(number(3) + number(4)), qreal(number(5) + number(6)), qreal(number(1)),
+             qreal(number(2)) };
+}
+
+// What is wrong with a screen behind others; empty for nothing.
+QString errorOf(const QRectF& rect, const QVector<Screen>& others)
+{
+    if (rect.isEmpty()) {
+        return QStringLiteral("is no screen like 1920x1080+0+0");
+    }
+    if (!farthestDesktop().contains(rect)) {
+        return QStringLiteral("is farther out than any desktop reaches");
+    }
+    const bool bTaken = std::any_of(others.begin(), others.end(), [&](const Screen& screen) {
+        return screen.rect.intersects(rect);
+    });
+    return bTaken ? QStringLiteral("overlaps a screen before it") : QString();
 }
 
 } // namespace
@@ -70,6 +97,21 @@ QVector<Screen> screensOf(const QVector<KW::CLayoutWindow>& windows)
         screen.nId = window.m_nScreenId;
     }
     return QVector<Screen>(screens.begin(), screens.end());
+}
+
+ScreenList screensFromText(const QString& text)
+{
+    ScreenList list;
+    const QStringList words = text.split(',');
+    for (const QString& word : words) {
+        const QRectF rect = rectFromText(word);
+        const QString strError = errorOf(rect, list.screens);
+        if (!strError.isEmpty()) {
+            return { {}, QStringLiteral("'%1' %2").arg(word, strError) };
+        }
+        list.screens.append({ list.screens.size() + 1, rect, ScreenSource::Maximized });
+    }
+    return list;
 }
 
 QVector<KW::CLayoutWindow> windowsOf(const UserRecords& records)

@@ -99,4 +99,9 @@ QString sizeText(const QRectF& rect)
     return number(rect.width()) + QLatin1Char('x') + number(rect.height());
 }
 
+QString geometryText(const QRectF& rect)
+{
+    return sizeText(rect) + signedNumber(rect.x()) + signedNumber(rect.y());
+}
+
 } // namespace inspect

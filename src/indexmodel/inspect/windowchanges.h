@@ -31,4 +31,7 @@ QVector<WindowChange> windowChanges(const QVector<KW::CLayoutWindow>& before,
 QString placeText(const QRectF& rect);
 QString sizeText(const QRectF& rect);
 
+/// Both, as screens are told: "1280x960+1920+40".
+QString geometryText(const QRectF& rect);
+
 } // namespace inspect

@@ -1,3 +1,5 @@
+#include "commands/layouts.h"
+
 #include "commands/earlier.h"
 #include "commands/shownuser.h"
 #include "commands/snapshot.h"
@@ -14,25 +16,6 @@ namespace {
 QString nameOf(const inspect::Layout& layout)
 {
     return (layout.strSection + ' ' + layout.strName).trimmed();
-}
-
-inspect::Layout wantedLayout(const Request& request, const inspect::UserRecords& records)
-{
-    const bool bTemplate = request.templateName.has_value();
-    const QVector<inspect::Layout> layouts
-        = bTemplate ? inspect::templatesOf(records, request.side) : inspect::layoutsOf(records);
-    QStringList names;
-    for (const inspect::Layout& layout : layouts) {
-        names.append(bTemplate ? layout.strName : layout.strSection);
-    }
-    const QString strWanted = request.templateName.value_or(inspect::layoutSection(request.side));
-    const int nFound = names.indexOf(strWanted);
-    if (nFound < 0) {
-        throw CFailure(ExitStatus::Negative,
-                       QStringLiteral("there is no template '%1'").arg(strWanted)
-                           + inspect::didYouMean(strWanted, names));
-    }
-    return layouts[nFound];
 }
 
 // A template of that name goes before a file, a day before both.
@@ -65,6 +48,25 @@ void addEarlier(const Request& request, const inspect::UserRecords& records,
 }
 
 } // namespace
+
+inspect::Layout wantedLayout(const Request& request, const inspect::UserRecords& records)
+{
+    const bool bTemplate = request.templateName.has_value();
+    const QVector<inspect::Layout> layouts
+        = bTemplate ? inspect::templatesOf(records, request.side) : inspect::layoutsOf(records);
+    QStringList names;
+    for (const inspect::Layout& layout : layouts) {
+        names.append(bTemplate ? layout.strName : layout.strSection);
+    }
+    const QString strWanted = request.templateName.value_or(inspect::layoutSection(request.side));
+    const int nFound = names.indexOf(strWanted);
+    if (nFound < 0) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("there is no template '%1'").arg(strWanted)
+                           + inspect::didYouMean(strWanted, names));
+    }
+    return layouts[nFound];
+}
 
 ExitStatus showLayout(const Request& request)
 {
