@@ -116,6 +116,11 @@ Commands userCommands()
           { "--against", "--out", "--dry-run" },
           "all of it on one HTML page, or what changed",
           report },
+        { "support-bundle",
+          {},
+          { "--out", "--dry-run" },
+          "check, report, copies, history and log in one archive, secrets masked",
+          supportBundle },
     };
 }
 

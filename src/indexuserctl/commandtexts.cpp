@@ -39,6 +39,12 @@ Texts userTexts()
         { "report",
           "Writes one page that needs nothing else: findings, options, stocks, windows, copies.",
           "report --out report.html" },
+        { "support-bundle",
+          "Packs what somebody far away needs: the answers of check, report and snapshot list, and "
+          "all files of the user, with logs beside them, in the bytes that they have but for the "
+          "password, wherever it stands. A file in which it may stand unseen is left out; the "
+          "table, and contents.json in the archive, tell which and why. Status 1 if any is.",
+          "support-bundle --out support.tar.gz" },
     };
 }
 
