@@ -111,6 +111,12 @@ Commands userCommands()
             "--wait", "--force", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
+    };
+}
+
+Commands reportCommands()
+{
+    return {
         { "report",
           {},
           { "--against", "--out", "--dry-run" },
@@ -317,9 +323,9 @@ Commands otherCommands()
 
 const QVector<Command>& commands()
 {
-    static const QVector<Command> s_commands = userCommands() + copyCommands() + historyCommands()
-        + optionCommands() + stockCommands() + layoutCommands() + templateCommands()
-        + otherCommands();
+    static const QVector<Command> s_commands = userCommands() + reportCommands() + copyCommands()
+        + historyCommands() + optionCommands() + stockCommands() + layoutCommands()
+        + templateCommands() + otherCommands();
     return s_commands;
 }
 

@@ -36,6 +36,12 @@ Texts userTexts()
           "keeps what is whole in a torn file, and --encoding converts a file that another program "
           "has written in another encoding.",
           "recover --dry-run" },
+    };
+}
+
+Texts reportTexts()
+{
+    return {
         { "report",
           "Writes one page that needs nothing else: findings, options, stocks, windows, copies.",
           "report --out report.html" },
@@ -190,8 +196,8 @@ Texts otherTexts()
 
 const CommandText& textOf(const Command& command)
 {
-    static const Texts s_texts = userTexts() + copyTexts() + historyTexts() + optionTexts()
-        + stockTexts() + layoutTexts() + templateTexts() + otherTexts();
+    static const Texts s_texts = userTexts() + reportTexts() + copyTexts() + historyTexts()
+        + optionTexts() + stockTexts() + layoutTexts() + templateTexts() + otherTexts();
     static const CommandText s_none;
     const auto it = std::find_if(s_texts.begin(), s_texts.end(), [&](const CommandText& text) {
         return text.strCommand == command.strName;
