@@ -58,6 +58,7 @@ ExitStatus show(const Request& request);
 ExitStatus tour(const Request& request);
 ExitStatus check(const Request& request);
 ExitStatus report(const Request& request);
+ExitStatus supportBundle(const Request& request);
 ExitStatus diffFiles(const Request& request);
 ExitStatus applyPatch(const Request& request);
 ExitStatus recoverUser(const Request& request);

@@ -116,11 +116,22 @@ Commands userCommands()
             "--wait", "--force", "--show-secrets" },
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
+    };
+}
+
+Commands reportCommands()
+{
+    return {
         { "report",
           {},
           { "--against", "--out", "--dry-run" },
           "all of it on one HTML page, or what changed",
           report },
+        { "support-bundle",
+          {},
+          { "--out", "--dry-run" },
+          "check, report, copies, history and log in one archive, secrets masked",
+          supportBundle },
     };
 }
 
@@ -323,9 +334,9 @@ Commands otherCommands()
 
 const QVector<Command>& commands()
 {
-    static const QVector<Command> s_commands = userCommands() + copyCommands() + historyCommands()
-        + optionCommands() + stockCommands() + layoutCommands() + templateCommands()
-        + otherCommands();
+    static const QVector<Command> s_commands = userCommands() + reportCommands() + copyCommands()
+        + historyCommands() + optionCommands() + stockCommands() + layoutCommands()
+        + templateCommands() + otherCommands();
     return s_commands;
 }
 

@@ -36,9 +36,21 @@ Texts userTexts()
           "keeps what is whole in a torn file, and --encoding converts a file that another program "
           "has written in another encoding.",
           "recover --dry-run" },
+    };
+}
+
+Texts reportTexts()
+{
+    return {
         { "report",
           "Writes one page that needs nothing else: findings, options, stocks, windows, copies.",
           "report --out report.html" },
+        { "support-bundle",
+          "Packs what somebody far away needs: the answers of check, report and snapshot list, and "
+          "all files of the user, with logs beside them, in the bytes that they have but for the "
+          "password, wherever it stands. A file in which it may stand unseen is left out; the "
+          "table, and contents.json in the archive, tell which and why. Status 1 if any is.",
+          "support-bundle --out support.tar.gz" },
     };
 }
 
@@ -190,8 +202,8 @@ Texts otherTexts()
 
 const CommandText& textOf(const Command& command)
 {
-    static const Texts s_texts = userTexts() + copyTexts() + historyTexts() + optionTexts()
-        + stockTexts() + layoutTexts() + templateTexts() + otherTexts();
+    static const Texts s_texts = userTexts() + reportTexts() + copyTexts() + historyTexts()
+        + optionTexts() + stockTexts() + layoutTexts() + templateTexts() + otherTexts();
     static const CommandText s_none;
     const auto it = std::find_if(s_texts.begin(), s_texts.end(), [&](const CommandText& text) {
         return text.strCommand == command.strName;

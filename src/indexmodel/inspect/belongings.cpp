@@ -6,7 +6,6 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QStringList>
 
 #include <filesystem>
 #include <optional>
@@ -51,25 +50,6 @@ bool isOwnName(const QString& name)
         || s_names.contains(name, Qt::CaseInsensitive);
 }
 
-QStringList filesOf(const QString& configDir)
-{
-    QStringList files;
-    const QDir directory(configDir);
-    const auto names = directory.entryList(QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString& name : names) {
-        if (isOwnName(name)) {
-            files.append(directory.filePath(name));
-        }
-    }
-    for (const QString& folder : foldersOf(configDir)) {
-        QDirIterator all(folder, c_all, QDirIterator::Subdirectories);
-        while (all.hasNext()) {
-            files.append(all.next());
-        }
-    }
-    return files;
-}
-
 // The first of \a paths that is the same thing as \a identity.
 QString sameOf(const QStringList& paths, const std::optional<Identity>& identity)
 {
@@ -99,6 +79,25 @@ QString folderAround(const QString& configDir, const QString& directory)
 
 } // namespace
 
+QStringList belongings(const QString& configDir)
+{
+    QStringList files;
+    const QDir directory(configDir);
+    const auto names = directory.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : names) {
+        if (isOwnName(name)) {
+            files.append(directory.filePath(name));
+        }
+    }
+    for (const QString& folder : foldersOf(configDir)) {
+        QDirIterator all(folder, c_all, QDirIterator::Subdirectories);
+        while (all.hasNext()) {
+            files.append(all.next());
+        }
+    }
+    return files;
+}
+
 QString endOfLinks(const QString& path)
 {
     std::filesystem::path end = QFile::encodeName(path).toStdString();
@@ -111,7 +110,7 @@ QString endOfLinks(const QString& path)
 
 QString belongingAt(const QString& configDir, const QString& path)
 {
-    const QString strFile = sameOf(filesOf(configDir), identityOf(path));
+    const QString strFile = sameOf(belongings(configDir), identityOf(path));
     if (!strFile.isEmpty()) {
         return strFile;
     }

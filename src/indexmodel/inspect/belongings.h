@@ -1,8 +1,13 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace inspect {
+
+/// All that is a user's own and is there, files and folders, in no order: the live file and what
+/// was set aside beside it, sectors.json, the lock, and what is in Temp, Settings and History.
+QStringList belongings(const QString& configDir);
 
 /// Where a write to \a path ends: links at its end are followed, also one to nowhere.
 QString endOfLinks(const QString& path);

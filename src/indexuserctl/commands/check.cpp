@@ -2,7 +2,7 @@
 
 #include "commands/wholefile.h"
 #include "failure.h"
-#include "terminal/output.h"
+#include "terminal/answer.h"
 #include "terminal/progress.h"
 
 #include <inspect/check.h>
@@ -211,6 +211,33 @@ void printHistory(const Request& request)
     }
 }
 
+// Without words it is the live file.
+QVector<CheckedPath> checkedPaths(const Request& request)
+{
+    const bool bLive = request.words.isEmpty();
+    const QString strLive = inspect::livePath(request.strConfigDir);
+    QVector<CheckedPath> all = checkAll(bLive ? QStringList(strLive) : request.words, strLive);
+    if (bLive) {
+        addNewerCopy(request, all.first());
+    }
+    return all;
+}
+
+QVector<Table> tablesOf(const Request& request, const QVector<CheckedPath>& all)
+{
+    const QVector<Table> tables { fileTable(all), findingTable(all) };
+    return request.words.isEmpty() ? tables + QVector<Table> { historySize(request) } : tables;
+}
+
+ExitStatus worstOf(const QVector<CheckedPath>& all)
+{
+    const auto worst = std::max_element(
+        all.begin(), all.end(), [](const CheckedPath& left, const CheckedPath& right) {
+            return severityOf(statusOf(left.checked)) < severityOf(statusOf(right.checked));
+        });
+    return statusOf(worst->checked);
+}
+
 } // namespace
 
 QVector<inspect::Finding> findingsBeside(const Request& request)
@@ -223,26 +250,28 @@ QVector<inspect::Finding> findingsBeside(const Request& request)
     return live.checked.findings;
 }
 
+QByteArray checkAnswer(const Request& request)
+{
+    const QVector<CheckedPath> all = checkedPaths(request);
+    CAnswer answer({ Format::Json, QStringLiteral("check") });
+    const auto tables = tablesOf(request, all);
+    for (const Table& table : tables) {
+        answer.add(table);
+    }
+    answer.end(worstOf(all));
+    return answer.toJson();
+}
+
 ExitStatus check(const Request& request)
 {
-    const bool bLive = request.words.isEmpty();
-    const QString strLive = inspect::livePath(request.strConfigDir);
-    QVector<CheckedPath> all = checkAll(bLive ? QStringList(strLive) : request.words, strLive);
-    if (bLive) {
-        addNewerCopy(request, all.first());
-    }
+    const QVector<CheckedPath> all = checkedPaths(request);
     if (request.format == Format::Json) {
-        const QVector<Table> tables { fileTable(all), findingTable(all) };
-        print(bLive ? tables + QVector<Table> { historySize(request) } : tables, request.format);
+        print(tablesOf(request, all), request.format);
     } else {
         printText(all);
     }
-    if (bLive && request.format == Format::Text) {
+    if (request.words.isEmpty() && request.format == Format::Text) {
         printHistory(request);
     }
-    const auto worst = std::max_element(
-        all.begin(), all.end(), [](const CheckedPath& left, const CheckedPath& right) {
-            return severityOf(statusOf(left.checked)) < severityOf(statusOf(right.checked));
-        });
-    return statusOf(worst->checked);
+    return worstOf(all);
 }

@@ -1,3 +1,5 @@
+#include "commands/report.h"
+
 #include "commands/check.h"
 #include "commands/earlier.h"
 #include "commands/history.h"
@@ -33,7 +35,7 @@ inspect::ReportBefore before(const Request& request, const QString& word)
 
 } // namespace
 
-ExitStatus report(const Request& request)
+QByteArray reportPage(const Request& request)
 {
     liveFile(request);
     inspect::ReportFacts facts {
@@ -42,6 +44,11 @@ ExitStatus report(const Request& request)
     if (request.against) {
         facts.before = before(request, *request.against);
     }
-    writeFile(request, request.strOut, harmlessPage(inspect::report(request.strConfigDir, facts)));
+    return harmlessPage(inspect::report(request.strConfigDir, facts));
+}
+
+ExitStatus report(const Request& request)
+{
+    writeFile(request, request.strOut, reportPage(request));
     return ExitStatus::Ok;
 }

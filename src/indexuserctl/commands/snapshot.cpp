@@ -44,6 +44,8 @@ std::optional<KW::UserRecords> liveRecords(const Request& request)
         : std::nullopt;
 }
 
+} // namespace
+
 Table snapshotTable(const Request& request)
 {
     const std::optional<KW::UserRecords> live = liveRecords(request);
@@ -58,8 +60,6 @@ Table snapshotTable(const Request& request)
     }
     return table;
 }
-
-} // namespace
 
 QDate dayOf(const QString& word)
 {

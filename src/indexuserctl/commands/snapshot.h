@@ -1,6 +1,7 @@
 #pragma once
 
 #include "commands.h"
+#include "terminal/table.h"
 
 #include <inspect/snapshots.h>
 
@@ -9,3 +10,6 @@ QDate dayOf(const QString& word);
 
 /// The dated copy of that day; throws CFailure where there is none, or where the word is no day.
 inspect::Snapshot datedCopy(const Request& request, const QString& word);
+
+/// All dated copies, whether they are whole, and what changed since.
+Table snapshotTable(const Request& request);

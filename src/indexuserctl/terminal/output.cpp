@@ -2,7 +2,6 @@
 
 #include "failure.h"
 #include "terminal/answer.h"
-#include "terminal/outputfile.h"
 #include "terminal/screen.h"
 #include "terminal/tabletext.h"
 
@@ -185,7 +184,8 @@ void finishOutput()
     throw CFailure(ExitStatus::InputOutput, strError);
 }
 
-void writeFile(const Request& request, const QString& path, const QByteArray& content)
+void writeFile(const Request& request, const QString& path, const QByteArray& content,
+               Readers readers)
 {
     if (path == QLatin1String("-")) {
         writeStandardOutput(request, content);
@@ -203,7 +203,7 @@ void writeFile(const Request& request, const QString& path, const QByteArray& co
         printLine("would write " + path + strBytes);
         return;
     }
-    const QString strError = replaceOutput(path, content);
+    const QString strError = replaceOutput(path, content, readers);
     if (!strError.isEmpty()) {
         throw CFailure(ExitStatus::InputOutput, QStringLiteral("%1: %2").arg(path, strError),
                        { path });

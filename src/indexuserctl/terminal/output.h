@@ -1,6 +1,7 @@
 #pragma once
 
 #include "commands.h"
+#include "terminal/outputfile.h"
 #include "terminal/table.h"
 
 class CFailure;
@@ -56,4 +57,5 @@ QByteArray harmlessPage(const QByteArray& page);
 /// Writes \a content to the file \a path by replaceOutput() and says so; with --dry-run it only
 /// says so. What is the user's own is never replaced. "-" is standard output, and what is said then
 /// goes to stderr. Throws CFailure.
-void writeFile(const Request& request, const QString& path, const QByteArray& content);
+void writeFile(const Request& request, const QString& path, const QByteArray& content,
+               Readers readers = Readers::AsBefore);

@@ -48,7 +48,7 @@ void requireNothingOfTheUser(const QString& configDir, const QString& path)
 }
 
 // A device or a pipe is written to; the name of a file is taken by a whole new one.
-QString replaceOutput(const QString& path, const QByteArray& content)
+QString replaceOutput(const QString& path, const QByteArray& content, Readers readers)
 {
     const QFileInfo target(path);
     if (target.exists() && !target.isFile() && !target.isDir()) {
@@ -62,7 +62,8 @@ QString replaceOutput(const QString& path, const QByteArray& content)
     if (!writeTo(file, content)) {
         return file.errorString();
     }
-    const mode_t nMode = bOld ? modeLike(file.handle(), old) : c_nOwnerOnly;
+    const mode_t nLike = bOld ? modeLike(file.handle(), old) : c_nOwnerOnly;
+    const mode_t nMode = readers == Readers::OwnerOnly ? c_nOwnerOnly : nLike;
     if (::fchmod(file.handle(), nMode) != 0) {
         return QString::fromLocal8Bit(std::strerror(errno));
     }
