@@ -2,7 +2,10 @@
 #include "toolrun.h"
 
 #include <inspect/patch.h>
+#include <mend/userlock.h>
 #include <platform/limits.h>
+
+#include <thread>
 
 // What differs between two users, taken to a third one.
 class tst_hostpatch : public CLibraryTest {
@@ -16,6 +19,7 @@ private Q_SLOTS:
     void whatIsThereAlreadyIsNoEdit();
     void whatNoLongerFitsIsRefused_data();
     void whatNoLongerFitsIsRefused();
+    void whatIsSavedBeforeTheLockIsTakenIsJudged();
     void aSecretDoesNotTravel();
     void whatDoesNotTravelIsTold();
     void everythingThatDoesNotTravelIsTold_data();
@@ -195,6 +199,26 @@ void tst_hostpatch::whatNoLongerFitsIsRefused()
     QCOMPARE(at("third", { "apply", "p.json", "--force" }).nStatus, 0);
     const Outcome diff = at("third", { "diff", file("new"), file("third") });
     QVERIFY2(diff.nStatus == 0, qPrintable(diff.strOut));
+}
+
+void tst_hostpatch::whatIsSavedBeforeTheLockIsTakenIsJudged()
+{
+    makePatch();
+    change("old", "stock add 7 SZ 2 n");
+    const QByteArray saved = bytes("old");
+    auto pLock = std::make_unique<mend::CUserLock>(userDir() + "/third");
+    QCOMPARE(pLock->take(0), mend::LockState::Taken);
+    std::thread other([&] {
+        QThread::msleep(500); // the tool waits by then
+        writeFile(userDir() + '/' + file("third"), saved);
+        pLock.reset();
+    });
+    const Outcome outcome = at("third", { "apply", "--wait", "30", "p.json" });
+    other.join();
+    QCOMPARE(outcome.nStatus, 1);
+    QVERIFY2(outcome.strErr.contains(": stocks 7; --force "), qPrintable(outcome.strErr));
+    QVERIFY(outcome.strOut.contains(QRegularExpression("stocks +7 +conflict\n")));
+    QCOMPARE(bytes("third"), saved);
 }
 
 void tst_hostpatch::aSecretDoesNotTravel()

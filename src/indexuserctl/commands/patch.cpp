@@ -50,6 +50,18 @@ QStringList conflictsOf(const inspect::Patch& patch, const inspect::UserRecords&
     return names;
 }
 
+void requireFit(const Request& request, const inspect::Patch& patch,
+                const inspect::UserRecords& records)
+{
+    const QStringList conflicts = conflictsOf(patch, records);
+    if (!conflicts.isEmpty() && !request.isForced()) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("what the patch was made of is no more: %1; --force makes "
+                                      "the changes all the same")
+                           .arg(conflicts.join(QStringLiteral(", "))));
+    }
+}
+
 void setOption(KW::UserConfigInterface& service, const PatchChange& change)
 {
     KW::paramSettingForClient options = service.getParamSettingForClient();
@@ -167,25 +179,19 @@ void writePatch(const Request& request, const KW::UserRecords& left, const KW::U
     }
 }
 
+// What somebody else has saved before the lock was taken is judged, too.
 ExitStatus applyPatch(const Request& request)
 {
     const inspect::Patch patch = patchIn(inputPath(request.words.first()));
-    const inspect::UserRecords records = inspect::recordsOf(liveFile(request).document);
-    print({ patchTable(patch, records) }, request.format);
-    const QStringList conflicts = conflictsOf(patch, records);
-    if (!conflicts.isEmpty() && !request.isForced()) {
-        throw CFailure(ExitStatus::Negative,
-                       QStringLiteral("what the patch was made of is no more: %1; --force makes "
-                                      "the changes all the same")
-                           .arg(conflicts.join(QStringLiteral(", "))));
-    }
     return edit(request, [&](KW::UserConfigInterface& service) {
-        const KW::UserRecords before = heldBy(service);
+        const inspect::UserRecords records = heldBy(service);
+        print({ patchTable(patch, records) }, request.format);
+        requireFit(request, patch, records);
         for (const PatchChange& each : patch.changes) {
             if (inspect::fitOf(each, records) != PatchFit::There) {
                 make(service, each);
             }
         }
-        requireMade(patch, before, service);
+        requireMade(patch, records, service);
     });
 }
