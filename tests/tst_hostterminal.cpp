@@ -16,7 +16,9 @@ private Q_SLOTS:
     void longAnswersGoThroughThePager();
     void whatIsNotLongGoesThroughNoPager_data();
     void whatIsNotLongGoesThroughNoPager();
-    void aPagerThatIsNotThereLosesNothing();
+    void aPagerThatFailsLosesNothing_data();
+    void aPagerThatFailsLosesNothing();
+    void whoLeavesThePagerHasSeenEnough();
     void aDumbTerminalHasNoColour();
     void everyCommandHasAParagraphAndAnExample();
     void everyExampleWorks_data();
@@ -149,10 +151,27 @@ void tst_hostterminal::whatIsNotLongGoesThroughNoPager()
     QVERIFY(!seen.filter(QRegularExpression("analyst")).isEmpty());
 }
 
-void tst_hostterminal::aPagerThatIsNotThereLosesNothing()
+void tst_hostterminal::aPagerThatFailsLosesNothing_data()
 {
-    const QStringList seen = shown("option list", 200, { "PAGER=no-such-pager" }, 10);
+    QTest::addColumn<QString>("pager");
+    QTest::newRow("not there") << "no-such-pager";
+    QTest::newRow("no program") << "/dev/null";
+    QTest::newRow("fails") << "false";
+    QTest::newRow("wrong option") << "cat --no-such-option";
+    QTest::newRow("killed") << "kill -9 $$";
+}
+
+void tst_hostterminal::aPagerThatFailsLosesNothing()
+{
+    QFETCH(QString, pager);
+    const QStringList seen = shown("option list", 200, { "PAGER=" + pager }, 10);
     QCOMPARE(seen.filter(QRegularExpression("^  tickRestoreDay ")).size(), 1);
+}
+
+void tst_hostterminal::whoLeavesThePagerHasSeenEnough()
+{
+    const QStringList seen = shown("option list", 200, { "PAGER=head -n 3" }, 10);
+    QCOMPARE(seen.size(), 3 + 1);
 }
 
 void tst_hostterminal::aDumbTerminalHasNoColour()
