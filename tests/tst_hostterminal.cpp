@@ -24,6 +24,7 @@ private Q_SLOTS:
     void everyExampleWorks_data();
     void everyExampleWorks();
     void theManPageHasItsSections();
+    void whatALayoutIsComparedWithIsToldEverywhere();
     void optionsAreDescribedEverywhere();
     void bashCompletesRunInTheSourceTree();
 
@@ -279,6 +280,16 @@ void tst_hostterminal::theManPageHasItsSections()
     for (const char* pszText : { "~/.config/indexuser/", "XDG_CONFIG_HOME", "PAGER" }) {
         QVERIFY2(strPage.contains(QString("\n.B ") + pszText + '\n'), pszText);
     }
+}
+
+void tst_hostterminal::whatALayoutIsComparedWithIsToldEverywhere()
+{
+    const QRegularExpression value("--against\\W+DATE\\|FILE\\|TEMPLATE\\b");
+    const QString strHelp = tool({ "layout", "draw", "--help" }).strOut;
+    QVERIFY2(strHelp.contains(value), qPrintable(strHelp));
+    QVERIFY(page().contains(value));
+    const QString strDraw = page().section("\n.B layout draw", 1).section(".TP", 0, 0);
+    QVERIFY2(strDraw.contains("With --against "), qPrintable(strDraw));
 }
 
 void tst_hostterminal::optionsAreDescribedEverywhere()

@@ -54,7 +54,7 @@ QVector<CommandOption> optionsWithValue()
           } },
         { "--template", "NAME", "a template instead of the current layout",
           [](Request& request, const QString& value) { request.templateName = value; } },
-        { "--against", "DATE|FILE",
+        { "--against", "DATE|FILE|TEMPLATE",
           "what changed since: a dated copy, a file or, for a layout, a template",
           [](Request& request, const QString& value) { request.against = value; } },
         { "--out", "FILE", "the file to write",

@@ -135,7 +135,9 @@ Texts layoutTexts()
     return {
         { "layout show", "Where the windows of the current layout are, and what is in them.",
           "layout show --trade" },
-        { "layout draw", "Draws the windows on their screens, to scale.",
+        { "layout draw",
+          "Draws the windows on their screens, to scale. With --against also what has become of "
+          "them since a dated copy, a file, or a template, which goes before a file of its name.",
           "layout draw --out layout.svg" },
         { "template list", "The names of the templates, and how many windows each has.",
           "template list" },
