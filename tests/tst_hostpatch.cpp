@@ -34,6 +34,8 @@ private Q_SLOTS:
     void aPatchComesFromStandardInput();
     void aBrokenPatchIsRefused_data();
     void aBrokenPatchIsRefused();
+    void aTemplateThatIsNoneIsRefused_data();
+    void aTemplateThatIsNoneIsRefused();
 
 private:
     Outcome at(const QString& user, const QStringList& arguments,
@@ -44,6 +46,7 @@ private:
     void makePatch() const;
     void replace(const QString& user, const QByteArray& before, const QByteArray& after) const;
     QStringList leftOut() const;
+    void requireRefused(const QByteArray& patch, const QString& error) const;
 };
 
 void tst_hostpatch::init()
@@ -121,6 +124,18 @@ static QByteArray windowOf(const QByteArray& content, const QByteArray& attribut
 static QByteArray nested(int levels)
 {
     return QByteArray("<a>").repeated(levels) + QByteArray("</a>").repeated(levels);
+}
+
+void tst_hostpatch::requireRefused(const QByteArray& patch, const QString& error) const
+{
+    writeFile(userDir() + "/p.json", patch);
+    const Outcome outcome = at("third", { "apply", "p.json" });
+    QVERIFY2(outcome.nStatus == 4, qPrintable(outcome.strErr));
+    QVERIFY2(outcome.strErr.contains(error), qPrintable(outcome.strErr));
+    for (const char* pszOption : { "--json", "--dry-run", "--force" }) {
+        QCOMPARE(at("third", { "apply", "p.json", pszOption }).nStatus, 4);
+    }
+    QCOMPARE(bytes("third"), bytes("old"));
 }
 
 void tst_hostpatch::aPatchMakesOneUserIntoTheOther()
@@ -440,33 +455,42 @@ void tst_hostpatch::aBrokenPatchIsRefused_data()
     row("list twice", list + ',' + list);
     const QByteArray option = R"({"part":"option","name":"oaUser","before":"","after":"x"})";
     row("option twice", option + ',' + option);
-    QTest::newRow("nested") << templatePatch(windowOf(nested(100000)));
-    QTest::newRow("nested less") << templatePatch(windowOf(nested(600)));
-    QTest::newRow("attribute") << templatePatch(windowOf({}, "bogus=\"1\""));
-    QTest::newRow("two panels") << templatePatch(windowOf("<a/><b/>"));
-    QTest::newRow("entity") << templatePatch(windowOf("<a>&bogus;</a>"));
-    QTest::newRow("entity in a value") << templatePatch(windowOf("<a b=\"&bogus;\"/>"));
-    QTest::newRow("two in one") << templatePatch(
-        windowOf({}).replace("<templates>", "<templates><LayoutTemplate name=\"m\"/>"));
-    QTest::newRow("one in a panel")
-        << templatePatch(windowOf("<a><LayoutTemplate name=\"m\"/></a>"));
-    row("template", R"({"part":"template","name":"n","before":null,"after":"<a"})");
-    row("template without it", R"({"part":"template","name":"n","before":null,"after":"<a/>"})");
-    row("template of another name",
-        R"({"part":"template","name":"n","before":null,)"
-        R"("after":"<t><LayoutTemplate name='m'/></t>"})");
 }
 
 void tst_hostpatch::aBrokenPatchIsRefused()
 {
     QFETCH(QByteArray, text);
-    writeFile(userDir() + "/p.json", text);
-    const Outcome outcome = at("third", { "apply", "p.json" });
-    QVERIFY2(outcome.nStatus == 4, qPrintable(outcome.strErr));
-    for (const char* pszOption : { "--json", "--dry-run", "--force" }) {
-        QCOMPARE(at("third", { "apply", "p.json", pszOption }).nStatus, 4);
-    }
-    QCOMPARE(bytes("third"), bytes("old"));
+    requireRefused(text, {});
+}
+
+void tst_hostpatch::aTemplateThatIsNoneIsRefused_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<QString>("error");
+    const auto row = [](const char* pszName, const QByteArray& xml, const char* pszError) {
+        QTest::newRow(pszName) << xml << QString("template n: ") + pszError;
+    };
+    const QByteArray inner = "<LayoutTemplate name=\"m\"/>";
+    row("no XML", "<a", "");
+    row("nested", windowOf(nested(100000)), "elements are nested deeper than 512 levels");
+    row("nested less", windowOf(nested(600)), "elements are nested deeper than 512 levels");
+    row("attribute", windowOf({}, "bogus=\"1\""), "it holds what no template keeps");
+    row("two panels", windowOf("<a/><b/>"), "it holds what no template keeps");
+    row("entity", windowOf("<a>&bogus;</a>"), "it names an entity");
+    row("entity in a value", windowOf("<a b=\"&bogus;\"/>"), "it names an entity");
+    row("no template", "<a/>", "0 templates in one");
+    row("two in one", windowOf({}).replace("<templates>", "<templates>" + inner),
+        "2 templates in one");
+    row("one in a panel", windowOf("<a>" + inner + "</a>"), "2 templates in one");
+    row("another name", windowOf({}).replace("name=\"n\"", "name=\"m\""),
+        "a template of another name");
+}
+
+void tst_hostpatch::aTemplateThatIsNoneIsRefused()
+{
+    QFETCH(QByteArray, xml);
+    QFETCH(QString, error);
+    requireRefused(templatePatch(xml), error);
 }
 
 QTEST_GUILESS_MAIN(tst_hostpatch)
