@@ -16,12 +16,15 @@ private Q_SLOTS:
     void longAnswersGoThroughThePager();
     void whatIsNotLongGoesThroughNoPager_data();
     void whatIsNotLongGoesThroughNoPager();
-    void aPagerThatIsNotThereLosesNothing();
+    void aPagerThatFailsLosesNothing_data();
+    void aPagerThatFailsLosesNothing();
+    void whoLeavesThePagerHasSeenEnough();
     void aDumbTerminalHasNoColour();
     void everyCommandHasAParagraphAndAnExample();
     void everyExampleWorks_data();
     void everyExampleWorks();
     void theManPageHasItsSections();
+    void whatALayoutIsComparedWithIsToldEverywhere();
     void optionsAreDescribedEverywhere();
     void bashCompletesRunInTheSourceTree();
 
@@ -149,10 +152,27 @@ void tst_hostterminal::whatIsNotLongGoesThroughNoPager()
     QVERIFY(!seen.filter(QRegularExpression("analyst")).isEmpty());
 }
 
-void tst_hostterminal::aPagerThatIsNotThereLosesNothing()
+void tst_hostterminal::aPagerThatFailsLosesNothing_data()
 {
-    const QStringList seen = shown("option list", 200, { "PAGER=no-such-pager" }, 10);
+    QTest::addColumn<QString>("pager");
+    QTest::newRow("not there") << "no-such-pager";
+    QTest::newRow("no program") << "/dev/null";
+    QTest::newRow("fails") << "false";
+    QTest::newRow("wrong option") << "cat --no-such-option";
+    QTest::newRow("killed") << "kill -9 $$";
+}
+
+void tst_hostterminal::aPagerThatFailsLosesNothing()
+{
+    QFETCH(QString, pager);
+    const QStringList seen = shown("option list", 200, { "PAGER=" + pager }, 10);
     QCOMPARE(seen.filter(QRegularExpression("^  tickRestoreDay ")).size(), 1);
+}
+
+void tst_hostterminal::whoLeavesThePagerHasSeenEnough()
+{
+    const QStringList seen = shown("option list", 200, { "PAGER=head -n 3" }, 10);
+    QCOMPARE(seen.size(), 3 + 1);
 }
 
 void tst_hostterminal::aDumbTerminalHasNoColour()
@@ -260,6 +280,16 @@ void tst_hostterminal::theManPageHasItsSections()
     for (const char* pszText : { "~/.config/indexuser/", "XDG_CONFIG_HOME", "PAGER" }) {
         QVERIFY2(strPage.contains(QString("\n.B ") + pszText + '\n'), pszText);
     }
+}
+
+void tst_hostterminal::whatALayoutIsComparedWithIsToldEverywhere()
+{
+    const QRegularExpression value("--against\\W+DATE\\|FILE\\|TEMPLATE\\b");
+    const QString strHelp = tool({ "layout", "draw", "--help" }).strOut;
+    QVERIFY2(strHelp.contains(value), qPrintable(strHelp));
+    QVERIFY(page().contains(value));
+    const QString strDraw = page().section("\n.B layout draw", 1).section(".TP", 0, 0);
+    QVERIFY2(strDraw.contains("With --against "), qPrintable(strDraw));
 }
 
 void tst_hostterminal::optionsAreDescribedEverywhere()

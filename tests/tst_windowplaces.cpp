@@ -5,6 +5,22 @@
 
 #include <QElapsedTimer>
 
+// Panels that are one element.
+class CPanel : public MV::ILayoutElement {
+public:
+    explicit CPanel(const QString& tag)
+        : m_strTag(tag)
+    {
+    }
+    void toXml(QDomElement& parent, QDomDocument& doc) const override
+    {
+        parent.appendChild(doc.createElement(m_strTag));
+    }
+
+private:
+    QString m_strTag;
+};
+
 // What of windows can be seen, what became of them, and how their names are shortened.
 class tst_windowplaces : public CLibraryTest {
     Q_OBJECT
@@ -20,6 +36,8 @@ private Q_SLOTS:
     void theShareThatIsSeenIsTheOneCountedPointByPoint();
     void aGridOfWindowsIsLookedThroughInTime();
     void windowsBelongTogetherByTheirGroup();
+    void windowsOfAGroupArePairedByWhatTheyShare_data();
+    void windowsOfAGroupArePairedByWhatTheyShare();
     void movesAreToldInFull();
     void whatIsTheSameHasNoNotes();
     void textIsShortenedAtCharacters_data();
@@ -188,6 +206,50 @@ void tst_windowplaces::windowsBelongTogetherByTheirGroup()
         QCOMPARE(changes[i].fate, fates[i]);
         QCOMPARE(changes[i].nBefore, before[i]);
     }
+}
+
+// A window as "name left width [panel]".
+void tst_windowplaces::windowsOfAGroupArePairedByWhatTheyShare_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<QVector<int>>("pairs"); // indexes before, then those that are gone
+    const auto row = [](const char* pszName, const char* pszBefore, const char* pszAfter,
+                        const QVector<int>& pairs) {
+        QTest::newRow(pszName) << QString(pszBefore) << QString(pszAfter) << pairs;
+    };
+    row("one is gone", "b 0 9,c 10 9,d 20 9", "b 0 9,d 20 9", { 0, 2, 1 });
+    row("another order", "b 0 9,c 10 9,d 20 9", "d 20 9,b 0 9,c 10 9", { 2, 0, 1 });
+    row("moved", "b 0 9,c 10 9,d 20 9", "c 11 9,d 21 9", { 1, 2, 0 });
+    row("named otherwise", "b 0 9,c 10 9,d 20 9", "x 10 9,d 20 9", { 1, 2, 0 });
+    row("of one name", "b 0 9,b 10 9,b 20 9", "b 10 9,b 20 8", { 1, 0, 2 });
+    row("without names", " 0 9, 10 9, 20 9", " 10 9, 20 8", { 1, 0, 2 });
+    row("nothing shared", "b 0 9,c 10 9", "x 1 9,y 2 9,z 3 9", { 0, 1, -1 });
+    row("the same twice", "b 0 9,b 0 9", "b 0 9,b 0 9", { 0, 1 });
+    row("panels", "b 0 9 p,b 0 9 q,b 0 9 r", "b 0 9 r,b 0 9 p", { 2, 0, 1 });
+}
+
+void tst_windowplaces::windowsOfAGroupArePairedByWhatTheyShare()
+{
+    const auto windowsOf = [](const QString& text) {
+        QVector<KW::CLayoutWindow> windows;
+        for (const QString& each : text.split(',')) {
+            const QStringList words = each.split(' ');
+            windows.append(window({ words[1].toInt(), 0, words[2].toInt(), 9 }));
+            windows.last().m_strNavTree = words[0];
+            if (words.size() > 3) {
+                windows.last().m_pItemLayout = std::make_shared<CPanel>(words[3]);
+            }
+        }
+        return windows;
+    };
+    QFETCH(QString, before);
+    QFETCH(QString, after);
+    QVector<int> pairs;
+    for (const auto& each : inspect::windowChanges(windowsOf(before), windowsOf(after))) {
+        pairs.append(each.nBefore);
+    }
+    QTEST(pairs, "pairs");
 }
 
 void tst_windowplaces::movesAreToldInFull()

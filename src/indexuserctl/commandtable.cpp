@@ -56,7 +56,7 @@ QVector<CommandOption> optionsWithValue()
           } },
         { "--template", "NAME", "a template instead of the current layout",
           [](Request& request, const QString& value) { request.templateName = value; } },
-        { "--against", "DATE|FILE",
+        { "--against", "DATE|FILE|TEMPLATE",
           "what changed since: a dated copy, a file or, for a layout, a template",
           [](Request& request, const QString& value) { request.against = value; } },
         { "--screens", "WxH+X+Y,...",

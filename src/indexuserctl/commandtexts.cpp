@@ -26,8 +26,9 @@ Texts userTexts()
         { "apply",
           "A patch, which diff --patch writes, holds options, lists of stocks and templates with "
           "what they were before. Each change is told. If this user has something else than the "
-          "patch was made of, nothing is written unless --force is given. Secrets, the windows of "
-          "now and the sections of other managers do not travel.",
+          "patch was made of, nothing is written unless --force is given. A changed template keeps "
+          "its place, a new one goes to the end. Secrets, the windows of now, the sections of "
+          "other managers and what no user could be given do not travel; the patch names them.",
           "apply --dry-run patch.json" },
         { "recover",
           "Never touches a whole file unless told where to take another one from. A damaged file "
@@ -146,7 +147,9 @@ Texts layoutTexts()
     return {
         { "layout show", "Where the windows of the current layout are, and what is in them.",
           "layout show --trade" },
-        { "layout draw", "Draws the windows on their screens, to scale.",
+        { "layout draw",
+          "Draws the windows on their screens, to scale. With --against also what has become of "
+          "them since a dated copy, a file, or a template, which goes before a file of its name.",
           "layout draw --out layout.svg" },
         { "layout fit",
           "Tells which windows lie off the screens, across their edges or under other windows, and "

@@ -1,24 +1,23 @@
 #include "inspect/patch.h"
 
-#include "inspect/optionvalues.h"
+#include "inspect/patchvalues_p.h"
 #include "inspect/plaintext.h"
 #include "inspect/userdifferences.h"
 
-#include <format/layouttemplates.h>
-
-#include <QDomDocument>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMap>
+#include <QSet>
 
 #include <algorithm>
+#include <iterator>
 
 namespace inspect {
 
 namespace {
 
 constexpr int c_nVersion = 1;
+constexpr char c_szOrder[] = "(order)";
 
 const QVector<PatchPart>& allParts()
 {
@@ -27,97 +26,95 @@ const QVector<PatchPart>& allParts()
     return s_parts;
 }
 
-const QVector<KW::CLayoutTemplate>& templatesOf(PatchPart part, const UserRecords& records)
+// In the order in which apply leaves templates: those that the left user has stay where they are.
+QStringList namesOf(PatchPart part, const UserRecords& left, const UserRecords& right)
 {
-    return part == PatchPart::TradeTemplate ? records.layouts.m_tradeTemplates
-                                            : records.layouts.m_quoteTemplates;
-}
-
-// As the file has it.
-QString xmlOf(PatchPart part, const KW::CLayoutTemplate& layout)
-{
-    QDomDocument doc;
-    QDomElement parent = doc.createElement(QStringLiteral("templates"));
-    KW::writeTemplate(parent, doc,
-                      part == PatchPart::TradeTemplate ? KW::tradeTemplateFormat()
-                                                       : KW::quoteTemplateFormat(),
-                      layout);
-    doc.appendChild(parent);
-    return withReferences(doc.toString(0));
-}
-
-QJsonArray arrayOf(const KW::CustomStockMap::mapped_type& list)
-{
-    QJsonArray array;
-    for (const auto& pDetail : list) {
-        array.append(QJsonObject { { "market", QString::fromStdString(pDetail->market) },
-                                   { "code", QString::fromStdString(pDetail->code) },
-                                   { "name", QString::fromStdString(pDetail->name) } });
-    }
-    return array;
-}
-
-// What is saved, and no secret.
-bool isPortable(const KW::OptionRow& row)
-{
-    return row.saved == KW::OptionSaved::Yes && !isSecret(row.strAttribute);
-}
-
-// All that a user has of a part, by name. Of templates that share a name none can be told apart.
-QMap<QString, QJsonValue> valuesOf(PatchPart part, const UserRecords& records)
-{
-    QMap<QString, QJsonValue> values;
-    if (part == PatchPart::Option) {
-        for (const KW::OptionRow& row : KW::optionTable()) {
-            if (isPortable(row)) {
-                values[row.strAttribute] = optionText(records.options, row);
-            }
-        }
-    } else if (part == PatchPart::Stocks) {
-        for (auto it = records.stocks.begin(); it != records.stocks.end(); ++it) {
-            values[QString::number(it.key())] = arrayOf(*it);
-        }
-    } else {
-        for (const KW::CLayoutTemplate& each : templatesOf(part, records)) {
-            values[each.m_strName] = xmlOf(part, each);
-        }
-    }
-    return values;
-}
-
-QVector<PatchChange> changesOf(PatchPart part, const UserRecords& left, const UserRecords& right)
-{
-    const QMap<QString, QJsonValue> before = valuesOf(part, left);
-    const QMap<QString, QJsonValue> after = valuesOf(part, right);
-    QStringList names = before.keys() + after.keys();
+    QStringList names = patchNames(part, left) + patchNames(part, right);
     names.removeDuplicates();
-    QVector<PatchChange> changes;
-    for (const QString& name : names) {
-        const QJsonValue from = before.value(name, QJsonValue());
-        const QJsonValue to = after.value(name, QJsonValue());
-        if (from != to) {
-            changes.append({ part, name, from, to });
-        }
-    }
-    return changes;
+    return names;
 }
 
-QStringList leftOutOf(const UserRecords& left, const UserRecords& right)
+QString leftOutText(const PatchChange& change, bool bSeveral)
 {
-    QVector<Difference> kept;
-    const auto all = differences(left, right);
-    for (const Difference& each : all) {
-        const bool bOther
-            = each.part == KW::UserPart::Layouts || each.part == KW::UserPart::Sections;
-        if (bOther || isSecret(optionOf(each))) {
-            kept.append(each);
-        }
-    }
-    return kept.isEmpty() ? QStringList() : summary(kept).split(QStringLiteral(", "));
+    const QString strError = bSeveral ? change.strName + QStringLiteral(": several have this name")
+                                      : changeError(change);
+    return strError.isEmpty() ? strError : partName(change.part) + ' ' + strError;
 }
 
-// Why a change cannot be one; empty for one that can.
-QString errorOf(const QJsonObject& object, PatchChange& change)
+void addChanges(PatchPart part, const UserRecords& left, const UserRecords& right, Patch& patch)
+{
+    const PatchValues before = patchValues(part, left);
+    const PatchValues after = patchValues(part, right);
+    const auto names = namesOf(part, left, right);
+    for (const QString& name : names) {
+        const auto from = before.value(name);
+        const auto to = after.value(name);
+        if (from == to) {
+            continue;
+        }
+        const PatchChange change { part, name, from.value(0), to.value(0) };
+        const QString strLeftOut = leftOutText(change, from.size() > 1 || to.size() > 1);
+        if (strLeftOut.isEmpty()) {
+            patch.changes.append(change);
+        } else {
+            patch.leftOut.append(strLeftOut);
+        }
+    }
+}
+
+// What is no option, list or template of a name.
+bool isNeverCarried(const Difference& difference)
+{
+    switch (difference.part) {
+    case KW::UserPart::Layouts:
+    case KW::UserPart::Sections:
+        return true;
+    case KW::UserPart::Options:
+        return !isPortable(findOption(optionOf(difference)));
+    case KW::UserPart::Stocks:
+    case KW::UserPart::Templates:
+        break;
+    }
+    return false;
+}
+
+bool hasOrderOf(PatchPart part, const QVector<Difference>& differences)
+{
+    const QString strSection
+        = templateSection(part == PatchPart::TradeTemplate ? LayoutSide::Trade : LayoutSide::Quote);
+    return std::any_of(differences.begin(), differences.end(), [&](const Difference& each) {
+        return each.part == KW::UserPart::Templates && each.strWhat == strSection
+            && each.strField == c_szOrder;
+    });
+}
+
+// Whether a user who is given all templates has them in another order.
+bool losesOrder(PatchPart part, const UserRecords& left, const UserRecords& right)
+{
+    const QStringList wanted = patchNames(part, right);
+    QStringList made = namesOf(part, left, right);
+    const auto isGone = [&](const QString& name) { return !wanted.contains(name); };
+    made.erase(std::remove_if(made.begin(), made.end(), isGone), made.end());
+    return made != wanted;
+}
+
+void addNeverCarried(const UserRecords& left, const UserRecords& right, Patch& patch)
+{
+    const QVector<Difference> all = differences(left, right);
+    QVector<Difference> kept;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(kept), isNeverCarried);
+    if (!kept.isEmpty()) {
+        patch.leftOut = summary(kept).split(QStringLiteral(", ")) + patch.leftOut;
+    }
+    for (const PatchPart part : { PatchPart::QuoteTemplate, PatchPart::TradeTemplate }) {
+        if (hasOrderOf(part, all) || losesOrder(part, left, right)) {
+            patch.leftOut.append("the order of " + partName(part) + 's');
+        }
+    }
+}
+
+// Why it says no change; empty where it does.
+QString readChange(const QJsonObject& object, PatchChange& change)
 {
     const auto isPart = [&](PatchPart part) { return partName(part) == object["part"].toString(); };
     const auto it = std::find_if(allParts().begin(), allParts().end(), isPart);
@@ -131,31 +128,29 @@ QString errorOf(const QJsonObject& object, PatchChange& change)
     if (change.after.type() != wanted && !bNull) {
         return QStringLiteral("a value of another kind");
     }
-    const KW::OptionRow* const pRow = findOption(change.strName);
-    if (change.part == PatchPart::Option && (pRow == nullptr || !isPortable(*pRow))) {
-        return QStringLiteral("no option that travels");
-    }
-    bool bNumber = false;
-    const int nList = change.strName.toInt(&bNumber);
-    return change.part == PatchPart::Stocks && (!bNumber || nList < 0)
-        ? QStringLiteral("no number of a list")
-        : QString();
+    const QString strError = changeError(change);
+    change.before = patchValue(change.part, change.before);
+    change.after = patchValue(change.part, change.after);
+    return strError.isEmpty() ? strError : partName(change.part) + ' ' + strError;
 }
 
-QString stocksError(const PatchChange& change)
+QString labelOf(const PatchChange& change)
 {
-    const auto stocks = change.part == PatchPart::Stocks ? change.after.toArray() : QJsonArray();
-    for (const auto& each : stocks) {
-        const QJsonObject stock = each.toObject();
-        const bool bTexts = stock["market"].isString() && stock["code"].isString()
-            && stock["name"].isString() && !stock["code"].toString().isEmpty();
-        const QString strError = textError(stock["market"].toString() + stock["code"].toString()
-                                           + stock["name"].toString());
-        if (!bTexts || !strError.isEmpty()) {
-            return bTexts ? "a stock " + strError : QStringLiteral("no market, code and name");
+    return partName(change.part) + ' ' + change.strName;
+}
+
+// The names whose values differ.
+QStringList unlike(PatchPart part, const PatchValues& left, const PatchValues& right)
+{
+    QStringList all = left.keys() + right.keys();
+    all.removeDuplicates();
+    QStringList names;
+    for (const QString& name : qAsConst(all)) {
+        if (left.value(name) != right.value(name)) {
+            names.append(partName(part) + ' ' + name);
         }
     }
-    return {};
+    return names;
 }
 
 } // namespace
@@ -170,9 +165,9 @@ Patch patchBetween(const UserRecords& left, const UserRecords& right)
 {
     Patch patch;
     for (const PatchPart part : allParts()) {
-        patch.changes += changesOf(part, left, right);
+        addChanges(part, left, right, patch);
     }
-    patch.leftOut = leftOutOf(left, right);
+    addNeverCarried(left, right, patch);
     return patch;
 }
 
@@ -202,15 +197,19 @@ PatchText patchFromJson(const QByteArray& text)
         return { {}, QStringLiteral("it is no patch of version %1").arg(c_nVersion) };
     }
     PatchText read;
+    QSet<QString> told;
     const auto changes = object["changes"].toArray();
     for (const auto& each : changes) {
         PatchChange change;
-        QString strError = errorOf(each.toObject(), change);
-        strError = strError.isEmpty() ? stocksError(change) : strError;
+        QString strError = readChange(each.toObject(), change);
+        if (strError.isEmpty() && told.contains(labelOf(change))) {
+            strError = labelOf(change) + QStringLiteral(" once more");
+        }
         if (!strError.isEmpty()) {
             const int nChange = read.patch.changes.size() + 1;
             return { {}, QStringLiteral("change %1: %2").arg(QString::number(nChange), strError) };
         }
+        told.insert(labelOf(change));
         read.patch.changes.append(change);
     }
     return read;
@@ -224,25 +223,28 @@ QString fitName(PatchFit fit)
 
 PatchFit fitOf(const PatchChange& change, const UserRecords& records)
 {
-    const QJsonValue now = valuesOf(change.part, records).value(change.strName, QJsonValue());
-    return now == change.after ? PatchFit::There
-        : now == change.before ? PatchFit::Fits
-                               : PatchFit::Conflict;
+    const auto held = patchValues(change.part, records).value(change.strName);
+    return held.size() > 1               ? PatchFit::Conflict
+        : held.value(0) == change.after  ? PatchFit::There
+        : held.value(0) == change.before ? PatchFit::Fits
+                                         : PatchFit::Conflict;
 }
 
-KW::CustomStockMap::mapped_type stocksOf(const PatchChange& change)
+QStringList otherwiseMade(const Patch& patch, const UserRecords& before, const UserRecords& after)
 {
-    KW::CustomStockMap::mapped_type list;
-    const auto stocks = change.after.toArray();
-    for (const auto& each : stocks) {
-        const QJsonObject stock = each.toObject();
-        const auto pDetail = std::make_shared<rxservice::CInstrumentDetail>();
-        pDetail->market = stock["market"].toString().toStdString();
-        pDetail->code = stock["code"].toString().toStdString();
-        pDetail->name = stock["name"].toString().toStdString();
-        list.append(pDetail);
+    QStringList names;
+    for (const PatchPart part : allParts()) {
+        PatchValues wanted = patchValues(part, before);
+        for (const PatchChange& each : patch.changes) {
+            if (each.part == part && each.after.isNull()) {
+                wanted.remove(each.strName);
+            } else if (each.part == part) {
+                wanted[each.strName] = { each.after };
+            }
+        }
+        names += unlike(part, wanted, patchValues(part, after));
     }
-    return list;
+    return names;
 }
 
 } // namespace inspect

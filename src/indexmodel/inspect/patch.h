@@ -26,7 +26,9 @@ struct PatchChange {
 
 struct Patch {
     QVector<PatchChange> changes;
-    QStringList leftOut; ///< what differs and does not travel: secrets, windows, others' sections
+    /// What differs and does not travel: secrets, windows, others' sections, counted; the order of
+    /// templates; what no user could be given, with the reason.
+    QStringList leftOut;
 };
 
 /// What makes \a left into \a right.
@@ -34,7 +36,8 @@ struct Patch {
 ///     const inspect::Patch patch = inspect::patchBetween(before, after);
 Patch patchBetween(const UserRecords& left, const UserRecords& right);
 
-/// A patch as a document, and back. Of a text that is none it is empty and strError tells why.
+/// A patch as a document, and back. Of a text that is none, or that says what no user can be given,
+/// or one thing twice, it is empty and strError tells why.
 QByteArray toJson(const Patch& patch);
 struct PatchText {
     Patch patch;
@@ -45,7 +48,7 @@ PatchText patchFromJson(const QByteArray& text);
 enum class PatchFit {
     Fits,
     There, ///< the user has it already
-    Conflict, ///< the user has neither what was before nor what comes
+    Conflict, ///< the user has neither what was before nor what comes, or several of that name
 };
 
 /// "fits", "there already", "conflict".
@@ -56,6 +59,10 @@ QString fitName(PatchFit fit);
 PatchFit fitOf(const PatchChange& change, const UserRecords& records);
 
 /// The list of a change of stocks that does not end it.
-KW::CustomStockMap::mapped_type stocksOf(const PatchChange& change);
+KW::InstrumentList stocksOf(const PatchChange& change);
+
+/// The parts and names of which \a after has something else than \a before with all changes of
+/// \a patch; none where the patch, and nothing but the patch, was made.
+QStringList otherwiseMade(const Patch& patch, const UserRecords& before, const UserRecords& after);
 
 } // namespace inspect

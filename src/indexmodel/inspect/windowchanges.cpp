@@ -2,6 +2,7 @@
 
 #include "inspect/shortened.h"
 
+#include <QDomDocument>
 #include <QHash>
 
 namespace inspect {
@@ -62,27 +63,97 @@ void compare(const KW::CLayoutWindow& before, const KW::CLayoutWindow& after, Wi
     change.fate = change.notes.isEmpty() ? WindowFate::Same : WindowFate::Changed;
 }
 
+// --- which window was which ---
+
+using Windows = QVector<KW::CLayoutWindow>;
+
+QString groupOf(const KW::CLayoutWindow& window)
+{
+    return QString::number(window.m_nPanelGroupId) + QLatin1Char('/');
+}
+
+QString placeOf(const KW::CLayoutWindow& window)
+{
+    const QRectF area = areaOf(window);
+    return groupOf(window) + QString::number(window.m_nScreenId) + QLatin1Char('/')
+        + placeText(area) + QLatin1Char('/') + sizeText(area);
+}
+
+// Templates keep no names.
+QString namedGroupOf(const KW::CLayoutWindow& window)
+{
+    return window.m_strNavTree.isEmpty() ? QString() : groupOf(window) + window.m_strNavTree;
+}
+
+QString namedPlaceOf(const KW::CLayoutWindow& window)
+{
+    return placeOf(window) + QLatin1Char('/') + window.m_strNavTree;
+}
+
+QString wholeOf(const KW::CLayoutWindow& window)
+{
+    QDomDocument panels;
+    const KW::ElementTree tree = KW::panelTree(window);
+    if (!tree.isNull()) {
+        KW::appendTree(panels, panels, tree);
+    }
+    const int nSwitches = (window.m_bIsMain ? 1 : 0) + (window.m_bMaximized ? 2 : 0);
+    return QString::number(nSwitches) + QLatin1Char('/') + namedPlaceOf(window) + QLatin1Char('/')
+        + panels.toString(-1);
+}
+
+// Of each window after its index before, -1 where it is not known yet.
+struct Pairs {
+    QVector<int> before;
+    QVector<bool> taken; // by the index before
+};
+
+using KeyOf = QString (*)(const KW::CLayoutWindow& window);
+
+// Those of one key, of several the first with the first; a null key is none.
+void pairBy(KeyOf keyOf, const Windows& before, const Windows& after, Pairs& pairs)
+{
+    QHash<QString, QVector<int>> rest; // the last first
+    for (int i = before.size() - 1; i >= 0; --i) {
+        const QString strKey = pairs.taken[i] ? QString() : keyOf(before[i]);
+        if (!strKey.isNull()) {
+            rest[strKey].append(i);
+        }
+    }
+    for (int i = 0; i < after.size(); ++i) {
+        const auto it = pairs.before[i] < 0 ? rest.find(keyOf(after[i])) : rest.end();
+        if (it != rest.end() && !it->isEmpty()) {
+            pairs.before[i] = it->takeLast();
+            pairs.taken[pairs.before[i]] = true;
+        }
+    }
+}
+
+Pairs pairsOf(const Windows& before, const Windows& after)
+{
+    Pairs pairs { QVector<int>(after.size(), -1), QVector<bool>(before.size(), false) };
+    for (const KeyOf keyOf : { wholeOf, namedPlaceOf, namedGroupOf, placeOf, groupOf }) {
+        pairBy(keyOf, before, after, pairs);
+    }
+    return pairs;
+}
+
 } // namespace
 
 QVector<WindowChange> windowChanges(const QVector<KW::CLayoutWindow>& before,
                                     const QVector<KW::CLayoutWindow>& after)
 {
-    QHash<int, QVector<int>> rest; // the indexes of a group, the last first
-    for (int i = before.size() - 1; i >= 0; --i) {
-        rest[before[i].m_nPanelGroupId].append(i);
-    }
+    const Pairs pairs = pairsOf(before, after);
     QVector<WindowChange> changes;
     for (int i = 0; i < after.size(); ++i) {
-        QVector<int>& same = rest[after[i].m_nPanelGroupId];
-        WindowChange change { WindowFate::New, -1, i, false, {} };
-        if (!same.isEmpty()) {
-            change.nBefore = same.takeLast();
+        WindowChange change { WindowFate::New, pairs.before[i], i, false, {} };
+        if (change.nBefore >= 0) {
             compare(before[change.nBefore], after[i], change);
         }
         changes.append(change);
     }
     for (int i = 0; i < before.size(); ++i) {
-        if (rest[before[i].m_nPanelGroupId].contains(i)) {
+        if (!pairs.taken[i]) {
             changes.append({ WindowFate::Gone, i, -1, false, {} });
         }
     }

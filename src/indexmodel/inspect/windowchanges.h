@@ -22,7 +22,8 @@ struct WindowChange {
     QStringList notes; ///< for people: "moved +120,+80 (was 0,0)"
 };
 
-/// Windows belong together by their panel group, of several of one group the first with the first.
+/// Windows belong together by their panel group; of several of one group those that are the same,
+/// then those of one name and place, of one name, of one place, then the first with the first.
 /// Those of \a after in their order, then those that are gone in the order of \a before.
 QVector<WindowChange> windowChanges(const QVector<KW::CLayoutWindow>& before,
                                     const QVector<KW::CLayoutWindow>& after);

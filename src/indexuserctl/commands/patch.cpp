@@ -1,15 +1,18 @@
 #include "commands/patch.h"
 
 #include "commands/edit.h"
+#include "commands/templateoperations.h"
 #include "commands/wholefile.h"
 #include "failure.h"
 #include "terminal/output.h"
 
 #include <inspect/optionvalues.h>
 #include <inspect/patch.h>
-#include <inspect/plaintext.h>
 
-#include <QDomDocument>
+#include <format/userdocument.h>
+#include <indexuser/servicerecords.h>
+
+#include <QSet>
 
 namespace {
 
@@ -47,6 +50,18 @@ QStringList conflictsOf(const inspect::Patch& patch, const inspect::UserRecords&
     return names;
 }
 
+void requireFit(const Request& request, const inspect::Patch& patch,
+                const inspect::UserRecords& records)
+{
+    const QStringList conflicts = conflictsOf(patch, records);
+    if (!conflicts.isEmpty() && !request.isForced()) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("what the patch was made of is no more: %1; --force makes "
+                                      "the changes all the same")
+                           .arg(conflicts.join(QStringLiteral(", "))));
+    }
+}
+
 void setOption(KW::UserConfigInterface& service, const PatchChange& change)
 {
     KW::paramSettingForClient options = service.getParamSettingForClient();
@@ -70,40 +85,52 @@ void setStocks(KW::UserConfigInterface& service, const PatchChange& change)
     service.setCustomStockMap(stocks);
 }
 
-QDomElement containerOf(const PatchChange& change, QDomDocument& doc)
+void import(Layouts& layouts, const TemplateOperations& operations, QDomElement container)
 {
-    const bool bRead = doc.setContent(change.after.toString());
-    const QDomElement layout = doc.documentElement().firstChildElement();
-    if (!bRead || layout.attribute(QStringLiteral("name")) != change.strName
-        || !layout.nextSiblingElement().isNull() || !inspect::textError(change.strName).isEmpty()) {
-        throw CFailure(
-            ExitStatus::Damaged,
-            QStringLiteral("the template '%1' in the patch is damaged").arg(change.strName));
-    }
-    return doc.documentElement();
+    (layouts.*operations.importAll)(QString(), container);
 }
 
-// An import takes names that are free only.
+// Out of the list and in again. An import leaves alone a name that is taken.
+void moveToEnd(Layouts& layouts, const TemplateOperations& operations, const QString& name)
+{
+    QDomDocument doc;
+    QDomElement container = doc.createElement(QStringLiteral("templates"));
+    (layouts.*operations.exportOne)(name, container, doc);
+    (layouts.*operations.remove)(name);
+    import(layouts, operations, container);
+}
+
+// What is imported stands last: what stood behind it goes behind it again. Of names that stand
+// twice the operations reach only the first.
+void replaceTemplate(Layouts& layouts, const TemplateOperations& operations,
+                     const PatchChange& change)
+{
+    const QStringList names = (layouts.*operations.names)();
+    (layouts.*operations.remove)(change.strName);
+    const KW::UserDocument read = KW::parseUserDocument(change.after.toString());
+    import(layouts, operations, read.document.documentElement());
+    const bool bUnique = QSet<QString>(names.begin(), names.end()).size() == names.size();
+    const int nPlace = names.indexOf(change.strName);
+    const QStringList behind = bUnique && nPlace >= 0 ? names.mid(nPlace + 1) : QStringList();
+    for (const QString& name : behind) {
+        moveToEnd(layouts, operations, name);
+    }
+}
+
 void setTemplate(KW::UserConfigInterface& service, const PatchChange& change)
 {
-    KW::CPanelGroupLayoutConfig& layouts = *service.getLayoutConfig();
-    const bool bTrade = change.part == PatchPart::TradeTemplate;
-    const auto names = [&] {
-        return bTrade ? layouts.getTradeLayoutTemplate() : layouts.getQuoteLayoutTemplate();
-    };
-    if (names().contains(change.strName)) {
-        bTrade ? layouts.deleteTradeTemplate(change.strName)
-               : layouts.deleteTemplate(change.strName);
+    Layouts& layouts = *service.getLayoutConfig();
+    const TemplateOperations& table
+        = operations(change.part == PatchPart::TradeTemplate ? inspect::LayoutSide::Trade
+                                                             : inspect::LayoutSide::Quote);
+    if ((layouts.*table.names)().count(change.strName) > 1) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("there are several templates '%1'").arg(change.strName));
     }
-    if (!change.after.isNull()) {
-        QDomDocument doc;
-        QDomElement container = containerOf(change, doc);
-        bTrade ? layouts.loadSingleTradeLayoutTemplates(QString(), container)
-               : layouts.loadSingleLayoutTemplates(QString(), container);
-        if (!names().contains(change.strName)) {
-            throw CFailure(ExitStatus::Damaged,
-                           QStringLiteral("the patch has no template '%1'").arg(change.strName));
-        }
+    if (change.after.isNull()) {
+        (layouts.*table.remove)(change.strName);
+    } else {
+        replaceTemplate(layouts, table, change);
     }
 }
 
@@ -123,6 +150,23 @@ void make(KW::UserConfigInterface& service, const PatchChange& change)
     }
 }
 
+KW::UserRecords heldBy(KW::UserConfigInterface& service)
+{
+    return KW::savedForm(KW::recordsOf(service, {}));
+}
+
+// Of what nobody meant nothing is saved.
+void requireMade(const inspect::Patch& patch, const KW::UserRecords& before,
+                 KW::UserConfigInterface& service)
+{
+    const QStringList names = inspect::otherwiseMade(patch, before, heldBy(service));
+    if (!names.isEmpty()) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("a save would not hold what the patch says: %1")
+                           .arg(names.join(QStringLiteral(", "))));
+    }
+}
+
 } // namespace
 
 void writePatch(const Request& request, const KW::UserRecords& left, const KW::UserRecords& right)
@@ -135,23 +179,19 @@ void writePatch(const Request& request, const KW::UserRecords& left, const KW::U
     }
 }
 
+// What somebody else has saved before the lock was taken is judged, too.
 ExitStatus applyPatch(const Request& request)
 {
     const inspect::Patch patch = patchIn(inputPath(request.words.first()));
-    const inspect::UserRecords records = inspect::recordsOf(liveFile(request).document);
-    print({ patchTable(patch, records) }, request.format);
-    const QStringList conflicts = conflictsOf(patch, records);
-    if (!conflicts.isEmpty() && !request.isForced()) {
-        throw CFailure(ExitStatus::Negative,
-                       QStringLiteral("what the patch was made of is no more: %1; --force makes "
-                                      "the changes all the same")
-                           .arg(conflicts.join(QStringLiteral(", "))));
-    }
     return edit(request, [&](KW::UserConfigInterface& service) {
+        const inspect::UserRecords records = heldBy(service);
+        print({ patchTable(patch, records) }, request.format);
+        requireFit(request, patch, records);
         for (const PatchChange& each : patch.changes) {
             if (inspect::fitOf(each, records) != PatchFit::There) {
                 make(service, each);
             }
         }
+        requireMade(patch, records, service);
     });
 }

@@ -1,5 +1,6 @@
 #include "commands/edit.h"
 #include "commands/shownuser.h"
+#include "commands/templateoperations.h"
 #include "commands/wholefile.h"
 #include "failure.h"
 
@@ -9,42 +10,6 @@
 #include <algorithm>
 
 namespace {
-
-using Layouts = KW::CPanelGroupLayoutConfig;
-
-// The operations of the layout store on one side.
-struct TemplateOperations {
-    QList<QString> (Layouts::*names)();
-    void (Layouts::*save)(QString);
-    void (Layouts::*apply)(QString);
-    void (Layouts::*rename)(QString, QString);
-    void (Layouts::*remove)(QString);
-    void (Layouts::*importAll)(QString, QDomElement&);
-    void (Layouts::*exportOne)(QString, QDomElement&, QDomDocument&);
-};
-
-const TemplateOperations& operations(inspect::LayoutSide side)
-{
-    static const TemplateOperations s_quote {
-        &Layouts::getQuoteLayoutTemplate,
-        &Layouts::saveLayoutToTemplate,
-        &Layouts::loadLayoutFromTemplate,
-        &Layouts::renameTemplate,
-        &Layouts::deleteTemplate,
-        &Layouts::loadSingleLayoutTemplates,
-        &Layouts::saveSingleLayoutTemplates,
-    };
-    static const TemplateOperations s_trade {
-        &Layouts::getTradeLayoutTemplate,
-        &Layouts::saveTradeLayoutToTemplate,
-        &Layouts::loadTradeLayoutFromTemplate,
-        &Layouts::renameTradeTemplate,
-        &Layouts::deleteTradeTemplate,
-        &Layouts::loadSingleTradeLayoutTemplates,
-        &Layouts::saveSingleTradeLayoutTemplates,
-    };
-    return side == inspect::LayoutSide::Quote ? s_quote : s_trade;
-}
 
 void requireTemplate(const QStringList& names, const QString& name)
 {

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int c_nNotFound = 127; // how a shell ends that finds no such program
-
 winsize screenSize()
 {
     winsize size {};
@@ -59,8 +57,8 @@ bool pageText(const std::string& text)
     if (pPager == nullptr) {
         return false;
     }
-    // Whoever leaves the pager has seen enough.
+    // Whoever leaves the pager has seen enough, and then it ends well.
     std::fwrite(text.data(), 1, text.size(), pPager);
     const int nStatus = ::pclose(pPager);
-    return nStatus != -1 && !(WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == c_nNotFound);
+    return WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == 0;
 }

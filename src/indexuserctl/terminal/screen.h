@@ -16,5 +16,5 @@ int screenWidth();
 bool hasPager();
 
 /// Hands a text of more lines than the terminal has to the user's pager, and waits until that ends.
-/// False for a shorter one, and where there is no such program: nobody has seen it then.
+/// False for a shorter one, and where the pager cannot start or fails: nobody has seen it then.
 bool pageText(const std::string& text);
