@@ -142,15 +142,25 @@ ExitStatus answerNothingToDo(const Request& request)
     const QString strNewer = copy
         ? "; but " + copy->strPath + " is newer and differs: recover --newest takes it"
         : QString();
-    printNothing(request, "whole, nothing to recover" + strNewer);
+    const QString strLive = inspect::livePath(request.strConfigDir);
+    const QString strLink = mend::toText(mend::linkLeftOf(strLive), strLive);
+    printNothing(request,
+                 "whole, nothing to recover" + strNewer
+                     + (strLink.isEmpty() ? QString() : "; but it " + strLink));
     return ExitStatus::Ok;
 }
 
-// The link would be set aside, and what it leads to with it.
+// The link would be set aside, and what it leads to with it. Where it leads to nothing, the file is
+// made there.
 void requireNoDamagedLink(const Request& request, const CUserGuard& guard)
 {
-    if (!guard.target().isEmpty()
-        && inspect::readUserFile(guard.target()).state != inspect::FileState::Whole) {
+    if (guard.target().isEmpty()) {
+        return;
+    }
+    const inspect::FileState state = inspect::readUserFile(guard.target()).state;
+    if (state == inspect::FileState::Missing) {
+        guard.requireLink();
+    } else if (state != inspect::FileState::Whole) {
         throw CFailure(ExitStatus::InputOutput,
                        inspect::livePath(request.strConfigDir) + " is a link to the damaged file "
                            + guard.target() + ", which is not set aside: put a file there");
@@ -187,7 +197,7 @@ ExitStatus recoverWhole(const Request& request)
         || recovery.result == mend::RecoveryResult::RecoveredWithLoss;
     const QString strLive = inspect::livePath(request.strConfigDir);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
-    if (bReady || !mend::linkLeftOf(strLive).isEmpty()) {
+    if (bReady || !mend::linkLeftOf(strLive).strLink.isEmpty()) {
         requireLock(request, transaction);
     }
     const CUserGuard guard(request);
