@@ -131,7 +131,7 @@ void printRecoveryJson(const Request& request, const mend::Recovery& recovery)
                         TableShape::One };
     QVector<Table> tables { table };
     if (recovery.receipt.nEdit > 0) {
-        tables.append(receiptTable(request, recovery.receipt));
+        tables.append(receiptTable(recovery.receipt));
     }
     print(tables, request.format);
 }
@@ -216,7 +216,7 @@ ExitStatus recoverWhole(const Request& request)
         return failNoSource(recovery);
     }
     printAnswer(request, recovery);
-    requireDurable(request, recovery.receipt);
+    requireDurable(recovery.receipt);
     return recovery.result == mend::RecoveryResult::RecoveredWithLoss
         ? ExitStatus::RecoveredWithLoss
         : ExitStatus::Ok;

@@ -129,35 +129,36 @@ void printNothing(const Request& request, const QString& words)
     }
 }
 
-Table receiptTable(const Request& request, const mend::Receipt& receipt)
+Table receiptTable(const mend::Receipt& receipt)
 {
     const QString strDigest = QString::fromLatin1(receipt.digest);
     return { "receipt",
              "Saved",
              { "file", "sha256", "bytes", "durable", "edit" },
-             { { inspect::livePath(request.strConfigDir),
-                 strDigest.isEmpty() ? QJsonValue() : strDigest, receipt.nBytes, receipt.bDurable,
-                 receipt.nEdit } },
+             { { receipt.strFile, strDigest.isEmpty() ? QJsonValue() : strDigest, receipt.nBytes,
+                 receipt.bDurable, receipt.nEdit } },
              TableShape::One };
 }
 
-void requireDurable(const Request& request, const mend::Receipt& receipt)
+void requireDurable(const mend::Receipt& receipt)
 {
     if (receipt.nEdit > 0 && !receipt.bDurable) {
         throw CFailure(
             ExitStatus::InputOutput,
             QStringLiteral("%1 is written, but could not be synced: a power cut may take "
                            "it back; 'check' tells")
-                .arg(inspect::livePath(request.strConfigDir)));
+                .arg(receipt.strFile));
     }
 }
 
 void printReceipt(const QString& what, const mend::Receipt& receipt, const QString& wayBack)
 {
     printDone(what);
-    printLine(QStringLiteral("  now: %1 bytes, sha256 %2, %3")
-                  .arg(QString::number(receipt.nBytes),
-                       QString::fromLatin1(receipt.digest.left(16)),
+    const QString strNow
+        = QStringLiteral("%1 bytes, sha256 %2")
+              .arg(QString::number(receipt.nBytes), QString::fromLatin1(receipt.digest.left(16)));
+    printLine(QStringLiteral("  now: %1, %2")
+                  .arg(receipt.digest.isEmpty() ? QStringLiteral("gone") : strNow,
                        receipt.bDurable ? "durable" : "NOT known to outlast a power cut"));
     const QString strWay
         = wayBack.isEmpty() ? QString() : QStringLiteral("; '%1' brings it back").arg(wayBack);
