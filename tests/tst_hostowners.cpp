@@ -21,6 +21,8 @@ private Q_SLOTS:
     void linksOfOthersAreNotFollowed_data();
     void linksOfOthersAreNotFollowed();
     void linksOfTheOwnersAreFollowed();
+    void theLockOfRootIsToldAndGivenBack_data();
+    void theLockOfRootIsToldAndGivenBack();
     void aReadOnlyFileWantsForce_data();
     void aReadOnlyFileWantsForce();
     void aFileOfAnothersWantsForce();
@@ -223,6 +225,38 @@ void tst_hostowners::linksOfTheOwnersAreFollowed()
     const QFileInfoList copies = QDir(elsewhere.path()).entryInfoList(QDir::Files);
     QCOMPARE(copies.size(), 1);
     QCOMPARE(copies.first().ownerId(), owner());
+}
+
+void tst_hostowners::theLockOfRootIsToldAndGivenBack_data()
+{
+    QTest::addColumn<QByteArray>("lock");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("of the dead") << "999999999\nindexuserctl\n"
+            + QSysInfo::machineHostName().toUtf8() + '\n';
+}
+
+void tst_hostowners::theLockOfRootIsToldAndGivenBack()
+{
+    QFETCH(QByteArray, lock);
+    if (::geteuid() != 0) {
+        QSKIP("only root can give a directory away");
+    }
+    const QString strLock = at("indexUserConfig.lock");
+    writeFile(strLock, lock);
+    setMode(strLock, 0600);
+    QFile file(strLock);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(-60),
+                             QFileDevice::FileModificationTime));
+    QVERIFY(tool({ "check" }).strOut.contains(strLock + " belongs to root, not to the owner"));
+    const Outcome busy = tool(anEdit() + QStringList { "--wait", "0" });
+    QCOMPARE(busy.nStatus, 5);
+    const QString strHint = " belongs to root: an edit by root with --force gives it back\n";
+    QVERIFY2(busy.strErr.endsWith("; " + strLock + strHint), qPrintable(busy.strErr));
+    QCOMPARE(tool(anEdit() + QStringList { "--wait", "0", "--force" }).strErr, QString());
+    QCOMPARE(othersFiles(), QStringList());
+    QVERIFY(readFile(livePath()).contains("tickRestoreDay=\"7\""));
+    QVERIFY(!QFile::exists(strLock));
 }
 
 void tst_hostowners::aReadOnlyFileWantsForce_data()

@@ -1,5 +1,9 @@
 #include "commands/writing.h"
 
+#include <mend/ownership.h>
+#include <platform/filenames.h>
+
+#include <QDir>
 #include <QFile>
 
 #include <cerrno>
@@ -28,6 +32,22 @@ QString causeOf(const Request& request)
     }
     const standalone::WriteFailure failure = standalone::lastWriteFailure();
     return failure.strReason.isEmpty() ? QString() : failure.strReason + ": " + failure.strPath;
+}
+
+// Of a lock that is somebody else's file nothing can be read, nor whether its holder has died.
+QString lockHint(const Request& request)
+{
+    const QString strLock = QDir(request.strConfigDir).filePath(KW::c_szLockFile);
+    const auto strangers = mend::strangersFiles(request.strConfigDir);
+    for (const mend::StrangersFile& file : strangers) {
+        if (file.strPath == strLock) {
+            return QStringLiteral("; %1 belongs to %2%3")
+                .arg(strLock, file.strOwner,
+                     file.bRoots ? QStringLiteral(": an edit by root with --force gives it back")
+                                 : QString());
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -60,7 +80,7 @@ bool takeLock(const Request& request, mend::CTransaction& transaction)
 {
     const mend::WriteFailure failure = transaction.lock();
     if (failure == mend::WriteFailure::Busy && !request.isForced()) {
-        throw CFailure(ExitStatus::Busy, busyText(transaction.holder()));
+        throw CFailure(ExitStatus::Busy, busyText(transaction.holder()) + lockHint(request));
     }
     if (failure == mend::WriteFailure::Busy) {
         printError(busyText(transaction.holder()) + "; its next save may undo this edit");
