@@ -21,6 +21,8 @@ private Q_SLOTS:
     void linksOfOthersAreNotFollowed_data();
     void linksOfOthersAreNotFollowed();
     void linksOfTheOwnersAreFollowed();
+    void rootBringsItsOwnFileBack();
+    void aCandidateIsReadAsTheOwner();
     void theLockOfRootIsToldAndGivenBack_data();
     void theLockOfRootIsToldAndGivenBack();
     void aReadOnlyFileWantsForce_data();
@@ -225,6 +227,34 @@ void tst_hostowners::linksOfTheOwnersAreFollowed()
     const QFileInfoList copies = QDir(elsewhere.path()).entryInfoList(QDir::Files);
     QCOMPARE(copies.size(), 1);
     QCOMPARE(copies.first().ownerId(), owner());
+}
+
+void tst_hostowners::rootBringsItsOwnFileBack()
+{
+    if (::geteuid() != 0) {
+        QSKIP("only root reads what the owner cannot");
+    }
+    const QTemporaryDir elsewhere; // for root only
+    const QByteArray backup = "<ICUserConfigFile of=\"root\"/>";
+    writeFile(elsewhere.filePath("backup.xml"), backup);
+    const Outcome outcome = tool({ "recover", "--from", elsewhere.filePath("backup.xml") });
+    QCOMPARE(outcome.strErr, QString());
+    QCOMPARE(readFile(livePath()), backup);
+    QCOMPARE(othersFiles(), QStringList());
+}
+
+void tst_hostowners::aCandidateIsReadAsTheOwner()
+{
+    if (::geteuid() != 0) {
+        QSKIP("only root reads what the owner cannot");
+    }
+    const QTemporaryDir elsewhere; // for root only
+    writeFile(elsewhere.filePath("secret.xml"), "<ICUserConfigFile of=\"root\"/>");
+    QVERIFY(QDir(userDir()).mkdir("Temp"));
+    QVERIFY(QFile::link(elsewhere.filePath("secret.xml"), at("Temp/indexUserConfig.xml_20240131")));
+    const QByteArray before = readFile(livePath());
+    QCOMPARE(tool({ "recover", "--from", "2024-01-31" }).nStatus, 3);
+    QCOMPARE(readFile(livePath()), before);
 }
 
 void tst_hostowners::theLockOfRootIsToldAndGivenBack_data()

@@ -67,12 +67,15 @@ ExitStatus listCandidates(const Request& request)
     return ExitStatus::Ok;
 }
 
+// A candidate is read as the owner of the directory, since links there lead no further than the
+// owner may go; another file as whoever names it.
 QString pathOf(const Request& request, const QString& name)
 {
     QStringList names;
     const auto all = mend::candidates(request.strConfigDir);
     for (const Candidate& candidate : all) {
         if (candidate.strName == name) {
+            requireOwner(request);
             return candidate.strPath;
         }
         names.append(candidate.strName);
@@ -247,10 +250,10 @@ ExitStatus recoverUser(const Request& request)
     if (request.bList) {
         return listCandidates(request);
     }
-    requireOwner(request);
     if (request.source) {
         return recoverFrom(request, pathOf(request, *request.source));
     }
+    requireOwner(request);
     // Any whole copy is newer than what is damaged.
     if (request.bNewest && isLiveWhole(request)) {
         return recoverNewest(request);
