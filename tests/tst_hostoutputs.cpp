@@ -17,6 +17,11 @@ private Q_SLOTS:
     void nothingOfTheUserIsReplaced();
     void noCommandReplacesTheFile_data();
     void noCommandReplacesTheFile();
+    void nothingOfAnotherUserIsReplaced_data();
+    void nothingOfAnotherUserIsReplaced();
+    void whatLiesBesideNoUserIsAnybodys();
+    void noInputIsReplaced_data();
+    void noInputIsReplaced();
     void anotherMountLeadsToTheSameFile();
     void aMissingFileIsNotMadeByAnOutput();
     void aFileIsReplacedWholeAndKeepsItsMode();
@@ -132,6 +137,76 @@ void tst_hostoutputs::noCommandReplacesTheFile()
     const Outcome outcome = runProgram("bash", { "-c", strLine }, {}, userDir());
     QCOMPARE(outcome.nStatus, 2);
     QVERIFY2(outcome.strErr.contains(": that is the user's own "), qPrintable(outcome.strErr));
+    QCOMPARE(contents(), before);
+}
+
+void tst_hostoutputs::nothingOfAnotherUserIsReplaced_data()
+{
+    QTest::addColumn<QString>("command");
+    for (const char* pszCommand :
+         { "stock export b/indexUserConfig.xml", "layout draw --out b/INDEXUSERCONFIG.XML",
+           "template export 早盘 new/indexUserConfig.xml", "stock export b/sectors.json",
+           "stock export b/indexUserConfig.xml.damaged-1", "stock export b/Temp/new.csv",
+           "report --out b/Settings/new", "stock export b/History/objects/new",
+           "stock export tob/indexUserConfig.xml", "stock export soft", "stock export b/hard",
+           "export-sector 801780 b/Temp",
+           "diff indexUserConfig.xml b/indexUserConfig.xml --patch b/indexUserConfig.xml" }) {
+        QTest::newRow(pszCommand) << pszCommand;
+    }
+}
+
+void tst_hostoutputs::nothingOfAnotherUserIsReplaced()
+{
+    QFETCH(QString, command);
+    for (const char* pszFolder : { "b/Temp", "b/Settings", "b/History/objects", "new" }) {
+        QVERIFY(QDir(userDir()).mkpath(pszFolder));
+    }
+    writeFile(at("b/indexUserConfig.xml"), "<ICUserConfigFile/>");
+    QVERIFY(QFile::link("b", at("tob")));
+    QVERIFY(QFile::link("b/indexUserConfig.xml", at("soft")));
+    writeFile(at("b/Temp/copy"), "copy");
+    QCOMPARE(::link(QFile::encodeName(at("b/Temp/copy")), QFile::encodeName(at("b/hard"))), 0);
+    const auto before = contents();
+    const Outcome outcome = tool(command.split(' '));
+    QCOMPARE(outcome.nStatus, 2);
+    QVERIFY2(outcome.strErr.contains(": that is the user's own "), qPrintable(outcome.strErr));
+    QCOMPARE(contents(), before);
+}
+
+void tst_hostoutputs::whatLiesBesideNoUserIsAnybodys()
+{
+    QVERIFY(QDir(userDir()).mkpath("n/Temp"));
+    QCOMPARE(tool({ "stock", "export", "n/Temp/stocks.csv" }).nStatus, 0);
+    QCOMPARE(tool({ "stock", "export", "n/sectors.json" }).nStatus, 0);
+    writeFile(at("n/indexUserConfig.xml"), "<ICUserConfigFile/>");
+    QCOMPARE(tool({ "stock", "export", "n/stocks.csv" }).nStatus, 0);
+}
+
+void tst_hostoutputs::noInputIsReplaced_data()
+{
+    QTest::addColumn<QString>("command");
+    for (const char* pszCommand :
+         { "report --against x.xml --out x.xml", "layout draw --against x.xml --out to-x",
+           "diff x.xml indexUserConfig.xml --patch x.xml",
+           "diff indexUserConfig.xml x.xml --patch x-hard", "diff - y.xml --patch x.xml < x.xml",
+           "report --against x.xml --out x.xml --dry-run" }) {
+        QTest::newRow(pszCommand) << pszCommand;
+    }
+}
+
+void tst_hostoutputs::noInputIsReplaced()
+{
+    QFETCH(QString, command);
+    writeFile(at("x.xml"), "<ICUserConfigFile/>");
+    writeFile(at("y.xml"), readFile(livePath()));
+    QVERIFY(QFile::link("x.xml", at("to-x")));
+    QCOMPARE(::link(QFile::encodeName(at("x.xml")), QFile::encodeName(at("x-hard"))), 0);
+    const auto before = contents();
+    const QString strLine = "'" TOOL "' --config-dir . " + command;
+    const Outcome outcome = runProgram("bash", { "-c", strLine }, {}, userDir());
+    QCOMPARE(outcome.nStatus, 2);
+    QVERIFY2(outcome.strErr.contains(": that is an input, which no output replaces\n"),
+             qPrintable(outcome.strErr));
     QCOMPARE(contents(), before);
 }
 

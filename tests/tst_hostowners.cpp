@@ -21,6 +21,10 @@ private Q_SLOTS:
     void linksOfOthersAreNotFollowed_data();
     void linksOfOthersAreNotFollowed();
     void linksOfTheOwnersAreFollowed();
+    void rootBringsItsOwnFileBack();
+    void aCandidateIsReadAsTheOwner();
+    void theLockOfRootIsToldAndGivenBack_data();
+    void theLockOfRootIsToldAndGivenBack();
     void aReadOnlyFileWantsForce_data();
     void aReadOnlyFileWantsForce();
     void aFileOfAnothersWantsForce();
@@ -223,6 +227,66 @@ void tst_hostowners::linksOfTheOwnersAreFollowed()
     const QFileInfoList copies = QDir(elsewhere.path()).entryInfoList(QDir::Files);
     QCOMPARE(copies.size(), 1);
     QCOMPARE(copies.first().ownerId(), owner());
+}
+
+void tst_hostowners::rootBringsItsOwnFileBack()
+{
+    if (::geteuid() != 0) {
+        QSKIP("only root reads what the owner cannot");
+    }
+    const QTemporaryDir elsewhere; // for root only
+    const QByteArray backup = "<ICUserConfigFile of=\"root\"/>";
+    writeFile(elsewhere.filePath("backup.xml"), backup);
+    const Outcome outcome = tool({ "recover", "--from", elsewhere.filePath("backup.xml") });
+    QCOMPARE(outcome.strErr, QString());
+    QCOMPARE(readFile(livePath()), backup);
+    QCOMPARE(othersFiles(), QStringList());
+}
+
+void tst_hostowners::aCandidateIsReadAsTheOwner()
+{
+    if (::geteuid() != 0) {
+        QSKIP("only root reads what the owner cannot");
+    }
+    const QTemporaryDir elsewhere; // for root only
+    writeFile(elsewhere.filePath("secret.xml"), "<ICUserConfigFile of=\"root\"/>");
+    QVERIFY(QDir(userDir()).mkdir("Temp"));
+    QVERIFY(QFile::link(elsewhere.filePath("secret.xml"), at("Temp/indexUserConfig.xml_20240131")));
+    const QByteArray before = readFile(livePath());
+    QCOMPARE(tool({ "recover", "--from", "2024-01-31" }).nStatus, 3);
+    QCOMPARE(readFile(livePath()), before);
+}
+
+void tst_hostowners::theLockOfRootIsToldAndGivenBack_data()
+{
+    QTest::addColumn<QByteArray>("lock");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("of the dead") << "999999999\nindexuserctl\n"
+            + QSysInfo::machineHostName().toUtf8() + '\n';
+}
+
+void tst_hostowners::theLockOfRootIsToldAndGivenBack()
+{
+    QFETCH(QByteArray, lock);
+    if (::geteuid() != 0) {
+        QSKIP("only root can give a directory away");
+    }
+    const QString strLock = at("indexUserConfig.lock");
+    writeFile(strLock, lock);
+    setMode(strLock, 0600);
+    QFile file(strLock);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(-60),
+                             QFileDevice::FileModificationTime));
+    QVERIFY(tool({ "check" }).strOut.contains(strLock + " belongs to root, not to the owner"));
+    const Outcome busy = tool(anEdit() + QStringList { "--wait", "0" });
+    QCOMPARE(busy.nStatus, 5);
+    const QString strHint = " belongs to root: an edit by root with --force gives it back\n";
+    QVERIFY2(busy.strErr.endsWith("; " + strLock + strHint), qPrintable(busy.strErr));
+    QCOMPARE(tool(anEdit() + QStringList { "--wait", "0", "--force" }).strErr, QString());
+    QCOMPARE(othersFiles(), QStringList());
+    QVERIFY(readFile(livePath()).contains("tickRestoreDay=\"7\""));
+    QVERIFY(!QFile::exists(strLock));
 }
 
 void tst_hostowners::aReadOnlyFileWantsForce_data()

@@ -77,6 +77,45 @@ QString folderAround(const QString& configDir, const QString& directory)
     return {};
 }
 
+bool isUserDirectory(const QString& directory)
+{
+    const QFileInfo live(QDir(directory).filePath(KW::c_szLiveFile));
+    return live.exists() || live.isSymLink();
+}
+
+QString belongingIn(const QString& configDir, const QString& path)
+{
+    const QString strFile = sameOf(belongings(configDir), identityOf(path));
+    if (!strFile.isEmpty()) {
+        return strFile;
+    }
+    const QFileInfo end(endOfLinks(path));
+    const bool bBeside = identityOf(end.path()) == identityOf(configDir);
+    if (bBeside && isOwnName(end.fileName())) {
+        return end.filePath();
+    }
+    return folderAround(configDir, QFileInfo(path).isDir() ? path : end.path());
+}
+
+// A live file is one wherever it is, or is about to be; what else is a user's lies beside one or in
+// the folders beside one.
+QString belongingOfOthers(const QString& path)
+{
+    const QFileInfo end(endOfLinks(path));
+    if (end.fileName().compare(KW::c_szLiveFile, Qt::CaseInsensitive) == 0) {
+        return end.filePath();
+    }
+    QString strEach = QFileInfo(end.path()).canonicalFilePath();
+    while (!strEach.isEmpty()) {
+        const QString strFound = isUserDirectory(strEach) ? belongingIn(strEach, path) : QString();
+        if (!strFound.isEmpty() || QDir(strEach).isRoot()) {
+            return strFound;
+        }
+        strEach = QFileInfo(strEach).path();
+    }
+    return {};
+}
+
 } // namespace
 
 QStringList belongings(const QString& configDir)
@@ -110,16 +149,14 @@ QString endOfLinks(const QString& path)
 
 QString belongingAt(const QString& configDir, const QString& path)
 {
-    const QString strFile = sameOf(belongings(configDir), identityOf(path));
-    if (!strFile.isEmpty()) {
-        return strFile;
-    }
-    const QFileInfo end(endOfLinks(path));
-    const bool bBeside = identityOf(end.path()) == identityOf(configDir);
-    if (bBeside && isOwnName(end.fileName())) {
-        return end.filePath();
-    }
-    return folderAround(configDir, QFileInfo(path).isDir() ? path : end.path());
+    const QString strOwn = belongingIn(configDir, path);
+    return strOwn.isEmpty() ? belongingOfOthers(path) : strOwn;
+}
+
+bool isSameFile(const QString& left, const QString& right)
+{
+    const std::optional<Identity> identity = identityOf(left);
+    return identity && identity == identityOf(right) && QFileInfo(left).isFile();
 }
 
 } // namespace inspect

@@ -1,6 +1,9 @@
 #include "mend/filekeeper.h"
 
 #include "mend/durable_p.h"
+#include "mend/history.h"
+
+#include <inspect/belongings.h>
 
 #include <platform/commonutil.h>
 #include <platform/indexutil.h>
@@ -49,6 +52,31 @@ QByteArray linkBeside(const QString& path)
     return bOurs && linkOf(QFile::encodeName(path)).isEmpty() ? linkOf(beside) : QByteArray();
 }
 
+bool isThere(const QString& path)
+{
+    struct stat info { };
+    return ::lstat(QFile::encodeName(path).constData(), &info) == 0;
+}
+
+// Whether the history has seen what is at the end of the link beside \a path.
+bool isKnown(const QString& path, const QString& target)
+{
+    const inspect::FileBytes found = inspect::readBytes(target);
+    const QVector<HistoryEntry> all = CHistory(QFileInfo(path).path()).entries();
+    const QByteArray digest = digestOf(found.bytes);
+    return found.state == inspect::FileState::Whole
+        && std::any_of(all.begin(), all.end(), [&](const HistoryEntry& entry) {
+               return entry.strSetting.isEmpty()
+                   && (entry.before == digest || entry.after == digest);
+           });
+}
+
+bool isOpen(const QString& directory)
+{
+    return ::faccessat(AT_FDCWD, QFile::encodeName(directory).constData(), W_OK | X_OK, AT_EACCESS)
+        == 0;
+}
+
 bool isMember(gid_t group)
 {
     if (group == ::getegid() || ::geteuid() == 0) {
@@ -73,7 +101,7 @@ CFileKeeper::CFileKeeper(const QString& path)
     : m_strPath(path)
     , m_link(linkOf(QFile::encodeName(path)))
 {
-    const bool bLeft = m_link.isEmpty() && !linkBeside(path).isEmpty();
+    const bool bLeft = m_link.isEmpty() && linkLeftOf(path).bOurs;
     m_link = bLeft ? linkBeside(path) : m_link;
     const QString strFile = bLeft ? QFile::decodeName(besideOf(path)) : path;
     struct stat info { };
@@ -81,20 +109,28 @@ CFileKeeper::CFileKeeper(const QString& path)
     m_nOwner = info.st_uid;
     m_nGroup = info.st_gid;
     m_nMode = info.st_mode & c_nPermissions;
-    m_strTarget = m_bFile && !m_link.isEmpty() ? QFileInfo(strFile).canonicalFilePath() : QString();
+    m_strTarget = m_link.isEmpty() ? QString()
+        : m_bFile                  ? QFileInfo(strFile).canonicalFilePath()
+                                   : inspect::endOfLinks(strFile);
 }
 
+bool CFileKeeper::isLost() const
+{
+    return !m_strTarget.isEmpty() && !QFileInfo(QFileInfo(m_strTarget).path()).isDir();
+}
+
+// What is there and no file is not replaced either.
 bool CFileKeeper::isClosed() const
 {
-    const QByteArray directory = QFile::encodeName(QFileInfo(m_strTarget).path());
     return !m_strTarget.isEmpty()
-        && ::faccessat(AT_FDCWD, directory.constData(), W_OK | X_OK, AT_EACCESS) != 0;
+        && (!isOpen(QFileInfo(m_strTarget).path()) || (!m_bFile && isThere(m_strTarget)));
 }
 
 KeepObstacle CFileKeeper::obstacle() const
 {
-    return !m_bFile                ? KeepObstacle::None
+    return isLost()                ? KeepObstacle::LostTarget
         : isClosed()               ? KeepObstacle::ClosedTarget
+        : !m_bFile                 ? KeepObstacle::None
         : m_nOwner != ::geteuid()  ? KeepObstacle::OtherOwner
         : (m_nMode & S_IWUSR) == 0 ? KeepObstacle::ReadOnly
         : !isMember(m_nGroup)      ? KeepObstacle::OtherGroup
@@ -113,7 +149,9 @@ bool CFileKeeper::leaveLink() const
     if (m_link.isEmpty() || linkOf(beside) == m_link) {
         return true;
     }
-    ::unlink(beside.constData());
+    if (!linkOf(beside).isEmpty()) {
+        ::unlink(beside.constData());
+    }
     return ::symlink(m_link.constData(), beside.constData()) == 0
         && syncPath(QFileInfo(m_strPath).path());
 }
@@ -138,10 +176,12 @@ bool CFileKeeper::giveBackLink() const
 
 inspect::FileError CFileKeeper::giveBack() const
 {
-    if (!m_bFile || !linkOf(QFile::encodeName(m_strPath)).isEmpty()) {
+    const bool bLink = !m_link.isEmpty();
+    // Without a file the save has failed: there is nothing to keep, unless a link to the old one.
+    const bool bSaved = QFileInfo::exists(m_strPath);
+    if (!(m_bFile || (bLink && bSaved)) || !linkOf(QFile::encodeName(m_strPath)).isEmpty()) {
         return {};
     }
-    const bool bLink = !m_link.isEmpty();
     const QString strFile = bLink ? m_strTarget : m_strPath;
     const QByteArray file = QFile::encodeName(strFile);
     const auto failed = [&](const QString& path) {
@@ -149,20 +189,33 @@ inspect::FileError CFileKeeper::giveBack() const
             inspect::FileCause::System, path, QString::fromLocal8Bit(std::strerror(errno)), {}
         };
     };
-    // Without a file the save has failed: there is nothing to keep, unless a link to the old one.
-    const bool bSaved = QFileInfo::exists(m_strPath);
     if (bLink && bSaved && !copyContent(m_strPath, strFile)) {
         return { inspect::FileCause::NotWritten, strFile, {}, {} };
     }
-    if (bSaved && !(giveGroup(file) && ::chmod(file.constData(), m_nMode) == 0)) {
+    if (m_bFile && bSaved && !(giveGroup(file) && ::chmod(file.constData(), m_nMode) == 0)) {
         return failed(strFile);
     }
     return bLink && !giveBackLink() ? failed(m_strPath) : inspect::FileError();
 }
 
-QString linkLeftOf(const QString& path)
+LeftLink linkLeftOf(const QString& path)
 {
-    return QFile::decodeName(linkBeside(path));
+    const QByteArray link = linkBeside(path);
+    const QString strTarget = inspect::endOfLinks(QFile::decodeName(besideOf(path)));
+    const bool bFree = isOpen(QFileInfo(strTarget).path()) && !isThere(strTarget);
+    return { QFile::decodeName(link), !link.isEmpty() && (bFree || isKnown(path, strTarget)) };
+}
+
+QString toText(const LeftLink& left, const QString& path)
+{
+    return left.strLink.isEmpty() ? QString()
+        : left.bOurs
+        ? QStringLiteral("was a link to %1 before a write that was cut short; the next one, or "
+                         "recover, puts it back")
+              .arg(left.strLink)
+        : QStringLiteral("may have been a link to %1, where something else is now; it is not put "
+                         "back: remove %2.link, or put it in the place of the file")
+              .arg(left.strLink, path);
 }
 
 } // namespace mend

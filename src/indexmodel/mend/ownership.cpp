@@ -82,12 +82,14 @@ OwnershipFailure foreignLink(const QString& configDir, uid_t owner)
     return {};
 }
 
-// The folders of a user's directory that are no links, with the directory itself for the live file.
+// The folders of a user's directory that are no links, with the directory itself for the live file
+// and for the lock, which nobody else could take over once its holder has died.
 template <typename Visit> void visitFiles(const QString& configDir, Visit visit)
 {
     const int nUser
         = ::open(QFile::encodeName(configDir).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     visit(nUser, QLatin1String(KW::c_szLiveFile), configDir);
+    visit(nUser, QLatin1String(KW::c_szLockFile), configDir);
     for (const char* pszFolder :
          { KW::c_szCopiesFolder, KW::c_szSettingsFolder, KW::c_szHistoryFolder }) {
         visit(nUser, QString::fromLatin1(pszFolder), configDir);

@@ -41,8 +41,8 @@ struct StrangersFile {
     bool bRoots = false;
 };
 
-/// Of the user's directory \a configDir the live file and what is in Temp, Settings and History, by
-/// name; links are looked at, not followed.
+/// Of the user's directory \a configDir the live file, the lock and what is in Temp, Settings and
+/// History, by name; links are looked at, not followed.
 QVector<StrangersFile> strangersFiles(const QString& configDir);
 
 /// Gives the owner of the directory what root's runs of other tools have left there: regular files

@@ -88,11 +88,11 @@ WriteFailure CTransaction::keepSetting(const SettingStep& step, HistoryAction ac
     return m_history.begin(m_entry, step.before) ? WriteFailure::None : WriteFailure::NoHistory;
 }
 
-Receipt CTransaction::finishSetting(const std::optional<QByteArray>& after)
+Receipt CTransaction::finishSetting(const std::optional<QByteArray>& after, const QString& file)
 {
     const QByteArray digest = after ? digestOf(*after) : QByteArray();
     const bool bWritten = expect(digest);
-    return { digest, after ? after->size() : 0, syncPath(m_strConfigDir) && bWritten,
+    return { file, digest, after ? after->size() : 0, syncPath(m_strConfigDir) && bWritten,
              m_entry.nNumber };
 }
 
@@ -136,7 +136,7 @@ Receipt CTransaction::finish()
     const QByteArray digest = digestOf(file.bytes);
     const bool bWritten = expect(digest);
     const bool bDurable = syncPath(m_strLive) && syncPath(m_strConfigDir);
-    return { digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber };
+    return { m_strLive, digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber };
 }
 
 } // namespace mend

@@ -19,7 +19,8 @@ enum class WriteFailure {
 
 /// What a write has left.
 struct Receipt {
-    QByteArray digest; ///< of what is in the file now
+    QString strFile; ///< that was written, or removed
+    QByteArray digest; ///< of what is in the file now; empty where it is gone
     qint64 nBytes = 0;
     bool bDurable = false; ///< it outlasts a power cut
     int nEdit = 0; ///< the number of the edit in the history, which has the state before
@@ -65,8 +66,8 @@ public:
     /// Keeps a setting's value before it is changed.
     WriteFailure keepSetting(const SettingStep& step, HistoryAction action, int of);
 
-    /// Sees to it that the setting is durable; \a after is what it is now.
-    Receipt finishSetting(const std::optional<QByteArray>& after);
+    /// Sees to it that the setting is durable; \a after is what it is now, in \a file.
+    Receipt finishSetting(const std::optional<QByteArray>& after, const QString& file);
 
     /// Whether the live file is still what was read last, and kept.
     bool isAsRead() const;

@@ -70,9 +70,14 @@ int readConfig(const std::string& section, const std::string& key, std::string& 
 
 namespace standalone {
 
+QString settingFile(const QString& section, const QString& key)
+{
+    return se::valuePath(section.toStdString(), key.toStdString());
+}
+
 QString settingReadError(const QString& section, const QString& key)
 {
-    const QString strPath = se::valuePath(section.toStdString(), key.toStdString());
+    const QString strPath = settingFile(section, key);
     std::string strValue;
     const ReadFailure failure = readFile(strPath, strValue);
     return failure.cause == ReadCause::Unreadable ? strPath + ": " + failure.strReason : QString();
@@ -80,7 +85,7 @@ QString settingReadError(const QString& section, const QString& key)
 
 bool removeSetting(const QString& section, const QString& key)
 {
-    return removeFile(QFile::encodeName(se::valuePath(section.toStdString(), key.toStdString())));
+    return removeFile(QFile::encodeName(settingFile(section, key)));
 }
 
 QStringList settingKeys(const QString& section)

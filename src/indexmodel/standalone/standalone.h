@@ -47,6 +47,9 @@ PLATFORM_API void removeLeftovers(const QString& configDir);
 /// empty where it can be read, or where there is none.
 PLATFORM_API QString settingReadError(const QString& section, const QString& key);
 
+/// The file of a value of the settings store, whether it is there or not.
+PLATFORM_API QString settingFile(const QString& section, const QString& key);
+
 /// Removes a value of the settings store, durably; true if it is gone or never was there.
 /// lastWriteFailure() tells why not.
 PLATFORM_API bool removeSetting(const QString& section, const QString& key);

@@ -76,7 +76,7 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
     }
     print(tables, request.format);
     if (bWritten && request.format == Format::Json) {
-        print({ receiptTable(request, recovery.receipt) }, request.format);
+        print({ receiptTable(recovery.receipt) }, request.format);
     }
     printLine();
     if (bWritten) {
@@ -86,6 +86,6 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
                       ? "the file is the same already"
                       : "would bring back " + what);
     }
-    requireDurable(request, recovery.receipt);
+    requireDurable(recovery.receipt);
     return ExitStatus::Ok;
 }

@@ -82,15 +82,9 @@ QVector<inspect::Finding> leftoversBeside(const QString& path, const QString& li
               {},
               file + " is left of a write that was cut short; the next one removes it" });
     }
-    const QString strLink = mend::linkLeftOf(liveFile);
+    const QString strLink = mend::toText(mend::linkLeftOf(liveFile), liveFile);
     if (!strLink.isEmpty()) {
-        findings.append({ {},
-                          "lost-link",
-                          inspect::Effect::Kept,
-                          {},
-                          "was a link to " + strLink
-                              + " before a write that was cut short; the next one, or recover, "
-                                "puts it back" });
+        findings.append({ {}, "lost-link", inspect::Effect::Kept, {}, strLink });
     }
     for (const mend::StrangersFile& file : mend::strangersFiles(QFileInfo(liveFile).path())) {
         findings.append(

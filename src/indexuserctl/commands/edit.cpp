@@ -106,11 +106,11 @@ ExitStatus edit(const Request& request, const Change& change)
     if (bSave) {
         save(request, transaction, changer, guard, edit);
         if (request.format == Format::Json) {
-            print({ receiptTable(request, edit.receipt) }, request.format);
+            print({ receiptTable(edit.receipt) }, request.format);
         }
         printLine();
         printReceipt("saved " + inspect::livePath(request.strConfigDir), edit.receipt);
     }
-    requireDurable(request, edit.receipt);
+    requireDurable(edit.receipt);
     return ExitStatus::Ok;
 }

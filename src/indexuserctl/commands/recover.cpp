@@ -67,12 +67,15 @@ ExitStatus listCandidates(const Request& request)
     return ExitStatus::Ok;
 }
 
+// A candidate is read as the owner of the directory, since links there lead no further than the
+// owner may go; another file as whoever names it.
 QString pathOf(const Request& request, const QString& name)
 {
     QStringList names;
     const auto all = mend::candidates(request.strConfigDir);
     for (const Candidate& candidate : all) {
         if (candidate.strName == name) {
+            requireOwner(request);
             return candidate.strPath;
         }
         names.append(candidate.strName);
@@ -131,7 +134,7 @@ void printRecoveryJson(const Request& request, const mend::Recovery& recovery)
                         TableShape::One };
     QVector<Table> tables { table };
     if (recovery.receipt.nEdit > 0) {
-        tables.append(receiptTable(request, recovery.receipt));
+        tables.append(receiptTable(recovery.receipt));
     }
     print(tables, request.format);
 }
@@ -142,15 +145,25 @@ ExitStatus answerNothingToDo(const Request& request)
     const QString strNewer = copy
         ? "; but " + copy->strPath + " is newer and differs: recover --newest takes it"
         : QString();
-    printNothing(request, "whole, nothing to recover" + strNewer);
+    const QString strLive = inspect::livePath(request.strConfigDir);
+    const QString strLink = mend::toText(mend::linkLeftOf(strLive), strLive);
+    printNothing(request,
+                 "whole, nothing to recover" + strNewer
+                     + (strLink.isEmpty() ? QString() : "; but it " + strLink));
     return ExitStatus::Ok;
 }
 
-// The link would be set aside, and what it leads to with it.
+// The link would be set aside, and what it leads to with it. Where it leads to nothing, the file is
+// made there.
 void requireNoDamagedLink(const Request& request, const CUserGuard& guard)
 {
-    if (!guard.target().isEmpty()
-        && inspect::readUserFile(guard.target()).state != inspect::FileState::Whole) {
+    if (guard.target().isEmpty()) {
+        return;
+    }
+    const inspect::FileState state = inspect::readUserFile(guard.target()).state;
+    if (state == inspect::FileState::Missing) {
+        guard.requireLink();
+    } else if (state != inspect::FileState::Whole) {
         throw CFailure(ExitStatus::InputOutput,
                        inspect::livePath(request.strConfigDir) + " is a link to the damaged file "
                            + guard.target() + ", which is not set aside: put a file there");
@@ -187,7 +200,7 @@ ExitStatus recoverWhole(const Request& request)
         || recovery.result == mend::RecoveryResult::RecoveredWithLoss;
     const QString strLive = inspect::livePath(request.strConfigDir);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
-    if (bReady || !mend::linkLeftOf(strLive).isEmpty()) {
+    if (bReady || !mend::linkLeftOf(strLive).strLink.isEmpty()) {
         requireLock(request, transaction);
     }
     const CUserGuard guard(request);
@@ -206,7 +219,7 @@ ExitStatus recoverWhole(const Request& request)
         return failNoSource(recovery);
     }
     printAnswer(request, recovery);
-    requireDurable(request, recovery.receipt);
+    requireDurable(recovery.receipt);
     return recovery.result == mend::RecoveryResult::RecoveredWithLoss
         ? ExitStatus::RecoveredWithLoss
         : ExitStatus::Ok;
@@ -237,10 +250,10 @@ ExitStatus recoverUser(const Request& request)
     if (request.bList) {
         return listCandidates(request);
     }
-    requireOwner(request);
     if (request.source) {
         return recoverFrom(request, pathOf(request, *request.source));
     }
+    requireOwner(request);
     // Any whole copy is newer than what is damaged.
     if (request.bNewest && isLiveWhole(request)) {
         return recoverNewest(request);

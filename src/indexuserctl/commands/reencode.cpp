@@ -29,7 +29,7 @@ void printConversion(const Request& request, const mend::Reencoding& reencoding)
     const bool bWritten = reencoding.receipt.nEdit > 0;
     print({ changes }, request.format);
     if (bWritten && request.format == Format::Json) {
-        print({ receiptTable(request, reencoding.receipt) }, request.format);
+        print({ receiptTable(reencoding.receipt) }, request.format);
     }
     printLine();
     if (bWritten) {
@@ -64,6 +64,6 @@ ExitStatus reencodeUser(const Request& request)
     }
     guard.giveBack();
     printConversion(request, reencoding);
-    requireDurable(request, reencoding.receipt);
+    requireDurable(reencoding.receipt);
     return ExitStatus::Ok;
 }

@@ -75,12 +75,21 @@ void requireKey(const QString& key)
                        + strCause);
 }
 
-Table settingChange(const QString& key, const QJsonValue& before, const QJsonValue& after)
+QJsonValue shown(const std::optional<QByteArray>& value)
 {
-    return { "changes",
-             "Setting",
-             { "part", "value", "left", "right" },
-             { { "settings", key, before, after } } };
+    return value ? QJsonValue(QString::fromUtf8(*value)) : QJsonValue();
+}
+
+// People see the values of what is not done yet only.
+void printChange(const Request& request, const mend::CTransaction::SettingStep& step)
+{
+    if (request.isDryRun() || request.format == Format::Json) {
+        print({ { "changes",
+                  "Setting",
+                  { "part", "value", "left", "right" },
+                  { { "settings", step.strSetting, shown(step.before), shown(step.after) } } } },
+              request.format);
+    }
 }
 
 // Byte for byte.
@@ -121,17 +130,18 @@ mend::Receipt store(const Request& request, mend::CTransaction& transaction,
     if (!write(change.strSetting, change.after) || stored(change.strSetting) != change.after) {
         failStore(change.strSetting);
     }
-    return transaction.finishSetting(change.after);
+    return transaction.finishSetting(change.after,
+                                     standalone::settingFile(section(), change.strSetting));
 }
 
 void printStored(const Request& request, const QString& what, const mend::Receipt& receipt,
                  const QString& wayBack)
 {
     if (request.format == Format::Json) {
-        print({ receiptTable(request, receipt) }, request.format);
+        print({ receiptTable(receipt) }, request.format);
     }
     printReceipt(what, receipt, wayBack);
-    requireDurable(request, receipt);
+    requireDurable(receipt);
 }
 
 void requireUnchanged(const Request& request, const mend::HistoryEntry& entry,
@@ -161,13 +171,14 @@ ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     requireLock(request, transaction);
     requireUnchanged(request, entry, bUndo ? entry.after : entry.before);
+    const mend::CTransaction::SettingStep change { entry.strSetting, stored(entry.strSetting),
+                                                   state };
+    printChange(request, change);
     if (request.isDryRun()) {
         printLine(QStringLiteral("would bring back the setting '%1'").arg(entry.strSetting));
         return ExitStatus::Ok;
     }
-    const mend::Receipt receipt
-        = store(request, transaction, { entry.strSetting, stored(entry.strSetting), state },
-                { action, entry.nNumber });
+    const mend::Receipt receipt = store(request, transaction, change, { action, entry.nNumber });
     printStored(request, QStringLiteral("brought back the setting '%1'").arg(entry.strSetting),
                 receipt, bUndo ? "redo" : "undo");
     return ExitStatus::Ok;
@@ -209,21 +220,18 @@ ExitStatus setSetting(const Request& request)
     requireKey(strKey);
     requireText(QStringLiteral("value"), strValue);
     requireOwner(request);
-    if (request.isDryRun() || request.format == Format::Json) {
-        const std::optional<QString> before = settingOf(strKey);
-        print({ settingChange(strKey, before ? QJsonValue(*before) : QJsonValue(), strValue) },
-              request.format);
+    // The store makes a directory that is not there yet; only then can it take the lock.
+    if (!request.isDryRun()) {
+        QDir().mkpath(request.strConfigDir);
     }
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    requireLock(request, transaction);
+    const mend::CTransaction::SettingStep change { strKey, stored(strKey), strValue.toUtf8() };
+    printChange(request, change);
     if (request.isDryRun()) {
         return ExitStatus::Ok;
     }
-    // The store makes a directory that is not there yet; only then can it take the lock.
-    QDir().mkpath(request.strConfigDir);
-    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
-    requireLock(request, transaction);
-    const QByteArray value = strValue.toUtf8();
-    const mend::Receipt receipt
-        = store(request, transaction, { strKey, stored(strKey), value }, {});
+    const mend::Receipt receipt = store(request, transaction, change, {});
     if (settingOf(strKey) != strValue) {
         failStore(strKey);
     }
@@ -234,18 +242,17 @@ ExitStatus setSetting(const Request& request)
 ExitStatus unsetSetting(const Request& request)
 {
     const QString strKey = request.words.first();
-    const QString strBefore = requiredSetting(strKey);
+    requiredSetting(strKey);
     requireOwner(request);
-    if (request.isDryRun() || request.format == Format::Json) {
-        print({ settingChange(strKey, strBefore, QJsonValue()) }, request.format);
-    }
+    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
+    requireLock(request, transaction);
+    requiredSetting(strKey); // whoever had the lock may have removed it
+    const mend::CTransaction::SettingStep change { strKey, stored(strKey), std::nullopt };
+    printChange(request, change);
     if (request.isDryRun()) {
         return ExitStatus::Ok;
     }
-    mend::CTransaction transaction(request.strConfigDir, wishOf(request));
-    requireLock(request, transaction);
-    const mend::Receipt receipt
-        = store(request, transaction, { strKey, stored(strKey), std::nullopt }, {});
+    const mend::Receipt receipt = store(request, transaction, change, {});
     printStored(request, QStringLiteral("removed the setting '%1'").arg(strKey), receipt, "undo");
     return ExitStatus::Ok;
 }

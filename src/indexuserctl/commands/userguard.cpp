@@ -20,8 +20,16 @@ QString textOf(mend::KeepObstacle obstacle)
         return QStringLiteral("has a group that its owner is not in; --force gives it another");
     case mend::KeepObstacle::ClosedTarget:
         return QStringLiteral("cannot be replaced: its directory is closed");
+    case mend::KeepObstacle::LostTarget:
+        return QStringLiteral("cannot be written: its directory is not there");
     }
     return {};
+}
+
+bool isOfLink(mend::KeepObstacle obstacle)
+{
+    return obstacle == mend::KeepObstacle::ClosedTarget
+        || obstacle == mend::KeepObstacle::LostTarget;
 }
 
 } // namespace
@@ -48,13 +56,25 @@ CUserGuard::CUserGuard(const Request& request)
 {
 }
 
+void CUserGuard::fail(mend::KeepObstacle obstacle) const
+{
+    const QString strFile = target().isEmpty() ? m_strLive : target();
+    throw CFailure(ExitStatus::InputOutput, strFile + ' ' + textOf(obstacle), { strFile });
+}
+
 void CUserGuard::requireReplaceable() const
 {
     const mend::KeepObstacle obstacle = m_keeper.obstacle();
-    const bool bForced = m_force == Force::Yes && obstacle != mend::KeepObstacle::ClosedTarget;
-    if (obstacle != mend::KeepObstacle::None && !bForced) {
-        const QString strFile = target().isEmpty() ? m_strLive : target();
-        throw CFailure(ExitStatus::InputOutput, strFile + ' ' + textOf(obstacle), { strFile });
+    if (obstacle != mend::KeepObstacle::None && m_force == Force::No) {
+        fail(obstacle);
+    }
+    requireLink();
+}
+
+void CUserGuard::requireLink() const
+{
+    if (isOfLink(m_keeper.obstacle())) {
+        fail(m_keeper.obstacle());
     }
     if (!m_bDryRun && !m_keeper.leaveLink()) {
         throw CFailure(ExitStatus::InputOutput,

@@ -28,6 +28,9 @@ public:
     /// was given. Unless this is a dry run, a link is from now on not forgotten.
     void requireReplaceable() const;
 
+    /// Of that what a link needs: throws CFailure where nothing can be put at its end.
+    void requireLink() const;
+
     /// Throws CFailure when the file did not become again what it was.
     void giveBack() const;
 
@@ -35,6 +38,8 @@ public:
     const QString& target() const { return m_keeper.target(); }
 
 private:
+    [[noreturn]] void fail(mend::KeepObstacle obstacle) const;
+
     Force m_force;
     bool m_bDryRun;
     QString m_strLive;

@@ -1,6 +1,7 @@
 #include "commands/wholefile.h"
 
 #include "failure.h"
+#include "terminal/outputfile.h"
 
 #include <mend/reencode.h>
 
@@ -37,11 +38,13 @@ template <typename File> File whole(File file)
 
 inspect::UserFile wholeFile(const QString& path)
 {
+    noteInput(path);
     return whole(inspect::readUserFile(path));
 }
 
 inspect::UserFile wholeDocument(const QString& path)
 {
+    noteInput(path);
     return whole(inspect::readDocument(path));
 }
 
@@ -52,5 +55,6 @@ inspect::UserFile liveFile(const Request& request)
 
 QByteArray contentOf(const QString& path)
 {
+    noteInput(path);
     return whole(inspect::readBytes(path)).bytes;
 }

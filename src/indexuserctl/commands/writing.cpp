@@ -1,5 +1,9 @@
 #include "commands/writing.h"
 
+#include <mend/ownership.h>
+#include <platform/filenames.h>
+
+#include <QDir>
 #include <QFile>
 
 #include <cerrno>
@@ -28,6 +32,22 @@ QString causeOf(const Request& request)
     }
     const standalone::WriteFailure failure = standalone::lastWriteFailure();
     return failure.strReason.isEmpty() ? QString() : failure.strReason + ": " + failure.strPath;
+}
+
+// Of a lock that is somebody else's file nothing can be read, nor whether its holder has died.
+QString lockHint(const Request& request)
+{
+    const QString strLock = QDir(request.strConfigDir).filePath(KW::c_szLockFile);
+    const auto strangers = mend::strangersFiles(request.strConfigDir);
+    for (const mend::StrangersFile& file : strangers) {
+        if (file.strPath == strLock) {
+            return QStringLiteral("; %1 belongs to %2%3")
+                .arg(strLock, file.strOwner,
+                     file.bRoots ? QStringLiteral(": an edit by root with --force gives it back")
+                                 : QString());
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -60,7 +80,7 @@ bool takeLock(const Request& request, mend::CTransaction& transaction)
 {
     const mend::WriteFailure failure = transaction.lock();
     if (failure == mend::WriteFailure::Busy && !request.isForced()) {
-        throw CFailure(ExitStatus::Busy, busyText(transaction.holder()));
+        throw CFailure(ExitStatus::Busy, busyText(transaction.holder()) + lockHint(request));
     }
     if (failure == mend::WriteFailure::Busy) {
         printError(busyText(transaction.holder()) + "; its next save may undo this edit");
@@ -129,35 +149,36 @@ void printNothing(const Request& request, const QString& words)
     }
 }
 
-Table receiptTable(const Request& request, const mend::Receipt& receipt)
+Table receiptTable(const mend::Receipt& receipt)
 {
     const QString strDigest = QString::fromLatin1(receipt.digest);
     return { "receipt",
              "Saved",
              { "file", "sha256", "bytes", "durable", "edit" },
-             { { inspect::livePath(request.strConfigDir),
-                 strDigest.isEmpty() ? QJsonValue() : strDigest, receipt.nBytes, receipt.bDurable,
-                 receipt.nEdit } },
+             { { receipt.strFile, strDigest.isEmpty() ? QJsonValue() : strDigest, receipt.nBytes,
+                 receipt.bDurable, receipt.nEdit } },
              TableShape::One };
 }
 
-void requireDurable(const Request& request, const mend::Receipt& receipt)
+void requireDurable(const mend::Receipt& receipt)
 {
     if (receipt.nEdit > 0 && !receipt.bDurable) {
         throw CFailure(
             ExitStatus::InputOutput,
             QStringLiteral("%1 is written, but could not be synced: a power cut may take "
                            "it back; 'check' tells")
-                .arg(inspect::livePath(request.strConfigDir)));
+                .arg(receipt.strFile));
     }
 }
 
 void printReceipt(const QString& what, const mend::Receipt& receipt, const QString& wayBack)
 {
     printDone(what);
-    printLine(QStringLiteral("  now: %1 bytes, sha256 %2, %3")
-                  .arg(QString::number(receipt.nBytes),
-                       QString::fromLatin1(receipt.digest.left(16)),
+    const QString strNow
+        = QStringLiteral("%1 bytes, sha256 %2")
+              .arg(QString::number(receipt.nBytes), QString::fromLatin1(receipt.digest.left(16)));
+    printLine(QStringLiteral("  now: %1, %2")
+                  .arg(receipt.digest.isEmpty() ? QStringLiteral("gone") : strNow,
                        receipt.bDurable ? "durable" : "NOT known to outlast a power cut"));
     const QString strWay
         = wayBack.isEmpty() ? QString() : QStringLiteral("; '%1' brings it back").arg(wayBack);

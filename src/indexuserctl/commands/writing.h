@@ -38,11 +38,11 @@ QString recoverHint(const Request& request);
 void printNothing(const Request& request, const QString& words);
 
 /// What is in the file now, as a table for JSON.
-Table receiptTable(const Request& request, const mend::Receipt& receipt);
+Table receiptTable(const mend::Receipt& receipt);
 
 /// Throws CFailure for a write that is there, while the system could not be brought to say that it
 /// stays: "saved" means that it outlasts a power cut. After the receipt.
-void requireDurable(const Request& request, const mend::Receipt& receipt);
+void requireDurable(const mend::Receipt& receipt);
 
 /// The same as lines for people, and the command that takes it back.
 void printReceipt(const QString& what, const mend::Receipt& receipt,

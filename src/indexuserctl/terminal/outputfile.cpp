@@ -7,7 +7,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QStringList>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -18,6 +20,12 @@ namespace {
 
 constexpr mode_t c_nPermissions = 07777;
 constexpr mode_t c_nOwnerOnly = 0600;
+
+QStringList& inputs()
+{
+    static QStringList s_inputs;
+    return s_inputs;
+}
 
 bool writeTo(QFileDevice& file, const QByteArray& content)
 {
@@ -38,12 +46,23 @@ mode_t modeLike(int descriptor, const struct stat& old)
 
 } // namespace
 
+void noteInput(const QString& path)
+{
+    inputs().append(path);
+}
+
 void requireNothingOfTheUser(const QString& configDir, const QString& path)
 {
     const QString strOwn = inspect::belongingAt(configDir, path);
     if (!strOwn.isEmpty()) {
         throw CFailure(ExitStatus::Usage,
                        path + ": that is the user's own " + strOwn + ", where no output goes");
+    }
+    const bool bInput = std::any_of(inputs().begin(), inputs().end(), [&](const QString& input) {
+        return inspect::isSameFile(path, input);
+    });
+    if (bInput) {
+        throw CFailure(ExitStatus::Usage, path + ": that is an input, which no output replaces");
     }
 }
 

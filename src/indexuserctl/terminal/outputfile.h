@@ -3,8 +3,11 @@
 #include <QByteArray>
 #include <QString>
 
-/// Throws CFailure when a write to \a path would replace something of the user's own in
-/// \a configDir, or stand among it: see inspect::belongingAt().
+/// Notes that the command reads the file \a path, which no output of it replaces from now on.
+void noteInput(const QString& path);
+
+/// Throws CFailure when a write to \a path would replace an input of this command, or something of
+/// the user's own in \a configDir, or stand among it: see inspect::belongingAt().
 void requireNothingOfTheUser(const QString& configDir, const QString& path);
 
 /// Who may read a file that was there.
