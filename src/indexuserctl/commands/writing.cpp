@@ -1,5 +1,7 @@
 #include "commands/writing.h"
 
+#include <platform/filenames.h>
+
 #include <QFile>
 
 #include <cerrno>
@@ -90,7 +92,9 @@ QString writeFailureText(const Request& request, mend::WriteFailure failure)
     case mend::WriteFailure::NoLock:
         return failedWrite(request, QStringLiteral("the user's directory takes no lock"));
     case mend::WriteFailure::NoHistory:
-        return failedWrite(request, QStringLiteral("the state before cannot be kept"));
+        return failedWrite(request,
+                           QStringLiteral("the state before cannot be kept in %1/%2")
+                               .arg(request.strConfigDir, KW::c_szHistoryFolder));
     case mend::WriteFailure::Changed:
         return QStringLiteral("somebody else has changed the file meanwhile; nothing is written");
     case mend::WriteFailure::Refused:
@@ -129,6 +133,13 @@ void printNothing(const Request& request, const QString& words)
     }
 }
 
+void printLogAside(const QString& path)
+{
+    if (!path.isEmpty()) {
+        printError("the history's log was damaged; as it was it is kept as " + path);
+    }
+}
+
 Table receiptTable(const Request& request, const mend::Receipt& receipt)
 {
     const QString strDigest = QString::fromLatin1(receipt.digest);
@@ -137,13 +148,13 @@ Table receiptTable(const Request& request, const mend::Receipt& receipt)
              { "file", "sha256", "bytes", "durable", "edit" },
              { { inspect::livePath(request.strConfigDir),
                  strDigest.isEmpty() ? QJsonValue() : strDigest, receipt.nBytes, receipt.bDurable,
-                 receipt.nEdit } },
+                 receipt.nEdit > 0 ? QJsonValue(receipt.nEdit) : QJsonValue() } },
              TableShape::One };
 }
 
 void requireDurable(const Request& request, const mend::Receipt& receipt)
 {
-    if (receipt.nEdit > 0 && !receipt.bDurable) {
+    if (receipt.isWritten() && !receipt.bDurable) {
         throw CFailure(
             ExitStatus::InputOutput,
             QStringLiteral("%1 is written, but could not be synced: a power cut may take "
@@ -159,6 +170,11 @@ void printReceipt(const QString& what, const mend::Receipt& receipt, const QStri
                   .arg(QString::number(receipt.nBytes),
                        QString::fromLatin1(receipt.digest.left(16)),
                        receipt.bDurable ? "durable" : "NOT known to outlast a power cut"));
+    printLogAside(receipt.strLogAside);
+    if (receipt.nEdit == 0) {
+        printError("the history takes nothing: what was there before is not in it");
+        return;
+    }
     const QString strWay
         = wayBack.isEmpty() ? QString() : QStringLiteral("; '%1' brings it back").arg(wayBack);
     printLine(QStringLiteral("  before: kept as edit %1 of the history%2")
