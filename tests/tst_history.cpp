@@ -19,6 +19,9 @@ private Q_SLOTS:
     void theOldestGoWhenTheyTakeTooMuch();
     void pruningForgetsEditsAndTheirStates();
     void noNumberIsGivenTwice();
+    void linesThatAreNoEditsAreSetAside_data();
+    void linesThatAreNoEditsAreSetAside();
+    void statesOfLinesSetAsideStay();
     void aDirectoryThatTakesNothingIsNoHistory();
     void whatIsUndoneAndDoneAgain_data();
     void whatIsUndoneAndDoneAgain();
@@ -168,6 +171,68 @@ void tst_history::noNumberIsGivenTwice()
     edited("two", "three");
     QCOMPARE(CHistory(userDir()).prune(QDateTime::currentDateTimeUtc().addDays(1)).value(), 1);
     QCOMPARE(edited("three", "four").nNumber, 3);
+}
+
+void tst_history::linesThatAreNoEditsAreSetAside_data()
+{
+    QTest::addColumn<QByteArray>("from");
+    QTest::addColumn<QByteArray>("to");
+    QTest::newRow("torn") << QByteArray("\"}\n") << QByteArray("\"");
+    QTest::newRow("no object") << QByteArray("{") << QByteArray("[");
+    QTest::newRow("no number") << QByteArray("\"number\":2") << QByteArray("\"number\":\"2\"");
+    QTest::newRow("number 0") << QByteArray("\"number\":2") << QByteArray("\"number\":0");
+    QTest::newRow("number that none can follow")
+        << QByteArray("\"number\":2") << QByteArray("\"number\":2147483647");
+    QTest::newRow("no time") << QByteArray("\"time\"") << QByteArray("\"t\"");
+    QTest::newRow("digest that is a path")
+        << QByteArray("\"before\":\"") << QByteArray("\"before\":\"../");
+}
+
+void tst_history::linesThatAreNoEditsAreSetAside()
+{
+    QFETCH(QByteArray, from);
+    QFETCH(QByteArray, to);
+    edited("one", "two");
+    const QByteArray good = readFile(userDir() + "/History/log.jsonl");
+    edited("two", "three");
+    const QByteArray bad
+        = readFile(userDir() + "/History/log.jsonl").mid(good.size()).replace(from, to);
+    writeFile(userDir() + "/History/log.jsonl", good + bad);
+    CHistory history(userDir());
+    QCOMPARE(history.log().state, mend::LogState::Damaged);
+    QCOMPARE(history.log().nBadLines, 1);
+    QCOMPARE(history.entries().size(), 1);
+    HistoryEntry entry = asked();
+    QVERIFY(history.begin(entry, QByteArray("three")));
+    QCOMPARE(entry.nNumber, 3);
+    QCOMPARE(readFile(history.setAside()), good + bad);
+    QCOMPARE(history.log().state, mend::LogState::Whole);
+    QVERIFY(readFile(history.logPath()).startsWith(good));
+    QCOMPARE(history.entries().size(), 2);
+}
+
+// Until what was set aside is forgotten, too.
+void tst_history::statesOfLinesSetAsideStay()
+{
+    edited("one", "two");
+    edited("two", "three");
+    const QString strLog = userDir() + "/History/log.jsonl";
+    writeFile(strLog, readFile(strLog).replace("{\"account", "\"account"));
+    QCOMPARE(CHistory(userDir()).entries().size(), 0);
+    edited("three", "four");
+    edited("four", "five");
+    edited("five", "six");
+    const auto inAnHour = QDateTime::currentDateTimeUtc().addSecs(3600);
+    QFile aside(QDir(userDir() + "/History").entryInfoList({ "*.damaged-*" }).value(0).filePath());
+    QVERIFY(aside.open(QIODevice::ReadWrite)
+            && aside.setFileTime(inAnHour.addSecs(3600), QFileDevice::FileModificationTime));
+    aside.close();
+    QCOMPARE(CHistory(userDir()).prune(inAnHour).value(), 2);
+    QVERIFY(CHistory(userDir()).state(mend::digestOf("one")));
+    QVERIFY(!CHistory(userDir()).state(mend::digestOf("four")));
+    QCOMPARE(CHistory(userDir()).prune(inAnHour.addSecs(7200)).value(), 0);
+    QVERIFY(!aside.exists());
+    QVERIFY(!CHistory(userDir()).state(mend::digestOf("one")));
 }
 
 void tst_history::aDirectoryThatTakesNothingIsNoHistory()

@@ -35,8 +35,6 @@ private Q_SLOTS:
     void whereNothingIsWholeNothingIsSalvaged_data();
     void whereNothingIsWholeNothingIsSalvaged();
     void theHistoryIsTakenWhereNothingElseIsWhole();
-    void aHistoryThatCannotBeReadIsNotWrittenOver_data();
-    void aHistoryThatCannotBeReadIsNotWrittenOver();
     void oneWayBackIsAskedForAtATime();
     void aDamagedFileIsOlderThanAnyCopy();
     void whatTheWriterBreaksIsNoFailure();
@@ -374,30 +372,6 @@ void tst_hosthistory::theHistoryIsTakenWhereNothingElseIsWhole()
     writeLive("<torn");
     QCOMPARE(tool({ "recover" }).nStatus, 6);
     QCOMPARE(live(), before);
-}
-
-void tst_hosthistory::aHistoryThatCannotBeReadIsNotWrittenOver_data()
-{
-    QTest::addColumn<QByteArray>("more");
-    QTest::newRow("a torn line") << QByteArray("{\"number\":2,\"ti");
-    QTest::newRow("garbage") << QByteArray("\xff\xfe\n");
-}
-
-void tst_hosthistory::aHistoryThatCannotBeReadIsNotWrittenOver()
-{
-    QFETCH(QByteArray, more);
-    edit();
-    const QByteArray before = live();
-    const QString strLog = userDir() + "/History/log.jsonl";
-    const QByteArray log = readFile(strLog) + more;
-    writeFile(strLog, log);
-    QCOMPARE(tool({ "option", "set", "tickRestoreDay=9" }).nStatus, 3);
-    QCOMPARE(tool({ "history", "prune", "--keep", "0d" }).nStatus, 3);
-    const Outcome outcome = tool({ "history", "list" });
-    QCOMPARE(outcome.nStatus, 3);
-    QVERIFY(outcome.strErr.contains(strLog));
-    QCOMPARE(live(), before);
-    QCOMPARE(readFile(strLog), log);
 }
 
 void tst_hosthistory::oneWayBackIsAskedForAtATime()

@@ -1,5 +1,6 @@
 #include "mend/history.h"
 
+#include "mend/asidename_p.h"
 #include "mend/durable_p.h"
 
 #include <inspect/userfile.h>
@@ -11,6 +12,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
@@ -24,6 +26,8 @@ namespace {
 constexpr int c_nMostEdits = 200;
 constexpr int c_nFewestEdits = 10;
 constexpr qint64 c_nMostBytes = 64LL * 1024 * 1024;
+// Nobody gets there by editing, and there is room to count on from it.
+constexpr int c_nHighestNumber = 1000000000;
 
 const QMap<HistoryAction, QString>& actionNames()
 {
@@ -60,6 +64,34 @@ HistoryEntry entryOf(const QJsonObject& line)
              actionNames().key(line["action"].toString(), HistoryAction::Edit),
              line["of"].toInt(),
              line["setting"].toString() };
+}
+
+// It becomes the name of a file.
+bool isDigest(const QByteArray& digest)
+{
+    static const QRegularExpression s_digest(QStringLiteral("\\A([0-9a-f]{64})?\\z"));
+    return s_digest.match(QString::fromLatin1(digest)).hasMatch();
+}
+
+bool isEntry(const HistoryEntry& entry)
+{
+    return entry.nNumber > 0 && entry.nNumber <= c_nHighestNumber && entry.time.isValid()
+        && isDigest(entry.before) && isDigest(entry.after);
+}
+
+// A line that cannot be read has had a number, too.
+int nextNumber(const HistoryLog& log)
+{
+    int nHighest = 0;
+    for (const HistoryEntry& entry : log.entries) {
+        nHighest = std::max(nHighest, entry.nNumber);
+    }
+    return nHighest + log.nBadLines + 1;
+}
+
+QString asidePattern()
+{
+    return QStringLiteral("log.jsonl.damaged-*");
 }
 
 // Those that were undone at the end, and those that were not, the last of each first to be asked.
@@ -142,64 +174,64 @@ CHistory::CHistory(const QString& configDir)
 {
 }
 
-std::optional<QVector<HistoryEntry>> CHistory::read() const
+HistoryLog CHistory::log() const
 {
-    const inspect::FileBytes file = inspect::readBytes(m_strDirectory + "/log.jsonl");
+    const inspect::FileBytes file = inspect::readBytes(logPath());
+    HistoryLog log;
     if (file.state != inspect::FileState::Whole) {
-        return file.state == inspect::FileState::Missing
-            ? std::make_optional(QVector<HistoryEntry>())
-            : std::nullopt;
+        const bool bMissing = file.state == inspect::FileState::Missing;
+        log.state = bMissing ? LogState::Whole : LogState::Unreadable;
+        return log;
     }
-    QVector<HistoryEntry> entries;
     const auto lines = file.bytes.split('\n');
     for (const QByteArray& line : lines) {
-        const QJsonObject object = QJsonDocument::fromJson(line).object();
-        if (!object.isEmpty()) {
-            entries.append(entryOf(object));
+        const HistoryEntry entry = entryOf(QJsonDocument::fromJson(line).object());
+        if (isEntry(entry)) {
+            log.entries.append(entry);
         } else if (!line.isEmpty()) {
-            return std::nullopt;
+            ++log.nBadLines;
         }
     }
-    return entries;
-}
-
-QVector<HistoryEntry> CHistory::entries() const
-{
-    return read().value_or(QVector<HistoryEntry>());
+    log.state = log.nBadLines > 0 ? LogState::Damaged : LogState::Whole;
+    return log;
 }
 
 bool CHistory::begin(HistoryEntry& entry, const std::optional<QByteArray>& before)
 {
-    const std::optional<QVector<HistoryEntry>> known = read();
-    if (!known) {
+    const HistoryLog known = log();
+    HistoryEntry numbered = entry;
+    numbered.nNumber = nextNumber(known);
+    numbered.before = before ? digestOf(*before) : QByteArray();
+    if (known.state == LogState::Unreadable || !makeDurableDirectory(m_strDirectory)
+        || (before && !state(numbered.before)
+            && !writeDurably(statePath(numbered.before), *before))) {
         return false;
     }
-    QVector<HistoryEntry> all = *known;
-    entry.nNumber = all.isEmpty() ? 1 : all.last().nNumber + 1;
-    entry.before = before ? digestOf(*before) : QByteArray();
-    if (!makeDurableDirectory(m_strDirectory)
-        || (before && !state(entry.before) && !writeDurably(statePath(entry.before), *before))) {
-        return false;
-    }
-    all.append(entry);
+    QVector<HistoryEntry> all = known.entries;
+    all.append(numbered);
     const bool bMany = all.size() > c_nMostEdits || bytes() > c_nMostBytes;
     const int nKept = all.size() > c_nMostEdits ? c_nMostEdits : all.size() - 1;
     if (bMany && all.size() > c_nFewestEdits) {
         all = all.mid(all.size() - nKept);
     }
-    return write(all) && (!bMany || removeUnused(all));
+    if (!write(known, all) || (bMany && !removeUnused(all))) {
+        return false;
+    }
+    entry = numbered;
+    return true;
 }
 
 bool CHistory::end(int number, const QByteArray& after)
 {
-    QVector<HistoryEntry> all = read().value_or(QVector<HistoryEntry>());
+    const HistoryLog known = log();
+    QVector<HistoryEntry> all = known.entries;
     const auto it = std::find_if(
         all.begin(), all.end(), [&](const HistoryEntry& entry) { return entry.nNumber == number; });
     if (it == all.end()) {
         return false;
     }
     it->after = after;
-    return write(all);
+    return write(known, all);
 }
 
 std::optional<QByteArray> CHistory::state(const QByteArray& digest) const
@@ -212,11 +244,11 @@ std::optional<QByteArray> CHistory::state(const QByteArray& digest) const
 
 std::optional<int> CHistory::prune(const QDateTime& time)
 {
-    const std::optional<QVector<HistoryEntry>> known = read();
-    if (!known) {
+    const HistoryLog known = log();
+    if (known.state == LogState::Unreadable) {
         return std::nullopt;
     }
-    const QVector<HistoryEntry>& all = *known;
+    const QVector<HistoryEntry>& all = known.entries;
     QVector<HistoryEntry> kept;
     std::copy_if(all.begin(), all.end(), std::back_inserter(kept),
                  [&](const HistoryEntry& entry) { return entry.time >= time; });
@@ -225,8 +257,9 @@ std::optional<int> CHistory::prune(const QDateTime& time)
         kept.append(all.last());
     }
     const int nGone = all.size() - kept.size();
-    return nGone == 0 || (write(kept) && removeUnused(kept)) ? std::make_optional(nGone)
-                                                             : std::nullopt;
+    const bool bDone
+        = removeAsides(time) && (nGone == 0 || write(known, kept)) && removeUnused(kept);
+    return bDone ? std::make_optional(nGone) : std::nullopt;
 }
 
 qint64 CHistory::bytes() const
@@ -240,27 +273,72 @@ qint64 CHistory::bytes() const
     return nBytes;
 }
 
+QString CHistory::logPath() const
+{
+    return m_strDirectory + "/log.jsonl";
+}
+
 QString CHistory::statePath(const QByteArray& digest) const
 {
     return m_strDirectory + '/' + QString::fromLatin1(digest) + ".xml";
 }
 
-bool CHistory::write(const QVector<HistoryEntry>& entries) const
+// What is torn may still tell a person of an edit.
+bool CHistory::keepDamaged(const HistoryLog& known)
 {
+    if (known.state != LogState::Damaged) {
+        return true;
+    }
+    const inspect::FileBytes file = inspect::readBytes(logPath());
+    const QString strAside = nameAside(logPath(), "damaged");
+    if (file.state != inspect::FileState::Whole || !writeDurably(strAside, file.bytes)) {
+        return false;
+    }
+    m_strSetAside = strAside;
+    return true;
+}
+
+bool CHistory::write(const HistoryLog& known, const QVector<HistoryEntry>& entries)
+{
+    if (!keepDamaged(known)) {
+        return false;
+    }
     QByteArray lines;
     for (const HistoryEntry& entry : entries) {
         lines += lineOf(entry);
     }
-    return writeDurably(m_strDirectory + "/log.jsonl", lines);
+    return writeDurably(logPath(), lines);
+}
+
+// A state that only a damaged line tells of may be the one that somebody looks for.
+QByteArray CHistory::asides() const
+{
+    QByteArray told;
+    const auto files = QDir(m_strDirectory).entryInfoList({ asidePattern() }, QDir::Files);
+    for (const QFileInfo& file : files) {
+        told += inspect::readBytes(file.filePath()).bytes + '\n';
+    }
+    return told;
+}
+
+bool CHistory::removeAsides(const QDateTime& before) const
+{
+    const auto files = QDir(m_strDirectory).entryInfoList({ asidePattern() }, QDir::Files);
+    return std::all_of(files.begin(), files.end(), [&](const QFileInfo& file) {
+        return file.lastModified() >= before || QFile::remove(file.filePath());
+    });
 }
 
 bool CHistory::removeUnused(const QVector<HistoryEntry>& entries) const
 {
     const QSet<QByteArray> used = statesOf(entries);
+    const QByteArray told = asides();
     const QDir directory(m_strDirectory);
     const auto names = directory.entryList({ QStringLiteral("*.xml") }, QDir::Files);
     return std::all_of(names.begin(), names.end(), [&](const QString& name) {
-        return used.contains(name.chopped(4).toLatin1()) || QFile::remove(directory.filePath(name));
+        const QByteArray digest = name.chopped(4).toLatin1();
+        return used.contains(digest) || told.contains(digest)
+            || QFile::remove(directory.filePath(name));
     });
 }
 

@@ -31,18 +31,37 @@ struct HistoryEntry {
 /// The digest that a state is known by: SHA-256 in hexadecimal.
 QByteArray digestOf(const QByteArray& bytes);
 
+enum class LogState {
+    Whole, ///< or not there
+    Damaged, ///< some lines are no edits
+    Unreadable, ///< the system does not let it be read, or it is too large
+};
+
+/// What the log of a history holds.
+struct HistoryLog {
+    LogState state = LogState::Whole;
+    QVector<HistoryEntry> entries; ///< of the lines that are edits, the oldest first
+    int nBadLines = 0; ///< those that are none
+};
+
 /// The states of a user's file before each edit, in History/ of the user's directory: each state
-/// once, under its digest, and a line for each edit. Whoever writes holds the user's lock.
+/// once, under its digest, and a line for each edit. Whoever writes holds the user's lock. A
+/// damaged log is kept under a name with the time before it is written over; its good lines go on.
 class CHistory {
 public:
     explicit CHistory(const QString& configDir);
 
-    /// All edits, the oldest first; none where there is no history, nor where it cannot be read.
-    QVector<HistoryEntry> entries() const;
-    bool isReadable() const { return read().has_value(); }
+    HistoryLog log() const;
+    QString logPath() const;
+
+    /// All edits that can be read, the oldest first.
+    QVector<HistoryEntry> entries() const { return log().entries; }
+
+    /// Where this object has kept a damaged log; empty if it has not.
+    const QString& setAside() const { return m_strSetAside; }
 
     /// Keeps the state that \a entry found, numbers \a entry and writes it down; the oldest edits
-    /// go when there are too many. False, and nothing is written down, where the system refuses.
+    /// go when there are too many. False, and \a entry has no number, where the system refuses.
     bool begin(HistoryEntry& entry, const std::optional<QByteArray>& before);
 
     /// Writes down what the edit \a number left.
@@ -54,18 +73,22 @@ public:
     /// The file of a state.
     QString statePath(const QByteArray& digest) const;
 
-    /// Forgets the edits before \a time, their states too. How many; none where the system refuses.
+    /// Forgets the edits before \a time, their states too, and damaged logs set aside before. How
+    /// many; none where the system refuses.
     std::optional<int> prune(const QDateTime& time);
 
     /// Of all files of the history.
     qint64 bytes() const;
 
 private:
-    std::optional<QVector<HistoryEntry>> read() const;
-    bool write(const QVector<HistoryEntry>& entries) const;
+    bool keepDamaged(const HistoryLog& known);
+    bool write(const HistoryLog& known, const QVector<HistoryEntry>& entries);
+    QByteArray asides() const;
+    bool removeAsides(const QDateTime& before) const;
     bool removeUnused(const QVector<HistoryEntry>& entries) const;
 
     QString m_strDirectory;
+    QString m_strSetAside;
 };
 
 /// The digest of what is there now, of a setting or, for an empty name, of the user's file.

@@ -1,6 +1,7 @@
 #include "mend/recovery.h"
 
 #include "mend/asidename_p.h"
+#include "mend/durable_p.h"
 #include "mend/reencode.h"
 
 #include <QFile>
@@ -36,7 +37,8 @@ Recovery failed(Recovery recovery, WriteFailure write, const inspect::FileError&
 Recovery carriedOut(Recovery recovery, CTransaction& transaction, const QString& live)
 {
     const WriteFailure kept = transaction.keep();
-    if (kept != WriteFailure::None) {
+    // What was found is set aside anyway.
+    if (kept != WriteFailure::None && kept != WriteFailure::NoHistory) {
         recovery.strSetAside.clear();
         return failed(recovery, kept, recovery.error);
     }
@@ -116,6 +118,25 @@ bool isReady(const Recovery& recovery)
         || recovery.result == RecoveryResult::RecoveredWithLoss;
 }
 
+// What is too large to be read has no bytes that could be kept.
+WriteFailure keptState(CTransaction& transaction, const Restoration& restoration,
+                       Recovery& recovery, FileState live)
+{
+    const WriteFailure kept = transaction.keep(restoration.action, restoration.nOf);
+    if (kept != WriteFailure::NoHistory || restoration.keeping == Keeping::History) {
+        return kept;
+    }
+    if (live == FileState::Missing) {
+        return WriteFailure::None;
+    }
+    const QString strAside = nameAside(inspect::livePath(transaction.configDir()), "replaced");
+    if (live != FileState::Whole || !writeDurably(strAside, transaction.bytes())) {
+        return kept;
+    }
+    recovery.strSetAside = strAside;
+    return WriteFailure::None;
+}
+
 // Busy is no failure of one that is forced.
 bool mayWrite(CTransaction& transaction, const WriteWish& wish, Recovery& recovery)
 {
@@ -158,11 +179,13 @@ Recovery recover(CTransaction& transaction)
 
 Recovery restore(CTransaction& transaction, const Restoration& restoration, RunMode mode)
 {
-    Recovery recovery = planned(restoration, transaction.read());
+    const inspect::FileBytes& found = transaction.read();
+    const FileState live = found.state;
+    Recovery recovery = planned(restoration, found);
     if (mode == RunMode::DryRun || !isReady(recovery)) {
         return recovery;
     }
-    WriteFailure write = transaction.keep(restoration.action, restoration.nOf);
+    WriteFailure write = keptState(transaction, restoration, recovery, live);
     write = write == WriteFailure::None ? transaction.replace(restoration.bytes) : write;
     if (write != WriteFailure::None) {
         return failed(

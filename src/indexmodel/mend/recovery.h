@@ -17,7 +17,7 @@ struct Recovery {
     RecoveryResult result = RecoveryResult::NothingToDo;
     inspect::FileState before = inspect::FileState::Whole; ///< the live file, as it was found
     Candidate source; ///< what was, or would be, brought back
-    QString strSetAside; ///< where the damaged file is now; empty if there was none
+    QString strSetAside; ///< where what was found is now; empty if it is in the history only
     inspect::FileError error; ///< what was wrong with the live file, or what could not be written
     WriteFailure write = WriteFailure::None;
     LockHolder holder; ///< who is busy
@@ -27,7 +27,8 @@ struct Recovery {
 enum class RunMode { Do, DryRun };
 
 /// Brings the newest whole copy back if the live file is missing or damaged; see candidates(). The
-/// damaged file is kept beside it under a name with the time. A whole file is never touched, nor is
+/// damaged file is kept beside it under a name with the time, so that a history which takes nothing
+/// stops nothing; the receipt then has no edit. A whole file is never touched, nor is
 /// one that cannot be read or is in another encoding (see reencode()), and a second call finds
 /// nothing to do. Dated copies are read from the newest on, down to the first whole one. For a
 /// client before its first load and before it takes the lock; not while a save runs.
@@ -39,6 +40,12 @@ Recovery recover(const QString& configDir, RunMode mode,
 /// The same under the lock that \a transaction holds.
 Recovery recover(CTransaction& transaction);
 
+/// Where the state before a restoration has to be kept.
+enum class Keeping {
+    History,
+    HistoryOrBeside, ///< beside the live file where the history takes nothing
+};
+
 /// A state to bring back, and how it is written down.
 struct Restoration {
     QByteArray bytes;
@@ -46,6 +53,7 @@ struct Restoration {
     int nOf = 0;
     QByteArray expected = {}; ///< the digest that the live file must have; empty for any
     bool bDamaged = false; ///< whether bytes that are no whole user file are put there, too
+    Keeping keeping = Keeping::History;
 };
 
 /// Under the lock that \a transaction holds, which a dry run does not need, puts \a restoration in

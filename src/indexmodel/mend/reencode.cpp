@@ -53,7 +53,8 @@ Reencoding carriedOut(Reencoding reencoding, CTransaction& transaction, const QS
                       const QString& text)
 {
     const WriteFailure kept = transaction.keep();
-    if (kept != WriteFailure::None) {
+    // The bytes are kept beside the file anyway.
+    if (kept != WriteFailure::None && kept != WriteFailure::NoHistory) {
         return notWritten(kept, { FileCause::NotWritten, live, {}, {} });
     }
     if (!writeDurably(reencoding.strSetAside, transaction.bytes())) {

@@ -60,11 +60,10 @@ WriteFailure CTransaction::keep(HistoryAction action, int of)
     const bool bRead = m_read.state == inspect::FileState::Whole;
     const bool bKept
         = m_history.begin(m_entry, bRead ? std::make_optional(m_read.bytes) : std::nullopt);
-    if (!bKept) {
-        return WriteFailure::NoHistory;
-    }
     // Keeping takes its time.
-    return isAsRead() ? WriteFailure::None : WriteFailure::Changed;
+    return !isAsRead() ? WriteFailure::Changed
+        : bKept        ? WriteFailure::None
+                       : WriteFailure::NoHistory;
 }
 
 HistoryEntry CTransaction::newEntry(HistoryAction action, int of) const
@@ -93,7 +92,7 @@ Receipt CTransaction::finishSetting(const std::optional<QByteArray>& after, cons
     const QByteArray digest = after ? digestOf(*after) : QByteArray();
     const bool bWritten = expect(digest);
     return { file, digest, after ? after->size() : 0, syncPath(m_strConfigDir) && bWritten,
-             m_entry.nNumber };
+             m_entry.nNumber, m_history.setAside() };
 }
 
 bool CTransaction::isAsRead() const
@@ -103,7 +102,7 @@ bool CTransaction::isAsRead() const
 
 bool CTransaction::expect(const QByteArray& digest)
 {
-    if (m_entry.after == digest) {
+    if (m_entry.nNumber == 0 || m_entry.after == digest) {
         return true;
     }
     m_entry.after = digest;
@@ -136,7 +135,8 @@ Receipt CTransaction::finish()
     const QByteArray digest = digestOf(file.bytes);
     const bool bWritten = expect(digest);
     const bool bDurable = syncPath(m_strLive) && syncPath(m_strConfigDir);
-    return { m_strLive, digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber };
+    return { m_strLive, digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber,
+             m_history.setAside() };
 }
 
 } // namespace mend

@@ -23,7 +23,10 @@ struct Receipt {
     QByteArray digest; ///< of what is in the file now; empty where it is gone
     qint64 nBytes = 0;
     bool bDurable = false; ///< it outlasts a power cut
-    int nEdit = 0; ///< the number of the edit in the history, which has the state before
+    int nEdit = 0; ///< the number of the edit in the history, which has the state before; 0: none
+    QString strLogAside = {}; ///< where the history has kept its damaged log; empty if it has not
+
+    bool isWritten() const { return nEdit > 0 || !digest.isEmpty(); }
 };
 
 /// How a writer asks for the right to write.
@@ -53,7 +56,8 @@ public:
     const inspect::FileBytes& read();
     const QByteArray& bytes() const { return m_read.bytes; }
 
-    /// Keeps what was read. Nothing may be written unless this answers None.
+    /// Keeps what was read. Nothing may be written unless this answers None, or what was read is
+    /// kept elsewhere and this answers NoHistory: then nothing is written down.
     WriteFailure keep(HistoryAction action = HistoryAction::Edit, int of = 0);
 
     /// What becomes of a setting; without a value it is not there.
@@ -73,7 +77,7 @@ public:
     bool isAsRead() const;
 
     /// Writes down what is about to be written, so that an edit which is cut short behind its write
-    /// is known by what is in the file. False where the system refuses.
+    /// is known by what is in the file. False where the system refuses; true without an edit.
     bool expect(const QByteArray& digest);
 
     /// Keeps what was read last, too, if that is somebody else's text. Its copy; empty without one.

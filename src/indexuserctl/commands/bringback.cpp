@@ -70,7 +70,7 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
                        QStringLiteral("what would come back is no whole user file; undo and redo "
                                       "bring it back with --force"));
     }
-    const bool bWritten = recovery.receipt.nEdit > 0;
+    const bool bWritten = recovery.receipt.isWritten();
     if (bWritten) {
         guard.giveBack();
     }
@@ -79,6 +79,9 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
         print({ receiptTable(recovery.receipt) }, request.format);
     }
     printLine();
+    if (!recovery.strSetAside.isEmpty()) {
+        printError("what was there before is kept as " + recovery.strSetAside);
+    }
     if (bWritten) {
         printReceipt("brought back " + what, recovery.receipt, wayBack(restoration, recovery));
     } else {

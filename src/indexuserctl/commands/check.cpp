@@ -66,6 +66,20 @@ QString errorOf(const CheckedPath& each)
                                              : each.strPath + ": " + each.checked.strFailure;
 }
 
+QVector<inspect::Finding> damagedHistory(const QString& configDir)
+{
+    const mend::CHistory history(configDir);
+    const mend::HistoryLog log = history.log();
+    if (log.state == mend::LogState::Whole) {
+        return {};
+    }
+    const QString strWhat = log.state == mend::LogState::Unreadable
+        ? QStringLiteral(" cannot be read, so that nothing but recover can change the file")
+        : QStringLiteral(": %1 lines are no edits; the next edit sets them aside")
+              .arg(log.nBadLines);
+    return { { {}, "damaged-history", inspect::Effect::Kept, {}, history.logPath() + strWhat } };
+}
+
 // Of the user's directory the live file stands for all that is in it.
 QVector<inspect::Finding> leftoversBeside(const QString& path, const QString& liveFile)
 {
@@ -86,6 +100,7 @@ QVector<inspect::Finding> leftoversBeside(const QString& path, const QString& li
     if (!strLink.isEmpty()) {
         findings.append({ {}, "lost-link", inspect::Effect::Kept, {}, strLink });
     }
+    findings += damagedHistory(QFileInfo(liveFile).path());
     for (const mend::StrangersFile& file : mend::strangersFiles(QFileInfo(liveFile).path())) {
         findings.append(
             { {},

@@ -9,23 +9,31 @@
 #include "commands/writing.h"
 #include "failure.h"
 
-#include <platform/filenames.h>
-
 #include <algorithm>
 
 namespace {
 
 using mend::HistoryEntry;
 
+// The lines that can be read are edits all the same.
+void warnOfDamage(const mend::CHistory& history, const mend::HistoryLog& log)
+{
+    if (log.state == mend::LogState::Damaged) {
+        printError(QStringLiteral("%1: %2 lines are no edits; the next edit sets them aside")
+                       .arg(history.logPath(), QString::number(log.nBadLines)));
+    }
+}
+
 QVector<HistoryEntry> entriesOf(const Request& request)
 {
     const mend::CHistory history(request.strConfigDir);
-    if (!history.isReadable()) {
-        const QString strLog = request.strConfigDir + '/' + KW::c_szHistoryFolder + "/log.jsonl";
-        throw CFailure(ExitStatus::InputOutput, strLog + " cannot be read or is damaged",
-                       { strLog });
+    const mend::HistoryLog log = history.log();
+    if (log.state == mend::LogState::Unreadable) {
+        throw CFailure(ExitStatus::InputOutput, history.logPath() + " cannot be read",
+                       { history.logPath() });
     }
-    return history.entries();
+    warnOfDamage(history, log);
+    return log.entries;
 }
 
 HistoryEntry entryOf(const Request& request, const QString& word)
@@ -213,6 +221,7 @@ ExitStatus pruneHistory(const Request& request)
         throw CFailure(ExitStatus::InputOutput,
                        failedWrite(request, QStringLiteral("the history cannot be written")));
     }
+    printLogAside(history.setAside());
     table.strTitle = QStringLiteral("Forgotten, and what is kept");
     table.rows.append({ *nGone, history.bytes() });
     print({ table }, request.format);

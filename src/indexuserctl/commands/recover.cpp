@@ -91,7 +91,9 @@ QString pathOf(const Request& request, const QString& name)
 ExitStatus recoverFrom(const Request& request, const QString& path)
 {
     wholeFile(path);
-    return bringBack(request, { contentOf(path) }, path);
+    mend::Restoration restoration { contentOf(path) };
+    restoration.keeping = mend::Keeping::HistoryOrBeside;
+    return bringBack(request, restoration, path);
 }
 
 ExitStatus recoverNewest(const Request& request)
@@ -133,7 +135,7 @@ void printRecoveryJson(const Request& request, const mend::Recovery& recovery)
                             recovery.result == mend::RecoveryResult::RecoveredWithLoss } },
                         TableShape::One };
     QVector<Table> tables { table };
-    if (recovery.receipt.nEdit > 0) {
+    if (recovery.receipt.isWritten()) {
         tables.append(receiptTable(recovery.receipt));
     }
     print(tables, request.format);

@@ -89,6 +89,7 @@ ExitStatus salvageUser(const Request& request)
     const QVector<Table> tables { partTable(salvaged.table) };
     mend::Restoration restoration { text };
     restoration.expected = mend::digestOf(torn.bytes);
+    restoration.keeping = mend::Keeping::HistoryOrBeside;
     bringBack(request, restoration, QStringLiteral("what is whole in the torn file"),
               bText ? QVector<Table>() : tables);
     return std::any_of(salvaged.table.begin(), salvaged.table.end(), isOlder)

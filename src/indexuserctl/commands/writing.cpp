@@ -110,7 +110,9 @@ QString writeFailureText(const Request& request, mend::WriteFailure failure)
     case mend::WriteFailure::NoLock:
         return failedWrite(request, QStringLiteral("the user's directory takes no lock"));
     case mend::WriteFailure::NoHistory:
-        return failedWrite(request, QStringLiteral("the state before cannot be kept"));
+        return failedWrite(request,
+                           QStringLiteral("the state before cannot be kept in %1/%2")
+                               .arg(request.strConfigDir, KW::c_szHistoryFolder));
     case mend::WriteFailure::Changed:
         return QStringLiteral("somebody else has changed the file meanwhile; nothing is written");
     case mend::WriteFailure::Refused:
@@ -149,6 +151,13 @@ void printNothing(const Request& request, const QString& words)
     }
 }
 
+void printLogAside(const QString& path)
+{
+    if (!path.isEmpty()) {
+        printError("the history's log was damaged; as it was it is kept as " + path);
+    }
+}
+
 Table receiptTable(const mend::Receipt& receipt)
 {
     const QString strDigest = QString::fromLatin1(receipt.digest);
@@ -156,13 +165,13 @@ Table receiptTable(const mend::Receipt& receipt)
              "Saved",
              { "file", "sha256", "bytes", "durable", "edit" },
              { { receipt.strFile, strDigest.isEmpty() ? QJsonValue() : strDigest, receipt.nBytes,
-                 receipt.bDurable, receipt.nEdit } },
+                 receipt.bDurable, receipt.nEdit > 0 ? QJsonValue(receipt.nEdit) : QJsonValue() } },
              TableShape::One };
 }
 
 void requireDurable(const mend::Receipt& receipt)
 {
-    if (receipt.nEdit > 0 && !receipt.bDurable) {
+    if (receipt.isWritten() && !receipt.bDurable) {
         throw CFailure(
             ExitStatus::InputOutput,
             QStringLiteral("%1 is written, but could not be synced: a power cut may take "
@@ -180,6 +189,11 @@ void printReceipt(const QString& what, const mend::Receipt& receipt, const QStri
     printLine(QStringLiteral("  now: %1, %2")
                   .arg(receipt.digest.isEmpty() ? QStringLiteral("gone") : strNow,
                        receipt.bDurable ? "durable" : "NOT known to outlast a power cut"));
+    printLogAside(receipt.strLogAside);
+    if (receipt.nEdit == 0) {
+        printError("the history takes nothing: what was there before is not in it");
+        return;
+    }
     const QString strWay
         = wayBack.isEmpty() ? QString() : QStringLiteral("; '%1' brings it back").arg(wayBack);
     printLine(QStringLiteral("  before: kept as edit %1 of the history%2")

@@ -37,6 +37,9 @@ QString recoverHint(const Request& request);
 /// That there is nothing to do: for people in words, as JSON without any change.
 void printNothing(const Request& request, const QString& words);
 
+/// To stderr, that a damaged log of the history is kept as \a path; nothing for an empty one.
+void printLogAside(const QString& path);
+
 /// What is in the file now, as a table for JSON.
 Table receiptTable(const mend::Receipt& receipt);
 
