@@ -54,3 +54,9 @@ QByteArray contentOf(const QString& path)
 {
     return whole(inspect::readBytes(path)).bytes;
 }
+
+QByteArray wholeBytes(const inspect::FileBytes& file)
+{
+    whole(inspect::userFileOf(file));
+    return file.bytes;
+}
