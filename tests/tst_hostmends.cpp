@@ -207,6 +207,7 @@ void tst_hostmends::aSettingThatWasRefusedIsNoEdit()
         = QJsonDocument::fromJson(tool({ "history", "list", "--json" }).strOut.toUtf8()).object();
     const QJsonObject last = answer["history"].toArray().last().toObject();
     QCOMPARE(last["edit"].toInt(), 2);
+    QCOMPARE(last["after"].toString().size(), 64);
     QCOMPARE(last["after"], last["before"]);
     done({ "undo" });
     QCOMPARE(setting(), QByteArray("(none)"));

@@ -93,7 +93,7 @@ Table historyTable(const Request& request)
     const auto all = entriesOf(request);
     for (const HistoryEntry& entry : all) {
         const bool bText = request.format == Format::Text;
-        const int nDigits = bText ? 8 : -1;
+        const int nDigits = bText ? 8 : entry.before.size() + entry.after.size();
         table.rows.append({ entry.nNumber, entry.time.toLocalTime().toString(Qt::ISODate),
                             entry.strAccount, entry.strHost, commandOf(entry),
                             QString::fromLatin1(entry.before.left(nDigits)),
