@@ -26,6 +26,7 @@ private Q_SLOTS:
     void whatIsUndoneAndDoneAgain_data();
     void whatIsUndoneAndDoneAgain();
     void whetherAnInterruptedEditIsDoneTheFileTells();
+    void whatWasUndoneOfAForgottenEditIsDoneAgain();
 
 private:
     HistoryEntry edited(const QByteArray& before, const QByteArray& after) const;
@@ -299,6 +300,36 @@ void tst_history::whetherAnInterruptedEditIsDoneTheFileTells()
     edited("two", "four");
     const QVector<HistoryEntry> more = CHistory(userDir()).entries();
     QCOMPARE(toUndo(more, now("two"))->nNumber, 1);
+}
+
+void tst_history::whatWasUndoneOfAForgottenEditIsDoneAgain()
+{
+    CHistory history(userDir());
+    const auto step = [&](HistoryAction action, int of, const char* pszFrom, const char* pszTo) {
+        HistoryEntry entry = asked(action, of);
+        QVERIFY(history.begin(entry, QByteArray(pszFrom)));
+        QVERIFY(history.end(entry.nNumber, mend::digestOf(pszTo)));
+        QTest::qWait(5);
+    };
+    const auto forgetAllSoFar = [&] { QVERIFY(history.prune(QDateTime::currentDateTimeUtc())); };
+    edited("0", "1");
+    QTest::qWait(5);
+    forgetAllSoFar(); // the last one stays
+    step(HistoryAction::Edit, 0, "1", "2");
+    const QDateTime second = history.entries().last().time;
+    step(HistoryAction::Undo, 2, "2", "1");
+    step(HistoryAction::Undo, 1, "1", "0");
+    QCOMPARE(history.prune(second).value(), 1);
+    const HistoryEntry redo = toRedo(history.entries(), now("0")).value();
+    QCOMPARE(redo.nNumber, 1);
+    QCOMPARE(redo.before, mend::digestOf("0"));
+    QCOMPARE(history.state(redo.after).value(), QByteArray("1"));
+    step(HistoryAction::Redo, 1, "0", "1");
+    QCOMPARE(toRedo(history.entries(), now("1")).value().nNumber, 2);
+    forgetAllSoFar();
+    const HistoryEntry undo = toUndo(history.entries(), now("1")).value();
+    QCOMPARE(undo.nNumber, 1);
+    QCOMPARE(history.state(undo.before).value(), QByteArray("0"));
 }
 
 QTEST_GUILESS_MAIN(tst_history)

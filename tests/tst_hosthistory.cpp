@@ -142,6 +142,10 @@ void tst_hosthistory::noSecretIsInTheLines()
     QVERIFY(lines.contains("option set oaPassword=(hidden) tickRestoreDay=7"));
     QVERIFY(!lines.contains("very secret"));
     QVERIFY(!tool({ "history", "list" }).strOut.contains("very secret"));
+    edit({ "setting", "set", "oaPassword", "hunter3" });
+    const QByteArray more = readFile(userDir() + "/History/log.jsonl");
+    QVERIFY(more.contains("setting set oaPassword=(hidden)\""));
+    QVERIFY(!more.contains("hunter3"));
 }
 
 void tst_hosthistory::editsAreListedShownAndCompared()

@@ -18,6 +18,10 @@ private Q_SLOTS:
     void aSettingIsKeptAndComesBack();
     void editsAndSettingsAreUndoneInTurn();
     void aSettingThatSomebodyElseChangedIsNotUndone();
+    void whatAForcedUndoFoundComesBack_data();
+    void whatAForcedUndoFoundComesBack();
+    void theSettingThatAForcedUndoFoundComesBack();
+    void aSettingThatWasRefusedIsNoEdit();
     void anEditOfASettingIsNoStateOfTheFile();
     void aSettingHasAReceipt();
     void anEditThatWasCutShortIsUndone();
@@ -148,11 +152,72 @@ void tst_hostmends::aSettingThatSomebodyElseChangedIsNotUndone()
     QCOMPARE(setting(), QByteArray("(none)"));
 }
 
+void tst_hostmends::whatAForcedUndoFoundComesBack_data()
+{
+    QTest::addColumn<QByteArray>("found");
+    QTest::addColumn<QStringList>("way");
+    const QStringList restore { "history", "restore", "2" };
+    QTest::newRow("whole") << QByteArray("<ICUserConfigFile/>") << restore;
+    QTest::newRow("torn") << QByteArray("<torn") << restore + QStringList("--force");
+}
+
+void tst_hostmends::whatAForcedUndoFoundComesBack()
+{
+    QFETCH(QByteArray, found);
+    QFETCH(QStringList, way);
+    done({ "option", "set", "tickRestoreDay=7" });
+    writeLive(found);
+    const Outcome outcome = tool({ "undo", "--force" });
+    QVERIFY2(outcome.strOut.contains("; '" + way.join(' ') + "' brings it back"),
+             qPrintable(outcome.strOut));
+    QVERIFY(live() != found);
+    done(way);
+    QCOMPARE(live(), found);
+}
+
+void tst_hostmends::theSettingThatAForcedUndoFoundComesBack()
+{
+    done({ "setting", "set", "key", "one" });
+    writeFile(at("Settings/UiSettingConfig=key"), "client");
+    const Outcome outcome = tool({ "undo", "--force" });
+    QVERIFY2(outcome.strOut.contains("'history restore 2' brings it back"),
+             qPrintable(outcome.strOut));
+    QCOMPARE(setting(), QByteArray("(none)"));
+    done({ "history", "restore", "2" });
+    QCOMPARE(setting(), QByteArray("client"));
+    done({ "undo" });
+    QCOMPARE(setting(), QByteArray("(none)"));
+    done({ "history", "restore", "1" });
+    QCOMPARE(setting(), QByteArray("(none)"));
+}
+
+void tst_hostmends::aSettingThatWasRefusedIsNoEdit()
+{
+    done({ "setting", "set", "key", "one" });
+    // The state, the log, and then the value take their names.
+    const Outcome outcome = runProgram("strace",
+                                       { "-f", "-qq", "-o", "/dev/null", "-e", "trace=rename", "-e",
+                                         "inject=rename:error=EIO:when=3", TOOL, "--config-dir",
+                                         userDir(), "setting", "set", "key", "two" });
+    QVERIFY2(outcome.strErr.contains("was not stored: Input/output error"),
+             qPrintable(outcome.strErr));
+    QVERIFY2(outcome.nStatus == 3, qPrintable(outcome.strErr));
+    QCOMPARE(setting(), QByteArray("one"));
+    const QJsonObject answer
+        = QJsonDocument::fromJson(tool({ "history", "list", "--json" }).strOut.toUtf8()).object();
+    const QJsonObject last = answer["history"].toArray().last().toObject();
+    QCOMPARE(last["edit"].toInt(), 2);
+    QCOMPARE(last["after"].toString().size(), 64);
+    QCOMPARE(last["after"], last["before"]);
+    done({ "undo" });
+    QCOMPARE(setting(), QByteArray("(none)"));
+}
+
 void tst_hostmends::anEditOfASettingIsNoStateOfTheFile()
 {
     done({ "setting", "set", "key", "one" });
     done({ "setting", "set", "key", "two" });
-    for (const char* pszCommand : { "show", "diff", "restore" }) {
+    for (const char* pszCommand : { "show", "diff" }) {
         const Outcome outcome = tool({ "history", pszCommand, "2" });
         QCOMPARE(outcome.nStatus, 1);
         QVERIFY(outcome.strErr.contains("edit 2 changed the setting 'key', not the file"));

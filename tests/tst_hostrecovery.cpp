@@ -1,6 +1,8 @@
 #include "librarytest.h"
 #include "toolrun.h"
 
+#include <unistd.h>
+
 // What the host recovers when History/, too, or one of its states, is not what it was.
 class tst_hostrecovery : public CLibraryTest {
     Q_OBJECT
@@ -14,6 +16,14 @@ private Q_SLOTS:
     void aLogThatCannotBeReadIsNamed();
     void theCheckTellsOfADamagedLog();
     void theGoodLinesOfADamagedLogGoOn();
+    void whatARestoreLeftComesBack_data();
+    void whatARestoreLeftComesBack();
+    void whatIsNotTheLastStateIsALoss();
+    void aSaveSinceGoesBeforeTheLastEdit();
+    void copiesOfDaysToComeGoBehind();
+    void aStateThatIsNotWhatWasKeptIsNone();
+    void rootsOwnFileIsReadAsRoot();
+    void aLinkInTheDirectoryIsReadAsItsOwner();
 
 private:
     Outcome tool(const QStringList& arguments) const;
@@ -21,7 +31,14 @@ private:
     QString at(const QString& name) const { return userDir() + '/' + name; }
     QByteArray live() const { return readFile(livePath()); }
     QStringList beside(const QString& pattern) const;
+    QString firstState() const;
 };
+
+namespace {
+
+constexpr uid_t c_nTrader = 65534;
+
+} // namespace
 
 void tst_hostrecovery::init()
 {
@@ -43,6 +60,13 @@ void tst_hostrecovery::done(const QStringList& arguments) const
 QStringList tst_hostrecovery::beside(const QString& pattern) const
 {
     return QDir(userDir()).entryList({ pattern }, QDir::Files);
+}
+
+// The file of the state before edit 1.
+QString tst_hostrecovery::firstState() const
+{
+    const QByteArray line = readFile(at("History/log.jsonl")).split('\n').first();
+    return at("History/") + QJsonDocument::fromJson(line)["before"].toString() + ".xml";
 }
 
 void tst_hostrecovery::aDamagedLogStopsNoRecovery_data()
@@ -179,6 +203,113 @@ void tst_hostrecovery::theGoodLinesOfADamagedLogGoOn()
     QCOMPARE(QDir(at("History")).entryList({ "log.jsonl.damaged-*" }).size(), 1);
     done({ "history", "prune", "--keep", "0d" });
     QCOMPARE(QDir(at("History")).entryList({ "log.jsonl.damaged-*" }).size(), 0);
+}
+
+void tst_hostrecovery::whatARestoreLeftComesBack_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::newRow("undo") << QStringList { "undo" };
+    QTest::newRow("restore") << QStringList { "history", "restore", "1" };
+    QTest::newRow("dated copy") << QStringList { "snapshot", "restore", "2024-01-31" };
+}
+
+// The copy of the day and the mirror hold what each of these takes away.
+void tst_hostrecovery::whatARestoreLeftComesBack()
+{
+    QFETCH(QStringList, words);
+    done({ "option", "set", "tickRestoreDay=7" });
+    done({ "option", "set", "tickRestoreDay=9" });
+    writeFile(at("Temp/indexUserConfig.xml_20240131"), "<ICUserConfigFile/>");
+    done(words);
+    const QByteArray restored = live();
+    QVERIFY(!restored.contains("tickRestoreDay=\"9\""));
+    QVERIFY(QFile::remove(livePath()));
+    const Outcome outcome = tool({ "recover", "--json" });
+    QVERIFY2(outcome.nStatus == 0, qPrintable(outcome.strOut + outcome.strErr));
+    QCOMPARE(live(), restored);
+    QVERIFY(!QJsonDocument::fromJson(outcome.strOut.toUtf8())["recovery"]["loss"].toBool(true));
+}
+
+void tst_hostrecovery::whatIsNotTheLastStateIsALoss()
+{
+    done({ "option", "set", "tickRestoreDay=7" });
+    const QByteArray saved = live();
+    done({ "undo" });
+    QVERIFY(QFile::remove(firstState()) && QFile::remove(livePath()));
+    const Outcome outcome = tool({ "recover" });
+    QCOMPARE(outcome.nStatus, 6);
+    QVERIFY2(outcome.strOut.contains("lost: "), qPrintable(outcome.strOut));
+    QCOMPARE(live(), saved);
+}
+
+void tst_hostrecovery::aSaveSinceGoesBeforeTheLastEdit()
+{
+    done({ "option", "set", "tickRestoreDay=7" });
+    done({ "undo" });
+    const QByteArray saved = "<ICUserConfigFile of=\"client\"/>";
+    writeFile(datedPath(), saved);
+    QVERIFY(QFile::remove(livePath()));
+    done({ "recover" });
+    QCOMPARE(live(), saved);
+}
+
+void tst_hostrecovery::copiesOfDaysToComeGoBehind()
+{
+    done({ "option", "set", "tickRestoreDay=7" });
+    const QByteArray saved = live();
+    writeFile(at("Temp/indexUserConfig.xml_29990101"), "<ICUserConfigFile/>");
+    QVERIFY(QFile::remove(livePath()));
+    const QString strList = tool({ "recover", "--list" }).strOut;
+    QVERIFY2(strList.indexOf("mirror ") < strList.indexOf("2999-01-01"), qPrintable(strList));
+    done({ "recover" });
+    QCOMPARE(live(), saved);
+    writeFile(at("Temp/indexUserConfig.xml_29990101"), "<ICUserConfigFile of=\"x\"/>");
+    QVERIFY(!tool({ "check" }).strOut.contains("newer-copy"));
+}
+
+// One byte more, and it is still a whole user's file.
+void tst_hostrecovery::aStateThatIsNotWhatWasKeptIsNone()
+{
+    done({ "option", "set", "tickRestoreDay=7" });
+    writeFile(firstState(), readFile(firstState()) + '\n');
+    QVERIFY(QDir(at("Temp")).removeRecursively() && QDir(at("Settings")).removeRecursively());
+    writeLive("<torn");
+    const QString strList = tool({ "recover", "--list" }).strOut;
+    QVERIFY2(strList.contains(QRegularExpression("history 1 +history +\\S+ +damaged")),
+             qPrintable(strList));
+    QCOMPARE(tool({ "recover" }).nStatus, 4);
+    const Outcome outcome = tool({ "recover", "--from", "history 1" });
+    QCOMPARE(outcome.nStatus, 4);
+    QVERIFY2(outcome.strErr.contains(firstState() + ": is not what was kept under this name"),
+             qPrintable(outcome.strErr));
+    QCOMPARE(live(), QByteArray("<torn"));
+}
+
+void tst_hostrecovery::rootsOwnFileIsReadAsRoot()
+{
+    if (::geteuid() != 0) {
+        QSKIP("only root becomes somebody else");
+    }
+    const QTemporaryDir roots; // nobody else may look into it
+    writeFile(roots.filePath("backup.xml"), "<ICUserConfigFile of=\"root\"/>");
+    QCOMPARE(::chown(QFile::encodeName(userDir()), c_nTrader, c_nTrader), 0);
+    done({ "recover", "--force", "--from", roots.filePath("backup.xml") });
+    QCOMPARE(live(), QByteArray("<ICUserConfigFile of=\"root\"/>"));
+    QCOMPARE(QFileInfo(livePath()).ownerId(), c_nTrader);
+}
+
+void tst_hostrecovery::aLinkInTheDirectoryIsReadAsItsOwner()
+{
+    if (::geteuid() != 0) {
+        QSKIP("only root becomes somebody else");
+    }
+    const QTemporaryDir roots;
+    writeFile(roots.filePath("backup.xml"), "<ICUserConfigFile of=\"root\"/>");
+    QVERIFY(QFile::link(roots.filePath("backup.xml"), at("mine.xml")));
+    QCOMPARE(::chown(QFile::encodeName(userDir()), c_nTrader, c_nTrader), 0);
+    const QByteArray before = live();
+    QCOMPARE(tool({ "recover", "--force", "--from", at("mine.xml") }).nStatus, 1);
+    QCOMPARE(live(), before);
 }
 
 QTEST_GUILESS_MAIN(tst_hostrecovery)

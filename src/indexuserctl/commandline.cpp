@@ -370,7 +370,11 @@ QString maskedCommand(const QStringList& words)
         if (strName == QLatin1String("--config-dir")) {
             i += strName == words[i] ? 1 : 0;
         } else {
-            shown.append(inspect::isSecret(strName) ? strName + "=(hidden)" : words[i]);
+            const bool bSecret = inspect::isSecret(strName);
+            shown.append(bSecret ? strName + "=(hidden)" : words[i]);
+            if (bSecret && shown.contains(QStringLiteral("setting"))) {
+                break; // the value is a word of its own, somewhere behind
+            }
         }
     }
     return shown.join(' ');

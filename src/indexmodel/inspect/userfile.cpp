@@ -47,6 +47,8 @@ QString reasonOf(const FileError& error)
         return QStringLiteral("cannot be set aside: ") + error.strDetail;
     case FileCause::NotWritten:
         return QStringLiteral("cannot be written");
+    case FileCause::Altered:
+        return QStringLiteral("is not what was kept under this name");
     case FileCause::OtherRoot:
         return QStringLiteral("the root is '%1' instead of '%2'").arg(error.strDetail, rootTag());
     }

@@ -32,6 +32,7 @@ enum class FileCause {
     OtherRoot, ///< the name of the root that is there
     NotSetAside, ///< in the system's words
     NotWritten,
+    Altered, ///< its bytes are not those that its name stands for
 };
 
 struct FileError {

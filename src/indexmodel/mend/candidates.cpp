@@ -19,6 +19,13 @@ QDateTime timeOf(const QString& path)
     return QFileInfo(path).lastModified();
 }
 
+// Nobody has saved tomorrow.
+bool isOfDayToCome(const Candidate& copy)
+{
+    return copy.kind == CandidateKind::Copy
+        && QDate::fromString(copy.strName, Qt::ISODate) > QDate::currentDate();
+}
+
 QVector<Candidate> copies(const QString& configDir)
 {
     QVector<Candidate> found;
@@ -27,6 +34,8 @@ QVector<Candidate> copies(const QString& configDir)
         found.append({ CandidateKind::Copy, copy.date.toString(Qt::ISODate), copy.strPath,
                        timeOf(copy.strPath) });
     }
+    std::stable_partition(found.begin(), found.end(),
+                          [](const Candidate& copy) { return !isOfDayToCome(copy); });
     return found;
 }
 
@@ -50,7 +59,7 @@ QVector<Candidate> states(const QString& configDir)
         const QString strPath = history.statePath(entry.before);
         if (entry.strSetting.isEmpty() && !entry.before.isEmpty() && QFileInfo::exists(strPath)) {
             found.prepend({ CandidateKind::History, QStringLiteral("history %1").arg(entry.nNumber),
-                            strPath, entry.time.toLocalTime() });
+                            strPath, entry.time.toLocalTime(), entry.before });
         }
     }
     return found;
@@ -80,25 +89,85 @@ QVector<Candidate> saves(const QString& configDir)
     const auto all = mirrors(configDir);
     for (const Candidate& mirror : all) {
         const auto older = std::find_if(found.begin(), found.end(), [&](const Candidate& copy) {
-            return copy.time.secsTo(mirror.time) > c_nSecondsOfASave;
+            return isOfDayToCome(copy) || copy.time.secsTo(mirror.time) > c_nSecondsOfASave;
         });
         found.insert(older, mirror);
     }
     return found;
 }
 
+bool holds(const Candidate& candidate, const QByteArray& digest)
+{
+    return digestOf(inspect::readBytes(candidate.strPath).bytes) == digest;
+}
+
+// Opened only where no name tells, and no save is younger than what is looked for.
+QVector<Candidate>::iterator findLast(QVector<Candidate>& all, const LastState& last)
+{
+    const auto it = std::find_if(all.begin(), all.end(), [&](const Candidate& candidate) {
+        return candidate.digest == last.digest;
+    });
+    return it != all.end() || all.isEmpty() || all.first().time >= last.time
+        ? it
+        : std::find_if(all.begin(), all.end(),
+                       [&](const Candidate& candidate) { return holds(candidate, last.digest); });
+}
+
+// An undo or a restore is no save: copies and mirror still hold what it took away.
+QVector<Candidate> withLastFirst(QVector<Candidate> all, const std::optional<LastState>& last)
+{
+    const auto it = last ? findLast(all, *last) : all.end();
+    if (it == all.end()) {
+        return all;
+    }
+    Candidate found = *it;
+    found.time = last->time;
+    all.erase(it);
+    const auto older = std::find_if(all.begin(), all.end(), [&](const Candidate& candidate) {
+        return isOfDayToCome(candidate) || candidate.time < last->time;
+    });
+    all.insert(older, found);
+    return all;
+}
+
 } // namespace
 
 QVector<Candidate> candidates(const QString& configDir)
 {
-    return saves(configDir) + states(configDir) + asides(configDir);
+    return withLastFirst(saves(configDir) + states(configDir), lastState(configDir))
+        + asides(configDir);
+}
+
+inspect::FileBytes bytesOf(const Candidate& candidate)
+{
+    const inspect::FileBytes file = inspect::readBytes(candidate.strPath);
+    const bool bAltered = file.state == inspect::FileState::Whole && !candidate.digest.isEmpty()
+        && digestOf(file.bytes) != candidate.digest;
+    return bAltered
+        ? inspect::FileBytes { inspect::FileState::Damaged,
+                               {},
+                               { inspect::FileCause::Altered, candidate.strPath, {}, {} } }
+        : file;
+}
+
+// Of an edit that has come to nothing the file is what it was.
+std::optional<LastState> lastState(const QString& configDir)
+{
+    const auto all = CHistory(configDir).entries();
+    const auto it = std::find_if(all.rbegin(), all.rend(), [](const HistoryEntry& entry) {
+        return entry.strSetting.isEmpty() && !(entry.before + entry.after).isEmpty();
+    });
+    return it == all.rend()
+        ? std::nullopt
+        : std::make_optional(
+            LastState { it->after.isEmpty() ? it->before : it->after, it->time.toLocalTime() });
 }
 
 std::optional<Candidate> newestWhole(const QVector<Candidate>& all)
 {
     const auto it = std::find_if(all.begin(), all.end(), [](const Candidate& candidate) {
         return candidate.kind != CandidateKind::SetAside
-            && inspect::readUserFile(candidate.strPath).state == inspect::FileState::Whole;
+            && inspect::userFileOf(bytesOf(candidate)).state == inspect::FileState::Whole;
     });
     return it == all.end() ? std::nullopt : std::make_optional(*it);
 }

@@ -100,11 +100,20 @@ struct Stacks {
     QVector<HistoryEntry> undone;
 };
 
-void move(QVector<HistoryEntry>& from, QVector<HistoryEntry>& to)
+// What the undo or redo \a step was of may be forgotten: then the step itself tells its states.
+HistoryEntry forgotten(const HistoryEntry& step)
 {
-    if (!from.isEmpty()) {
-        to.append(from.takeLast());
-    }
+    HistoryEntry entry = step;
+    const bool bUndo = step.action == HistoryAction::Undo;
+    entry.nNumber = step.nOf;
+    entry.before = bUndo ? step.after : step.before;
+    entry.after = bUndo ? step.before : step.after;
+    return entry;
+}
+
+void move(QVector<HistoryEntry>& from, QVector<HistoryEntry>& to, const HistoryEntry& step)
+{
+    to.append(from.isEmpty() ? forgotten(step) : from.takeLast());
 }
 
 // Without a file before there is nothing to go back to; a setting can be removed again.
@@ -138,10 +147,10 @@ Stacks stacksOf(const QVector<HistoryEntry>& entries, const DigestNow& now)
             stacks.undone.clear();
             break;
         case HistoryAction::Undo:
-            move(stacks.done, stacks.undone);
+            move(stacks.done, stacks.undone, entry);
             break;
         case HistoryAction::Redo:
-            move(stacks.undone, stacks.done);
+            move(stacks.undone, stacks.done, entry);
             break;
         }
     }

@@ -48,7 +48,7 @@ Recovery carriedOut(Recovery recovery, CTransaction& transaction, const QString&
         return failed(recovery, WriteFailure::Refused,
                       { FileCause::NotSetAside, live, file.errorString(), {} });
     }
-    const inspect::FileBytes source = inspect::readBytes(recovery.source.strPath);
+    const inspect::FileBytes source = bytesOf(recovery.source);
     if (inspect::userFileOf(source).state != FileState::Whole
         || transaction.replace(source.bytes) != WriteFailure::None) {
         return failed(recovery, WriteFailure::Refused, { FileCause::NotWritten, live, {}, {} });
@@ -57,13 +57,34 @@ Recovery carriedOut(Recovery recovery, CTransaction& transaction, const QString&
     return recovery;
 }
 
-bool isLoss(const Candidate& source, const QVector<Candidate>& all, FileState live,
-            const QString& path)
+// A later save than that of \a source, torn.
+bool isLaterPassedOver(const Candidate& source, const QVector<Candidate>& all)
+{
+    return std::any_of(all.begin(), all.end(), [&](const Candidate& other) {
+        const bool bSave = other.kind == CandidateKind::Copy || other.kind == CandidateKind::Mirror;
+        return bSave && source.time.secsTo(other.time) > c_nSecondsOfASave;
+    });
+}
+
+bool isLossOfSaves(const Candidate& source, const QVector<Candidate>& all)
 {
     const bool bNewest = source.strPath == all.first().strPath;
     // A save stores the mirror first.
-    return (!bNewest && source.kind == CandidateKind::Copy) || source.kind == CandidateKind::History
-        || (live == FileState::Damaged && isYounger(path, source));
+    return (!bNewest && source.kind == CandidateKind::Copy)
+        || source.kind == CandidateKind::History;
+}
+
+bool isLoss(const Candidate& source, const QVector<Candidate>& all, FileState live,
+            const QString& configDir)
+{
+    if (live == FileState::Damaged && isYounger(inspect::livePath(configDir), source)) {
+        return true;
+    }
+    const std::optional<LastState> last = lastState(configDir);
+    if (last && digestOf(bytesOf(source).bytes) == last->digest) {
+        return isLaterPassedOver(source, all);
+    }
+    return (last && source.time < last->time) || isLossOfSaves(source, all);
 }
 
 Recovery planned(const QString& configDir, const inspect::UserFile& file)
@@ -85,8 +106,9 @@ Recovery planned(const QString& configDir, const inspect::UserFile& file)
         return recovery;
     }
     const QString strLive = inspect::livePath(configDir);
-    recovery.result = isLoss(*source, all, file.state, strLive) ? RecoveryResult::RecoveredWithLoss
-                                                                : RecoveryResult::Recovered;
+    recovery.result = isLoss(*source, all, file.state, configDir)
+        ? RecoveryResult::RecoveredWithLoss
+        : RecoveryResult::Recovered;
     recovery.source = *source;
     recovery.strSetAside
         = file.state == FileState::Damaged ? nameAside(strLive, "damaged") : QString();
@@ -98,7 +120,8 @@ Recovery planned(const Restoration& restoration, const inspect::FileBytes& live)
     Recovery recovery;
     recovery.before = inspect::userFileOf(live).state;
     recovery.error = live.error;
-    if (!restoration.expected.isEmpty() && digestOf(live.bytes) != restoration.expected) {
+    if (!restoration.expected.isEmpty() && !restoration.bOverOther
+        && digestOf(live.bytes) != restoration.expected) {
         return failed(recovery, WriteFailure::Changed, live.error);
     }
     const inspect::FileBytes wanted { FileState::Whole, restoration.bytes, {} };

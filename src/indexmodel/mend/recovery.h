@@ -52,6 +52,7 @@ struct Restoration {
     HistoryAction action = HistoryAction::Edit;
     int nOf = 0;
     QByteArray expected = {}; ///< the digest that the live file must have; empty for any
+    bool bOverOther = false; ///< whether a live file that has another is replaced, too
     bool bDamaged = false; ///< whether bytes that are no whole user file are put there, too
     Keeping keeping = Keeping::History;
 };

@@ -111,7 +111,8 @@ bool CTransaction::expect(const QByteArray& digest)
 
 void CTransaction::abandon()
 {
-    expect({});
+    // An empty digest is that of a setting which is removed.
+    expect(m_entry.strSetting.isEmpty() ? QByteArray() : m_entry.before);
 }
 
 QString CTransaction::keepFound()

@@ -25,16 +25,27 @@ QVector<Table> changes(const Request& request, const mend::Restoration& restorat
 }
 
 // Of a file that was not whole, or not there, an undo has to be asked twice, or cannot be.
-QString wayBack(const mend::Restoration& restoration, const mend::Recovery& recovery)
+QString wayBack(const mend::Restoration& restoration, const mend::Recovery& recovery,
+                const QByteArray& found)
 {
     if (recovery.before == inspect::FileState::Missing) {
         return {};
     }
-    const QString strCommand = restoration.action == mend::HistoryAction::Undo ? "redo" : "undo";
+    const QString strCommand = commandBack(
+        restoration.action, mend::digestOf(found) == restoration.expected, recovery.receipt.nEdit);
     return recovery.before == inspect::FileState::Whole ? strCommand : strCommand + " --force";
 }
 
 } // namespace
+
+QString commandBack(mend::HistoryAction action, bool bExpected, int edit)
+{
+    if (action == mend::HistoryAction::Edit) {
+        return QStringLiteral("undo");
+    }
+    const QString strCommand = action == mend::HistoryAction::Undo ? "redo" : "undo";
+    return bExpected ? strCommand : QStringLiteral("history restore %1").arg(edit);
+}
 
 void requireNoFailure(const Request& request, const mend::Recovery& recovery)
 {
@@ -67,8 +78,8 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
     requireNoFailure(request, recovery);
     if (recovery.result == mend::RecoveryResult::NoSnapshot) {
         throw CFailure(ExitStatus::Damaged,
-                       QStringLiteral("what would come back is no whole user file; undo and redo "
-                                      "bring it back with --force"));
+                       QStringLiteral("what would come back is no whole user file; undo, redo and "
+                                      "history restore bring it back with --force"));
     }
     const bool bWritten = recovery.receipt.isWritten();
     if (bWritten) {
@@ -83,7 +94,8 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
         printError("what was there before is kept as " + recovery.strSetAside);
     }
     if (bWritten) {
-        printReceipt("brought back " + what, recovery.receipt, wayBack(restoration, recovery));
+        printReceipt("brought back " + what, recovery.receipt,
+                     wayBack(restoration, recovery, transaction.bytes()));
     } else {
         printLine(recovery.result == mend::RecoveryResult::NothingToDo
                       ? "the file is the same already"

@@ -63,6 +63,11 @@ QByteArray stateOf(const Request& request, const QByteArray& digest)
     return *state;
 }
 
+std::optional<QByteArray> settingState(const Request& request, const QByteArray& digest)
+{
+    return digest.isEmpty() ? std::nullopt : std::make_optional(stateOf(request, digest));
+}
+
 void requireOfFile(const HistoryEntry& entry)
 {
     if (!entry.strSetting.isEmpty()) {
@@ -88,7 +93,7 @@ Table historyTable(const Request& request)
     const auto all = entriesOf(request);
     for (const HistoryEntry& entry : all) {
         const bool bText = request.format == Format::Text;
-        const int nDigits = bText ? 8 : -1;
+        const int nDigits = bText ? 8 : entry.before.size() + entry.after.size();
         table.rows.append({ entry.nNumber, entry.time.toLocalTime().toString(Qt::ISODate),
                             entry.strAccount, entry.strHost, commandText(entry),
                             QString::fromLatin1(entry.before.left(nDigits)),
@@ -110,12 +115,11 @@ ExitStatus step(const Request& request, const std::optional<HistoryEntry>& entry
     const QByteArray from = bUndo ? entry->after : entry->before;
     const QByteArray to = bUndo ? entry->before : entry->after;
     if (!entry->strSetting.isEmpty()) {
-        return stepSetting(request, *entry,
-                           to.isEmpty() ? std::nullopt : std::make_optional(stateOf(request, to)),
-                           action);
+        return stepSetting(request, *entry, settingState(request, to), action);
     }
     mend::Restoration restoration { stateOf(request, to), action, entry->nNumber };
-    restoration.expected = request.isForced() ? QByteArray() : from;
+    restoration.expected = from;
+    restoration.bOverOther = request.isForced();
     restoration.bDamaged = request.isForced();
     return bringBack(request, restoration,
                      QStringLiteral("what %1 edit %2: %3")
@@ -194,8 +198,13 @@ ExitStatus diffHistory(const Request& request)
 ExitStatus restoreHistory(const Request& request)
 {
     const HistoryEntry entry = entryOf(request, request.words.first());
-    requireOfFile(entry);
-    return bringBack(request, { stateOf(request, entry.before) },
+    if (!entry.strSetting.isEmpty()) {
+        return stepSetting(request, entry, settingState(request, entry.before),
+                           mend::HistoryAction::Edit);
+    }
+    mend::Restoration restoration { stateOf(request, entry.before) };
+    restoration.bDamaged = request.isForced();
+    return bringBack(request, restoration,
                      QStringLiteral("what was before edit %1").arg(entry.nNumber));
 }
 

@@ -37,7 +37,7 @@ int stockCount(const KW::CustomStockMap& stocks)
 QVector<QJsonValue> rowOf(const Candidate& candidate)
 {
     using inspect::LayoutSide;
-    const inspect::UserFile file = inspect::readUserFile(candidate.strPath);
+    const inspect::UserFile file = inspect::userFileOf(mend::bytesOf(candidate));
     QVector<QJsonValue> row { candidate.strName, mend::kindName(candidate.kind),
                               candidate.time.toString(Qt::ISODate),
                               inspect::stateName(file.state) };
@@ -67,33 +67,46 @@ ExitStatus listCandidates(const Request& request)
     return ExitStatus::Ok;
 }
 
-// A candidate is read as the owner of the directory, since links there lead no further than the
-// owner may go; another file as whoever names it.
-QString pathOf(const Request& request, const QString& name)
+// Links in the user's directory must lead no further than its owner gets.
+inspect::FileBytes ownersFile(const Request& request, const Candidate& candidate)
+{
+    requireOwner(request);
+    return mend::bytesOf(candidate);
+}
+
+bool isInside(const Request& request, const QString& path)
+{
+    return QFileInfo(path).absoluteFilePath().startsWith(
+        QFileInfo(request.strConfigDir).absoluteFilePath() + '/');
+}
+
+inspect::FileBytes sourceOf(const Request& request, const QString& name)
 {
     QStringList names;
     const auto all = mend::candidates(request.strConfigDir);
     for (const Candidate& candidate : all) {
         if (candidate.strName == name) {
-            requireOwner(request);
-            return candidate.strPath;
+            return ownersFile(request, candidate);
         }
         names.append(candidate.strName);
     }
+    if (QFileInfo(name).isFile() && !isInside(request, name)) {
+        return inspect::readBytes(name); // as whoever named it
+    }
+    requireOwner(request);
     if (QFileInfo(name).isFile()) {
-        return name;
+        return inspect::readBytes(name);
     }
     throw CFailure(ExitStatus::Negative,
                    QStringLiteral("there is no '%1' to bring back").arg(name)
                        + inspect::didYouMean(name, names));
 }
 
-ExitStatus recoverFrom(const Request& request, const QString& path)
+ExitStatus recoverFrom(const Request& request, const inspect::FileBytes& source)
 {
-    wholeFile(path);
-    mend::Restoration restoration { contentOf(path) };
+    mend::Restoration restoration { wholeBytes(source) };
     restoration.keeping = mend::Keeping::HistoryOrBeside;
-    return bringBack(request, restoration, path);
+    return bringBack(request, restoration, source.error.strPath);
 }
 
 ExitStatus recoverNewest(const Request& request)
@@ -103,7 +116,7 @@ ExitStatus recoverNewest(const Request& request)
         printNothing(request, "no dated copy is newer than the file");
         return ExitStatus::Ok;
     }
-    return recoverFrom(request, copy->strPath);
+    return recoverFrom(request, mend::bytesOf(*copy));
 }
 
 void printRecovery(const Request& request, const mend::Recovery& recovery)
@@ -253,7 +266,7 @@ ExitStatus recoverUser(const Request& request)
         return listCandidates(request);
     }
     if (request.source) {
-        return recoverFrom(request, pathOf(request, *request.source));
+        return recoverFrom(request, sourceOf(request, *request.source));
     }
     requireOwner(request);
     // Any whole copy is newer than what is damaged.

@@ -86,12 +86,11 @@ ExitStatus salvageUser(const Request& request)
                             : QStringLiteral("no older copy"));
     }
     const QByteArray text = QByteArray::fromStdString(mend::salvagedText(salvaged.records).strUtf8);
-    const QVector<Table> tables { partTable(salvaged.table) };
     mend::Restoration restoration { text };
     restoration.expected = mend::digestOf(torn.bytes);
     restoration.keeping = mend::Keeping::HistoryOrBeside;
     bringBack(request, restoration, QStringLiteral("what is whole in the torn file"),
-              bText ? QVector<Table>() : tables);
+              bText ? QVector<Table>() : QVector<Table> { partTable(salvaged.table) });
     return std::any_of(salvaged.table.begin(), salvaged.table.end(), isOlder)
         ? ExitStatus::RecoveredWithLoss
         : ExitStatus::Ok;

@@ -1,3 +1,4 @@
+#include "commands/bringback.h"
 #include "commands/settings.h"
 #include "commands/userguard.h"
 #include "commands/writing.h"
@@ -63,16 +64,16 @@ void requireKey(const QString& key)
     requireText(QStringLiteral("key"), key);
 }
 
-[[noreturn]] void failStore(const QString& key)
+CFailure notStored(const QString& key)
 {
     const standalone::WriteFailure failure = standalone::lastWriteFailure();
     const QString strCause = failure.strReason.isEmpty()
         ? standalone::settingReadError(section(), key)
         : failure.strReason + ": " + failure.strPath;
     const QString strColon = strCause.isEmpty() ? QString() : QStringLiteral(": ");
-    throw CFailure(ExitStatus::InputOutput,
-                   QStringLiteral("the setting '%1' was not stored").arg(key) + strColon
-                       + strCause);
+    return CFailure(ExitStatus::InputOutput,
+                    QStringLiteral("the setting '%1' was not stored").arg(key) + strColon
+                        + strCause);
 }
 
 QJsonValue shown(const std::optional<QByteArray>& value)
@@ -127,8 +128,13 @@ mend::Receipt store(const Request& request, mend::CTransaction& transaction,
     if (failure != mend::WriteFailure::None) {
         throw writeFailure(request, failure, {});
     }
-    if (!write(change.strSetting, change.after) || stored(change.strSetting) != change.after) {
-        failStore(change.strSetting);
+    if (!write(change.strSetting, change.after)) {
+        const CFailure refused = notStored(change.strSetting); // of the last write so far
+        transaction.abandon();
+        throw refused;
+    }
+    if (stored(change.strSetting) != change.after) {
+        throw notStored(change.strSetting);
     }
     return transaction.finishSetting(change.after,
                                      standalone::settingFile(section(), change.strSetting));
@@ -167,10 +173,14 @@ ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
                        const std::optional<QByteArray>& state, mend::HistoryAction action)
 {
     const bool bUndo = action == mend::HistoryAction::Undo;
+    const bool bEdit = action == mend::HistoryAction::Edit;
     requireOwner(request);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     requireLock(request, transaction);
-    requireUnchanged(request, entry, bUndo ? entry.after : entry.before);
+    const QByteArray expected = bUndo ? entry.after : entry.before;
+    if (!bEdit) {
+        requireUnchanged(request, entry, expected);
+    }
     const mend::CTransaction::SettingStep change { entry.strSetting, stored(entry.strSetting),
                                                    state };
     printChange(request, change);
@@ -178,9 +188,11 @@ ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
         printLine(QStringLiteral("would bring back the setting '%1'").arg(entry.strSetting));
         return ExitStatus::Ok;
     }
-    const mend::Receipt receipt = store(request, transaction, change, { action, entry.nNumber });
+    const bool bExpected = settingDigest(entry.strSetting) == expected;
+    const mend::Receipt receipt
+        = store(request, transaction, change, { action, bEdit ? 0 : entry.nNumber });
     printStored(request, QStringLiteral("brought back the setting '%1'").arg(entry.strSetting),
-                receipt, bUndo ? "redo" : "undo");
+                receipt, commandBack(action, bExpected, receipt.nEdit));
     return ExitStatus::Ok;
 }
 
@@ -233,7 +245,7 @@ ExitStatus setSetting(const Request& request)
     }
     const mend::Receipt receipt = store(request, transaction, change, {});
     if (settingOf(strKey) != strValue) {
-        failStore(strKey);
+        throw notStored(strKey);
     }
     printStored(request, QStringLiteral("stored the setting '%1'").arg(strKey), receipt, "undo");
     return ExitStatus::Ok;

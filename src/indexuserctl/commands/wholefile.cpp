@@ -58,3 +58,9 @@ QByteArray contentOf(const QString& path)
     noteInput(path);
     return whole(inspect::readBytes(path)).bytes;
 }
+
+QByteArray wholeBytes(const inspect::FileBytes& file)
+{
+    whole(inspect::userFileOf(file));
+    return file.bytes;
+}

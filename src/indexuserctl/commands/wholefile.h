@@ -21,3 +21,6 @@ inspect::UserFile liveFile(const Request& request);
 
 /// All bytes of a file, if there are not too many; throws CFailure when it cannot be read whole.
 QByteArray contentOf(const QString& path);
+
+/// The bytes of a file that was read, which have to be a whole user's file; throws CFailure.
+QByteArray wholeBytes(const inspect::FileBytes& file);
