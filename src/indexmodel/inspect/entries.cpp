@@ -76,7 +76,7 @@ void compareOrder(const Difference& parent, const EntryNames& left, const EntryN
     const auto last = std::mismatch(left.rbegin(), left.rend(), right.rbegin());
     const int nFirst = static_cast<int>(first.first - left.begin());
     const int nLast = left.size() - static_cast<int>(last.first - left.rbegin());
-    compareField(parent, QStringLiteral("(order)"), shownOrder(left, nFirst, nLast),
+    compareField(parent, c_szOrder, shownOrder(left, nFirst, nLast),
                  shownOrder(right, nFirst, nLast), found);
 }
 

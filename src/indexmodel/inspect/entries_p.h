@@ -8,6 +8,9 @@
 
 namespace inspect {
 
+/// The field of a difference that is the order of entries.
+constexpr char c_szOrder[] = "(order)";
+
 /// What an entry of a list is called, and its value, which only texts and comments have.
 struct EntryName {
     QString strTag;

@@ -1,5 +1,6 @@
 #include "inspect/patch.h"
 
+#include "inspect/entries_p.h"
 #include "inspect/patchvalues_p.h"
 #include "inspect/plaintext.h"
 #include "inspect/userdifferences.h"
@@ -17,7 +18,6 @@ namespace inspect {
 namespace {
 
 constexpr int c_nVersion = 1;
-constexpr char c_szOrder[] = "(order)";
 
 const QVector<PatchPart>& allParts()
 {
