@@ -91,8 +91,12 @@ Receipt CTransaction::finishSetting(const std::optional<QByteArray>& after, cons
 {
     const QByteArray digest = after ? digestOf(*after) : QByteArray();
     const bool bWritten = expect(digest);
-    return { file, digest, after ? after->size() : 0, syncPath(m_strConfigDir) && bWritten,
-             m_entry.nNumber, m_history.setAside() };
+    return { file,
+             digest,
+             after ? after->size() : 0,
+             syncPath(m_strConfigDir) && bWritten,
+             m_entry.nNumber,
+             m_history.setAside() };
 }
 
 bool CTransaction::isAsRead() const
@@ -136,7 +140,7 @@ Receipt CTransaction::finish()
     const QByteArray digest = digestOf(file.bytes);
     const bool bWritten = expect(digest);
     const bool bDurable = syncPath(m_strLive) && syncPath(m_strConfigDir);
-    return { m_strLive, digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber,
+    return { m_strLive,           digest, file.bytes.size(), bDurable && bWritten, m_entry.nNumber,
              m_history.setAside() };
 }
 
