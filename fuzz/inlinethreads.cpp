@@ -8,9 +8,22 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+// A sanitizer's own, if there is one: it has to know of the threads that there are.
+extern "C" __attribute__((weak)) decltype(pthread_create)
+    __interceptor_pthread_create; // NOLINT(bugprone-reserved-identifier)
+
 namespace fuzzkit {
 
 namespace {
+
+using Create = decltype(&pthread_create);
+
+Create realCreate()
+{
+    return __interceptor_pthread_create != nullptr
+        ? &__interceptor_pthread_create
+        : reinterpret_cast<Create>(::dlsym(RTLD_NEXT, "pthread_create"));
+}
 
 bool g_bInline = false; // libFuzzer has threads of its own
 
@@ -32,8 +45,7 @@ extern "C" BOOST_SYMBOL_EXPORT int pthread_create(pthread_t* pThread,
                                                   const pthread_attr_t* pAttributes,
                                                   void* (*pRun)(void*), void* pArgument)
 {
-    static const auto s_pCreate
-        = reinterpret_cast<decltype(&pthread_create)>(::dlsym(RTLD_NEXT, "pthread_create"));
+    static const fuzzkit::Create s_pCreate = fuzzkit::realCreate();
     if (!fuzzkit::g_bInline) {
         return s_pCreate(pThread, pAttributes, pRun, pArgument);
     }
