@@ -313,7 +313,7 @@ void tst_hostanswers::completion_data()
     QTest::newRow("before of a page")
         << user + QStringList { "report", "--against", "早" } << QString();
     QTest::newRow("command") << QStringList { "complete", "temp" } << "template\n";
-    QTest::newRow("second word") << QStringList { "complete", "layout", "" } << "show\ndraw\n";
+    QTest::newRow("second word") << QStringList { "complete", "layout", "" } << "show\ndraw\nfit\n";
     QTest::newRow("template") << user + QStringList { "template", "apply", "期" } << "期权\n";
     QTest::newRow("trade template")
         << user + QStringList { "template", "apply", "--trade", "" } << "双账户\n";

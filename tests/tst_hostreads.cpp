@@ -85,8 +85,11 @@ void tst_hostreads::onlyRegularFilesAreRead()
     makeOther(livePath(), kind);
     const Outcome outcome = tool(words.split(' '));
     QCOMPARE(outcome.nStatus, 3);
-    QVERIFY2((outcome.strErr + outcome.strOut).contains("indexUserConfig.xml: is no regular file"),
-             qPrintable(outcome.strErr));
+    // What is to be written is refused for where it is before it is read.
+    const QString strSaid = outcome.strErr + outcome.strOut;
+    QVERIFY2(strSaid.contains("indexUserConfig.xml: is no regular file")
+                 || strSaid.contains(kind + " cannot be replaced: its directory is closed"),
+             qPrintable(strSaid));
     QVERIFY(!QFileInfo(livePath()).isFile());
     QVERIFY(!QFile::exists(at("a")));
 }

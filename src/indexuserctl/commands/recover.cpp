@@ -178,7 +178,7 @@ void requireNoDamagedLink(const Request& request, const CUserGuard& guard)
     const inspect::FileState state = inspect::readUserFile(guard.target()).state;
     if (state == inspect::FileState::Missing) {
         guard.requireLink();
-    } else if (state != inspect::FileState::Whole) {
+    } else if (state == inspect::FileState::Damaged) {
         throw CFailure(ExitStatus::InputOutput,
                        inspect::livePath(request.strConfigDir) + " is a link to the damaged file "
                            + guard.target() + ", which is not set aside: put a file there");
