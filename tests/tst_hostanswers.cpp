@@ -48,7 +48,8 @@ Outcome tst_hostanswers::tool(const QStringList& arguments)
 Outcome tst_hostanswers::onTerminal(const QString& arguments, const QStringList& environment)
 {
     const QString strCommand = QStringLiteral(TOOL " --config-dir " SAMPLE_USER " ") + arguments;
-    return runProgram("script", { "-qec", strCommand, "/dev/null" }, environment, userDir());
+    return runProgram("script", { "-qec", strCommand, "/dev/null" },
+                      QStringList { "TERM=xterm" } + environment, userDir());
 }
 
 void tst_hostanswers::everyReadingCommandSpeaksJson_data()
