@@ -3,6 +3,8 @@
 #include <mend/edit.h>
 #include <standalone/standalone.h>
 
+#include <sys/stat.h>
+
 // Who writes without the lock while an edit saves: no text is replaced that was not read.
 class tst_saveguard : public CLibraryTest {
     Q_OBJECT
@@ -11,6 +13,7 @@ private Q_SLOTS:
     void init();
     void anEditEndsWhereSomebodyElseWrites_data();
     void anEditEndsWhereSomebodyElseWrites();
+    void whatCannotBePutBackStaysAsItWasWritten();
     void theHistoryKnowsWhatIsAboutToBeWritten();
     void aHistoryThatTakesNothingEndsTheSave();
     void behindTheLastAnswerNothingIsPutBack();
@@ -109,6 +112,19 @@ void tst_saveguard::anEditEndsWhereSomebodyElseWrites()
     const mend::CHistory history(userDir());
     QVERIFY(
         !mend::toUndo(history.entries(), [&](const QString&) { return mend::digestOf(other); }));
+}
+
+// Nobody reads a pipe, and nobody knows what to put in its place.
+void tst_saveguard::whatCannotBePutBackStaysAsItWasWritten()
+{
+    QVERIFY(QDir(userDir()).mkpath("Temp"));
+    QVERIFY(::mkfifo(QFile::encodeName(datedPath()).constData(), S_IRWXU) == 0);
+    const QByteArray other = readFile(livePath()).replace("</ICUser", "<!-- other -->\n</ICUser");
+    const mend::Edit edit = edited(changer([&] { writeLive(other); }, 3));
+    QCOMPARE(edit.write, mend::WriteFailure::Changed);
+    QCOMPARE(readFile(livePath()), other);
+    QVERIFY(readFile(datedPath()).contains("<ICUserConfigFile"));
+    QVERIFY(!QFile::exists(userDir() + "/Settings/=userconfig.xml"));
 }
 
 // Nothing is written down behind the save: whenever it is cut short, the file tells the rest.

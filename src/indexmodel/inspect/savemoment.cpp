@@ -13,8 +13,6 @@ namespace inspect {
 
 namespace {
 
-constexpr qint64 c_nSecondsOfASave = 10; // of a very large file
-
 bool isFresh(const Snapshot& snapshot)
 {
     const QDateTime saved = QFileInfo(snapshot.strPath).lastModified();

@@ -78,9 +78,6 @@ QVector<Candidate> asides(const QString& configDir)
     return found;
 }
 
-// A save writes the mirror and the copy of the day at once, and takes less than this.
-constexpr qint64 c_nSecondsOfASave = 10;
-
 // The mirror is the last save, so copies of earlier ones come behind it: where that of its own save
 // is torn, or was not written, nothing that has been saved since is lost.
 QVector<Candidate> saves(const QString& configDir)
@@ -89,7 +86,8 @@ QVector<Candidate> saves(const QString& configDir)
     const auto all = mirrors(configDir);
     for (const Candidate& mirror : all) {
         const auto older = std::find_if(found.begin(), found.end(), [&](const Candidate& copy) {
-            return isOfDayToCome(copy) || copy.time.secsTo(mirror.time) > c_nSecondsOfASave;
+            return isOfDayToCome(copy)
+                || copy.time.secsTo(mirror.time) > inspect::c_nSecondsOfASave;
         });
         found.insert(older, mirror);
     }

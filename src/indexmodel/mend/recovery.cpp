@@ -4,6 +4,8 @@
 #include "mend/durable_p.h"
 #include "mend/reencode.h"
 
+#include <inspect/snapshots.h>
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -18,11 +20,9 @@ namespace {
 
 // A save copies the dated file to the live one at once, so a live file this much younger holds
 // something that the dated copy does not.
-constexpr qint64 c_nSecondsOfASave = 10;
-
 bool isYounger(const QString& live, const Candidate& source)
 {
-    return source.time.secsTo(QFileInfo(live).lastModified()) > c_nSecondsOfASave;
+    return source.time.secsTo(QFileInfo(live).lastModified()) > inspect::c_nSecondsOfASave;
 }
 
 Recovery failed(Recovery recovery, WriteFailure write, const inspect::FileError& error)
@@ -62,7 +62,7 @@ bool isLaterPassedOver(const Candidate& source, const QVector<Candidate>& all)
 {
     return std::any_of(all.begin(), all.end(), [&](const Candidate& other) {
         const bool bSave = other.kind == CandidateKind::Copy || other.kind == CandidateKind::Mirror;
-        return bSave && source.time.secsTo(other.time) > c_nSecondsOfASave;
+        return bSave && source.time.secsTo(other.time) > inspect::c_nSecondsOfASave;
     });
 }
 

@@ -9,7 +9,6 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,34 +17,41 @@ namespace standalone {
 
 namespace {
 
-// A file as it was before a save; without content it was not there.
+// A file as it was before a save.
 struct Replaced {
     QByteArray path;
-    std::optional<std::string> content;
-    struct stat info { };
     Sync sync = Sync::Disk;
+    ReadCause cause = ReadCause::None;
+    std::string strContent = {};
+    struct stat info { };
 };
 
 Replaced stateOf(const QByteArray& path, Sync sync)
 {
-    Replaced replaced { path, std::nullopt };
-    std::string strContent;
-    replaced.sync = sync;
-    if (::stat(path.constData(), &replaced.info) == 0
-        && readFile(QFile::decodeName(path), strContent).cause == ReadCause::None) {
-        replaced.content = std::move(strContent);
+    Replaced replaced { path, sync };
+    replaced.cause = readFile(QFile::decodeName(path), replaced.strContent).cause;
+    if (replaced.cause == ReadCause::None && ::stat(path.constData(), &replaced.info) != 0) {
+        replaced.cause = ReadCause::Unreadable;
     }
     return replaced;
 }
 
-// With its time, by which the newest file is told. What cannot be put back, the log tells.
+// With its time, by which the newest file is told.
+bool restore(const Replaced& replaced)
+{
+    const timespec times[] = { replaced.info.st_atim, replaced.info.st_mtim };
+    return replaceFile(replaced.path, replaced.strContent, replaced.sync)
+        && ::utimensat(AT_FDCWD, replaced.path.constData(), times, 0) == 0;
+}
+
+// What could not be read stays as the save has written it: that is more than nothing.
 void putBack(const Replaced& replaced)
 {
-    if (!replaced.content) {
-        QFile::remove(QFile::decodeName(replaced.path));
-    } else if (replaceFile(replaced.path, *replaced.content, replaced.sync)) {
-        const timespec times[] = { replaced.info.st_atim, replaced.info.st_mtim };
-        ::utimensat(AT_FDCWD, replaced.path.constData(), times, 0);
+    const bool bMissing = replaced.cause == ReadCause::Missing;
+    const bool bBack = bMissing ? removeFile(replaced.path)
+                                : replaced.cause == ReadCause::None && restore(replaced);
+    if (!bBack && g_RXStdLogger) {
+        LOG4CXX_WARN(g_RXStdLogger, "cannot put back file:" << replaced.path.constData());
     }
 }
 

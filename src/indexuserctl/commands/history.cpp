@@ -92,8 +92,7 @@ Table historyTable(const Request& request)
                   { "edit", "time", "account", "host", "command", "before", "after" } };
     const auto all = entriesOf(request);
     for (const HistoryEntry& entry : all) {
-        const bool bText = request.format == Format::Text;
-        const int nDigits = bText ? 8 : entry.before.size() + entry.after.size();
+        const int nDigits = request.format == Format::Text ? 8 : -1;
         table.rows.append({ entry.nNumber, entry.time.toLocalTime().toString(Qt::ISODate),
                             entry.strAccount, entry.strHost, commandText(entry),
                             QString::fromLatin1(entry.before.left(nDigits)),

@@ -150,23 +150,16 @@ void printStored(const Request& request, const QString& what, const mend::Receip
     requireDurable(receipt);
 }
 
-void requireUnchanged(const Request& request, const mend::HistoryEntry& entry,
-                      const QByteArray& expected)
+QByteArray digestOf(const std::optional<QByteArray>& value)
 {
-    if (!request.isForced() && settingDigest(entry.strSetting) != expected) {
-        throw CFailure(
-            ExitStatus::Negative,
-            QStringLiteral("the setting '%1' has been changed since; --force all the same")
-                .arg(entry.strSetting));
-    }
+    return value ? mend::digestOf(*value) : QByteArray();
 }
 
 } // namespace
 
 QByteArray settingDigest(const QString& key)
 {
-    const std::optional<QByteArray> value = stored(key);
-    return value ? mend::digestOf(*value) : QByteArray();
+    return digestOf(stored(key));
 }
 
 ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
@@ -177,18 +170,20 @@ ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
     requireOwner(request);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     requireLock(request, transaction);
-    const QByteArray expected = bUndo ? entry.after : entry.before;
-    if (!bEdit) {
-        requireUnchanged(request, entry, expected);
-    }
     const mend::CTransaction::SettingStep change { entry.strSetting, stored(entry.strSetting),
                                                    state };
+    const bool bExpected = digestOf(change.before) == (bUndo ? entry.after : entry.before);
+    if (!bEdit && !bExpected && !request.isForced()) {
+        throw CFailure(
+            ExitStatus::Negative,
+            QStringLiteral("the setting '%1' has been changed since; --force all the same")
+                .arg(entry.strSetting));
+    }
     printChange(request, change);
     if (request.isDryRun()) {
         printLine(QStringLiteral("would bring back the setting '%1'").arg(entry.strSetting));
         return ExitStatus::Ok;
     }
-    const bool bExpected = settingDigest(entry.strSetting) == expected;
     const mend::Receipt receipt
         = store(request, transaction, change, { action, bEdit ? 0 : entry.nNumber });
     printStored(request, QStringLiteral("brought back the setting '%1'").arg(entry.strSetting),
