@@ -25,9 +25,16 @@ bool isControl(QChar c)
 
 template <typename Form> QString rewritten(const QString& text, const QString& kept, Form form)
 {
+    const auto isMeant = [&](QChar c) { return isControl(c) && !kept.contains(c); };
     QString strResult;
-    for (const QChar c : text) {
-        strResult += isControl(c) && !kept.contains(c) ? form(c) : QString(c);
+    auto it = text.begin();
+    while (it != text.end()) {
+        const auto found = std::find_if(it, text.end(), isMeant);
+        strResult.append(it, static_cast<int>(found - it));
+        it = found;
+        if (it != text.end()) {
+            strResult += form(*it++);
+        }
     }
     return strResult;
 }
