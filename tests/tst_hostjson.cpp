@@ -69,6 +69,10 @@ private Q_SLOTS:
     void aFailureIsAnAnswer_data();
     void aFailureIsAnAnswer();
     void aDamagedFileIsNamedWithItsLine();
+    void whatIsWrongInAPatchNamesIt_data();
+    void whatIsWrongInAPatchNamesIt();
+    void aFileThatCannotBeCheckedIsAnError_data();
+    void aFileThatCannotBeCheckedIsAnError();
     void whatIsNotUnderstoodIsAnAnswer();
     void anAnswerSharesStandardOutputWithNoFile();
     void anAnswerThatDoesNotGoOutTellsWhatWasDone();
@@ -257,6 +261,64 @@ void tst_hostjson::aDamagedFileIsNamedWithItsLine()
         QCOMPARE(error["file"].toString(), QString("./indexUserConfig.xml"));
         QCOMPARE(error["line"].toInt(), 2);
     }
+}
+
+void tst_hostjson::whatIsWrongInAPatchNamesIt_data()
+{
+    QTest::addColumn<QByteArray>("patch");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("line");
+    const auto changed = [](const char* pszText) {
+        return QByteArray("{\"patch\":1,\n\"changes\":[") + pszText + "]}";
+    };
+    QTest::newRow("torn") << QByteArray("{\"patch\":1,\n\n\"changes\":[}") << 4 << 3;
+    QTest::newRow("no change") << changed("{}") << 4 << 0;
+    QTest::newRow("no value of the option")
+        << changed(R"({"part":"option","name":"tickRestoreDay","before":"2","after":"x"})") << 4
+        << 0;
+    QTest::newRow("conflict") << changed(
+        R"({"part":"option","name":"tickRestoreDay","before":"3","after":"4"})")
+                              << 1 << 0;
+}
+
+void tst_hostjson::whatIsWrongInAPatchNamesIt()
+{
+    QFETCH(QByteArray, patch);
+    QFETCH(int, status);
+    QFETCH(int, line);
+    writeFile(userDir() + "/patch.json", patch);
+    const QJsonObject object = answer({ "apply", "patch.json" });
+    QCOMPARE(object["status"].toInt(), status);
+    const QJsonObject error = object["error"].toObject();
+    QCOMPARE(error["file"], QJsonValue("patch.json"));
+    QCOMPARE(error["line"], line > 0 ? QJsonValue(line) : QJsonValue());
+}
+
+void tst_hostjson::aFileThatCannotBeCheckedIsAnError_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<int>("line");
+    QTest::newRow("missing") << QByteArray() << "input-output" << 0;
+    QTest::newRow("torn") << QByteArray("<ICUserConfigFile>\n<a></b>") << "damaged" << 2;
+}
+
+// Beside one that is whole, and its row stays.
+void tst_hostjson::aFileThatCannotBeCheckedIsAnError()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, code);
+    QFETCH(int, line);
+    if (!content.isEmpty()) {
+        writeFile(userDir() + "/bad.xml", content);
+    }
+    const QJsonObject object = answer({ "check", "indexUserConfig.xml", "bad.xml" });
+    QCOMPARE(object["files"].toArray().size(), 2);
+    const QJsonObject error = object["error"].toObject();
+    QCOMPARE(error["code"].toString(), code);
+    QCOMPARE(error["file"], QJsonValue("bad.xml"));
+    QCOMPARE(error["line"], line > 0 ? QJsonValue(line) : QJsonValue());
+    QCOMPARE(error["message"], object["files"].toArray()[1].toObject()["error"]);
 }
 
 void tst_hostjson::whatIsNotUnderstoodIsAnAnswer()
