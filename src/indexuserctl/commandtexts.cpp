@@ -110,7 +110,7 @@ Texts optionTexts()
         { "option set",
           "Sets options in one edit and shows what changes. The password is named without a value: "
           "it is then asked for without echo, or is the first line of standard input or of "
-          "--from-file.",
+          "--from-file, without a byte order mark or a carriage return.",
           "option set reportRefreshTime=750 showGradient=0" },
         { "option reset", "Gives options the values that a new user has.",
           "option reset reportRefreshTime" },
@@ -190,9 +190,11 @@ Texts otherTexts()
         { "setting list", "All texts of the store that the client's modules share, by their keys.",
           "setting list" },
         { "setting get", "Prints one of these texts.", "setting get theme" },
-        { "setting set", "Stores a text; an older one of that key goes.",
+        { "setting set",
+          "Stores a text; an older one of that key goes. With --from-file it is no word of the "
+          "command, which others could see.",
           "setting set theme dark" },
-        { "setting unset", "Removes a text for good.", "setting unset theme" },
+        { "setting unset", "Removes a text, until undo brings it back.", "setting unset theme" },
         { "sector list", "The sectors of sectors.json beside the user's file.", "sector list" },
         { "export-sector", "Writes the stocks of a sector that pass the filter, a line each.",
           "export-sector 801780 ." },
