@@ -184,7 +184,7 @@ Commands historyCommands()
         { "history restore",
           { "N" },
           { "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
-          "brings back the file as it was before edit N",
+          "brings back the file, or a setting, as it was before edit N",
           restoreHistory },
         { "history prune",
           {},

@@ -77,10 +77,14 @@ Texts historyTexts()
 {
     return {
         { "undo",
-          "Brings back the very bytes that were there before the last edit of this tool. If the "
-          "file has been changed since by somebody else it is refused unless --force is given.",
+          "Brings back the very bytes that were there before the last edit of this tool, of the "
+          "file "
+          "or of a setting. If somebody else has changed them since it is refused unless --force "
+          "is "
+          "given, and then there is nothing to do again: the history keeps what was found.",
           "undo" },
-        { "redo", "Brings back the very bytes that an undo has taken away.", "redo" },
+        { "redo", "Brings back the very bytes that an undo has taken away, if they were kept.",
+          "redo" },
         { "history list",
           "One line an edit: when, by whom, which words, and the digests of the file before and "
           "after.",
@@ -91,8 +95,8 @@ Texts historyTexts()
           "Compares the file before an edit with that before another one, or with the file of now.",
           "history diff 1" },
         { "history restore",
-          "Brings back the file as it was before an edit, whatever came after; that, too, can be "
-          "undone.",
+          "Brings back what an edit has found, whatever came after: the file, or, of an edit of a "
+          "setting, its value. That, too, can be undone.",
           "history restore 1" },
         { "history prune", "Forgets old edits and the states that only they need.",
           "history prune --keep 90d" },
