@@ -71,6 +71,8 @@ private Q_SLOTS:
     void aDamagedFileIsNamedWithItsLine();
     void whatIsWrongInAPatchNamesIt_data();
     void whatIsWrongInAPatchNamesIt();
+    void whateverFileIsWrongIsNamed_data();
+    void whateverFileIsWrongIsNamed();
     void aFileThatCannotBeCheckedIsAnError_data();
     void aFileThatCannotBeCheckedIsAnError();
     void whatIsNotUnderstoodIsAnAnswer();
@@ -291,6 +293,39 @@ void tst_hostjson::whatIsWrongInAPatchNamesIt()
     QCOMPARE(object["status"].toInt(), status);
     const QJsonObject error = object["error"].toObject();
     QCOMPARE(error["file"], QJsonValue("patch.json"));
+    QCOMPARE(error["line"], line > 0 ? QJsonValue(line) : QJsonValue());
+}
+
+void tst_hostjson::whateverFileIsWrongIsNamed_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("line");
+    const auto row = [](const char* pszWords, const char* pszFile, int line = 0) {
+        QTest::newRow(pszWords) << pszWords << pszFile << line;
+    };
+    row("stock import bad.csv", "bad.csv", 2);
+    row("template import new.csv", "new.csv", 1);
+    row("template import indexUserConfig.xml", "indexUserConfig.xml");
+    row("diff new.csv indexUserConfig.xml", "new.csv", 1);
+    row("layout draw --against new.csv --out out/a", "new.csv", 1);
+    row("recover --from new.csv", "new.csv", 1);
+    row("sector list", "./sectors.json", 3);
+    row("export-sector 801780 out", "./sectors.json", 3);
+    row("option set oaUser --from-file none", "none");
+    row("stock export indexUserConfig.xml", "indexUserConfig.xml");
+    row("report --out none/a", "none/a");
+}
+
+void tst_hostjson::whateverFileIsWrongIsNamed()
+{
+    QFETCH(QString, words);
+    QFETCH(QString, file);
+    QFETCH(int, line);
+    writeFile(userDir() + "/sectors.json", "{\n\n}}");
+    writeFile(userDir() + "/bad.csv", "list,market,code,name\n1,SH\n");
+    const QJsonObject error = answer(words.split(' '))["error"].toObject();
+    QCOMPARE(error["file"], QJsonValue(file));
     QCOMPARE(error["line"], line > 0 ? QJsonValue(line) : QJsonValue());
 }
 
