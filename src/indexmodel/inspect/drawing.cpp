@@ -21,6 +21,7 @@ constexpr qreal c_nHeader = 64; // title and summary
 constexpr qreal c_nLeastWidth = 1120;
 constexpr qreal c_nBar = 26; // the strip of a window with its number and name
 constexpr qreal c_nGap = 4;
+constexpr qreal c_nSlack = 2; // what a number may be larger than its room without a harm
 constexpr qreal c_nFont = 13;
 constexpr qreal c_nHeading = 20;
 constexpr QPointF c_pageCorner(2, 2);
@@ -173,7 +174,7 @@ QRectF CPainter::roomOf(const SceneWindow& window) const
 bool CPainter::isTight(const QRectF& room, int number)
 {
     const QSizeF size = CSvgWriter::badgeArea(number).size();
-    return room.width() < size.width() || room.height() < size.height();
+    return room.width() + c_nSlack < size.width() || room.height() + c_nSlack < size.height();
 }
 
 // In the corner of its room, in the middle of one that is too small for it, and always on the
@@ -196,7 +197,7 @@ void CPainter::badgeAndName(const SceneWindow& window, const QRectF& area)
     const QRectF room = roomOf(window);
     const int nNumber = window.placed.nNumber;
     const QRectF badge = m_svg.badge(badgeCorner(room, nNumber), nNumber);
-    if (badge.height() <= room.height() + 1) {
+    if (!isTight(room, nNumber)) {
         const QPointF at = badge.topRight() + QPointF(6, 14);
         const bool bInBar = room.top() < area.top() + 1 && area.height() > c_nBar + c_nGap;
         m_svg.text(bInBar ? QStringLiteral("name") : QStringLiteral("name over"), at,
