@@ -8,7 +8,7 @@ packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev l
 # What the tests need besides: libFuzzer comes with Clang.
 test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev pkg-config dpkg-dev file doxygen
     libxml2-utils clang-format universal-ctags g++-mingw-w64-x86-64-posix python3 python3-jsonschema
-    strace)
+    strace man-db)
 # What shows pages to the tests; they are left out, and say so, where it cannot be installed.
 browser_packages=(chromium chromium-driver python3-selenium poppler-utils fonts-wqy-zenhei)
 

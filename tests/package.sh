@@ -13,10 +13,13 @@ cp -r "$root/examples" "$root/docs" "$scratch"
 mkdir "$scratch/build"
 ln -s "$build" "$scratch/build/release"
 sed -n '/^## Installing/,/^## [^I]/s/^    //p' "$root/README.md" | grep -v '^\./run' >"$scratch/commands"
-[ "$(wc -l <"$scratch/commands")" -ge 7 ]
+[ "$(wc -l <"$scratch/commands")" -ge 8 ]
 (cd "$scratch" && HOME=$scratch bash -euo pipefail commands) >"$scratch/log" 2>&1 ||
     { cat "$scratch/log"; exit 1; }
 grep -qx saved "$scratch/log"
+for package in libindexuser0 libindexuser-dev indexuser-tools; do
+    [ -s "$(find "$scratch/build/packages" -maxdepth 1 -name "${package}_*.deb")" ]
+done
 grep -qx "1 files: 1 in order, 0 with findings, 0 damaged, 0 unreadable" "$scratch/log"
 
 user=$scratch/build/me

@@ -23,6 +23,10 @@ private Q_SLOTS:
     void namesOfScreensStayApart();
     void nothingIsDrawnBeyondTheDesktop();
     void coveredWindowsAreMarkedAndCounted();
+    void whatHangsOffTheScreensSaysHowMuch();
+    void aNumberStandsOverWhatLeavesItNoRoom();
+    void theNumberOfAGoneWindowStaysOnTheDesktop();
+    void anEmptyColumnOfTheLegendTakesNoRoom();
     void numbersStandInFull();
     void aComparisonShowsWhatBecameOfEachWindow();
     void splittersShareTheirPlace();
@@ -240,6 +244,87 @@ void tst_drawing::coveredWindowsAreMarkedAndCounted()
     QCOMPARE(svg.count("aria-label=\"without a size\""), 1);
     QCOMPARE(rects(svg, "face").size(), 14);
     QCOMPARE(svg.count("class=\"number\""), 14 + 17);
+}
+
+void tst_drawing::whatHangsOffTheScreensSaysHowMuch()
+{
+    const QVector<KW::CLayoutWindow> windows { window(1, { 0, 0, 1000, 500 }, true),
+                                               window(1, { -300, 100, 400, 100 }),
+                                               window(1, { 996, 300, 1000, 100 }),
+                                               window(1, { 1, 450, 999, 51 }),
+                                               window(1, { 300, 100, 400, 100 }) };
+    const auto screens = inspect::screensOf(windows.mid(0, 1));
+    const QByteArray svg = inspect::toSvg({ "t", windows, screens });
+    QCOMPARE(svg.count("off the screens</text>"), 3);
+    for (const char* pszShare : { ">75 %", ">99 %", ">2 %" }) {
+        QCOMPARE(svg.count(QByteArray(pszShare) + " off the screens</text>"), 1);
+    }
+}
+
+// A strip of four pixels is left of the second window, and none of the third.
+void tst_drawing::aNumberStandsOverWhatLeavesItNoRoom()
+{
+    const QVector<KW::CLayoutWindow> windows { window(1, { 0, 0, 1000, 500 }, true),
+                                               window(1, { 0, 100, 300, 200 }),
+                                               window(1, { 100, 120, 100, 100 }),
+                                               window(1, { 4, 100, 400, 300 }) };
+    const QByteArray svg = inspect::toSvg({ "t", windows, inspect::screensOf(windows) });
+    const QVector<QRectF> badges = rects(svg, "badge");
+    // One a window, once more for the strip, and the legend's.
+    QCOMPARE(badges.size(), 4 + 1 + 4);
+    const QRectF tight = badges[4];
+    QCOMPARE(tight, badges[1]);
+    QCOMPARE(tight.left(), 24.0);
+    QVERIFY(svg.lastIndexOf("class=\"face\"") < svg.indexOf("class=\"tight\""));
+    const QDomNodeList groups = parsed(QString::fromUtf8(svg)).elementsByTagName("g");
+    for (int i = 0; i < groups.size(); ++i) {
+        const QDomElement group = groups.at(i).toElement();
+        if (group.attribute("class") == "tight") {
+            QCOMPARE(group.text(), QString("2"));
+            QCOMPARE(group.attribute("aria-hidden"), QString("true"));
+        }
+    }
+}
+
+void tst_drawing::theNumberOfAGoneWindowStaysOnTheDesktop()
+{
+    const QVector<KW::CLayoutWindow> after { window(1, { 0, 0, 1000, 500 }, true) };
+    KW::CLayoutWindow gone = window(1, { -300, -100, 600, 400 });
+    gone.m_nPanelGroupId = 9;
+    const QByteArray svg
+        = inspect::toSvg({ "t", after, inspect::screensOf(after),
+                           inspect::EarlierLayout { "then", { after[0], gone } } });
+    const QVector<QRectF> badges = rects(svg, "badge");
+    QCOMPARE(badges.size(), 2 + 2);
+    const QRectF desktop = rects(svg, "screen").value(0);
+    QVERIFY(!desktop.isEmpty());
+    QVERIFY(desktop.contains(badges[1]));
+}
+
+// Windows of templates have no name.
+void tst_drawing::anEmptyColumnOfTheLegendTakesNoRoom()
+{
+    QString strPanels;
+    for (int i = 0; i < 40; ++i) {
+        strPanels += QStringLiteral("<Panel name='panel%1'/>").arg(i);
+    }
+    KW::CLayoutWindow all = window(1, { 0, 0, 1000, 500 }, true);
+    all.m_pItemLayout = panels(parsed("<Dock><Splitter>" + strPanels + "</Splitter></Dock>"));
+    const auto shownIn = [&] {
+        const QByteArray svg = inspect::toSvg({ "t", { all }, inspect::screensOf({ all }) });
+        const QDomNodeList groups = parsed(QString::fromUtf8(svg)).elementsByTagName("g");
+        int nShown = 0;
+        for (int i = 0; i < groups.size(); ++i) {
+            const QDomElement cell = groups.at(i).toElement();
+            const QString strText = cell.firstChildElement("text").text();
+            const bool bCell = cell.attribute("role") == "cell" && strText.startsWith("panel0, ");
+            nShown += bCell ? strText.size() : 0;
+        }
+        return nShown;
+    };
+    const int nWithout = shownIn();
+    all.m_strNavTree = "name";
+    QVERIFY2(nWithout > shownIn() + 25, qPrintable(QString::number(nWithout)));
 }
 
 void tst_drawing::numbersStandInFull()

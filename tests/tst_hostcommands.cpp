@@ -295,6 +295,8 @@ void tst_hostcommands::aSecretComesFromAFile_data()
     QTest::newRow("Windows") << QByteArray("s\r\n") << "s";
     QTest::newRow("more lines") << QByteArray("s\nt\n") << "s";
     QTest::newRow("nothing") << QByteArray() << "";
+    QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbfs\r\n") << "s";
+    QTest::newRow("mark within") << QByteArray("s\xef\xbb\xbft\r\n") << QString("s\ufefft");
 }
 
 void tst_hostcommands::aSecretComesFromAFile()
@@ -315,6 +317,8 @@ void tst_hostcommands::aSecretComesFromAFile()
 void tst_hostcommands::aSecretComesFromStandardInput()
 {
     QCOMPARE(tool({ "option", "set", "oaPassword" }, "hidden one\nrest").nStatus, 0);
+    QCOMPARE(password(), QString("hidden one"));
+    QCOMPARE(tool({ "option", "set", "oaPassword" }, "\xef\xbb\xbfhidden one\r\n").nStatus, 0);
     QCOMPARE(password(), QString("hidden one"));
     QCOMPARE(tool({ "option", "set", "oaPassword" }).nStatus, 2);
     QCOMPARE(tool({ "option", "set", "oaPassword" }, "\xff\n").nStatus, 2);

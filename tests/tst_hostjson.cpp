@@ -69,6 +69,12 @@ private Q_SLOTS:
     void aFailureIsAnAnswer_data();
     void aFailureIsAnAnswer();
     void aDamagedFileIsNamedWithItsLine();
+    void whatIsWrongInAPatchNamesIt_data();
+    void whatIsWrongInAPatchNamesIt();
+    void whateverFileIsWrongIsNamed_data();
+    void whateverFileIsWrongIsNamed();
+    void aFileThatCannotBeCheckedIsAnError_data();
+    void aFileThatCannotBeCheckedIsAnError();
     void whatIsNotUnderstoodIsAnAnswer();
     void anAnswerSharesStandardOutputWithNoFile();
     void anAnswerThatDoesNotGoOutTellsWhatWasDone();
@@ -257,6 +263,97 @@ void tst_hostjson::aDamagedFileIsNamedWithItsLine()
         QCOMPARE(error["file"].toString(), QString("./indexUserConfig.xml"));
         QCOMPARE(error["line"].toInt(), 2);
     }
+}
+
+void tst_hostjson::whatIsWrongInAPatchNamesIt_data()
+{
+    QTest::addColumn<QByteArray>("patch");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("line");
+    const auto changed = [](const char* pszText) {
+        return QByteArray("{\"patch\":1,\n\"changes\":[") + pszText + "]}";
+    };
+    QTest::newRow("torn") << QByteArray("{\"patch\":1,\n\n\"changes\":[}") << 4 << 3;
+    QTest::newRow("no change") << changed("{}") << 4 << 0;
+    QTest::newRow("no value of the option")
+        << changed(R"({"part":"option","name":"tickRestoreDay","before":"2","after":"x"})") << 4
+        << 0;
+    QTest::newRow("conflict") << changed(
+        R"({"part":"option","name":"tickRestoreDay","before":"3","after":"4"})")
+                              << 1 << 0;
+}
+
+void tst_hostjson::whatIsWrongInAPatchNamesIt()
+{
+    QFETCH(QByteArray, patch);
+    QFETCH(int, status);
+    QFETCH(int, line);
+    writeFile(userDir() + "/patch.json", patch);
+    const QJsonObject object = answer({ "apply", "patch.json" });
+    QCOMPARE(object["status"].toInt(), status);
+    const QJsonObject error = object["error"].toObject();
+    QCOMPARE(error["file"], QJsonValue("patch.json"));
+    QCOMPARE(error["line"], line > 0 ? QJsonValue(line) : QJsonValue());
+}
+
+void tst_hostjson::whateverFileIsWrongIsNamed_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("line");
+    const auto row = [](const char* pszWords, const char* pszFile, int line = 0) {
+        QTest::newRow(pszWords) << pszWords << pszFile << line;
+    };
+    row("stock import bad.csv", "bad.csv", 2);
+    row("template import new.csv", "new.csv", 1);
+    row("template import indexUserConfig.xml", "indexUserConfig.xml");
+    row("diff new.csv indexUserConfig.xml", "new.csv", 1);
+    row("layout draw --against new.csv --out out/a", "new.csv", 1);
+    row("recover --from new.csv", "new.csv", 1);
+    row("sector list", "./sectors.json", 3);
+    row("export-sector 801780 out", "./sectors.json", 3);
+    row("option set oaUser --from-file none", "none");
+    row("stock export indexUserConfig.xml", "indexUserConfig.xml");
+    row("report --out none/a", "none/a");
+}
+
+void tst_hostjson::whateverFileIsWrongIsNamed()
+{
+    QFETCH(QString, words);
+    QFETCH(QString, file);
+    QFETCH(int, line);
+    writeFile(userDir() + "/sectors.json", "{\n\n}}");
+    writeFile(userDir() + "/bad.csv", "list,market,code,name\n1,SH\n");
+    const QJsonObject error = answer(words.split(' '))["error"].toObject();
+    QCOMPARE(error["file"], QJsonValue(file));
+    QCOMPARE(error["line"], line > 0 ? QJsonValue(line) : QJsonValue());
+}
+
+void tst_hostjson::aFileThatCannotBeCheckedIsAnError_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<int>("line");
+    QTest::newRow("missing") << QByteArray() << "input-output" << 0;
+    QTest::newRow("torn") << QByteArray("<ICUserConfigFile>\n<a></b>") << "damaged" << 2;
+}
+
+// Beside one that is whole, and its row stays.
+void tst_hostjson::aFileThatCannotBeCheckedIsAnError()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, code);
+    QFETCH(int, line);
+    if (!content.isEmpty()) {
+        writeFile(userDir() + "/bad.xml", content);
+    }
+    const QJsonObject object = answer({ "check", "indexUserConfig.xml", "bad.xml" });
+    QCOMPARE(object["files"].toArray().size(), 2);
+    const QJsonObject error = object["error"].toObject();
+    QCOMPARE(error["code"].toString(), code);
+    QCOMPARE(error["file"], QJsonValue("bad.xml"));
+    QCOMPARE(error["line"], line > 0 ? QJsonValue(line) : QJsonValue());
+    QCOMPARE(error["message"], object["files"].toArray()[1].toObject()["error"]);
 }
 
 void tst_hostjson::whatIsNotUnderstoodIsAnAnswer()

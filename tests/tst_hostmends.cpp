@@ -21,6 +21,8 @@ private Q_SLOTS:
     void whatAForcedUndoFoundComesBack_data();
     void whatAForcedUndoFoundComesBack();
     void theSettingThatAForcedUndoFoundComesBack();
+    void whatSomebodyElseHasReplacedIsNotDoneAgain_data();
+    void whatSomebodyElseHasReplacedIsNotDoneAgain();
     void aSettingThatWasRefusedIsNoEdit();
     void anEditOfASettingIsNoStateOfTheFile();
     void aSettingHasAReceipt();
@@ -189,6 +191,36 @@ void tst_hostmends::theSettingThatAForcedUndoFoundComesBack()
     QCOMPARE(setting(), QByteArray("(none)"));
     done({ "history", "restore", "1" });
     QCOMPARE(setting(), QByteArray("(none)"));
+}
+
+void tst_hostmends::whatSomebodyElseHasReplacedIsNotDoneAgain_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("file");
+    QTest::newRow("file") << "option set tickRestoreDay=7"
+                          << "indexUserConfig.xml";
+    QTest::newRow("setting") << "setting set key one"
+                             << "Settings/UiSettingConfig=key";
+}
+
+// Nobody has kept what came of the edit; the way to what the undo has found is told.
+void tst_hostmends::whatSomebodyElseHasReplacedIsNotDoneAgain()
+{
+    QFETCH(QString, words);
+    QFETCH(QString, file);
+    done(words.split(' '));
+    writeFile(at(file), "<ICUserConfigFile/>");
+    done({ "undo", "--force" });
+    const QByteArray undone = live() + setting();
+    const Outcome outcome = tool({ "redo" });
+    QCOMPARE(outcome.nStatus, 1);
+    QCOMPARE(
+        outcome.strErr,
+        QString("indexuserctl: what came of edit 1 is not kept: somebody else had changed it "
+                "before it was undone; 'history restore 2' brings back what was there then\n"));
+    QCOMPARE(live() + setting(), undone);
+    done({ "history", "restore", "2" });
+    QCOMPARE(readFile(at(file)), QByteArray("<ICUserConfigFile/>"));
 }
 
 void tst_hostmends::aSettingThatWasRefusedIsNoEdit()

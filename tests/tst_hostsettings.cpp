@@ -18,6 +18,10 @@ private Q_SLOTS:
     void aDryRunTellsTheValues();
     void whatIsStoredBeforeTheLockIsTakenIsTold();
     void whatIsGoneUnderTheLockIsNotRemoved();
+    void aValueComesFromAFile();
+    void aSecretIsNoWordOfTheCommand();
+    void aValueHasOnePlace_data();
+    void aValueHasOnePlace();
 
 private:
     Outcome tool(const QStringList& arguments) const;
@@ -141,6 +145,54 @@ void tst_hostsettings::whatIsGoneUnderTheLockIsNotRemoved()
     QCOMPARE(outcome.nStatus, 1);
     QCOMPARE(outcome.strErr, QString("indexuserctl: there is no setting 'k'\n"));
     QCOMPARE(answer({ "history", "list" })["history"].toArray().size(), 1);
+}
+
+// As options do: the first line, without a mark in front and the end of lines of other systems.
+void tst_hostsettings::aValueComesFromAFile()
+{
+    writeFile(userDir() + "/f", "\xef\xbb\xbfone = 1\r\ntwo\n");
+    done({ "setting", "set", "k", "--from-file", userDir() + "/f", "--dry-run" });
+    QVERIFY(!QFile::exists(valueFile()));
+    done({ "setting", "set", "k", "--from-file", userDir() + "/f" });
+    QCOMPARE(readFile(valueFile()), QByteArray("one = 1"));
+    QVERIFY(!tool({ "history", "list" }).strOut.contains("one = 1"));
+    QCOMPARE(runProgram(TOOL,
+                        { "--config-dir", userDir(), "setting", "set", "k", "--from-file", "-" },
+                        {}, {}, "three\n")
+                 .nStatus,
+             0);
+    QCOMPARE(readFile(valueFile()), QByteArray("three"));
+}
+
+void tst_hostsettings::aSecretIsNoWordOfTheCommand()
+{
+    const Outcome outcome = runProgram(
+        TOOL, { "--config-dir", userDir(), "setting", "set", "oaPassword" }, {}, {}, "hidden\n");
+    QVERIFY2(outcome.nStatus == 0, qPrintable(outcome.strErr));
+    QCOMPARE(readFile(userDir() + "/Settings/UiSettingConfig=oaPassword"), QByteArray("hidden"));
+    QCOMPARE(answer({ "history", "list" })["history"].toArray()[0].toObject()["command"],
+             QJsonValue("setting set oaPassword=(hidden)"));
+}
+
+void tst_hostsettings::aValueHasOnePlace_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<int>("status");
+    QTest::newRow("none") << QStringList { "k" } << 2;
+    QTest::newRow("two") << QStringList { "k", "v", "--from-file", "-" } << 2;
+    QTest::newRow("no file") << QStringList { "k", "--from-file", "/none" } << 3;
+    QTest::newRow("no UTF-8") << QStringList { "k", "--from-file", "bytes" } << 4;
+}
+
+void tst_hostsettings::aValueHasOnePlace()
+{
+    QFETCH(QStringList, words);
+    QFETCH(int, status);
+    writeFile(userDir() + "/bytes", "\xff\n");
+    const Outcome outcome = runProgram(
+        TOOL, QStringList { "--config-dir", ".", "setting", "set" } + words, {}, userDir());
+    QVERIFY2(outcome.nStatus == status, qPrintable(outcome.strErr));
+    QVERIFY(!QFile::exists(valueFile()));
 }
 
 QTEST_GUILESS_MAIN(tst_hostsettings)

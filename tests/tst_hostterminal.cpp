@@ -10,6 +10,7 @@ private Q_SLOTS:
     void tablesFitTheTerminal_data();
     void tablesFitTheTerminal();
     void columnsAreCutFromTheRight();
+    void columnsWithoutAnyRoomAreLeftOutAndShowIt();
     void wideTablesAreWhole();
     void elsewhereTablesAreWhole();
     void stocksAreRows();
@@ -65,7 +66,7 @@ void tst_hostterminal::tablesFitTheTerminal_data()
     QTest::addColumn<int>("columns");
     for (const char* pszWords :
          { "show", "layout show", "option list --describe", "history list" }) {
-        for (const int nColumns : { 40, 60, 80, 200 }) {
+        for (const int nColumns : { 6, 12, 32, 40, 60, 80, 200 }) {
             QTest::addRow("%s in %d columns", pszWords, nColumns) << pszWords << nColumns;
         }
     }
@@ -84,7 +85,8 @@ void tst_hostterminal::tablesFitTheTerminal()
         for (const QChar c : line) {
             nWidth += c.unicode() >= 0x2e80 ? 2 : 1;
         }
-        QVERIFY2(nWidth <= columns, qPrintable(line));
+        // Headings go on in the next line.
+        QVERIFY2(nWidth <= columns || (columns < 40 && !line.startsWith(' ')), qPrintable(line));
     }
 }
 
@@ -96,6 +98,17 @@ void tst_hostterminal::columnsAreCutFromTheRight()
     QCOMPARE(users.size(), 1);
     QVERIFY2(users.first().contains(QRegularExpression("^  oaUser +yes +u+…$")),
              qPrintable(users.first()));
+}
+
+// A letter of each is told nobody; of those that stay the last one ends with an ellipsis.
+void tst_hostterminal::columnsWithoutAnyRoomAreLeftOutAndShowIt()
+{
+    const QStringList lines = shown("option list --changed", 12);
+    const QStringList users = lines.filter("oa");
+    QVERIFY2(!users.isEmpty(), qPrintable(lines.join('\n')));
+    for (const QString& user : users) {
+        QVERIFY2(user.contains(QRegularExpression("^  oa[A-Z][a-z]*…? *…$")), qPrintable(user));
+    }
 }
 
 void tst_hostterminal::wideTablesAreWhole()

@@ -77,10 +77,14 @@ Texts historyTexts()
 {
     return {
         { "undo",
-          "Brings back the very bytes that were there before the last edit of this tool. If the "
-          "file has been changed since by somebody else it is refused unless --force is given.",
+          "Brings back the very bytes that were there before the last edit of this tool, of the "
+          "file "
+          "or of a setting. If somebody else has changed them since it is refused unless --force "
+          "is "
+          "given, and then there is nothing to do again: the history keeps what was found.",
           "undo" },
-        { "redo", "Brings back the very bytes that an undo has taken away.", "redo" },
+        { "redo", "Brings back the very bytes that an undo has taken away, if they were kept.",
+          "redo" },
         { "history list",
           "One line an edit: when, by whom, which words, and the digests of the file before and "
           "after.",
@@ -91,8 +95,8 @@ Texts historyTexts()
           "Compares the file before an edit with that before another one, or with the file of now.",
           "history diff 1" },
         { "history restore",
-          "Brings back the file as it was before an edit, whatever came after; that, too, can be "
-          "undone.",
+          "Brings back what an edit has found, whatever came after: the file, or, of an edit of a "
+          "setting, its value. That, too, can be undone.",
           "history restore 1" },
         { "history prune", "Forgets old edits and the states that only they need.",
           "history prune --keep 90d" },
@@ -110,7 +114,7 @@ Texts optionTexts()
         { "option set",
           "Sets options in one edit and shows what changes. The password is named without a value: "
           "it is then asked for without echo, or is the first line of standard input or of "
-          "--from-file.",
+          "--from-file, without a byte order mark or a carriage return.",
           "option set reportRefreshTime=750 showGradient=0" },
         { "option reset", "Gives options the values that a new user has.",
           "option reset reportRefreshTime" },
@@ -190,9 +194,11 @@ Texts otherTexts()
         { "setting list", "All texts of the store that the client's modules share, by their keys.",
           "setting list" },
         { "setting get", "Prints one of these texts.", "setting get theme" },
-        { "setting set", "Stores a text; an older one of that key goes.",
+        { "setting set",
+          "Stores a text; an older one of that key goes. With --from-file it is no word of the "
+          "command, which others could see.",
           "setting set theme dark" },
-        { "setting unset", "Removes a text for good.", "setting unset theme" },
+        { "setting unset", "Removes a text, until undo brings it back.", "setting unset theme" },
         { "sector list", "The sectors of sectors.json beside the user's file.", "sector list" },
         { "export-sector", "Writes the stocks of a sector that pass the filter, a line each.",
           "export-sector 801780 ." },

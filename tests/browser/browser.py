@@ -59,6 +59,9 @@ class Browser:
             users.write(name, directory)
         return directory
 
+    def tell(self, directory, *words):
+        subprocess.run([self.tool, '--config-dir', directory, *words], check=True, stdout=subprocess.DEVNULL)
+
     def write(self, name, words):
         """What the tool writes for a user; its path."""
         path = os.path.join(self.directory.name, '-'.join(words[:2] + [name, str(len(words))]))

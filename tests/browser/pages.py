@@ -23,6 +23,35 @@ HEADINGS = 'return [...document.querySelectorAll("h1, h2, h3")].map(each => each
 VISIBLE = '''return [...document.querySelectorAll(arguments[0])].filter(
     row => row.checkVisibility()).map(row => row.textContent.replace(/\\s+/g, " ").trim())'''
 
+# Text that leaves its cell, or a cell that leaves its section.
+OVERFLOWS = '''return [...document.querySelectorAll("main td, main th, main dd, main p, main summary")].filter(cell => {
+    if (!cell.checkVisibility() || cell.closest("thead") && innerWidth <= 704) return false;
+    const range = document.createRange();
+    range.selectNodeContents(cell);
+    const box = cell.getBoundingClientRect(), section = cell.closest("section").getBoundingClientRect();
+    return box.width > 0 && (range.getBoundingClientRect().right > box.right + 0.5
+        || box.right > section.right + 0.5);
+}).map(cell => cell.outerHTML.slice(0, 60))'''
+# Numbers below something else, or beyond the desktop, of windows that are not covered.
+HIDDEN_NUMBERS = '''
+const covered = [...document.querySelectorAll(".row.amiss")].map(row => row.id.replace("row", "window"));
+const clip = document.querySelector("clipPath rect");
+const edge = ["x", "y", "width", "height"].map(each => clip[each].baseVal.value);
+return [...document.querySelectorAll("[id^=layout-window-]")].filter(each => {
+    if (covered.includes(each.id)) return false;
+    const badge = each.querySelector(".badge"), box = badge.getBBox(), number = each.querySelector(".number");
+    if (box.x < edge[0] || box.y < edge[1] || box.x + box.width > edge[0] + edge[2]
+        || box.y + box.height > edge[1] + edge[3]) return true;
+    badge.scrollIntoView({ block: "center", inline: "center" });
+    const seen = badge.getBoundingClientRect();
+    return ![[0.1, 0.1], [0.9, 0.1], [0.1, 0.9], [0.9, 0.9]].every(([x, y]) => {
+        document.querySelectorAll(".tight").forEach(tag => { tag.style.pointerEvents = "auto"; });
+        const at = document.elementFromPoint(seen.x + x * seen.width, seen.y + y * seen.height);
+        const tag = at && at.closest(".tag");
+        return tag && tag.querySelector(".number").textContent === number.textContent;
+    });
+}).map(each => each.id)'''
+
 
 def stocks_of(name):
     root = ET.fromstring(users.USERS[name]())
@@ -222,6 +251,47 @@ class Pages(unittest.TestCase):
             self.assertEqual(wide, [], name)
             self.assertLessEqual(BROWSER.run('return document.documentElement.scrollWidth'), 360)
 
+    def test_long_words_break_in_their_cells(self):
+        user = BROWSER.user('long')
+        for value in (users.LONG + '2', users.LONG):
+            BROWSER.tell(user, 'option', 'set', 'oaUser=' + value)
+        for width in (360, 800, 1200):
+            BROWSER.size(width, 740)
+            for before in (None, 'sample'):
+                BROWSER.report('long', before)
+                BROWSER.unfold()
+                self.assertIn(users.LONG, BROWSER.run('return document.querySelector("main").textContent'))
+                self.assertLessEqual(BROWSER.run('return document.documentElement.scrollWidth'), width)
+                self.assertEqual(BROWSER.run(OVERFLOWS), [], (width, before))
+                effects = BROWSER.run('''return [...document.querySelectorAll(".findings td:nth-child(-n + 3)")].map(
+                    cell => { const range = document.createRange(); range.selectNodeContents(cell);
+                              return range.getClientRects().length; })''')
+                self.assertEqual(effects, [1] * len(effects))
+                self.assertTrue(effects)
+
+    def test_a_stock_that_moved_is_told_with_its_places(self):
+        BROWSER.report('reordered', 'sample')
+        self.assertEqual(self.rows('#stocks .changes tbody tr'), ['SZ300750宁德时代moved from 4 to 1'])
+        self.assertIn('List 0 changed', self.rows('#stocks h3'))
+
+    def test_templates_in_another_order_are_told_with_both(self):
+        BROWSER.report('reordered', 'sample')
+        told = self.rows('#templates .changes tbody tr')
+        self.assertEqual(len(told), 1)
+        self.assertRegex(told[0], r'LayoutTemplates@\(order\).*早盘.*期权.*期权.*早盘')
+        self.assertEqual(self.rows('#layouts .changes tbody tr'), [])
+        BROWSER.report('sample', 'sample')
+        self.assertEqual(self.rows('.changes tbody tr'), [])
+
+    def test_every_number_of_a_picture_is_seen_whole(self):
+        for name, before in (('edges', None), ('twenty', None), ('odd', None), ('sixty', None), ('sample', 'edges')):
+            BROWSER.picture(name, before)
+            self.assertEqual(BROWSER.run(HIDDEN_NUMBERS), [], name)
+        BROWSER.picture('edges')
+        numbers = BROWSER.run('return document.querySelectorAll(".window .badge").length')
+        self.assertEqual(numbers, len(users.edges()))
+        self.assertEqual(BROWSER.run('return document.querySelectorAll(".tight").length > 3'), True)
+
     def test_dark_is_dark_and_light_is_light(self):
         for show in (BROWSER.report, BROWSER.picture):
             show('sample')
@@ -310,12 +380,13 @@ class Pages(unittest.TestCase):
                                      and other[1] < bottom, (name, boxes))
 
     def test_no_text_of_a_picture_leaves_its_window(self):
-        for name in ('twenty', 'odd', 'sixty'):
+        for name in ('twenty', 'odd', 'sixty', 'edges'):
             BROWSER.picture(name)
             out = BROWSER.run('''return [...document.querySelectorAll(".window")].flatMap(each => {
                 const face = each.querySelector(".face").getBoundingClientRect();
                 return [...each.querySelectorAll("text.name, text.panelname")].filter(
-                    text => text.getBoundingClientRect().right > face.right + 0.5)
+                    text => text.getBoundingClientRect().right > face.right + 0.5
+                        || text.getBoundingClientRect().top < face.top - 0.5)
                     .map(text => text.textContent); })''')
             self.assertEqual(out, [], name)
 

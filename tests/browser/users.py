@@ -83,6 +83,40 @@ def odd():
                    '一个非常非常非常长的导航树名称，怎么也放不下，只好截断，后面还有很多很多的字', ('K线',))]
 
 
+LONG = 'l' + 'o' * 300 + 'ng'
+
+
+def long():
+    """Words that have no end, wherever the user or the tool may put some."""
+    windows = [screen(6000, 1, 0, 0, 1920, 1040, 1),
+               window(2147483647, 2147483647, -2147483648, -2147483648, 2147483647, 2147483647, LONG, (LONG,)),
+               window(101, 1, 10, 10, 400, 300, LONG, (LONG, LONG))]
+    stock = f'<Stock market={quoteattr(LONG)} code={quoteattr(LONG)} name={quoteattr(LONG)}/>'
+    user = text(windows, f'<Custom type="9">{stock}</Custom><Custom type="2147483647">{stock}</Custom>')
+    return user.replace('oaUser="analyst"', f'oaUser="{LONG}"').replace(
+        '</ICUserConfigFile>', f'<{LONG} {LONG}="{LONG}"/></ICUserConfigFile>')
+
+
+def edges():
+    """Windows of which strips are left, at edges and between others, and some that hang off."""
+    windows = [screen(6000, 1, 0, 0, 1920, 1040, 1)]
+    for i, (left, top, width, height) in enumerate([
+            (0, 100, 300, 200), (3, 90, 400, 220), (1617, 100, 303, 200), (1610, 90, 307, 220),
+            (600, 840, 300, 200), (590, 830, 320, 207), (900, 300, 6, 6), (-500, 500, 505, 200),
+            (1915, 500, 600, 200), (600, -95, 300, 100), (1200, 1035, 300, 100)]):
+        windows.append(window(100 + i, 1, left, top, width, height, named(i), (named(i),)))
+    return windows
+
+
+def reordered():
+    """The sample whose first list has its last stock on top, and its templates the other way round."""
+    user = sample()
+    quote = re.search(r'<LayoutTemplates>.*</LayoutTemplates>', user, re.S)[0]
+    templates = re.findall(r'<LayoutTemplate .*?</LayoutTemplate>', quote, re.S)
+    user = user.replace(quote, '<LayoutTemplates>' + ''.join(reversed(templates)) + '</LayoutTemplates>')
+    return re.sub(r'(<Custom type="0">\s*)(.*?)(<Stock [^>]*/>\s*)(</Custom>)', r'\1\3\2\4', user, count=1, flags=re.S)
+
+
 EVIL = '"></td></script><script>document.title = "broken"</script><img src="x" onerror="alert(1)">'
 
 
@@ -116,7 +150,8 @@ def text(windows, lists=''):
 
 USERS = {'sample': sample, 'hostile': hostile, 'twenty': lambda: text(twenty()), 'moved': lambda: text(moved()),
          'sixty': lambda: text(sixty()), 'odd': lambda: text(odd()),
-         'stocks': lambda: text(twenty(), stocks(50000))}
+         'stocks': lambda: text(twenty(), stocks(50000)), 'long': long, 'edges': lambda: text(edges()),
+         'reordered': reordered}
 
 
 def write(name, directory):

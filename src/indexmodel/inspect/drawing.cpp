@@ -21,6 +21,7 @@ constexpr qreal c_nHeader = 64; // title and summary
 constexpr qreal c_nLeastWidth = 1120;
 constexpr qreal c_nBar = 26; // the strip of a window with its number and name
 constexpr qreal c_nGap = 4;
+constexpr qreal c_nSlack = 2; // what a number may be larger than its room without a harm
 constexpr qreal c_nFont = 13;
 constexpr qreal c_nHeading = 20;
 constexpr QPointF c_pageCorner(2, 2);
@@ -47,7 +48,11 @@ public:
 private:
     void window(const SceneWindow& window);
     void badgeAndName(const SceneWindow& window, const QRectF& area);
+    void tightBadge(const SceneWindow& window);
     void change(const SceneWindow& window);
+    QRectF roomOf(const SceneWindow& window) const;
+    static bool isTight(const QRectF& room, int number);
+    QPointF badgeCorner(const QRectF& room, int number) const;
     void arrow(const QLineF& way);
     QString idOf(const char* pszWhat) const
     {
@@ -123,6 +128,7 @@ void CPainter::windows()
         }
     }
     for (const SceneWindow& each : m_scene.windows) {
+        tightBadge(each);
         change(each);
     }
 }
@@ -160,19 +166,60 @@ void CPainter::window(const SceneWindow& window)
 }
 
 // Where most of the window is seen, not below another one.
+QRectF CPainter::roomOf(const SceneWindow& window) const
+{
+    return m_frame.scaled(window.placed.seen.isEmpty() ? window.placed.area : window.placed.seen);
+}
+
+bool CPainter::isTight(const QRectF& room, int number)
+{
+    const QSizeF size = CSvgWriter::badgeArea(number).size();
+    return room.width() + c_nSlack < size.width() || room.height() + c_nSlack < size.height();
+}
+
+// In the corner of its room, in the middle of one that is too small for it, and always on the
+// desktop, beyond which nothing is drawn.
+QPointF CPainter::badgeCorner(const QRectF& room, int number) const
+{
+    QRectF badge = CSvgWriter::badgeArea(number);
+    badge.moveCenter(room.center());
+    if (!isTight(room, number)) {
+        badge.moveTopLeft({ std::min(room.left() + c_nGap, badge.left()),
+                            std::min(room.top() + c_nGap, badge.top()) });
+    }
+    const QRectF desktop = m_frame.desktop();
+    return { std::max(desktop.left(), std::min(badge.left(), desktop.right() - badge.width())),
+             std::max(desktop.top(), std::min(badge.top(), desktop.bottom() - badge.height())) };
+}
+
 void CPainter::badgeAndName(const SceneWindow& window, const QRectF& area)
 {
-    const QRectF room = window.placed.seen.isEmpty() ? area : m_frame.scaled(window.placed.seen);
-    const QRectF ground = CSvgWriter::badgeArea(window.placed.nNumber);
-    const QPointF inset(std::min(c_nGap, (room.width() - ground.width()) / 2),
-                        std::min(c_nGap, (room.height() - ground.height()) / 2));
-    const QRectF badge = m_svg.badge(room.topLeft() + inset, window.placed.nNumber);
-    if (badge.bottom() <= room.bottom() + 1) {
+    const QRectF room = roomOf(window);
+    const int nNumber = window.placed.nNumber;
+    const QRectF badge = m_svg.badge(badgeCorner(room, nNumber), nNumber);
+    if (!isTight(room, nNumber)) {
         const QPointF at = badge.topRight() + QPointF(6, 14);
         const bool bInBar = room.top() < area.top() + 1 && area.height() > c_nBar + c_nGap;
         m_svg.text(bInBar ? QStringLiteral("name") : QStringLiteral("name over"), at,
                    shortened(window.name(), room.right() - at.x() - c_nGap, c_nFont));
     }
+}
+
+// What is seen of a window may be less than its number needs, which then stands over its
+// neighbours; in front of them all a page raises it with its own.
+void CPainter::tightBadge(const SceneWindow& window)
+{
+    const QRectF room = roomOf(window);
+    const int nNumber = window.placed.nNumber;
+    const bool bSeen = window.isDrawn() && window.placed.place != WindowPlace::Covered;
+    if (!bSeen || !isTight(room, nNumber)) {
+        return;
+    }
+    m_svg.begin("g", (QStringLiteral("tight ") + legendClass(window)).trimmed());
+    m_svg.attribute("aria-hidden", QStringLiteral("true"));
+    m_svg.attribute("pointer-events", QStringLiteral("none"));
+    m_svg.badge(badgeCorner(room, nNumber), nNumber);
+    m_svg.end();
 }
 
 // Where a window was, and the way from there.
@@ -189,7 +236,7 @@ void CPainter::change(const SceneWindow& window)
     m_svg.attribute("pointer-events", QStringLiteral("none"));
     m_svg.rect(QStringLiteral("ghost"), before);
     if (bGone) {
-        m_svg.badge(before.topLeft() + QPointF(c_nGap, c_nGap), window.placed.nNumber);
+        m_svg.badge(badgeCorner(before, window.placed.nNumber), window.placed.nNumber);
     } else if (window.isDrawn()) {
         arrow({ before.center(), m_frame.scaled(window.placed.area).center() });
     }

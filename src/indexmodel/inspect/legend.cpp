@@ -15,10 +15,19 @@ constexpr qreal c_nCellFont = 13;
 constexpr qreal c_nColumnGap = 16; // between columns
 constexpr qreal c_nNames = 190; // of a column that may be shortened, at least
 
-// Names and panels, in the order of legendColumns().
-bool isShortened(int column)
+// Of names and panels, in the order of legendColumns(), those that any window has.
+QVector<int> columnsOfNames(const Scene& scene)
 {
-    return column == 1 || column == 2;
+    QVector<int> columns;
+    for (const int nColumn : { 1, 2 }) {
+        const auto isThere = [nColumn](const SceneWindow& window) {
+            return !legendCells(window)[nColumn].isEmpty();
+        };
+        if (std::any_of(scene.windows.begin(), scene.windows.end(), isThere)) {
+            columns.append(nColumn);
+        }
+    }
+    return columns;
 }
 
 // The whole of what is shortened shows as a tooltip.
@@ -71,12 +80,13 @@ QString legendClass(const SceneWindow& window)
 
 CLegend::CLegend(const Scene& scene)
     : m_scene(scene)
+    , m_names(columnsOfNames(scene))
     , m_widths(legendColumns().size(), 0)
 {
     const auto widen = [this](const QStringList& cells) {
         for (int i = 0; i < cells.size(); ++i) {
             const qreal nWidth
-                = isShortened(i) ? c_nNames : textWidth(cells[i], c_nCellFont) + c_nColumnGap;
+                = m_names.contains(i) ? c_nNames : textWidth(cells[i], c_nCellFont) + c_nColumnGap;
             m_widths[i] = std::max(m_widths[i], nWidth);
         }
     };
@@ -98,7 +108,7 @@ void CLegend::paintCells(CSvgWriter& svg, const QStringList& cells, int first, c
     qreal nLeft = row.x();
     for (int i = 0; i < cells.size(); ++i) {
         if (i >= first) {
-            const QString strShown = isShortened(i)
+            const QString strShown = m_names.contains(i)
                 ? shortened(cells[i], m_widths[i] - c_nColumnGap, c_nCellFont)
                 : cells[i];
             paintCell(svg, cells[i], strShown, pszRole, { nLeft, row.y() });
@@ -126,9 +136,10 @@ void CLegend::paintRow(CSvgWriter& svg, const SceneWindow& window, const QPointF
 
 void CLegend::paint(CSvgWriter& svg, const QPointF& corner, qreal width, const QString& id)
 {
-    const qreal nMore = std::max(0.0, width - size().width()) / 2;
-    m_widths[1] += nMore;
-    m_widths[2] += nMore;
+    const qreal nMore = std::max(0.0, width - size().width());
+    for (const int nColumn : qAsConst(m_names)) {
+        m_widths[nColumn] += nMore / m_names.size();
+    }
     svg.begin("g", QStringLiteral("legend"));
     svg.attribute("role", QStringLiteral("table"));
     svg.attribute("aria-label", QStringLiteral("Windows"));

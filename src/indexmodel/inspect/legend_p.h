@@ -28,6 +28,7 @@ private:
                   const QString& id) const;
 
     const Scene& m_scene;
+    QVector<int> m_names; ///< the columns that may be shortened and hold anything
     QVector<qreal> m_widths; ///< of the columns
 };
 

@@ -191,7 +191,9 @@ PatchText patchFromJson(const QByteArray& text)
     QJsonParseError error;
     const QJsonObject object = QJsonDocument::fromJson(text, &error).object();
     if (error.error != QJsonParseError::NoError) {
-        return { {}, error.errorString() };
+        return { {},
+                 error.errorString(),
+                 static_cast<int>(text.left(error.offset).count('\n')) + 1 };
     }
     if (object["patch"].toInt() != c_nVersion || !object["changes"].isArray()) {
         return { {}, QStringLiteral("it is no patch of version %1").arg(c_nVersion) };

@@ -42,6 +42,7 @@ QByteArray toJson(const Patch& patch);
 struct PatchText {
     Patch patch;
     QString strError;
+    int nLine = 0; ///< of a text that is no JSON
 };
 PatchText patchFromJson(const QByteArray& text);
 

@@ -39,6 +39,9 @@ void writeSections(CHtmlWriter& page, const ReportUser& user);
 void writeCopies(CHtmlWriter& page, const ReportUser& user);
 void writeHistory(CHtmlWriter& page, const ReportUser& user);
 
+/// What of \a part only stands in another order than before; nothing where none does.
+void writeOrders(CHtmlWriter& page, const ReportUser& user, KW::UserPart part);
+
 /// How many options have another value than the default.
 int changedOptions(const UserRecords& records);
 

@@ -8,6 +8,7 @@ namespace inspect {
 namespace {
 
 constexpr int c_nMostScreens = 32;
+constexpr int c_nLong = 13; // up to here the numbers of a window stay in a line
 
 QString titleOf(const Layout& layout)
 {
@@ -59,7 +60,11 @@ void writeWindow(CHtmlWriter& page, const SceneWindow& window, const QString& id
     }
     page.end();
     for (int i = 1; i < cells.size(); ++i) {
-        page.element("td", cells[i], { { "data-label", headings[i] } });
+        CHtmlWriter::Attributes attributes { { "data-label", headings[i] } };
+        if (cells[i].size() > c_nLong) {
+            attributes.append({ "class", QStringLiteral("long") });
+        }
+        page.element("td", cells[i], attributes);
     }
     page.end();
 }
@@ -173,6 +178,7 @@ QVector<Layout> allTemplates(const UserRecords& records)
 
 void writeLayouts(CHtmlWriter& page, const ReportUser& user)
 {
+    writeOrders(page, user, KW::UserPart::Layouts);
     writeAll(page, user, layoutsOf(user.records),
              user.facts.before ? layoutsOf(user.facts.before->records) : QVector<Layout>(),
              "layout");
@@ -180,6 +186,7 @@ void writeLayouts(CHtmlWriter& page, const ReportUser& user)
 
 void writeTemplates(CHtmlWriter& page, const ReportUser& user)
 {
+    writeOrders(page, user, KW::UserPart::Templates);
     writeAll(page, user, allTemplates(user.records),
              user.facts.before ? allTemplates(user.facts.before->records) : QVector<Layout>(),
              "template");

@@ -1,10 +1,6 @@
 #include "inspect/plaintext.h"
 #include "inspect/report_p.h"
-
-#include "format/customstocks.h"
-
-#include <QHash>
-#include <QSet>
+#include "inspect/stockchanges.h"
 
 #include <algorithm>
 
@@ -45,51 +41,22 @@ void writeTable(CHtmlWriter& page, const KW::InstrumentList& list, int first, co
     page.endTable();
 }
 
-struct StockChange {
-    const Stock* pStock;
-    QString strWhat;
-};
-
-QVector<StockChange> changesOf(const KW::InstrumentList& before, const KW::InstrumentList& now)
-{
-    QHash<QString, const Stock*> left;
-    for (const auto& pStock : before) {
-        left.insert(QString::fromStdString(KW::instrumentKey(*pStock)), pStock.get());
-    }
-    QVector<StockChange> changes;
-    QSet<QString> there;
-    for (const auto& pStock : now) {
-        const QString strKey = QString::fromStdString(KW::instrumentKey(*pStock));
-        there.insert(strKey);
-        if (!left.contains(strKey)) {
-            changes.append({ pStock.get(), QStringLiteral("new") });
-        } else if (left[strKey]->name != pStock->name) {
-            changes.append({ pStock.get(), "was named " + shown(left[strKey]->name) });
-        }
-    }
-    for (const auto& pStock : before) {
-        if (!there.contains(QString::fromStdString(KW::instrumentKey(*pStock)))) {
-            changes.append({ pStock.get(), QStringLiteral("gone") });
-        }
-    }
-    return changes;
-}
-
 void writeChanges(CHtmlWriter& page, const ReportUser& user, int type, const QString& name)
 {
-    const auto changes
-        = changesOf(user.facts.before->records.stocks.value(type), user.records.stocks.value(type));
-    if (changes.isEmpty()) {
-        page.element("p", QStringLiteral("The same stocks in another order, or twice."));
+    const KW::InstrumentList before = user.facts.before->records.stocks.value(type);
+    const KW::InstrumentList now = user.records.stocks.value(type);
+    const auto changes = stockChanges(before, now);
+    if (changes.isEmpty()) { // a list of no stocks came or went
         return;
     }
     const QStringList headings { "market", "code", "name", "change" };
     page.beginTable(QStringLiteral("What changed in ") + name, headings, "changes");
     for (const StockChange& change : changes) {
+        const Stock& stock = change.nAfter < 0 ? *before[change.nBefore] : *now[change.nAfter];
         page.row(headings,
-                 { shown(change.pStock->market), shown(change.pStock->code),
-                   shown(change.pStock->name), change.strWhat },
-                 { { "class", "changed " + change.strWhat.section(' ', 0, 0) } });
+                 { shown(stock.market), shown(stock.code), shown(stock.name),
+                   harmless(change.notes.join(QStringLiteral(", "))) },
+                 { { "class", "changed " + change.notes.first().section(' ', 0, 0) } });
     }
     page.endTable();
 }

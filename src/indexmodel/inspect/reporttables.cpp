@@ -1,6 +1,7 @@
 #include "inspect/report_p.h"
 #include "inspect/scene_p.h"
 
+#include "inspect/entries_p.h"
 #include "inspect/optionvalues.h"
 #include "inspect/userdifferences.h"
 
@@ -64,17 +65,16 @@ void writeOptionTable(CHtmlWriter& page, const ReportUser& user, const QString& 
     page.endTable();
 }
 
-// Sections of others are compared by their elements.
-void writeDifferences(CHtmlWriter& page, const ReportUser& user, KW::UserPart part)
+template <typename Wanted>
+void writeDifferences(CHtmlWriter& page, const ReportUser& user, const QString& name, Wanted wanted)
 {
-    if (std::none_of(user.differences.begin(), user.differences.end(),
-                     [&](const Difference& each) { return each.part == part; })) {
+    if (std::none_of(user.differences.begin(), user.differences.end(), wanted)) {
         return;
     }
     const QStringList headings { "value", "before", "now" };
-    page.beginTable(QStringLiteral("What changed"), headings, "changes");
+    page.beginTable(name, headings, "changes");
     for (const Difference& each : user.differences) {
-        if (each.part == part) {
+        if (wanted(each)) {
             const QString strNone = QStringLiteral("(absent)");
             page.row(headings,
                      { pathOf(each), each.left.value_or(strNone), each.right.value_or(strNone) },
@@ -142,9 +142,18 @@ void writeOptions(CHtmlWriter& page, const ReportUser& user)
     page.end();
 }
 
+void writeOrders(CHtmlWriter& page, const ReportUser& user, KW::UserPart part)
+{
+    writeDifferences(
+        page, user, QStringLiteral("What stands in another order"),
+        [part](const Difference& each) { return each.part == part && each.strField == c_szOrder; });
+}
+
 void writeSections(CHtmlWriter& page, const ReportUser& user)
 {
-    writeDifferences(page, user, KW::UserPart::Sections);
+    // Compared by their elements.
+    writeDifferences(page, user, QStringLiteral("What changed"),
+                     [](const Difference& each) { return each.part == KW::UserPart::Sections; });
     if (user.records.sections.isEmpty()) {
         writeNone(page);
         return;

@@ -11,14 +11,19 @@ bool isOnScreens(const PlacedWindow& placed)
     return placed.place == WindowPlace::Shown || placed.place == WindowPlace::Covered;
 }
 
+// Not 100 where something is missing, nor 0 where something is there; nothing for all of it.
+QString percentText(qreal share, const QString& what)
+{
+    return share > 0.9999
+        ? QString()
+        : QStringLiteral("%1 % %2").arg(QString::number(qBound(1, qRound(share * 100), 99)), what);
+}
+
 QString placeRemark(const PlacedWindow& placed)
 {
     switch (placed.place) {
     case WindowPlace::Shown:
-        // Not 100 where something is missing, nor 0 where something is there.
-        return placed.nShare > 0.9999
-            ? QString()
-            : QStringLiteral("%1 % seen").arg(qBound(1, qRound(placed.nShare * 100), 99));
+        return percentText(placed.nShare, QStringLiteral("seen"));
     case WindowPlace::Covered:
         return QStringLiteral("completely covered");
     case WindowPlace::OffScreens:
@@ -41,6 +46,9 @@ QStringList remarksOf(const PlacedWindow& placed)
         remarks.append(QStringLiteral("maximized"));
     }
     remarks.append(placeRemark(placed));
+    if (isOnScreens(placed) && placed.nOnScreens < 0.9999) {
+        remarks.append(percentText(1 - placed.nOnScreens, QStringLiteral("off the screens")));
+    }
     remarks.removeAll(QString());
     return remarks;
 }

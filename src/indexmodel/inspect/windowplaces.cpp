@@ -139,7 +139,9 @@ void look(const QVector<Screen>& screens, QVector<PlacedWindow>& windows)
         if (it->place == WindowPlace::Shown) {
             const qreal nBefore = free.sizeIn(it->area);
             it->seen = roomiest(free.take(it->area));
-            it->nShare = nBefore / all.sizeIn(it->area);
+            const qreal nOnScreens = all.sizeIn(it->area);
+            it->nOnScreens = nOnScreens / sizeOf(it->area);
+            it->nShare = nBefore / nOnScreens;
             // Of what was forgotten nobody can say that it is covered.
             if (!free.isWhole()) {
                 it->nShare = 1;

@@ -19,6 +19,7 @@ struct PlacedWindow {
     WindowPlace place = WindowPlace::Shown;
     QRectF area; ///< pixels of the desktop; a maximized window fills its screen
     QRectF seen; ///< the piece of it with most room for a label; empty for none
+    qreal nOnScreens = 0; ///< of its area, 0 to 1
     qreal nShare = 0; ///< of its area on the screens that is seen, 0 to 1; 1 where nobody can tell
 };
 

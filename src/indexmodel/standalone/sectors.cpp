@@ -90,12 +90,15 @@ Sector readSector(const CValue& value)
              value["constituents"].list(readConstituent) };
 }
 
-QString placeOf(const QByteArray& text, int offset)
+SectorCatalogue noJson(const QByteArray& text, const QJsonParseError& error)
 {
-    const QByteArray before = text.left(offset);
-    return QStringLiteral(":%1:%2: ")
-        .arg(before.count('\n') + 1)
-        .arg(offset - before.lastIndexOf('\n'));
+    const QByteArray before = text.left(error.offset);
+    const int nLine = static_cast<int>(before.count('\n')) + 1;
+    const QString strError = QStringLiteral(":%1:%2: %3")
+                                 .arg(nLine)
+                                 .arg(error.offset - before.lastIndexOf('\n'))
+                                 .arg(error.errorString());
+    return { {}, SectorsError::Damaged, strError, nLine };
 }
 
 SectorCatalogue parseSectors(const QByteArray& text)
@@ -103,9 +106,7 @@ SectorCatalogue parseSectors(const QByteArray& text)
     QJsonParseError parseError;
     const QJsonDocument doc = QJsonDocument::fromJson(text, &parseError);
     if (parseError.error != QJsonParseError::NoError) {
-        return { {},
-                 SectorsError::Damaged,
-                 placeOf(text, parseError.offset) + parseError.errorString() };
+        return noJson(text, parseError);
     }
     QString strError;
     const QJsonValue root = doc.isObject() ? QJsonValue(doc.object()) : QJsonValue(doc.array());

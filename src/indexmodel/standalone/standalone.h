@@ -83,6 +83,7 @@ struct SectorCatalogue {
     QVector<Sector> sectors;
     SectorsError error = SectorsError::None;
     QString strError; ///< names the file and the line and column, or the path of the value
+    int nLine = 0; ///< where the file is no JSON
 };
 
 /// Reads a file of at most c_nMaxSectorsBytes such as

@@ -24,10 +24,22 @@ QProcessEnvironment plainEnvironment()
     return environment;
 }
 
+// However much there is to pack, something comes of it all the time.
+void requireEnd(QProcess& tar, int silenceMs)
+{
+    while (tar.waitForReadyRead(silenceMs)) { }
+    if (tar.state() != QProcess::NotRunning && !tar.waitForFinished(silenceMs)) {
+        tar.kill();
+        fail(QStringLiteral("tar"),
+             QStringLiteral("nothing has come of it for %1 s").arg(silenceMs / 1000.0));
+    }
+}
+
 } // namespace
 
-CArchive::CArchive(const QString& root)
+CArchive::CArchive(const QString& root, int silenceMs)
     : m_strRoot(root)
+    , m_nSilenceMs(silenceMs)
 {
     if (!m_directory.isValid()) {
         fail(QDir::tempPath(), m_directory.errorString());
@@ -54,9 +66,10 @@ QByteArray CArchive::packed() const
     tar.start(QStringLiteral("tar"),
               { "--create", "--gzip", "--file=-", "--sort=name", "--owner=0", "--group=0",
                 "--numeric-owner", "--directory=" + m_directory.path(), m_strRoot });
-    if (!tar.waitForStarted(-1) || !tar.waitForFinished(-1)) {
+    if (!tar.waitForStarted(m_nSilenceMs)) {
         fail(QStringLiteral("tar"), tar.errorString());
     }
+    requireEnd(tar, m_nSilenceMs);
     if (tar.exitStatus() != QProcess::NormalExit || tar.exitCode() != 0) {
         fail(QStringLiteral("tar"), QString::fromLocal8Bit(tar.readAllStandardError()).trimmed());
     }

@@ -13,8 +13,9 @@
 ///     const QByteArray packed = archive.packed();
 class CArchive {
 public:
-    /// All stands below the folder \a root of the archive.
-    explicit CArchive(const QString& root);
+    /// All stands below the folder \a root of the archive. A packer that says nothing for
+    /// \a silenceMs is given up.
+    explicit CArchive(const QString& root, int silenceMs = 60000);
 
     /// A file, by its name relative to the root, mode 0600.
     void add(const QString& name, const QByteArray& bytes, const QDateTime& time);
@@ -24,4 +25,5 @@ public:
 private:
     QTemporaryDir m_directory;
     QString m_strRoot;
+    int m_nSilenceMs;
 };

@@ -238,13 +238,22 @@ QVector<Table> tablesOf(const Request& request, const QVector<CheckedPath>& all)
     return request.words.isEmpty() ? tables + QVector<Table> { historySize(request) } : tables;
 }
 
-ExitStatus worstOf(const QVector<CheckedPath>& all)
+const CheckedPath& worstOf(const QVector<CheckedPath>& all)
 {
-    const auto worst = std::max_element(
+    return *std::max_element(
         all.begin(), all.end(), [](const CheckedPath& left, const CheckedPath& right) {
             return severityOf(statusOf(left.checked)) < severityOf(statusOf(right.checked));
         });
-    return statusOf(worst->checked);
+}
+
+// Findings are an answer; a file that could not be looked at is a failure.
+std::optional<CFailure> failureOf(const CheckedPath& each)
+{
+    const QString strError = errorOf(each);
+    return strError.isEmpty() ? std::nullopt
+                              : std::make_optional<CFailure>(
+                                  statusOf(each.checked), strError,
+                                  FailurePlace { each.strPath, each.checked.file.error.at.nLine });
 }
 
 } // namespace
@@ -267,20 +276,28 @@ QByteArray checkAnswer(const Request& request)
     for (const Table& table : tables) {
         answer.add(table);
     }
-    answer.end(worstOf(all));
+    const CheckedPath& worst = worstOf(all);
+    if (const std::optional<CFailure> failure = failureOf(worst)) {
+        answer.fail(*failure);
+    }
+    answer.end(statusOf(worst.checked));
     return answer.toJson();
 }
 
 ExitStatus check(const Request& request)
 {
     const QVector<CheckedPath> all = checkedPaths(request);
+    const CheckedPath& worst = worstOf(all);
     if (request.format == Format::Json) {
         print(tablesOf(request, all), request.format);
-    } else {
-        printText(all);
+        if (const std::optional<CFailure> failure = failureOf(worst)) {
+            throw CFailure(*failure);
+        }
+        return statusOf(worst.checked);
     }
-    if (request.words.isEmpty() && request.format == Format::Text) {
+    printText(all);
+    if (request.words.isEmpty()) {
         printHistory(request);
     }
-    return worstOf(all);
+    return statusOf(worst.checked);
 }

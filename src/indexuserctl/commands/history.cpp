@@ -101,6 +101,25 @@ Table historyTable(const Request& request)
     return table;
 }
 
+// Of what an undo has found instead the history knows. For others the state tells why it is gone.
+void requireKept(const Request& request, const HistoryEntry& entry)
+{
+    const auto all = entriesOf(request);
+    const auto undo = std::find_if(all.rbegin(), all.rend(), [&](const HistoryEntry& each) {
+        return each.action == mend::HistoryAction::Undo && each.nOf == entry.nNumber;
+    });
+    const bool bOther = undo != all.rend() && undo->before != entry.after;
+    if (bOther && !entry.after.isEmpty()
+        && !mend::CHistory(request.strConfigDir).state(entry.after)) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("what came of edit %1 is not kept: somebody else had changed "
+                                      "it before it was undone; 'history restore %2' brings back "
+                                      "what was there then")
+                           .arg(entry.nNumber)
+                           .arg(undo->nNumber));
+    }
+}
+
 // An undo is of the file as the edit left it: what a client has saved since would go with it.
 ExitStatus step(const Request& request, const std::optional<HistoryEntry>& entry,
                 mend::HistoryAction action)
@@ -110,6 +129,9 @@ ExitStatus step(const Request& request, const std::optional<HistoryEntry>& entry
         throw CFailure(ExitStatus::Negative,
                        bUndo ? QStringLiteral("there is nothing to undo")
                              : QStringLiteral("there is nothing to do again"));
+    }
+    if (!bUndo) {
+        requireKept(request, *entry);
     }
     const QByteArray from = bUndo ? entry->after : entry->before;
     const QByteArray to = bUndo ? entry->before : entry->after;

@@ -50,17 +50,6 @@ struct Assignment {
     QString strValue;
 };
 
-QString firstLine(const QString& path)
-{
-    QByteArray line = contentOf(inputPath(path)).split('\n').first();
-    line.chop(line.endsWith('\r') ? 1 : 0);
-    const QString strLine = QString::fromUtf8(line);
-    if (strLine.toUtf8() != line) {
-        throw CFailure(ExitStatus::Damaged, path + ": the first line is not UTF-8", { path, 1 });
-    }
-    return strLine;
-}
-
 // A value that is not among the words: others may see those.
 Assignment assignmentFromOutside(const Request& request)
 {
@@ -70,7 +59,7 @@ Assignment assignmentFromOutside(const Request& request)
                        QStringLiteral("--from-file: the name of one option goes with it"));
     }
     requireOption(strName);
-    return { strName, request.valueFile ? firstLine(*request.valueFile) : readSecret(strName) };
+    return { strName, request.valueFile ? valueIn(*request.valueFile) : readSecret(strName) };
 }
 
 Assignment assignmentOf(const QString& word)

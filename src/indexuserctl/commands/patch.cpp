@@ -24,7 +24,9 @@ inspect::Patch patchIn(const QString& path)
 {
     const inspect::PatchText read = inspect::patchFromJson(contentOf(path));
     if (!read.strError.isEmpty()) {
-        throw CFailure(ExitStatus::Damaged, path + ": " + read.strError, { path });
+        const QString strLine = read.nLine > 0 ? ':' + QString::number(read.nLine) : QString();
+        throw CFailure(ExitStatus::Damaged, path + strLine + ": " + read.strError,
+                       { path, read.nLine });
     }
     return read.patch;
 }
@@ -167,6 +169,18 @@ void requireMade(const inspect::Patch& patch, const KW::UserRecords& before,
     }
 }
 
+void makeAll(const Request& request, const inspect::Patch& patch, const KW::UserRecords& before,
+             KW::UserConfigInterface& service)
+{
+    requireFit(request, patch, before);
+    for (const PatchChange& each : patch.changes) {
+        if (inspect::fitOf(each, before) != PatchFit::There) {
+            make(service, each);
+        }
+    }
+    requireMade(patch, before, service);
+}
+
 } // namespace
 
 void writePatch(const Request& request, const KW::UserRecords& left, const KW::UserRecords& right)
@@ -182,16 +196,15 @@ void writePatch(const Request& request, const KW::UserRecords& left, const KW::U
 // What somebody else has saved before the lock was taken is judged, too.
 ExitStatus applyPatch(const Request& request)
 {
-    const inspect::Patch patch = patchIn(inputPath(request.words.first()));
+    const QString strPath = inputPath(request.words.first());
+    const inspect::Patch patch = patchIn(strPath);
     return edit(request, [&](KW::UserConfigInterface& service) {
         const inspect::UserRecords records = heldBy(service);
         print({ patchTable(patch, records) }, request.format);
-        requireFit(request, patch, records);
-        for (const PatchChange& each : patch.changes) {
-            if (inspect::fitOf(each, records) != PatchFit::There) {
-                make(service, each);
-            }
+        try {
+            makeAll(request, patch, records, service);
+        } catch (const CFailure& failure) {
+            throw CFailure(failure.status(), failure.message(), { strPath });
         }
-        requireMade(patch, records, service);
     });
 }

@@ -43,7 +43,7 @@ QVector<standalone::Sector> allSectors()
         throw CFailure(catalogue.error == standalone::SectorsError::Damaged
                            ? ExitStatus::Damaged
                            : ExitStatus::InputOutput,
-                       catalogue.strError);
+                       catalogue.strError, { standalone::sectorsFile(), catalogue.nLine });
     }
     return catalogue.sectors;
 }

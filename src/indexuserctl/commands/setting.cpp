@@ -1,11 +1,14 @@
 #include "commands/bringback.h"
 #include "commands/settings.h"
 #include "commands/userguard.h"
+#include "commands/wholefile.h"
 #include "commands/writing.h"
 #include "failure.h"
 #include "terminal/output.h"
+#include "terminal/secret.h"
 
 #include <inspect/closest.h>
+#include <inspect/optionvalues.h>
 #include <inspect/plaintext.h>
 
 #include <indexuser/userconfigfactory.h>
@@ -113,6 +116,20 @@ bool write(const QString& key, const std::optional<QByteArray>& value)
         ? se::writeConfig(section().toStdString(), key.toStdString(), value->toStdString(), false)
             == 0
         : standalone::removeSetting(section(), key);
+}
+
+// Among the words, or out of sight of whoever looks at those.
+QString newValue(const Request& request)
+{
+    const QString strKey = request.words.first();
+    const bool bWord = request.words.size() > 1;
+    if (bWord == request.valueFile.has_value() && (bWord || !inspect::isSecret(strKey))) {
+        throw CFailure(ExitStatus::Usage,
+                       QStringLiteral("either VALUE or --from-file FILE is wanted"));
+    }
+    return bWord            ? request.words[1]
+        : request.valueFile ? valueIn(*request.valueFile)
+                            : readSecret(strKey);
 }
 
 struct Step {
@@ -223,8 +240,8 @@ ExitStatus listSettings(const Request& request)
 ExitStatus setSetting(const Request& request)
 {
     const QString strKey = request.words[0];
-    const QString strValue = request.words[1];
     requireKey(strKey);
+    const QString strValue = newValue(request);
     requireText(QStringLiteral("value"), strValue);
     requireOwner(request);
     // The store makes a directory that is not there yet; only then can it take the lock.

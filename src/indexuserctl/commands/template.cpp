@@ -132,7 +132,7 @@ ExitStatus importTemplates(const Request& request)
         const QStringList after = (layouts.*operations.names)();
         if (after.size() == before.size()) {
             throw CFailure(ExitStatus::Negative,
-                           strPath + ": no template in it whose name is free");
+                           strPath + ": no template in it whose name is free", { strPath });
         }
         for (const QString& name : after) {
             if (!before.contains(name)) {

@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "terminal/outputfile.h"
+#include "terminal/secret.h"
 
 #include <mend/reencode.h>
 
@@ -57,6 +58,15 @@ QByteArray contentOf(const QString& path)
 {
     noteInput(path);
     return whole(inspect::readBytes(path)).bytes;
+}
+
+QString valueIn(const QString& word)
+{
+    const std::optional<QString> line = firstLine(contentOf(inputPath(word)));
+    if (!line) {
+        throw CFailure(ExitStatus::Damaged, word + ": the first line is not UTF-8", { word, 1 });
+    }
+    return *line;
 }
 
 QByteArray wholeBytes(const inspect::FileBytes& file)

@@ -22,5 +22,9 @@ inspect::UserFile liveFile(const Request& request);
 /// All bytes of a file, if there are not too many; throws CFailure when it cannot be read whole.
 QByteArray contentOf(const QString& path);
 
+/// A value out of a file: its first line, see firstLine(). Throws CFailure when the file cannot be
+/// read, or the line is not UTF-8.
+QString valueIn(const QString& word);
+
 /// The bytes of a file that was read, which have to be a whole user's file; throws CFailure.
 QByteArray wholeBytes(const inspect::FileBytes& file);

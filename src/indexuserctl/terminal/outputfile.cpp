@@ -56,7 +56,8 @@ void requireNothingOfTheUser(const QString& configDir, const QString& path)
     const QString strOwn = inspect::belongingAt(configDir, path);
     if (!strOwn.isEmpty()) {
         throw CFailure(ExitStatus::Usage,
-                       path + ": that is the user's own " + strOwn + ", where no output goes");
+                       path + ": that is the user's own " + strOwn + ", where no output goes",
+                       { path });
     }
     const bool bInput = std::any_of(inputs().begin(), inputs().end(), [&](const QString& input) {
         return inspect::isSameFile(path, input);

@@ -56,11 +56,11 @@ QString readLine()
     if (!std::getline(std::cin, strLine)) {
         throw CFailure(ExitStatus::Usage, QStringLiteral("nothing came from standard input"));
     }
-    const QString strText = QString::fromStdString(strLine);
-    if (strText.toStdString() != strLine) {
+    const std::optional<QString> text = firstLine(QByteArray::fromStdString(strLine));
+    if (!text) {
         throw CFailure(ExitStatus::Usage, QStringLiteral("what came is not UTF-8"));
     }
-    return strText;
+    return *text;
 }
 
 QString askedFor(const QString& prompt)
@@ -84,4 +84,15 @@ QString readSecret(const QString& name)
         throw CFailure(ExitStatus::Usage, QStringLiteral("these two were not the same"));
     }
     return strText;
+}
+
+std::optional<QString> firstLine(const QByteArray& text)
+{
+    constexpr char c_szMark[] = "\xef\xbb\xbf";
+    QByteArray line = text.mid(0, text.indexOf('\n'));
+    line.remove(0, line.startsWith(c_szMark) ? static_cast<int>(sizeof c_szMark) - 1 : 0);
+    line.chop(line.endsWith('\r') ? 1 : 0);
+    // Qt takes another mark behind the first one for one, too.
+    const QString strLine = QString::fromUtf8('.' + line).mid(1);
+    return strLine.toUtf8() == line ? std::make_optional(strLine) : std::nullopt;
 }

@@ -15,6 +15,8 @@ namespace {
 
 constexpr int c_nGap = 2; // before each column
 constexpr int c_nReadable = 8; // what is left of a column before the next one has to give
+constexpr int c_nFew = 3; // what is left of it at last
+const QString c_strMore = QStringLiteral(" \u2026"); // behind a row whose last columns are left out
 
 std::string styled(const fmt::text_style& style, const QString& text, const TableLook& look)
 {
@@ -110,10 +112,22 @@ void narrow(QVector<int>& widths, int least, int wanted)
     }
 }
 
+// Where there is no room for a few letters of each, only the first columns stay.
+void fit(QVector<int>& widths, int wanted)
+{
+    if ((c_nGap + c_nFew) * widths.size() > wanted) {
+        wanted -= displayWidth(c_strMore);
+        widths.resize(std::clamp(wanted / (c_nGap + c_nReadable), 1, widths.size()));
+    }
+    for (const int nLeast : { c_nReadable, c_nFew, 1 }) {
+        narrow(widths, nLeast, wanted);
+    }
+}
+
 std::string paddedRow(const QStringList& row, const QVector<int>& widths, const Table* pTable,
                       const TableLook& look)
 {
-    int nLast = row.size() - 1;
+    int nLast = widths.size() - 1;
     while (nLast > 0 && row[nLast].isEmpty()) {
         --nLast;
     }
@@ -127,7 +141,7 @@ std::string paddedRow(const QStringList& row, const QVector<int>& widths, const 
             strLine.append(static_cast<std::size_t>(widths[i] - displayWidth(strCell)), ' ');
         }
     }
-    return strLine + '\n';
+    return strLine + (widths.size() < row.size() ? c_strMore.toStdString() : std::string()) + '\n';
 }
 
 } // namespace
@@ -158,8 +172,7 @@ std::string tableText(const Table& table, const TableLook& look)
     const QVector<QStringList> rows = texts(table);
     QVector<int> widths = columnWidths(QVector<QStringList> { table.columns } + rows);
     if (look.nWidth > 0) {
-        narrow(widths, c_nReadable, look.nWidth);
-        narrow(widths, 1, look.nWidth);
+        fit(widths, look.nWidth);
     }
     strText += paddedRow(table.columns, widths, nullptr, look);
     for (const QStringList& row : rows) {

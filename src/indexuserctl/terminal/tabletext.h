@@ -16,5 +16,6 @@ struct TableLook {
 QString cellText(const QJsonValue& value);
 
 /// A table with its title as lines; wide characters count twice. Where it is wider than the
-/// terminal, its columns are shortened from the right on, each cut cell with an ellipsis.
+/// terminal, its columns are shortened from the right on, each cut cell with an ellipsis; if that
+/// is not enough, the last ones are left out.
 std::string tableText(const Table& table, const TableLook& look);
