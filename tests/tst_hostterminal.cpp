@@ -253,7 +253,8 @@ void tst_hostterminal::everyExampleWorks()
     writeFile(userDir() + "/stocks.csv", "list,market,code,name\n1,SH,600000,n\n");
     writeFile(userDir() + "/patch.json", R"({"patch":1,"changes":[]})");
     writeFile(userDir() + "/morning.xml",
-              "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\"/>"
+              "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\" width=\"9\" "
+              "height=\"9\"/>"
               "</LayoutTemplate></t>");
     const QString strPath = QFileInfo(TOOL).path() + ':' + qEnvironmentVariable("PATH");
     const Outcome outcome

@@ -29,7 +29,8 @@ QVector<CommandOption> switches()
         { "--trade", "", "the trade windows and templates instead of the quote ones",
           [](Request& request, const QString&) { request.side = inspect::LayoutSide::Trade; } },
         { "--force", "",
-          "changes a file that is read-only, or that somebody else has, all the same",
+          "changes a file that is read-only, or that somebody else has, or to a value that is "
+          "hardly meant, all the same",
           [](Request& request, const QString&) { request.force = Force::Yes; } },
         { "--changed", "", "only what is not the default",
           [](Request& request, const QString&) { request.bChanged = true; } },

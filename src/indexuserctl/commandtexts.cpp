@@ -108,7 +108,11 @@ Texts optionTexts()
           "option list --changed" },
         { "option get", "Prints the bare value of one option.", "option get reportRefreshTime" },
         { "option set",
-          "Sets options in one edit and shows what changes. The password is named without a value: "
+          "Sets options in one edit and shows what changes. A value that the client would take, "
+          "but "
+          "that its meaning speaks against, a date that is none or a negative time, is refused "
+          "unless --force is given; so it is by all commands that edit. The password is named "
+          "without a value: "
           "it is then asked for without echo, or is the first line of standard input or of "
           "--from-file.",
           "option set reportRefreshTime=750 showGradient=0" },
