@@ -252,6 +252,7 @@ void tst_hostterminal::everyExampleWorks()
     QCOMPARE(runProgram("cp", { "-a", strMade, strHome + "/.config/indexuser" }).nStatus, 0);
     writeFile(userDir() + "/stocks.csv", "list,market,code,name\n1,SH,600000,n\n");
     writeFile(userDir() + "/patch.json", R"({"patch":1,"changes":[]})");
+    writeFile(userDir() + "/bundle.xml", readFile(SAMPLE_USER "/indexUserConfig.xml"));
     writeFile(userDir() + "/morning.xml",
               "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\" width=\"9\" "
               "height=\"9\"/>"

@@ -61,12 +61,12 @@ void requireNoFailure(const Request& request, const mend::Edit& edit)
     }
 }
 
-mend::Changer changerOf(const Request& request, const Change& change)
+mend::Changer changerOf(const Request& request, const Change& change, const RecordsChange& records)
 {
     const QString strLive = inspect::livePath(request.strConfigDir);
     return { *KW::UserConfigFactory::getIndexUserConfig(),
              [strLive](const QByteArray& bytes) { standalone::serveOnce(strLive, bytes); }, change,
-             standalone::guardSaves };
+             standalone::guardSaves, records };
 }
 
 // What the client would take, and nobody is likely to mean. What was there before is no reason to
@@ -107,15 +107,13 @@ void save(const Request& request, mend::CTransaction& transaction, const mend::C
     requireNoFailure(request, edit);
 }
 
-} // namespace
-
-ExitStatus edit(const Request& request, const Change& change)
+ExitStatus edit(const Request& request, const Change& change, const RecordsChange& records)
 {
     requireOwner(request);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     const bool bLocked = request.isDryRun() || takeLock(request, transaction);
     const CUserGuard guard(request);
-    const mend::Changer changer = changerOf(request, change);
+    const mend::Changer changer = changerOf(request, change, records);
     mend::Edit edit = mend::prepareEdit(transaction, changer);
     requireNoFailure(request, edit);
     requireSensible(request, edit);
@@ -137,4 +135,16 @@ ExitStatus edit(const Request& request, const Change& change)
     }
     requireDurable(edit.receipt);
     return ExitStatus::Ok;
+}
+
+} // namespace
+
+ExitStatus edit(const Request& request, const Change& change)
+{
+    return edit(request, change, {});
+}
+
+ExitStatus editRecords(const Request& request, const RecordsChange& change)
+{
+    return edit(request, {}, change);
 }

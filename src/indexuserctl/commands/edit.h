@@ -15,3 +15,8 @@ using Change = std::function<void(KW::UserConfigInterface& service)>;
 /// file alone.
 /// So does a value that is hardly meant and was not there before, unless --force is given.
 ExitStatus edit(const Request& request, const Change& change);
+
+/// The same for a change of all that a user has, the sections of other managers, too: what the user
+/// is to have instead of \a before.
+using RecordsChange = std::function<KW::UserRecords(const KW::UserRecords& before)>;
+ExitStatus editRecords(const Request& request, const RecordsChange& change);
