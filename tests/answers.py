@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds every --json answer that the tests of the host have had against docs/json/answer.schema.json.
+"""Holds every --json answer that the tests of the host have had, and every patch, against docs/json/.
 
 Usage: answers.py ROOT ANSWERS, where ANSWERS has a file a test, a line a run of the tool.
 """
@@ -10,12 +10,22 @@ import sys
 import jsonschema
 
 FEWEST = 60  # else the tests have stopped to tell
+FEWEST_PATCHES = 20
 
 
-def validator(directory):
-    form = json.loads((directory / "answer.schema.json").read_text())
+def validator(directory, name):
+    form = json.loads((directory / name).read_text())
     jsonschema.Draft202012Validator.check_schema(form)
     return jsonschema.Draft202012Validator(form)
+
+
+def patch_defects(run, forms):
+    """What is wrong with the patch that a run has written, in words."""
+    try:
+        patch = json.loads(run["patch"])
+    except ValueError as error:
+        return [f"no JSON: {error}"]
+    return [f"{error.json_path}: {error.message}" for error in forms.iter_errors(patch)]
 
 
 def defects(run, forms):
@@ -33,20 +43,24 @@ def defects(run, forms):
 
 
 def main():
-    forms = validator(pathlib.Path(sys.argv[1]) / "docs" / "json")
-    runs = [json.loads(line) for path in sorted(pathlib.Path(sys.argv[2]).glob("*.jsonl"))
-            for line in path.read_text().splitlines()]
+    directory = pathlib.Path(sys.argv[1]) / "docs" / "json"
+    forms = validator(directory, "answer.schema.json")
+    lines = [json.loads(line) for path in sorted(pathlib.Path(sys.argv[2]).glob("*.jsonl"))
+             for line in path.read_text().splitlines()]
+    runs = [each for each in lines if "patch" not in each]
+    patches = len(lines) - len(runs)
+    patch_forms = validator(directory, "patch.schema.json")
     bad = 0
-    for run in runs:
-        for defect in defects(run, forms):
+    for run in lines:
+        for defect in patch_defects(run, patch_forms) if "patch" in run else defects(run, forms):
             print(f"{run['test']}: {' '.join(run['words'])}: {defect}"[:2000])
             bad += 1
     told = {json.loads(run["out"]).get("command") for run in runs} if not bad else set()
     silent = [each for each in forms.schema["properties"]["command"]["enum"] if each not in told]
     if not bad and silent:
         print(f"no answer of: {silent}")
-    print(f"{len(runs)} answers, {bad} defects")
-    sys.exit(1 if bad or silent or len(runs) < FEWEST else 0)
+    print(f"{len(runs)} answers, {patches} patches, {bad} defects")
+    sys.exit(1 if bad or silent or len(runs) < FEWEST or patches < FEWEST_PATCHES else 0)
 
 
 if __name__ == "__main__":

@@ -86,6 +86,13 @@ void addOptionDefects()
     row(options("groupSignalRunTime='09:30'"), "dropped read-only-option@14:12");
     row(options("nonsense='1'"), "dropped attribute@14:12");
     row(options("graphDisplay='1' m_graphDisplay='2'"), "merged graph-display@14:12");
+    row(options("tickRestoreDay='-1'"), "kept negative@14:12");
+    row(options("tickRestoreDay='0' formulaDebug='2'"), "kept flag@14:31");
+    row(options("updateF10DateTime='2024-02-30'"), "kept date@14:12");
+    row(options("updateF10DateTime='' oaAddress='' qsSmartKeyConfig='' smartKeyConfig='-1'"), "");
+    row(options("qsSmartKeyConfig='1,a'"), "kept number-list@14:12");
+    row(options("oaAddress='a b'"), "kept address@14:12");
+    row(options("groupSignalRunTime='x'"), "dropped read-only-option@14:12");
     row("<Option\n tickRestoreDay='1'><Settings/></Option>", "dropped attribute@14:2");
     row("<Option>\n <Other/></Option>", "changed settings-name@14:2");
     row("<Option><Settings/>\n <Settings/></Option>", "merged second-settings@14:2");
@@ -108,6 +115,16 @@ void addStockDefects()
     row(stocks("<Custom type='x'/>"), "changed number@17:10");
     row(stocks("<Custom/>"), "changed missing@17:2");
     row(stocks("<Custom type='1'><Stock market='SH' name='n'/></Custom>"), "changed missing@17:19");
+    row(stocks("<Custom type='1'>\n <Stock market='S H' code='' name=''/></Custom>"),
+        "kept market@18:9, kept code@18:22");
+    row(stocks("<Custom type='1'><Stock market='SH' code='1' name='a'/>\n <Stock market='SH' "
+               "code='1' name='b'/></Custom>"),
+        "kept double-stock@18:2");
+    row(stocks("<Custom type='1'><Stock market='SH' code='1' name='a'/></Custom>\n <Custom "
+               "type='2'><Stock market='SH' code='1' name='a'/></Custom>"),
+        "");
+    row(stocks("<Custom type='-1'><Stock market='S H' code='1' name=''/></Custom>"),
+        "dropped negative-type@17:10");
     row(stocks("<Custom type='1'>\n <Other/></Custom>"), "dropped element@18:2");
     row(stocks("<!-- mine -->"), "dropped comment@17:2");
     row(stocks("<?mine ?>"), "dropped instruction@17:2");
@@ -143,7 +160,9 @@ void addLayoutDefects()
         "changed single-window@4:1, dropped window-children@4:1");
     row("<IndexLayout/>", "changed single-window@4:1");
     row(quoteWindow("").replace("left='0'", "left='-32000'"), "kept off-screen@5:2");
-    row(quoteWindow("").replace("width='9'", "width='0'"), "kept off-screen@5:2");
+    row(quoteWindow("").replace("width='9'", "width='0'"), "kept window-size@5:2");
+    row(quoteWindow("").replace("width='9'", "width='60001'"), "kept window-size@5:2");
+    row(quoteWindow("").replace("maximized='0'", "maximized='1'").replace("'9'", "'0'"), "");
     row(quoteWindow("").replace("maximized='0'", "maximized='1'")
             + QStringLiteral("<tradePanelGroup>\n <LayoutWindow %1/></tradePanelGroup>")
                   .arg(QString(c_szWindow).replace("left='0'", "left='50'")),
@@ -251,8 +270,8 @@ void tst_check::whatIsInOrderHasNoFindings_data()
 {
     QTest::addColumn<QString>("content");
     for (const QString& content :
-         { QString("<DefaultLayout/>"), options("tickRestoreDay='-7' showGradient='0'"),
-           stocks("<Custom type='0'><Stock market='' code='' name=''/></Custom>"),
+         { QString("<DefaultLayout/>"), options("tickRestoreDay='7' showGradient='0'"),
+           stocks("<Custom type='0'><Stock market='SH' code='1' name=''/></Custom>"),
            templates("<LayoutTemplate name=''/>"),
            quoteWindow("<a><?kept ?><!-- kept -->text<![CDATA[<!DOCTYPE]]></a>"),
            QString("<drawGraph a='1'><!-- kept -->text<?kept ?><Stock/></drawGraph>"),
@@ -262,7 +281,8 @@ void tst_check::whatIsInOrderHasNoFindings_data()
            QString("<ConfigVersion version_id='11'>\n</ConfigVersion>"),
            QString("<UserParams m_bFormulaFunctionTreeExpand='1'>\n</UserParams>"),
            QString("<Option>\n<Settings>\n</Settings>\n</Option>"),
-           stocks("<Custom type='0'>\n<Stock market='' code='' name=''>\n</Stock>\n</Custom>") }) {
+           stocks(
+               "<Custom type='0'>\n<Stock market='SH' code='1' name=''>\n</Stock>\n</Custom>") }) {
         QTest::newRow(qPrintable(content)) << content;
     }
 }

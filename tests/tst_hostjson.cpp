@@ -9,6 +9,8 @@ constexpr const char* c_answered[] = { "show",
                                        "diff indexUserConfig.xml indexUserConfig.xml",
                                        "recover",
                                        "apply patch.json",
+                                       "bundle export --out out/a --parts options",
+                                       "bundle import indexUserConfig.xml",
                                        "recover --list",
                                        "recover --newest",
                                        "recover --from 2024-01-31",
@@ -93,7 +95,8 @@ void tst_hostjson::init()
     QVERIFY(QFile::copy(SAMPLE_USER "/sectors.json", userDir() + "/sectors.json"));
     writeFile(userDir() + "/new.csv", "list,market,code,name\n2,SZ,000002,n\n");
     writeFile(userDir() + "/new.xml",
-              "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\"/>"
+              "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\" width=\"9\" "
+              "height=\"9\"/>"
               "</LayoutTemplate></t>");
     QVERIFY(QDir(userDir()).mkdir("Temp"));
     QVERIFY(QFile::copy(livePath(), userDir() + "/Temp/indexUserConfig.xml_20240131"));

@@ -265,8 +265,10 @@ void tst_hostterminal::everyExampleWorks()
     QCOMPARE(runProgram("cp", { "-a", strMade, strHome + "/.config/indexuser" }).nStatus, 0);
     writeFile(userDir() + "/stocks.csv", "list,market,code,name\n1,SH,600000,n\n");
     writeFile(userDir() + "/patch.json", R"({"patch":1,"changes":[]})");
+    writeFile(userDir() + "/bundle.xml", readFile(SAMPLE_USER "/indexUserConfig.xml"));
     writeFile(userDir() + "/morning.xml",
-              "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\"/>"
+              "<t><LayoutTemplate name=\"n\"><LayoutWindowTemplate screen_id=\"1\" width=\"9\" "
+              "height=\"9\"/>"
               "</LayoutTemplate></t>");
     const QString strPath = QFileInfo(TOOL).path() + ':' + qEnvironmentVariable("PATH");
     const Outcome outcome
@@ -309,6 +311,8 @@ void tst_hostterminal::optionsAreDescribedEverywhere()
 {
     const QString strPage = page().section(".SH OPTIONS OF THE CLIENT\n", 1).section(".SH ", 0, 0);
     const QString strSchema = QString::fromUtf8(readFile(DOCS "/indexUserConfig.xsd"));
+    const QString strPatches = QString::fromUtf8(readFile(DOCS "/json/patch.schema.json"));
+    const QString strReport = tool({ "report", "--out", "-" }).strOut.replace("&quot;", "\"");
     const auto rows = QJsonDocument::fromJson(
                           tool({ "option", "list", "--describe", "--json" }).strOut.toUtf8())
                           .object()["descriptions"]
@@ -325,6 +329,11 @@ void tst_hostterminal::optionsAreDescribedEverywhere()
         QVERIFY2(strPage.contains(".B " + strName + '\n' + strText + '\n'), qPrintable(strText));
         const bool bSaved = strSchema.contains("<xs:attribute name=\"" + strName + '"');
         QCOMPARE(strSchema.count('>' + strText + "</xs:documentation>") > 0, bSaved);
+        const QString strOfPatch
+            = "{\"const\": \"" + strName + "\", \"description\": \"" + strText + "\"}";
+        QCOMPARE(strPatches.count(strOfPatch), bSaved && strName != "oaPassword" ? 1 : 0);
+        const QString strOfReport = '>' + strName + " <small>" + strText + "</small></th>";
+        QVERIFY2(strReport.contains(strOfReport), qPrintable(strOfReport));
     }
 }
 

@@ -43,6 +43,7 @@ struct Request {
     std::optional<QString> source;
     std::optional<QString> valueFile;
     std::optional<QString> patchFile;
+    std::optional<QString> parts; ///< as typed
     QString strKeep = QStringLiteral("30d");
     QString strCommand; ///< as typed, without secrets
     QString strAccount; ///< of whoever typed it
@@ -61,6 +62,8 @@ ExitStatus report(const Request& request);
 ExitStatus supportBundle(const Request& request);
 ExitStatus diffFiles(const Request& request);
 ExitStatus applyPatch(const Request& request);
+ExitStatus exportBundle(const Request& request);
+ExitStatus importBundle(const Request& request);
 ExitStatus recoverUser(const Request& request);
 ExitStatus salvageUser(const Request& request);
 ExitStatus reencodeUser(const Request& request);

@@ -29,7 +29,8 @@ QVector<CommandOption> switches()
         { "--trade", "", "the trade windows and templates instead of the quote ones",
           [](Request& request, const QString&) { request.side = inspect::LayoutSide::Trade; } },
         { "--force", "",
-          "changes a file that is read-only, or that somebody else has, all the same",
+          "changes a file that is read-only, or that somebody else has, or to a value that is "
+          "hardly meant, all the same",
           [](Request& request, const QString&) { request.force = Force::Yes; } },
         { "--changed", "", "only what is not the default",
           [](Request& request, const QString&) { request.bChanged = true; } },
@@ -66,6 +67,8 @@ QVector<CommandOption> optionsWithValue()
           [](Request& request, const QString& value) { request.strOut = value; } },
         { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
           [](Request& request, const QString& value) { request.wait = value; } },
+        { "--parts", "PART,...", "only these: options, stocks, layouts, templates, sections",
+          [](Request& request, const QString& value) { request.parts = value; } },
         { "--patch", "FILE", "writes what makes FILE into FILE2 as a patch for apply",
           [](Request& request, const QString& value) { request.patchFile = value; } },
         { "--from-file", "FILE", "the value is the first line of a file",
@@ -132,6 +135,22 @@ Commands reportCommands()
           { "--out", "--dry-run" },
           "check, report, copies, history and log in one archive, secrets masked",
           supportBundle },
+    };
+}
+
+Commands bundleCommands()
+{
+    return {
+        { "bundle export",
+          {},
+          { "--parts", "--out", "--dry-run" },
+          "writes all of this user, or some parts, for another one; never a secret",
+          exportBundle },
+        { "bundle import",
+          { "FILE" },
+          { "--parts", "--all", "--dry-run", "--wait", "--force" },
+          "puts what a bundle holds in the place of what this user has",
+          importBundle },
     };
 }
 
@@ -334,8 +353,8 @@ Commands otherCommands()
 
 const QVector<Command>& commands()
 {
-    static const QVector<Command> s_commands = userCommands() + reportCommands() + copyCommands()
-        + historyCommands() + optionCommands() + stockCommands() + layoutCommands()
+    static const QVector<Command> s_commands = userCommands() + reportCommands() + bundleCommands()
+        + copyCommands() + historyCommands() + optionCommands() + stockCommands() + layoutCommands()
         + templateCommands() + otherCommands();
     return s_commands;
 }

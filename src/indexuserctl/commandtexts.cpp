@@ -55,6 +55,23 @@ Texts reportTexts()
     };
 }
 
+Texts bundleTexts()
+{
+    return {
+        { "bundle export",
+          "For another user, or another machine: a bundle has the form of a user's file, with the "
+          "sections of the chosen parts only; those of other managers come along word for word. "
+          "Passwords and the shared settings store stay here.",
+          "bundle export --parts options,templates --out bundle.xml" },
+        { "bundle import",
+          "The sections of the bundle take the place of those that this user has, and each change "
+          "is told; everything else stays, and so do secrets and options that the bundle does not "
+          "name. A user's whole file is a bundle, too. A section that would be read otherwise "
+          "than it stands there is refused unless --force is given.",
+          "bundle import bundle.xml --dry-run" },
+    };
+}
+
 Texts copyTexts()
 {
     return {
@@ -112,7 +129,11 @@ Texts optionTexts()
           "option list --changed" },
         { "option get", "Prints the bare value of one option.", "option get reportRefreshTime" },
         { "option set",
-          "Sets options in one edit and shows what changes. The password is named without a value: "
+          "Sets options in one edit and shows what changes. A value that the client would take, "
+          "but "
+          "that its meaning speaks against, a date that is none or a negative time, is refused "
+          "unless --force is given; so it is by all commands that edit. The password is named "
+          "without a value: "
           "it is then asked for without echo, or is the first line of standard input or of "
           "--from-file, without a byte order mark or a carriage return.",
           "option set reportRefreshTime=750 showGradient=0" },
@@ -211,8 +232,9 @@ Texts otherTexts()
 
 const CommandText& textOf(const Command& command)
 {
-    static const Texts s_texts = userTexts() + reportTexts() + copyTexts() + historyTexts()
-        + optionTexts() + stockTexts() + layoutTexts() + templateTexts() + otherTexts();
+    static const Texts s_texts = userTexts() + reportTexts() + bundleTexts() + copyTexts()
+        + historyTexts() + optionTexts() + stockTexts() + layoutTexts() + templateTexts()
+        + otherTexts();
     static const CommandText s_none;
     const auto it = std::find_if(s_texts.begin(), s_texts.end(), [&](const CommandText& text) {
         return text.strCommand == command.strName;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -30,13 +31,11 @@ protected:
     }
 };
 
-/// Keeps an answer in JSON for the test that holds all of them against their schema.
-inline void keepAnswer(const QStringList& arguments, const Outcome& outcome)
+/// Keeps a line for the test that holds what the tool has written against its schema.
+inline void keepLine(QJsonObject run, const QStringList& arguments)
 {
     const QByteArray directory = qgetenv("INDEXUSER_ANSWERS");
-    const int nEnd = arguments.indexOf(QStringLiteral("--"));
-    if (directory.isEmpty() || !arguments.mid(0, nEnd).contains(QStringLiteral("--json"))
-        || arguments.first() == QLatin1String("complete")) {
+    if (directory.isEmpty()) {
         return;
     }
     static const QString s_strTest = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
@@ -44,15 +43,38 @@ inline void keepAnswer(const QStringList& arguments, const Outcome& outcome)
     if (!s_file.isOpen() && !s_file.open(QIODevice::WriteOnly)) {
         qFatal("%s: %s", qPrintable(s_file.fileName()), qPrintable(s_file.errorString()));
     }
-    const QJsonObject run { { "test", s_strTest },
-                            { "words", QJsonArray::fromStringList(arguments) },
-                            { "status", outcome.nStatus },
-                            { "out", outcome.strOut },
-                            { "err", outcome.strErr } };
+    run.insert("test", s_strTest);
+    run.insert("words", QJsonArray::fromStringList(arguments));
     s_file.write(QJsonDocument(run).toJson(QJsonDocument::Compact) + '\n');
     if (!s_file.flush()) {
         qFatal("%s: %s", qPrintable(s_file.fileName()), qPrintable(s_file.errorString()));
     }
+}
+
+inline void keepAnswer(const QStringList& arguments, const Outcome& outcome)
+{
+    const int nEnd = arguments.indexOf(QStringLiteral("--"));
+    if (arguments.mid(0, nEnd).contains(QStringLiteral("--json"))
+        && arguments.first() != QLatin1String("complete")) {
+        keepLine(
+            { { "status", outcome.nStatus }, { "out", outcome.strOut }, { "err", outcome.strErr } },
+            arguments);
+    }
+}
+
+/// The same of a patch that a run in \a directory has written; 1 says that there are differences.
+inline void keepPatch(const QStringList& arguments, const Outcome& outcome,
+                      const QString& directory)
+{
+    const int nOption = arguments.indexOf(QStringLiteral("--patch"));
+    const QString strFile = arguments.value(nOption + 1);
+    if (nOption < 0 || outcome.nStatus > 1) {
+        return;
+    }
+    QFile file(QDir(directory).filePath(strFile));
+    const bool bOpen = strFile != QLatin1String("-") && file.open(QIODevice::ReadOnly);
+    const QString strPatch = bOpen ? QString::fromUtf8(file.readAll()) : outcome.strOut;
+    keepLine({ { "patch", strPatch } }, arguments);
 }
 
 inline Outcome runProgram(const QString& program, const QStringList& arguments,
@@ -71,6 +93,7 @@ inline Outcome runProgram(const QString& program, const QStringList& arguments,
     const Outcome outcome { process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
                             QString::fromUtf8(process.readAllStandardError()) };
     keepAnswer(arguments, outcome);
+    keepPatch(arguments, outcome, directory);
     return outcome;
 }
 

@@ -176,7 +176,7 @@ QString optionRange(const OptionRow& row)
     case OptionMeaning::Moment:
         return QStringLiteral("a date, with a time or without, or nothing");
     case OptionMeaning::NumberList:
-        return QStringLiteral("whole numbers with commas between them");
+        return QStringLiteral("whole numbers with commas between them, or nothing");
     case OptionMeaning::Address:
         return QStringLiteral("a host or a URL, or nothing");
     case OptionMeaning::Text:

@@ -44,6 +44,13 @@ void CChecker::add(const Place& at, const QString& rule, Effect effect, const QS
     m_findings.append({ position, rule, effect, pathOf(at.element), text });
 }
 
+void CChecker::add(const Place& at, const Doubt& doubt, const QString& attribute)
+{
+    if (!doubt.isNull()) {
+        add(at, doubt.strRule, Effect::Kept, doubt.strText, attribute);
+    }
+}
+
 void CChecker::run(CheckedFile& checked)
 {
     walkDocument();

@@ -95,6 +95,7 @@ void CChecker::checkSpecial(const Place& at, const KW::ElementRule& rule)
         { KW::ElementKind::Group, &CChecker::checkGroup },
         { KW::ElementKind::Template, &CChecker::checkTemplate },
         { KW::ElementKind::StockList, &CChecker::checkStockList },
+        { KW::ElementKind::Stock, &CChecker::checkStock },
     };
     const auto it = s_checks.find(rule.kind);
     if (it != s_checks.end()) {
@@ -155,6 +156,7 @@ void CChecker::checkTemplate(const Place& at)
 
 void CChecker::checkStockList(const Place& at)
 {
+    m_stocks.clear();
     if (KW::intAttribute(at.element, KW::c_szListType) < 0) {
         add(at, "negative-type", Effect::Dropped, "lists of negative types are not read",
             KW::c_szListType);
@@ -162,6 +164,26 @@ void CChecker::checkStockList(const Place& at)
         checkUnique(at, KW::c_szListType, "double-type", Effect::Merged,
                     "the last list of this type wins");
     }
+}
+
+// What a stock lacks is told with its attributes, and of a list that is dropped all goes.
+void CChecker::checkStock(const Place& at)
+{
+    if (KW::intAttribute(at.element.parentNode().toElement(), KW::c_szListType) < 0) {
+        return;
+    }
+    const QString strMarket = at.element.attribute("market");
+    const QString strCode = at.element.attribute("code");
+    if (at.element.hasAttribute("market")) {
+        add(at, marketDoubt(strMarket), "market");
+    }
+    if (at.element.hasAttribute("code")) {
+        add(at, codeDoubt(strCode), "code");
+    }
+    if (m_stocks.contains({ strMarket, strCode })) {
+        add(at, doubleDoubt(strMarket, strCode));
+    }
+    m_stocks.insert({ strMarket, strCode });
 }
 
 QString CChecker::entryOf(const Place& at, const QString& attribute)
@@ -191,9 +213,8 @@ void CChecker::checkOptions(const Place& at)
         add(at, "second-settings", Effect::Merged, "its options override those before");
     }
     for (const KW::OptionRow& row : KW::optionTable()) {
-        if (row.saved == KW::OptionSaved::No && at.element.hasAttribute(row.strAttribute)) {
-            add(at, "read-only-option", Effect::Dropped,
-                row.strAttribute + " is read, but never saved", row.strAttribute);
+        if (at.element.hasAttribute(row.strAttribute)) {
+            checkOptionValue(at, row);
         }
     }
     const QString strFirst = at.element.attribute("graphDisplay");
@@ -201,6 +222,19 @@ void CChecker::checkOptions(const Place& at)
         && at.element.attribute("m_graphDisplay") != strFirst) {
         add(at, "graph-display", Effect::Merged, "m_graphDisplay wins over graphDisplay",
             "graphDisplay");
+    }
+}
+
+// Of a number what a load makes of it.
+void CChecker::checkOptionValue(const Place& at, const KW::OptionRow& row)
+{
+    const QString& name = row.strAttribute;
+    if (row.saved == KW::OptionSaved::No) {
+        add(at, "read-only-option", Effect::Dropped, name + " is read, but never saved", name);
+    } else if (kindOf(row) == KW::ValueKind::Integer) {
+        add(at, optionDoubt(row, QString::number(KW::intAttribute(at.element, name))), name);
+    } else if (kindOf(row) == KW::ValueKind::Text) {
+        add(at, optionDoubt(row, at.element.attribute(name)), name);
     }
 }
 
@@ -240,7 +274,13 @@ void CChecker::checkScreens()
     for (const Place& at : qAsConst(m_windows)) {
         windows.append(KW::readWindowFrame(at.element, KW::NavTree::LeftOut));
     }
+    for (int i = 0; i < windows.size(); ++i) {
+        add(m_windows[i], windowDoubt(windows[i]));
+    }
     for (const int nWindow : offScreen(windows, screensOf(windows))) {
+        if (!windowDoubt(windows[nWindow]).isNull()) {
+            continue; // its size is told
+        }
         const QRectF rect = areaOf(windows[nWindow]);
         add(m_windows[nWindow], "off-screen", Effect::Kept,
             QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")

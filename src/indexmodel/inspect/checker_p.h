@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inspect/check.h"
+#include "inspect/doubts.h"
 #include "inspect/fileformat.h"
 
 #include <QDomDocument>
@@ -25,6 +26,7 @@ private:
 
     void add(const Place& at, const QString& rule, Effect effect, const QString& text,
              const QString& attribute = {});
+    void add(const Place& at, const Doubt& doubt, const QString& attribute = {});
     void walkAll(const QDomElement& parent);
     void walk(const QDomElement& element, const KW::ElementRule* pRule);
     void walkDocument();
@@ -43,7 +45,9 @@ private:
     void checkGroup(const Place& at);
     void checkTemplate(const Place& at);
     void checkStockList(const Place& at);
+    void checkStock(const Place& at);
     void checkOptions(const Place& at);
+    void checkOptionValue(const Place& at, const KW::OptionRow& row);
     void checkFilters(const Place& at);
     void checkUnique(const Place& at, const QString& attribute, const QString& rule, Effect effect,
                      const QString& text);
@@ -68,6 +72,7 @@ private:
     QVector<Finding> m_findings;
     QVector<Place> m_windows;
     QMap<QString, int> m_seen; // entries of lists by list and name
+    QSet<QPair<QString, QString>> m_stocks; // of the list at hand, by market and code
     QSet<QString> m_passedOver; // groups without windows, likewise
     QMap<QString, QDomElement> m_read; // of the sections that may stand anywhere
     QSet<QString> m_misplaced; // those of them that do not stand at their place

@@ -15,6 +15,7 @@ using Options = KW::paramSettingForClient;
 
 struct ShownOption {
     QStringList cells;
+    QString strAbout;
     bool bDefault = true;
     bool bChanged = false; ///< since before
 };
@@ -34,6 +35,7 @@ QVector<ShownOption> shownOptions(const ReportUser& user)
         ShownOption option;
         option.cells = QStringList { row.strAttribute, shownValue(user.records.options, row),
                                      shownValue(defaults, row) };
+        option.strAbout = KW::optionDescription(row);
         option.bDefault = strValue == optionText(defaults, row);
         if (user.facts.before) {
             const Options& before = user.facts.before->records.options;
@@ -43,6 +45,21 @@ QVector<ShownOption> shownOptions(const ReportUser& user)
         options.append(option);
     }
     return options;
+}
+
+// Its name, and beneath it what it is.
+void writeOption(CHtmlWriter& page, const ShownOption& option, const QStringList& headings)
+{
+    const CHtmlWriter::Attributes changed { { "class", QStringLiteral("changed") } };
+    page.begin("tr", option.bChanged ? changed : CHtmlWriter::Attributes());
+    page.begin("th", { { "scope", QStringLiteral("row") } });
+    page.text(option.cells.first() + ' ');
+    page.element("small", option.strAbout);
+    page.end();
+    for (int i = 1; i < option.cells.size(); ++i) {
+        page.element("td", option.cells[i], { { "data-label", headings[i] } });
+    }
+    page.end();
 }
 
 template <typename Wanted>
@@ -56,10 +73,7 @@ void writeOptionTable(CHtmlWriter& page, const ReportUser& user, const QString& 
     const auto options = shownOptions(user);
     for (const ShownOption& option : options) {
         if (wanted(option)) {
-            page.row(headings, option.cells,
-                     option.bChanged
-                         ? CHtmlWriter::Attributes { { "class", QStringLiteral("changed") } }
-                         : CHtmlWriter::Attributes());
+            writeOption(page, option, headings);
         }
     }
     page.endTable();

@@ -125,6 +125,11 @@ QVector<KW::CLayoutWindow> windowsOf(const UserRecords& records)
     return windows;
 }
 
+bool isLargerThanAnyDesktop(const QRectF& area)
+{
+    return area.width() > farthestDesktop().width() || area.height() > farthestDesktop().height();
+}
+
 bool isOffScreen(const KW::CLayoutWindow& window, const QVector<Screen>& screens)
 {
     // A maximized window fills its screen whatever its place when it is not.

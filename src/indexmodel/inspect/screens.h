@@ -37,8 +37,11 @@ QVector<KW::CLayoutWindow> windowsOf(const UserRecords& records);
 /// Whether no part of \a window lies on any of \a screens.
 bool isOffScreen(const KW::CLayoutWindow& window, const QVector<Screen>& screens);
 
-/// Which of \a windows are so, by their places in the list. As many of both as a file may hold take
-/// hardly more than in proportion to their number.
+/// Whether \a area is wider or higher than a desktop can be.
+bool isLargerThanAnyDesktop(const QRectF& area);
+
+/// Which of \a windows lie off the screens, by their places in the list. As many of both as a file
+/// may hold take hardly more than in proportion to their number.
 QVector<int> offScreen(const QVector<KW::CLayoutWindow>& windows, const QVector<Screen>& screens);
 
 } // namespace inspect

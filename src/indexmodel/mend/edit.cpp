@@ -1,6 +1,7 @@
 #include "mend/edit.h"
 
 #include "mend/durable_p.h"
+#include "mend/salvage.h"
 
 #include <indexuser/servicerecords.h>
 #include <inspect/userdifferences.h>
@@ -65,6 +66,32 @@ WriteFailure answerOf(CTransaction& transaction, Answers& answers, const std::st
     return answers.bExpected ? WriteFailure::None : WriteFailure::NoHistory;
 }
 
+// The service takes them from a text, as it takes a file, and hands the sections of others on; what
+// a load would add to goes before.
+QString hold(const Changer& changer, const KW::UserRecords& records)
+{
+    const KW::UserDocumentText text = salvagedText(records);
+    changer.service.setParamSettingForClient({});
+    *changer.service.getLayoutConfig() = KW::CPanelGroupLayoutConfig();
+    changer.serve(QByteArray::fromStdString(text.strUtf8));
+    changer.service.loadSettings();
+    return text.cut.value(0);
+}
+
+// Makes the change; what the service and other managers hold then.
+KW::UserRecords changed(const Changer& changer, Edit& edit)
+{
+    QVector<KW::ElementTree> sections = edit.before.sections;
+    if (changer.records) {
+        const KW::UserRecords wanted = changer.records(edit.before);
+        edit.strCut = hold(changer, wanted);
+        sections = wanted.sections;
+    } else {
+        changer.change(changer.service);
+    }
+    return KW::recordsOf(changer.service, sections);
+}
+
 // Keeps the state before, saves, and answers the save's questions.
 bool writeEdit(CTransaction& transaction, const Changer& changer, Edit& edit)
 {
@@ -106,11 +133,10 @@ Edit prepareEdit(CTransaction& transaction, const Changer& changer)
         edit.failure = EditFailure::NotLoaded;
         return edit;
     }
-    changer.change(changer.service);
-    const KW::UserRecords changed = KW::recordsOf(changer.service, edit.before.sections);
-    edit.strCut = firstCut(changed);
+    const KW::UserRecords made = changed(changer, edit);
+    edit.strCut = edit.strCut.isEmpty() ? firstCut(made) : edit.strCut;
     edit.failure = edit.strCut.isEmpty() ? EditFailure::None : EditFailure::TooDeep;
-    edit.expected = KW::savedForm(changed);
+    edit.expected = KW::savedForm(made);
     return edit;
 }
 

@@ -54,6 +54,9 @@ struct Changer {
     std::function<void(KW::UserConfigInterface& service)> change;
     /// Makes the siblings ask the guard in each save from now on; an empty one ends that.
     std::function<void(const SaveGuard& guard)> guard;
+    /// Instead of change: what the user is to have where the file held \a before, the sections of
+    /// other managers, too. What it throws ends the edit likewise.
+    std::function<KW::UserRecords(const KW::UserRecords& before)> records = {};
 };
 
 /// Loads the service from the file as it is now, and changes it. Nothing is written.

@@ -6,6 +6,7 @@
 #include "commands/writing.h"
 #include "failure.h"
 
+#include <inspect/doubts.h>
 #include <inspect/userdifferences.h>
 
 #include <indexuser/userconfigfactory.h>
@@ -60,12 +61,34 @@ void requireNoFailure(const Request& request, const mend::Edit& edit)
     }
 }
 
-mend::Changer changerOf(const Request& request, const Change& change)
+mend::Changer changerOf(const Request& request, const Change& change, const RecordsChange& records)
 {
     const QString strLive = inspect::livePath(request.strConfigDir);
     return { *KW::UserConfigFactory::getIndexUserConfig(),
              [strLive](const QByteArray& bytes) { standalone::serveOnce(strLive, bytes); }, change,
-             standalone::guardSaves };
+             standalone::guardSaves, records };
+}
+
+// What the client would take, and nobody is likely to mean. What was there before is no reason to
+// refuse a change of something else.
+void requireSensible(const Request& request, const mend::Edit& edit)
+{
+    constexpr int nTold = 5;
+    const auto doubts = inspect::newDoubts(edit.before, edit.expected);
+    if (doubts.isEmpty() || request.isForced()) {
+        return;
+    }
+    QStringList texts;
+    for (const inspect::Doubt& doubt : doubts.mid(0, nTold)) {
+        const QString strPlace = doubt.strPlace.isEmpty() ? QString() : doubt.strPlace + ": ";
+        texts.append(strPlace + doubt.strText);
+    }
+    if (doubts.size() > nTold) {
+        texts.append(QStringLiteral("and %1 more").arg(doubts.size() - nTold));
+    }
+    throw CFailure(ExitStatus::Negative,
+                   texts.join(QStringLiteral("; "))
+                       + QStringLiteral("; --force makes the change all the same"));
 }
 
 // Whatever became of the save, a file that is there is again what it was besides its content.
@@ -84,17 +107,16 @@ void save(const Request& request, mend::CTransaction& transaction, const mend::C
     requireNoFailure(request, edit);
 }
 
-} // namespace
-
-ExitStatus edit(const Request& request, const Change& change)
+ExitStatus edit(const Request& request, const Change& change, const RecordsChange& records)
 {
     requireOwner(request);
     mend::CTransaction transaction(request.strConfigDir, wishOf(request));
     const bool bLocked = request.isDryRun() || takeLock(request, transaction);
     const CUserGuard guard(request);
-    const mend::Changer changer = changerOf(request, change);
+    const mend::Changer changer = changerOf(request, change, records);
     mend::Edit edit = mend::prepareEdit(transaction, changer);
     requireNoFailure(request, edit);
+    requireSensible(request, edit);
     guard.requireReplaceable();
     const auto differences = inspect::differences(edit.before, edit.expected);
     print({ diffTable(request, differences, "the file", "the change") }, request.format);
@@ -113,4 +135,16 @@ ExitStatus edit(const Request& request, const Change& change)
     }
     requireDurable(edit.receipt);
     return ExitStatus::Ok;
+}
+
+} // namespace
+
+ExitStatus edit(const Request& request, const Change& change)
+{
+    return edit(request, change, {});
+}
+
+ExitStatus editRecords(const Request& request, const RecordsChange& change)
+{
+    return edit(request, {}, change);
 }

@@ -13,4 +13,10 @@ using Change = std::function<void(KW::UserConfigInterface& service)>;
 /// Prints what the change is and what is then in the file, with --dry-run nothing but the change. A
 /// file that is not whole is not touched. Throws CFailure; what \a change throws, too, leaves the
 /// file alone.
+/// So does a value that is hardly meant and was not there before, unless --force is given.
 ExitStatus edit(const Request& request, const Change& change);
+
+/// The same for a change of all that a user has, the sections of other managers, too: what the user
+/// is to have instead of \a before.
+using RecordsChange = std::function<KW::UserRecords(const KW::UserRecords& before)>;
+ExitStatus editRecords(const Request& request, const RecordsChange& change);

@@ -1,9 +1,11 @@
 #include "commands/edit.h"
+#include "commands/markets.h"
 #include "commands/stocks.h"
 #include "commands/wholefile.h"
 #include "failure.h"
 #include "terminal/output.h"
 
+#include <inspect/doubts.h>
 #include <inspect/plaintext.h>
 #include <inspect/stockcsv.h>
 
@@ -101,6 +103,7 @@ ExitStatus addStock(const Request& request)
     requirePlainText(request.words);
     return edit(request, [&](KW::UserConfigInterface& service) {
         KW::CustomStockMap stocks = stocksOf(service);
+        suggestMarkets(request, stocks, QStringList(request.words[1]));
         StockList& list = stocks[nList];
         if (find(list, request) != list.end()) {
             throw CFailure(ExitStatus::Negative,
@@ -157,6 +160,7 @@ ExitStatus importStocks(const Request& request)
     }
     return edit(request, [&](KW::UserConfigInterface& service) {
         KW::CustomStockMap stocks = stocksOf(service);
+        suggestMarkets(request, stocks, inspect::marketsOf(imported.stocks));
         for (auto it = imported.stocks.begin(); it != imported.stocks.end(); ++it) {
             stocks[it.key()] = *it;
         }

@@ -159,6 +159,21 @@ QStringList assignments()
     return names;
 }
 
+// The parts that a list which has begun does not name yet, each behind it.
+QStringList partLists(const QString& typed)
+{
+    const QString strBegun = typed.left(typed.lastIndexOf(',') + 1);
+    const QStringList begun = strBegun.split(',');
+    QStringList lists;
+    const auto parts = shownParts();
+    for (const QString& part : parts) {
+        if (!begun.contains(part)) {
+            lists.append(strBegun + part);
+        }
+    }
+    return lists;
+}
+
 QStringList wordsOf(const Command& command, const TypedLine& line)
 {
     const int nWord = line.words.size() - command.strName.split(' ').size();
@@ -211,6 +226,9 @@ QStringList candidates(const TypedLine& line, const QString& last)
     if (hasCommandOption(line.strOption)
         && commandOption(line.strOption).strValue.contains("DATE")) {
         return dates(line);
+    }
+    if (line.strOption == QLatin1String("--parts")) {
+        return partLists(last);
     }
     if (!line.strOption.isEmpty()) {
         return {};
