@@ -35,8 +35,10 @@ inline void keepAnswer(const QStringList& arguments, const Outcome& outcome)
 {
     const QByteArray directory = qgetenv("INDEXUSER_ANSWERS");
     const int nEnd = arguments.indexOf(QStringLiteral("--"));
-    if (directory.isEmpty() || !arguments.mid(0, nEnd).contains(QStringLiteral("--json"))
-        || arguments.first() == QLatin1String("complete")) {
+    const QStringList options = arguments.mid(0, nEnd);
+    const bool bJson
+        = options.contains(QStringLiteral("--json")) || options.contains(QStringLiteral("--jsonl"));
+    if (directory.isEmpty() || !bJson || arguments.first() == QLatin1String("complete")) {
         return;
     }
     static const QString s_strTest = QFileInfo(QCoreApplication::applicationFilePath()).fileName();

@@ -14,6 +14,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -38,13 +39,6 @@ ExitStatus statusOf(const inspect::CheckedFile& checked)
         break;
     }
     return ExitStatus::InputOutput;
-}
-
-int severityOf(ExitStatus status)
-{
-    static const QVector<ExitStatus> s_order { ExitStatus::Ok, ExitStatus::Negative,
-                                               ExitStatus::Damaged, ExitStatus::InputOutput };
-    return s_order.indexOf(status);
 }
 
 QString verdictOf(const inspect::CheckedFile& checked)
@@ -183,7 +177,7 @@ void printText(const QVector<CheckedPath>& all)
                                finding.strRule));
         }
     }
-    printLine(fileTable(all).strTitle);
+    printSum(fileTable(all).strTitle);
 }
 
 // A power cut may have taken back what was saved last.
@@ -214,7 +208,7 @@ void printHistory(const Request& request)
 {
     const mend::CHistory history(request.strConfigDir);
     if (history.bytes() > 0) {
-        printLine(
+        printSum(
             QStringLiteral("history: %1 edits, %2 bytes")
                 .arg(QString::number(history.entries().size()), QString::number(history.bytes())));
     }
@@ -240,11 +234,10 @@ QVector<Table> tablesOf(const Request& request, const QVector<CheckedPath>& all)
 
 ExitStatus worstOf(const QVector<CheckedPath>& all)
 {
-    const auto worst = std::max_element(
-        all.begin(), all.end(), [](const CheckedPath& left, const CheckedPath& right) {
-            return severityOf(statusOf(left.checked)) < severityOf(statusOf(right.checked));
-        });
-    return statusOf(worst->checked);
+    return std::accumulate(all.begin(), all.end(), ExitStatus::Ok,
+                           [](ExitStatus worst, const CheckedPath& each) {
+                               return graver(worst, statusOf(each.checked));
+                           });
 }
 
 } // namespace
@@ -257,6 +250,11 @@ QVector<inspect::Finding> findingsBeside(const Request& request)
     live.checked.findings = leftoversBeside(strLive, strLive);
     addNewerCopy(request, live);
     return live.checked.findings;
+}
+
+Table userFindings(const Request& request)
+{
+    return findingTable(checkedPaths(request));
 }
 
 QByteArray checkAnswer(const Request& request)
@@ -274,12 +272,9 @@ QByteArray checkAnswer(const Request& request)
 ExitStatus check(const Request& request)
 {
     const QVector<CheckedPath> all = checkedPaths(request);
-    if (request.format == Format::Json) {
-        print(tablesOf(request, all), request.format);
-    } else {
-        printText(all);
-    }
-    if (request.words.isEmpty() && request.format == Format::Text) {
+    record(tablesOf(request, all));
+    printText(all);
+    if (request.words.isEmpty()) {
         printHistory(request);
     }
     return worstOf(all);
