@@ -98,7 +98,7 @@ void tst_hostresume::whatIsKilledGoesOn()
     QCOMPARE(names.size(), 40);
     QVERIFY(rest.strErr.contains("40 users\n"));
     for (const QString& name : names) {
-        const QString strHistory = userDir() + '/' + name + "/History/log";
+        const QString strHistory = userDir() + '/' + name + "/History/log.jsonl";
         QCOMPARE(readFile(strHistory).count('\n'), words == "check" ? 0 : 1);
     }
     QVERIFY(namesIn(tool(all).strOut).isEmpty());

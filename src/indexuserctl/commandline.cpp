@@ -466,7 +466,9 @@ QString helpText()
                               "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
                               "  --version, -v\n\n"
-                              "As FILE, - is standard input or output.\n\nExit status:\n");
+                              "As FILE, - is standard input or output. With --users the "
+                              "status is the gravest of all:\n2, 3, 5, 4, 6, 1, 0.\n\n"
+                              "Exit status:\n");
     for (const StatusText& text : statusTexts()) {
         strText
             += QStringLiteral("  %1  %2\n").arg(static_cast<int>(text.status)).arg(text.strMeaning);

@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr mode_t c_nOwnerOnly = 0600;
+
 QString lastError()
 {
     return QString::fromLocal8Bit(std::strerror(errno));
@@ -59,18 +61,18 @@ void CResumeFile::fail(ExitStatus status, const QString& why) const
 
 void CResumeFile::open()
 {
-    const int nDescriptor = ::open(QFile::encodeName(m_file.fileName()).constData(),
-                                   O_RDWR | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0600);
     struct stat status { };
-    if (nDescriptor < 0 || ::fstat(nDescriptor, &status) != 0
-        || !m_file.open(nDescriptor, QIODevice::ReadWrite, QFileDevice::AutoCloseHandle)) {
-        fail(ExitStatus::InputOutput, lastError());
+    if (!m_file.open(QIODevice::ReadWrite)) {
+        fail(ExitStatus::InputOutput, m_file.errorString());
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (::fstat(m_file.handle(), &status) != 0 || !S_ISREG(status.st_mode)) {
         fail(ExitStatus::InputOutput, QStringLiteral("is no regular file"));
     }
-    if (!lockFile(nDescriptor)) {
+    if (!lockFile(m_file.handle())) {
         fail(ExitStatus::Busy, QStringLiteral("somebody else goes through its users now"));
+    }
+    if (status.st_size == 0 && ::fchmod(m_file.handle(), c_nOwnerOnly) != 0) {
+        fail(ExitStatus::InputOutput, lastError());
     }
 }
 
