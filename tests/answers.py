@@ -29,13 +29,25 @@ def patch_defects(run, forms):
 
 
 def defects(run, forms):
-    """What is wrong with the answer of one run, in words."""
+    """What is wrong with the answers of one run, in words: with --jsonl it has one a line."""
     try:
-        answer = json.loads(run["out"])
+        answers = read(run)
     except ValueError as error:
         return [f"no JSON: {error}"]
+    if run["status"] not in [answer.get("status") for answer in answers]:
+        return [f"the process ended with {run['status']}, and no answer did"]
+    return [defect for answer in answers for defect in defects_of(answer, len(answers), run, forms)]
+
+
+def read(run):
+    if "--jsonl" in run["words"]:
+        return [json.loads(line) for line in run["out"].splitlines()]
+    return [json.loads(run["out"])]
+
+
+def defects_of(answer, count, run, forms):
     found = [f"{error.json_path}: {error.message}" for error in forms.iter_errors(answer)]
-    if not found and answer["status"] != run["status"]:
+    if not found and count == 1 and answer["status"] != run["status"]:
         found = [f"status {answer['status']}, but the process ended with {run['status']}"]
     if not found and answer["error"] and answer["error"]["message"] not in run["err"]:
         found = ["the message is not on standard error"]
@@ -55,7 +67,7 @@ def main():
         for defect in patch_defects(run, patch_forms) if "patch" in run else defects(run, forms):
             print(f"{run['test']}: {' '.join(run['words'])}: {defect}"[:2000])
             bad += 1
-    told = {json.loads(run["out"]).get("command") for run in runs} if not bad else set()
+    told = {answer.get("command") for run in runs for answer in read(run)} if not bad else set()
     silent = [each for each in forms.schema["properties"]["command"]["enum"] if each not in told]
     if not bad and silent:
         print(f"no answer of: {silent}")

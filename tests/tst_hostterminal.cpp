@@ -289,7 +289,7 @@ void tst_hostterminal::theManPageHasItsSections()
         }
     }
     QCOMPARE(sections,
-             QStringList({ "NAME", "SYNOPSIS", "DESCRIPTION", "COMMANDS", "OPTIONS",
+             QStringList({ "NAME", "SYNOPSIS", "DESCRIPTION", "COMMANDS", "MANY USERS", "OPTIONS",
                            "OPTIONS OF THE CLIENT", "EXIT STATUS", "FILES", "ENVIRONMENT",
                            "SEE ALSO" }));
     for (const char* pszText : { "~/.config/indexuser/", "XDG_CONFIG_HOME", "PAGER" }) {

@@ -97,6 +97,7 @@ public:
         m_app.set_version_flag("-v,--version", std::string(c_szName) + ' ' + INDEXUSER_VERSION);
         m_app.add_option("--config-dir", m_strConfigDir, "the user's directory")->type_name("DIR");
         m_app.add_flag("--json", m_bJson, "prints one JSON object instead of tables");
+        m_app.add_flag("--jsonl", m_bLines, "the same on one line for each user or file");
         m_app.add_flag("--wide", m_bWide, "tables as wide as they need, also on a terminal");
         m_app.add_flag("--log", m_bLog, "all log lines on stderr, not only problems");
         m_app.require_subcommand(1);
@@ -114,9 +115,9 @@ public:
         try {
             m_app.parse(std::move(reversed));
         } catch (const CLI::CallForVersion& version) {
-            return { nullptr, {}, QString::fromStdString(version.what()) + '\n' };
+            return textLine(QString::fromStdString(version.what()) + '\n');
         } catch (const CLI::CallForHelp&) {
-            return { nullptr, {}, help() };
+            return textLine(help());
         } catch (const CLI::ParseError& error) {
             throw CFailure(ExitStatus::Usage, ownWords(error.what()) + usage());
         }
@@ -124,6 +125,13 @@ public:
     }
 
 private:
+    static CommandLine textLine(const QString& text)
+    {
+        CommandLine line;
+        line.strText = text;
+        return line;
+    }
+
     void add(const Command& command)
     {
         const QStringList names = command.strName.split(' ');
@@ -194,10 +202,12 @@ private:
             ? QString::fromStdString(*m_strConfigDir)
             : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
         line.request.log = m_bLog ? standalone::LogLines::All : standalone::LogLines::Problems;
+        const bool bMany = isForMany(*slots.pApp, *slots.pCommand);
         for (int i = 0; i < slots.pCommand->words.size(); ++i) {
             for (const std::string& word : slots.words[static_cast<std::size_t>(i)]) {
+                const QString strWord = QString::fromStdString(word);
                 line.request.words.append(
-                    meant(line.request, slots.pCommand->words[i], QString::fromStdString(word)));
+                    bMany ? strWord : meant(line.request, slots.pCommand->words[i], strWord));
             }
         }
         for (const QString& name : slots.pCommand->options) {
@@ -206,10 +216,18 @@ private:
                 const QString strValue
                     = it == slots.values.end() ? QString() : QString::fromStdString(it->second);
                 const CommandOption& option = commandOption(name);
-                option.apply(line.request, meant(line.request, option.strValue, strValue));
+                option.apply(line.request,
+                             bMany ? strValue : meant(line.request, option.strValue, strValue));
             }
         }
         return line;
+    }
+
+    // Each of them has dates of his own.
+    static bool isForMany(const CLI::App& app, const Command& command)
+    {
+        return command.options.contains(QStringLiteral("--users"))
+            && app.count("--users") + app.count("--users-from") > 0;
     }
 
     // Wherever a date goes its words go, too.
@@ -221,6 +239,7 @@ private:
     CLI::App m_app;
     std::optional<std::string> m_strConfigDir;
     bool m_bJson = false;
+    bool m_bLines = false;
     bool m_bWide = false;
     bool m_bLog = false;
     std::vector<std::unique_ptr<Slots>> m_slots;
@@ -248,7 +267,8 @@ QStringList firstWords()
 
 QStringList commonOptions()
 {
-    return { "--config-dir", "--json", "--wide", "--log", "--help", "--version", "-h", "-v" };
+    return { "--config-dir", "--json",    "--jsonl", "--wide", "--log",
+             "--help",       "--version", "-h",      "-v" };
 }
 
 QStringList allOptions()
@@ -361,7 +381,40 @@ void requireFittingValues(const TypedWords& typed)
     }
 }
 
-// What was typed, for people who look at it later.
+} // namespace
+
+AnswerForm answerForm(const QStringList& words)
+{
+    if (words.value(0) == QLatin1String("complete")) {
+        return {}; // what a shell asks for is half a line
+    }
+    const TypedWords typed(words);
+    const Command* const pCommand = commandOf(typed);
+    const bool bLines = typed.options.contains(QStringLiteral("--jsonl"));
+    const bool bJson = bLines || typed.options.contains(QStringLiteral("--json"));
+    return { bJson ? Format::Json : Format::Text,
+             pCommand == nullptr ? QString() : pCommand->strName,
+             typed.options.contains(QStringLiteral("--dry-run")),
+             typed.options.contains(QStringLiteral("--wide")), bLines };
+}
+
+CommandLine parseCommandLine(const QStringList& words)
+{
+    const TypedWords typed(words);
+    requireKnownOptions(typed);
+    requireKnownCommand(typed);
+    requireFittingValues(typed);
+    CommandLine line = CParser().parse(words);
+    line.form = answerForm(words);
+    line.request.format = line.form.format;
+    line.request.strCommand = maskedCommand(words);
+    line.request.strAccount = mend::accountName(::getuid());
+    if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
+        throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
+    }
+    return line;
+}
+
 QString maskedCommand(const QStringList& words)
 {
     QStringList shown;
@@ -380,35 +433,20 @@ QString maskedCommand(const QStringList& words)
     return shown.join(' ');
 }
 
-} // namespace
-
-AnswerForm answerForm(const QStringList& words)
+QStringList withoutOptions(const QStringList& words, const QStringList& names)
 {
-    if (words.value(0) == QLatin1String("complete")) {
-        return {}; // what a shell asks for is half a line
+    const int nEnd = words.indexOf(QStringLiteral("--"));
+    QStringList kept;
+    for (int i = 0; i < words.size(); ++i) {
+        const QString strName = words[i].section('=', 0, 0);
+        const bool bOption = (nEnd < 0 || i < nEnd) && words[i].startsWith(QLatin1String("--"));
+        const bool bValue = bOption && takesValue(strName) && strName == words[i];
+        if (!bOption || !names.contains(strName)) {
+            kept += words.mid(i, bValue ? 2 : 1);
+        }
+        i += bValue ? 1 : 0;
     }
-    const TypedWords typed(words);
-    const Command* const pCommand = commandOf(typed);
-    return { typed.options.contains(QStringLiteral("--json")) ? Format::Json : Format::Text,
-             pCommand == nullptr ? QString() : pCommand->strName,
-             typed.options.contains(QStringLiteral("--dry-run")),
-             typed.options.contains(QStringLiteral("--wide")) };
-}
-
-CommandLine parseCommandLine(const QStringList& words)
-{
-    const TypedWords typed(words);
-    requireKnownOptions(typed);
-    requireKnownCommand(typed);
-    requireFittingValues(typed);
-    CommandLine line = CParser().parse(words);
-    line.request.format = answerForm(words).format;
-    line.request.strCommand = maskedCommand(words);
-    line.request.strAccount = mend::accountName(::getuid());
-    if (line.pCommand != nullptr && line.request.strConfigDir.isEmpty()) {
-        throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
-    }
-    return line;
+    return kept;
 }
 
 QString helpText()
@@ -421,12 +459,16 @@ QString helpText()
     strText += QStringLiteral("\nFor all of them:\n"
                               "  --config-dir DIR  the user's directory\n"
                               "  --json            prints one JSON object instead of tables\n"
+                              "  --jsonl           the same on one line for each user or file, as "
+                              "it is done\n"
                               "  --wide            tables as wide as they need, also on a "
                               "terminal\n"
                               "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
                               "  --version, -v\n\n"
-                              "As FILE, - is standard input or output.\n\nExit status:\n");
+                              "As FILE, - is standard input or output. With --users the "
+                              "status is the gravest of all:\n2, 3, 5, 4, 6, 1, 0.\n\n"
+                              "Exit status:\n");
     for (const StatusText& text : statusTexts()) {
         strText
             += QStringLiteral("  %1  %2\n").arg(static_cast<int>(text.status)).arg(text.strMeaning);

@@ -12,11 +12,18 @@ AnswerForm answerForm(const QStringList& words);
 struct CommandLine {
     const Command* pCommand = nullptr; ///< null: there is only \c strText to print
     Request request;
+    AnswerForm form;
     QString strText; ///< help or version
 };
 
 /// Reads the words behind the name of the tool; throws CFailure when they mean nothing here.
 CommandLine parseCommandLine(const QStringList& words);
+
+/// The words of a command line without the options \a names and their values.
+QStringList withoutOptions(const QStringList& words, const QStringList& names);
+
+/// What was typed, for people who look at it later: without secrets, and without --config-dir.
+QString maskedCommand(const QStringList& words);
 
 /// All commands, options and exit statuses in few lines.
 QString helpText();

@@ -44,11 +44,16 @@ struct Request {
     std::optional<QString> valueFile;
     std::optional<QString> patchFile;
     std::optional<QString> parts; ///< as typed
+    std::optional<QString> users; ///< a pattern of directories
+    std::optional<QString> usersFile;
+    std::optional<QString> resumeFile;
+    std::optional<QString> stopAfter; ///< failures, as typed
     QString strKeep = QStringLiteral("30d");
     QString strCommand; ///< as typed, without secrets
     QString strAccount; ///< of whoever typed it
     standalone::LogLines log = standalone::LogLines::Problems;
 
+    bool isForMany() const { return users || usersFile; }
     bool isForced() const { return force == Force::Yes; }
     bool isDryRun() const { return mode == mend::RunMode::DryRun; }
 };

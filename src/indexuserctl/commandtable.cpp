@@ -63,7 +63,7 @@ QVector<CommandOption> optionsWithValue()
         { "--screens", "WxH+X+Y,...",
           "the screens in the order of their numbers; the main one is at +0+0, else the first",
           [](Request& request, const QString& value) { request.strScreens = value; } },
-        { "--out", "FILE", "the file to write",
+        { "--out", "FILE", "the file to write; of many users the directory",
           [](Request& request, const QString& value) { request.strOut = value; } },
         { "--wait", "SECONDS", "how long to wait for whoever may write the file; 5 unless told",
           [](Request& request, const QString& value) { request.wait = value; } },
@@ -82,9 +82,35 @@ QVector<CommandOption> optionsWithValue()
     };
 }
 
+QVector<CommandOption> optionsOfManyUsers()
+{
+    return {
+        { "--users", "GLOB", "each user whose directory matches, quoted: '/home/*/.config/quote'",
+          [](Request& request, const QString& value) { request.users = value; } },
+        { "--users-from", "FILE", "each user whose directory is a line of a file",
+          [](Request& request, const QString& value) { request.usersFile = value; } },
+        { "--resume", "FILE", "keeps who is done, and goes on there where it was broken off",
+          [](Request& request, const QString& value) { request.resumeFile = value; } },
+        { "--stop-after", "N", "begins with no further user after N failures",
+          [](Request& request, const QString& value) { request.stopAfter = value; } },
+    };
+}
+
+// What each command takes that many users can be given.
+QStringList manyUsers()
+{
+    QStringList names;
+    const auto options = optionsOfManyUsers();
+    for (const CommandOption& option : options) {
+        names.append(option.strName);
+    }
+    return names;
+}
+
 const QVector<CommandOption>& commandOptions()
 {
-    static const QVector<CommandOption> s_options = switches() + optionsWithValue();
+    static const QVector<CommandOption> s_options
+        = switches() + optionsWithValue() + optionsOfManyUsers();
     return s_options;
 }
 
@@ -95,28 +121,29 @@ Commands userCommands()
     return {
         { "show",
           { "[PART...]" },
-          { "--show-secrets" },
+          QStringList { "--show-secrets" } + manyUsers(),
           "what the file holds, or only the parts options, stocks, layouts, templates, sections",
           show },
         { "check",
           { "[FILE...]" },
-          {},
+          manyUsers(),
           "what the next load and save would drop, change or merge",
           check },
         { "diff",
-          { "FILE", "FILE2" },
-          { "--patch", "--all", "--show-secrets" },
-          "what two files do not share, by meaning",
+          { "FILE", "[FILE2]" },
+          QStringList { "--patch", "--all", "--show-secrets" } + manyUsers(),
+          "what two files, or a file and the user's own, do not share, by meaning",
           diffFiles },
         { "apply",
           { "PATCH" },
-          { "--all", "--dry-run", "--wait", "--force" },
+          QStringList { "--all", "--dry-run", "--wait", "--force" } + manyUsers(),
           "makes the changes of a patch to this user",
           applyPatch },
         { "recover",
           {},
-          { "--list", "--newest", "--from", "--salvage", "--encoding", "--all", "--dry-run",
-            "--wait", "--force", "--show-secrets" },
+          QStringList { "--list", "--newest", "--from", "--salvage", "--encoding", "--all",
+                        "--dry-run", "--wait", "--force", "--show-secrets" }
+              + manyUsers(),
           "brings the newest whole dated copy back if the file is missing or damaged",
           recoverUser },
     };
@@ -127,8 +154,8 @@ Commands reportCommands()
     return {
         { "report",
           {},
-          { "--against", "--out", "--dry-run" },
-          "all of it on one HTML page, or what changed",
+          QStringList { "--against", "--out", "--dry-run" } + manyUsers(),
+          "all of it on one HTML page, or what changed; of many users with an index",
           report },
         { "support-bundle",
           {},
@@ -221,10 +248,15 @@ Commands optionCommands()
           { "--changed", "--describe", "--show-secrets" },
           "options, their defaults",
           listOptions },
-        { "option get", { "NAME" }, { "--show-secrets" }, "one option", getOption },
+        { "option get",
+          { "NAME" },
+          QStringList { "--show-secrets" } + manyUsers(),
+          "one option",
+          getOption },
         { "option set",
           { "NAME=VALUE..." },
-          { "--from-file", "--all", "--dry-run", "--wait", "--force", "--show-secrets" },
+          QStringList { "--from-file", "--all", "--dry-run", "--wait", "--force", "--show-secrets" }
+              + manyUsers(),
           "sets options; a secret's NAME alone takes its value from standard input",
           setOptions },
         { "option reset",

@@ -20,7 +20,8 @@ Texts userTexts()
           "check" },
         { "diff",
           "Compares by meaning: the order of attributes, white space and what no load reads make "
-          "no difference. Status 1 if there are differences.",
+          "no difference. Without FILE2 it is the user's own file. Status 1 if there are "
+          "differences.",
           "diff ~/.config/indexuser/Temp/indexUserConfig.xml_20240131 "
           "~/.config/indexuser/indexUserConfig.xml" },
         { "apply",
@@ -44,7 +45,9 @@ Texts reportTexts()
 {
     return {
         { "report",
-          "Writes one page that needs nothing else: findings, options, stocks, windows, copies.",
+          "Writes one page that needs nothing else: findings, options, stocks, windows, copies. Of "
+          "many users it is a page each in a directory, and index.html over them: who has which "
+          "findings, to be sorted, each with a link to his page.",
           "report --out report.html" },
         { "support-bundle",
           "Packs what somebody far away needs: the answers of check, report and snapshot list, and "

@@ -1,5 +1,6 @@
 #include "commandline.h"
 #include "failure.h"
+#include "many/manyusers.h"
 #include "terminal/completion.h"
 #include "terminal/output.h"
 
@@ -63,6 +64,8 @@ void toLog(QtMsgType type, const QMessageLogContext& context, const QString& mes
     }
 }
 
+ExitStatus answerWords(const QStringList& words);
+
 ExitStatus answer(const QStringList& words)
 {
     if (words.value(0) == QLatin1String("complete")) {
@@ -72,6 +75,9 @@ ExitStatus answer(const QStringList& words)
     if (line.pCommand == nullptr) {
         printPage(line.strText);
         return ExitStatus::Ok;
+    }
+    if (isForMany(line)) {
+        return answerMany(line, words, answerWords);
     }
     standalone::setConfigDir(line.request.strConfigDir);
     standalone::logToStderr(line.request.log);
@@ -87,12 +93,10 @@ ExitStatus failed(const CFailure& failure)
     return failure.status();
 }
 
-ExitStatus answerChecked(int argc, char** argv)
+ExitStatus answerWords(const QStringList& words)
 {
     try {
-        const QStringList words = QCoreApplication::arguments().mid(1);
         beginAnswer(answerForm(words));
-        requireUtf8(argc, argv);
         const ExitStatus status = answer(words);
         endAnswer(status);
         finishOutput();
@@ -104,6 +108,18 @@ ExitStatus answerChecked(int argc, char** argv)
     } catch (const std::exception& error) {
         return failed({ ExitStatus::InputOutput, QString::fromUtf8(error.what()) });
     }
+}
+
+ExitStatus answerTyped(int argc, char** argv)
+{
+    const QStringList words = QCoreApplication::arguments().mid(1);
+    try {
+        requireUtf8(argc, argv);
+    } catch (const CFailure& failure) {
+        beginAnswer(answerForm(words));
+        return failed(failure);
+    }
+    return answerWords(words);
 }
 
 } // namespace
@@ -119,5 +135,5 @@ int main(int argc, char** argv)
     const QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName("indexuser");
     useUtf8();
-    return static_cast<int>(answerChecked(argc, argv));
+    return static_cast<int>(answerTyped(argc, argv));
 }

@@ -53,9 +53,10 @@ inline void keepLine(QJsonObject run, const QStringList& arguments)
 
 inline void keepAnswer(const QStringList& arguments, const Outcome& outcome)
 {
-    const int nEnd = arguments.indexOf(QStringLiteral("--"));
-    if (arguments.mid(0, nEnd).contains(QStringLiteral("--json"))
-        && arguments.first() != QLatin1String("complete")) {
+    const QStringList options = arguments.mid(0, arguments.indexOf(QStringLiteral("--")));
+    const bool bJson
+        = options.contains(QStringLiteral("--json")) || options.contains(QStringLiteral("--jsonl"));
+    if (bJson && arguments.first() != QLatin1String("complete")) {
         keepLine(
             { { "status", outcome.nStatus }, { "out", outcome.strOut }, { "err", outcome.strErr } },
             arguments);

@@ -99,30 +99,6 @@ QVector<ReportSection> sectionsOf(const ReportUser& user)
     return sections;
 }
 
-void writeHead(CHtmlWriter& page, const QString& title)
-{
-    const QByteArray style = QByteArray(c_szPageCss) + c_szPictureCss;
-    page.xml().writeDTD(QStringLiteral("<!DOCTYPE html>"));
-    page.begin("html", { { "lang", QStringLiteral("en") } });
-    page.begin("head");
-    page.single("meta", { { "charset", QStringLiteral("utf-8") } });
-    page.single(
-        "meta",
-        { { "http-equiv", QStringLiteral("Content-Security-Policy") },
-          { "content",
-            QString(c_szNoNetwork)
-                .arg(CHtmlWriter::sourceOf(style), CHtmlWriter::sourceOf(c_szPageScript)) } });
-    page.single("meta",
-                { { "name", QStringLiteral("viewport") },
-                  { "content", QStringLiteral("width=device-width, initial-scale=1") } });
-    page.single("meta",
-                { { "name", QStringLiteral("color-scheme") },
-                  { "content", QStringLiteral("light dark") } });
-    page.element("title", title);
-    page.raw("style", style);
-    page.end();
-}
-
 void writeFact(CHtmlWriter& page, const QString& name, const QString& fact, const QString& id,
                bool amiss)
 {
@@ -174,22 +150,6 @@ void writeContents(CHtmlWriter& page, const QVector<ReportSection>& sections)
     page.end();
 }
 
-// Of no use without the script, which shows it.
-void writeFilter(CHtmlWriter& page)
-{
-    page.begin("div", { { "class", QStringLiteral("tools") }, { "hidden", QString() } });
-    page.element("label", QStringLiteral("Filter"), { { "for", QStringLiteral("filter") } });
-    page.single("input",
-                { { "id", QStringLiteral("filter") },
-                  { "type", QStringLiteral("search") },
-                  { "autocomplete", QStringLiteral("off") },
-                  { "spellcheck", QStringLiteral("false") },
-                  { "placeholder", QStringLiteral("stock, option or window") } });
-    page.element("output", {},
-                 { { "id", QStringLiteral("found") }, { "for", QStringLiteral("filter") } });
-    page.end();
-}
-
 void writeBody(CHtmlWriter& page, const ReportUser& user)
 {
     const QVector<ReportSection> sections = sectionsOf(user);
@@ -199,7 +159,7 @@ void writeBody(CHtmlWriter& page, const ReportUser& user)
     writeTop(page, user, sections);
     writeContents(page, sections);
     page.begin("main", { { "id", QStringLiteral("main") } });
-    writeFilter(page);
+    writeFilter(page, QStringLiteral("stock, option or window"));
     for (const ReportSection& section : sections) {
         const QString strHeading = QString(section.pszId) + "-heading";
         page.begin("section", { { "id", section.pszId }, { "aria-labelledby", strHeading } });
@@ -231,6 +191,45 @@ ReportUser readUser(const QString& configDir, const ReportFacts& facts)
 }
 
 } // namespace
+
+void writeHead(CHtmlWriter& page, const QString& title, const QByteArray& script)
+{
+    const QByteArray style = QByteArray(c_szPageCss) + c_szPictureCss;
+    page.xml().writeDTD(QStringLiteral("<!DOCTYPE html>"));
+    page.begin("html", { { "lang", QStringLiteral("en") } });
+    page.begin("head");
+    page.single("meta", { { "charset", QStringLiteral("utf-8") } });
+    page.single("meta",
+                { { "http-equiv", QStringLiteral("Content-Security-Policy") },
+                  { "content",
+                    QString(c_szNoNetwork)
+                        .arg(CHtmlWriter::sourceOf(style), CHtmlWriter::sourceOf(script)) } });
+    page.single("meta",
+                { { "name", QStringLiteral("viewport") },
+                  { "content", QStringLiteral("width=device-width, initial-scale=1") } });
+    page.single("meta",
+                { { "name", QStringLiteral("color-scheme") },
+                  { "content", QStringLiteral("light dark") } });
+    page.element("title", title);
+    page.raw("style", style);
+    page.end();
+}
+
+// Of no use without the script, which shows it.
+void writeFilter(CHtmlWriter& page, const QString& wanted)
+{
+    page.begin("div", { { "class", QStringLiteral("tools") }, { "hidden", QString() } });
+    page.element("label", QStringLiteral("Filter"), { { "for", QStringLiteral("filter") } });
+    page.single("input",
+                { { "id", QStringLiteral("filter") },
+                  { "type", QStringLiteral("search") },
+                  { "autocomplete", QStringLiteral("off") },
+                  { "spellcheck", QStringLiteral("false") },
+                  { "placeholder", wanted } });
+    page.element("output", {},
+                 { { "id", QStringLiteral("found") }, { "for", QStringLiteral("filter") } });
+    page.end();
+}
 
 QString grouped(int number)
 {
@@ -282,7 +281,8 @@ QByteArray report(const QString& configDir, const ReportFacts& facts)
     const QString strUser = QFileInfo(QFileInfo(livePath(configDir)).absolutePath()).fileName();
     writeHead(page,
               facts.before ? QStringLiteral("%1 since %2").arg(strUser, facts.before->strName)
-                           : strUser);
+                           : strUser,
+              c_szPageScript);
     writeBody(page, user);
     page.end();
     return html;

@@ -42,6 +42,13 @@ void writeHistory(CHtmlWriter& page, const ReportUser& user);
 /// What of \a part only stands in another order than before; nothing where none does.
 void writeOrders(CHtmlWriter& page, const ReportUser& user, KW::UserPart part);
 
+/// The beginning of a page with its \a script, which writeFilter() needs: what is outside is shut
+/// out.
+void writeHead(CHtmlWriter& page, const QString& title, const QByteArray& script);
+
+/// The box of the filter; \a wanted says in it what can be looked for.
+void writeFilter(CHtmlWriter& page, const QString& wanted);
+
 /// How many options have another value than the default.
 int changedOptions(const UserRecords& records);
 

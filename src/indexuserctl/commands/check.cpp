@@ -14,6 +14,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -38,13 +39,6 @@ ExitStatus statusOf(const inspect::CheckedFile& checked)
         break;
     }
     return ExitStatus::InputOutput;
-}
-
-int severityOf(ExitStatus status)
-{
-    static const QVector<ExitStatus> s_order { ExitStatus::Ok, ExitStatus::Negative,
-                                               ExitStatus::Damaged, ExitStatus::InputOutput };
-    return s_order.indexOf(status);
 }
 
 QString verdictOf(const inspect::CheckedFile& checked)
@@ -183,7 +177,7 @@ void printText(const QVector<CheckedPath>& all)
                                finding.strRule));
         }
     }
-    printLine(fileTable(all).strTitle);
+    printSum(fileTable(all).strTitle);
 }
 
 // A power cut may have taken back what was saved last.
@@ -214,7 +208,7 @@ void printHistory(const Request& request)
 {
     const mend::CHistory history(request.strConfigDir);
     if (history.bytes() > 0) {
-        printLine(
+        printSum(
             QStringLiteral("history: %1 edits, %2 bytes")
                 .arg(QString::number(history.entries().size()), QString::number(history.bytes())));
     }
@@ -240,10 +234,11 @@ QVector<Table> tablesOf(const Request& request, const QVector<CheckedPath>& all)
 
 const CheckedPath& worstOf(const QVector<CheckedPath>& all)
 {
-    return *std::max_element(
-        all.begin(), all.end(), [](const CheckedPath& left, const CheckedPath& right) {
-            return severityOf(statusOf(left.checked)) < severityOf(statusOf(right.checked));
-        });
+    return *std::max_element(all.begin(), all.end(),
+                             [](const CheckedPath& left, const CheckedPath& right) {
+                                 const ExitStatus status = statusOf(left.checked);
+                                 return graver(status, statusOf(right.checked)) != status;
+                             });
 }
 
 // Findings are an answer; a file that could not be looked at is a failure.
@@ -268,6 +263,11 @@ QVector<inspect::Finding> findingsBeside(const Request& request)
     return live.checked.findings;
 }
 
+Table userFindings(const Request& request)
+{
+    return findingTable(checkedPaths(request));
+}
+
 QByteArray checkAnswer(const Request& request)
 {
     const QVector<CheckedPath> all = checkedPaths(request);
@@ -288,12 +288,10 @@ ExitStatus check(const Request& request)
 {
     const QVector<CheckedPath> all = checkedPaths(request);
     const CheckedPath& worst = worstOf(all);
-    if (request.format == Format::Json) {
-        print(tablesOf(request, all), request.format);
-        if (const std::optional<CFailure> failure = failureOf(worst)) {
-            throw CFailure(*failure);
-        }
-        return statusOf(worst.checked);
+    const std::optional<CFailure> failure = failureOf(worst);
+    record(tablesOf(request, all));
+    if (request.format == Format::Json && failure) {
+        throw CFailure(*failure);
     }
     printText(all);
     if (request.words.isEmpty()) {

@@ -64,5 +64,8 @@ ExitStatus printDifferences(const Request& request, const QString& left, const Q
 
 ExitStatus diffFiles(const Request& request)
 {
-    return printDifferences(request, inputPath(request.words[0]), inputPath(request.words[1]));
+    const bool bOwn = request.words.size() == 1;
+    return printDifferences(request, inputPath(request.words[0]),
+                            bOwn ? inspect::livePath(request.strConfigDir)
+                                 : inputPath(request.words[1]));
 }

@@ -50,5 +50,8 @@ QByteArray reportPage(const Request& request)
 ExitStatus report(const Request& request)
 {
     writeFile(request, request.strOut, reportPage(request));
+    if (isRecorded()) {
+        record({ userFindings(request) });
+    }
     return ExitStatus::Ok;
 }

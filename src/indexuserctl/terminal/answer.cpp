@@ -71,3 +71,8 @@ QByteArray CAnswer::toJson() const
 {
     return QJsonDocument(m_object).toJson();
 }
+
+QByteArray lineOf(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}

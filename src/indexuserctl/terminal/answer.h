@@ -23,7 +23,11 @@ public:
     void end(ExitStatus status);
 
     QByteArray toJson() const;
+    const QJsonObject& toObject() const { return m_object; }
 
 private:
     QJsonObject m_object;
 };
+
+/// An object as one line, with its line feed.
+QByteArray lineOf(const QJsonObject& object);

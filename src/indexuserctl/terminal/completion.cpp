@@ -234,7 +234,7 @@ QStringList candidates(const TypedLine& line, const QString& last)
         return {};
     }
     if (last.startsWith('-')) {
-        const QStringList common { "--config-dir", "--json", "--wide", "--help" };
+        const QStringList common { "--config-dir", "--json", "--jsonl", "--wide", "--help" };
         return pCommand == nullptr ? common + QStringList("--version") : pCommand->options + common;
     }
     return pCommand == nullptr ? commandNames(line.words) : wordsOf(*pCommand, line);

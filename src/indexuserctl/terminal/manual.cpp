@@ -53,6 +53,26 @@ QString commandEntries()
     return strText;
 }
 
+QString manyUsers()
+{
+    const QString strWho
+        = "With --users or --users-from a command is answered for each of these users, as many at "
+          "once as there are cores; --config-dir is not looked at. An answer comes below the "
+          "user's name when it is there, with --jsonl as one line; of a check nothing comes for "
+          "whoever is in order. At the end stands how many ended how, and what was found with how "
+          "many, with --jsonl on standard error, with --json as the one object. The status is the "
+          "gravest of all, in this order: 2, 3, 5, 4, 6, 1, 0. A user fails who gives no answer, "
+          "or whose file cannot be checked. Pages go to the directory that --out names, with an "
+          "index.html over all of them.";
+    const QString strResume
+        = "With --resume each user is written down when his answer is out. The same command again, "
+          "after it was broken off, leaves out whoever is there and counts him all the same; who "
+          "was under way is asked again, and an edit that is there already is not made twice. Each "
+          "line is a user with his status and error, for who wants to try those again.";
+    return section("MANY USERS") + escaped(strWho) + "\n.PP\n" + escaped(strResume) + "\n.PP\n.EX\n"
+        + escaped("indexuserctl check --users '~/.config/index*' --resume done.jsonl") + "\n.EE\n";
+}
+
 QString optionEntries()
 {
     QStringList names;
@@ -63,6 +83,7 @@ QString optionEntries()
     QString strText = section("OPTIONS")
         + entry("--config-dir DIR", "the user's directory, ~/.config/indexuser unless told")
         + entry("--json", "prints one JSON object instead of tables")
+        + entry("--jsonl", "the same on one line for each user or file, as it is done")
         + entry("--wide", "tables as wide as they need, also on a terminal")
         + entry("--log", "all log lines on stderr, not only problems")
         + entry("-", "as FILE: standard input or output")
@@ -123,7 +144,7 @@ QString surroundings()
 ExitStatus printManual(const Request& request)
 {
     Q_UNUSED(request)
-    printPage(heading() + commandEntries() + optionEntries() + clientOptions() + statusEntries()
-              + surroundings());
+    printPage(heading() + commandEntries() + manyUsers() + optionEntries() + clientOptions()
+              + statusEntries() + surroundings());
     return ExitStatus::Ok;
 }

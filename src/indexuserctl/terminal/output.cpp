@@ -23,7 +23,12 @@ struct Output {
     std::string strHeld; // until it is known whether it is long
     QStringList done;
     TableLook look;
-    std::unique_ptr<CAnswer> pAnswer; // none where people read
+    std::unique_ptr<CAnswer> pAnswer; // none where only people read
+    AnswerForm form;
+    int nInto = -1; // where answers go instead of standard output
+
+    bool isForPeople() const { return form.format == Format::Text; }
+    bool isOfMany() const { return nInto >= 0; }
 };
 
 Output& output()
@@ -47,6 +52,22 @@ void put(const std::string& bytes)
         return;
     }
     write(bytes);
+}
+
+// Descriptors of a process's own take all that is written, or nothing more.
+void writeInto(int descriptor, const QByteArray& bytes)
+{
+    if (::write(descriptor, bytes.constData(), static_cast<std::size_t>(bytes.size()))
+        != bytes.size()) {
+        throw CFailure(ExitStatus::InputOutput, QStringLiteral("the answer cannot be kept"));
+    }
+}
+
+std::string headed(const QString& name, const QByteArray& text)
+{
+    return text.isEmpty()
+        ? std::string()
+        : "==> " + inspect::harmless(name).toStdString() + " <==\n" + text.toStdString();
 }
 
 void putText(const QString& text)
@@ -80,17 +101,35 @@ void writeStandardOutput(const Request& request, const QByteArray& content)
 void beginAnswer(const AnswerForm& form)
 {
     output().look = { hasColor(), form.bWide ? 0 : screenWidth() };
-    if (form.format == Format::Json) {
+    output().form = form;
+    if (form.format == Format::Json || output().isOfMany()) {
         output().pAnswer = std::make_unique<CAnswer>(form);
     }
+}
+
+void answerInto(int descriptor)
+{
+    output().nInto = descriptor;
+}
+
+void dropAnswer()
+{
+    output().pAnswer.reset();
 }
 
 void endAnswer(ExitStatus status)
 {
     // An answer whose end does not go out has no second one.
     const std::unique_ptr<CAnswer> pAnswer = std::move(output().pAnswer);
-    if (pAnswer) {
-        pAnswer->end(status);
+    if (!pAnswer) {
+        return;
+    }
+    pAnswer->end(status);
+    if (output().isOfMany()) {
+        writeInto(output().nInto, lineOf(pAnswer->toObject()));
+    } else if (output().form.bLines) {
+        putText(QString::fromUtf8(lineOf(pAnswer->toObject())));
+    } else {
         putText(QString::fromUtf8(pAnswer->toJson()));
     }
 }
@@ -107,32 +146,74 @@ void print(const QVector<Table>& tables, Format format)
 {
     for (const Table& table : tables) {
         if (format == Format::Json) {
-            output().pAnswer->add(table);
+            record({ table });
         } else {
             put(tableText(table, output().look));
         }
     }
 }
 
+bool isRecorded()
+{
+    return output().pAnswer != nullptr;
+}
+
+void record(const QVector<Table>& tables)
+{
+    for (const Table& table : tables) {
+        if (isRecorded()) {
+            output().pAnswer->add(table);
+        }
+    }
+}
+
+void printAside(const QVector<Table>& tables)
+{
+    for (const Table& table : tables) {
+        std::fputs(tableText(table, {}).c_str(), stderr);
+    }
+}
+
 void printLine(const QString& line)
 {
-    if (!output().pAnswer) {
+    if (output().isForPeople()) {
         put(inspect::harmless(line).toStdString() + '\n');
     }
 }
 
+void printSum(const QString& line)
+{
+    if (!output().isOfMany()) {
+        printLine(line);
+    }
+}
+
+// What comes of another process is harmless already, and has its colours. Nobody waits for the end
+// of many answers to see the first.
+void printAnswerOf(const QString& name, const QByteArray& text, const QByteArray& messages)
+{
+    write(headed(name, text));
+    finishOutput();
+    std::fputs(headed(name, messages).c_str(), stderr);
+}
+
+void printObject(const QJsonObject& object)
+{
+    const QString strLine = QString::fromUtf8(lineOf(object));
+    write(inspect::harmless(strLine, inspect::LineEnds::Kept).toStdString());
+    finishOutput();
+}
+
 void printText(const QString& text)
 {
-    if (!output().pAnswer) {
+    if (output().isForPeople()) {
         putText(text);
     }
 }
 
 void printPage(const QString& text)
 {
-    if (output().pAnswer) {
-        output().pAnswer->add({ "page", {}, { "text" }, { { text } }, TableShape::One });
-    }
+    record({ { "page", {}, { "text" }, { { text } }, TableShape::One } });
     printText(text);
 }
 
@@ -196,9 +277,7 @@ void writeFile(const Request& request, const QString& path, const QByteArray& co
     }
     requireNothingOfTheUser(request.strConfigDir, path);
     const QString strBytes = QStringLiteral(" (%1 bytes)").arg(content.size());
-    if (request.format == Format::Json) {
-        print({ outputTable(path, content) }, request.format);
-    }
+    record({ outputTable(path, content) });
     if (request.isDryRun()) {
         printLine("would write " + path + strBytes);
         return;

@@ -4,6 +4,8 @@
 #include "terminal/outputfile.h"
 #include "terminal/table.h"
 
+#include <QJsonObject>
+
 class CFailure;
 
 /// What is known of a command before its words are understood.
@@ -12,6 +14,7 @@ struct AnswerForm {
     QString strCommand; ///< empty: the words name none
     bool bDryRun = false;
     bool bWide = false; ///< tables are as wide as they need
+    bool bLines = false; ///< an object of JSON is one line
 };
 
 // All that is printed goes through here, and control characters of any text come out as \uXXXX:
@@ -23,12 +26,38 @@ void beginAnswer(const AnswerForm& form);
 void endAnswer(ExitStatus status);
 void endAnswer(const CFailure& failure);
 
+/// From now on the answer of each command goes to \a descriptor, as one line of JSON, also where
+/// people read its text on standard output.
+void answerInto(int descriptor);
+
+/// Nothing is left to answer: what there was to say has been printed.
+void dropAnswer();
+
 /// Prints \a tables to stdout: as text, or into the JSON answer, each by its name. A null is
 /// "(absent)" in text.
 void print(const QVector<Table>& tables, Format format);
 
+/// Whether there is a JSON answer.
+bool isRecorded();
+
+/// Puts \a tables into the JSON answer, if there is one, and prints nothing.
+void record(const QVector<Table>& tables);
+
+/// The tables as text on stderr.
+void printAside(const QVector<Table>& tables);
+
 /// Prints one line to stdout.
 void printLine(const QString& line = {});
+
+/// Prints a line that sums up, unless this answer is one of many, which have a sum of their own.
+void printSum(const QString& line);
+
+/// Prints what a command line named \a name has printed elsewhere to stdout, and then what it has
+/// said to stderr, each below the name, and brings both out.
+void printAnswerOf(const QString& name, const QByteArray& text, const QByteArray& messages);
+
+/// Prints an object to stdout, as one line, and brings it out.
+void printObject(const QJsonObject& object);
 
 /// Prints lines of the tool's own, with their line feeds.
 void printText(const QString& text);
