@@ -14,7 +14,6 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <numeric>
 
 namespace {
 
