@@ -123,13 +123,15 @@ QString newValue(const Request& request)
 {
     const QString strKey = request.words.first();
     const bool bWord = request.words.size() > 1;
-    if (bWord == request.valueFile.has_value() && (bWord || !inspect::isSecret(strKey))) {
+    const bool bFile = request.valueFile.has_value();
+    if (!bWord && !bFile && inspect::isSecret(strKey)) {
+        return readSecret(strKey);
+    }
+    if (bWord == bFile) {
         throw CFailure(ExitStatus::Usage,
                        QStringLiteral("either VALUE or --from-file FILE is wanted"));
     }
-    return bWord            ? request.words[1]
-        : request.valueFile ? valueIn(*request.valueFile)
-                            : readSecret(strKey);
+    return bWord ? request.words[1] : valueIn(*request.valueFile);
 }
 
 struct Step {
