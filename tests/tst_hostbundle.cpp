@@ -10,6 +10,7 @@ class tst_hostbundle : public CLibraryTest {
 private Q_SLOTS:
     void init();
     void allOfAUserGoesToANewOne();
+    void whatTheOtherHasNotGoes();
     void onlyTheChosenPartsTravel_data();
     void onlyTheChosenPartsTravel();
     void partsAreChosenWhenABundleComesIn();
@@ -131,6 +132,18 @@ void tst_hostbundle::allOfAUserGoesToANewOne()
     QCOMPARE(at("new", { "check" }).nStatus, 0);
     require("new", "undo");
     QCOMPARE(bytes("new"), fresh);
+}
+
+// Windows, groups, templates, lists and catalogues; a section that a client writes at times only is
+// not in the bundle, and stays.
+void tst_hostbundle::whatTheOtherHasNotGoes()
+{
+    const QByteArray before = bytes("old");
+    require("new", "bundle export --out b.xml");
+    require("old", "bundle import b.xml");
+    QCOMPARE(differingSections("old", "new"), QStringList("strategyAlgoTrade"));
+    require("old", "undo");
+    QCOMPARE(bytes("old"), before);
 }
 
 void tst_hostbundle::onlyTheChosenPartsTravel_data()

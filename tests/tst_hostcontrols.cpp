@@ -184,7 +184,8 @@ void tst_hostcontrols::makeUser(const QString& directory)
     QVERIFY(QFile::copy(SAMPLE_USER "/indexUserConfig.xml",
                         directory + "/Temp/indexUserConfig.xml_20240131"));
     writeFile(directory + "/new.xml",
-              "<t><LayoutTemplate name=\"新\"><LayoutWindowTemplate/></LayoutTemplate></t>");
+              "<t><LayoutTemplate name=\"新\"><LayoutWindowTemplate width=\"9\" "
+              "height=\"9\"/></LayoutTemplate></t>");
     writeFile(directory + "/new.csv", "list,market,code,name\r\n2,SZ,000002,a\r\n");
 }
 

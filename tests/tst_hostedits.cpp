@@ -43,7 +43,8 @@ void tst_hostedits::init()
     writeFile(userDir() + "/new.csv",
               "list,market,code,name\r\n2,SZ,000002,\"万, 科\"\r\n9,,,\r\n");
     writeFile(userDir() + "/new.xml",
-              "<t><LayoutTemplate name=\"新\"><LayoutWindowTemplate screen_id=\"1\"/>"
+              "<t><LayoutTemplate name=\"新\"><LayoutWindowTemplate screen_id=\"1\" width=\"9\" "
+              "height=\"9\"/>"
               "</LayoutTemplate><LayoutTemplate name=\"早盘\"/></t>");
 }
 
