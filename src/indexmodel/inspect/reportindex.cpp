@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 
 namespace inspect {
 
