@@ -1,7 +1,10 @@
 #include "librarytest.h"
 #include "toolrun.h"
 
+#include <mend/userlock.h>
+
 #include <algorithm>
+#include <csignal>
 
 // One command for many users.
 class tst_hostusers : public CLibraryTest {
@@ -32,6 +35,7 @@ private Q_SLOTS:
     void theToolAnswersNoFurtherAfterFailures();
     void memoryDoesNotGrowWithTheUsers();
     void aTerminalSeesHowFarItIs();
+    void whoIsBrokenOffIsAFailureOfItsUser();
 
 private:
     QString addUser(const QString& name, const QByteArray& live = {}) const;
@@ -428,6 +432,38 @@ void tst_hostusers::aTerminalSeesHowFarItIs()
                      { "TERM=xterm" }, userDir());
     QVERIFY2(outcome.strOut.contains("] 2/3"), qPrintable(outcome.strOut));
     QVERIFY(outcome.strOut.contains("3 users"));
+}
+
+// It waits for a lock, and is killed there.
+void tst_hostusers::whoIsBrokenOffIsAFailureOfItsUser()
+{
+    addUsers(2);
+    mend::CUserLock lock(userDir() + "/users/0");
+    QCOMPARE(lock.take(0), mend::LockState::Taken);
+    QProcess process;
+    process.setWorkingDirectory(userDir());
+    process.start(
+        TOOL,
+        { "option", "set", "tickRestoreDay=7", "--users", "users/*", "--jsonl", "--wait", "60" });
+    QVERIFY(process.waitForStarted());
+    const QString strParent = QString::number(process.processId());
+    QByteArray out;
+    while (!out.contains("users/1")) {
+        QVERIFY(process.waitForReadyRead());
+        out += process.readAllStandardOutput();
+    }
+    const QStringList children = runProgram("pgrep", { "-P", strParent }).strOut.split('\n');
+    QCOMPARE(children.size(), 1 + 1);
+    QCOMPARE(::kill(children.first().toInt(), SIGKILL), 0);
+    QVERIFY(process.waitForFinished());
+    out += process.readAllStandardOutput();
+    QCOMPARE(process.exitCode(), 3);
+    const QJsonObject answer = QJsonDocument::fromJson(out.split('\n')[1]).object();
+    QCOMPARE(answer["user"].toString(), QString("users/0"));
+    QCOMPARE(answer["command"].toString(), QString("option set"));
+    QCOMPARE(answer["error"].toObject()["message"].toString(),
+             QString("broken off, without an answer"));
+    QVERIFY(process.readAllStandardError().contains("==> users/0 <==\nindexuserctl: broken off"));
 }
 
 QTEST_GUILESS_MAIN(tst_hostusers)

@@ -77,6 +77,16 @@ class Browser:
             words += ['--against', os.path.join(self.user(before), 'indexUserConfig.xml')]
         return self.show(self.write(name, words))
 
+    def index(self, names):
+        """The index over the pages of some users; its path."""
+        pages = os.path.join(self.directory.name, '-'.join(['index', *names]))
+        if not os.path.exists(pages):
+            lines = '\n'.join(self.user(name) for name in names)
+            subprocess.run([self.tool, 'report', '--users-from', '-', '--out', pages],
+                           input=lines.encode(), stdout=subprocess.DEVNULL,
+                           stderr=subprocess.DEVNULL)
+        return self.show(os.path.join(pages, 'index.html'))
+
     def picture(self, name, before=None):
         words = ['layout', 'draw']
         if before:

@@ -15,6 +15,7 @@ from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
 PAGES = [('sample', None), ('twenty', None), ('odd', None), ('moved', 'twenty')]
+INDEXED = ['sample', 'odd', 'torn', 'twenty']
 # Roles whose elements say nothing without a name.
 NAMED = {'link', 'button', 'searchbox', 'textbox', 'heading', 'img', 'image', 'table', 'navigation',
          'region', 'columnheader', 'rowheader', 'graphics-document', 'GraphicsDocument',
@@ -367,6 +368,54 @@ class Pages(unittest.TestCase):
         for css, count in (('.ghost', 5), ('.arrow', 4), ('.window.new', 1), ('.gone .badge', 1)):
             self.assertEqual(BROWSER.run('return document.querySelectorAll("#layouts figure " + arguments[0])'
                                          '.length', css), count, css)
+
+    def users(self):
+        return [re.search(r'/(\w+)( |$)', each)[1] for each in self.rows('.users tbody th')]
+
+    def test_an_index_sorts_by_each_column(self):
+        BROWSER.index(INDEXED)
+        self.assertEqual(self.users(), ['torn', 'odd', 'sample', 'twenty'])
+        self.assertEqual(self.rows('.rules tbody tr'), ['off-screen13'])
+        by_user, by_findings = BROWSER.driver.find_elements(By.CSS_SELECTOR, '.users thead button')[:2]
+        by_user.click()
+        self.assertEqual(self.users(), ['odd', 'sample', 'torn', 'twenty'])
+        by_user.click()
+        self.assertEqual(self.users(), ['twenty', 'torn', 'sample', 'odd'])
+        self.assertEqual(BROWSER.run('return document.querySelector(".users th").ariaSort'), 'descending')
+        by_findings.click()
+        self.assertEqual(self.users()[0], 'odd')
+        by_findings.click()
+        self.assertEqual(self.users()[-1], 'odd')
+        self.assertEqual(len(BROWSER.driver.find_elements(By.CSS_SELECTOR, '[aria-sort]')), 1)
+
+    def test_an_index_shows_who_matches(self):
+        BROWSER.index(INDEXED)
+        BROWSER.type('off-screen')
+        self.assertEqual(self.users(), ['odd'])
+        self.assertIn('1 user', BROWSER.run('return document.getElementById("found").textContent'))
+        BROWSER.type('')
+        self.assertEqual(len(self.users()), 4)
+
+    def test_an_index_leads_to_each_page_without_scripts(self):
+        BROWSER.scripts(False)
+        BROWSER.index(INDEXED)
+        self.assertFalse(BROWSER.driver.find_element(By.ID, 'filter').is_displayed())
+        self.assertEqual(len(self.users()), 4)
+        BROWSER.driver.find_element(By.CSS_SELECTOR, '.users a').click()
+        self.assertEqual(BROWSER.run('return document.querySelector("h1").textContent'), 'odd')
+
+    def test_an_index_is_as_well_made_as_a_page(self):
+        for scheme in ('light', 'dark'):
+            BROWSER.scheme(scheme)
+            BROWSER.index(INDEXED)
+            self.assertEqual([each for each in BROWSER.run(browsers.CONTRASTS) if each[0] < 4.5], [], scheme)
+        names = BROWSER.names()
+        self.assertIn(('searchbox', 'Filter'), names)
+        self.assertEqual([each for each in names if each[0] in NAMED and not each[1].strip()], [])
+        BROWSER.size(360, 740)
+        BROWSER.index(INDEXED)
+        self.assertLessEqual(BROWSER.run('return document.documentElement.scrollWidth'), 360)
+        self.assertEqual(BROWSER.complaints(), [])
 
     def test_names_of_screens_stay_apart_in_the_browser(self):
         for name in ('twenty', 'odd', 'sixty'):

@@ -149,7 +149,7 @@ def text(windows, lists=''):
 
 
 USERS = {'sample': sample, 'hostile': hostile, 'twenty': lambda: text(twenty()), 'moved': lambda: text(moved()),
-         'sixty': lambda: text(sixty()), 'odd': lambda: text(odd()),
+         'sixty': lambda: text(sixty()), 'odd': lambda: text(odd()), 'torn': lambda: '<a>',
          'stocks': lambda: text(twenty(), stocks(50000)), 'long': long, 'edges': lambda: text(edges()),
          'reordered': reordered}
 

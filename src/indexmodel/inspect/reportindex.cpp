@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 
 namespace inspect {
 
@@ -51,30 +52,44 @@ QMap<QString, RuleCounts> rulesOf(const Users& users)
     return rules;
 }
 
+// The error of a file begins with its name, whose beginning stands beside it.
 QString whatOf(const IndexedUser& user)
 {
     QStringList parts;
     for (auto it = user.findings.begin(); it != user.findings.end(); ++it) {
         parts.append(it.value() == 1 ? it.key() : it.key() + " × " + grouped(it.value()));
     }
-    return user.strError.isEmpty() ? parts.join(QStringLiteral(", ")) : user.strError;
+    const QString strFolder = user.strName + '/';
+    const bool bBelow = user.strError.startsWith(strFolder);
+    return user.strError.isEmpty() ? parts.join(QStringLiteral(", "))
+                                   : user.strError.mid(bBelow ? strFolder.size() : 0);
+}
+
+void writeFact(CHtmlWriter& page, const QString& name, std::ptrdiff_t count)
+{
+    page.begin("div", { { "class", QStringLiteral("fact") } });
+    page.element("dt", name);
+    page.element("dd", grouped(static_cast<int>(count)));
+    page.end();
 }
 
 void writeTop(CHtmlWriter& page, const Users& users, const QDateTime& now)
 {
-    const auto nFound = std::count_if(users.begin(), users.end(), [](const IndexedUser& user) {
-        return user.strError.isEmpty() && !user.findings.isEmpty();
-    });
     const auto nFailed = std::count_if(users.begin(), users.end(), [](const IndexedUser& user) {
         return !user.strError.isEmpty();
     });
+    const auto nFound = std::count_if(users.begin(), users.end(), [](const IndexedUser& user) {
+        return user.strError.isEmpty() && !user.findings.isEmpty();
+    });
     page.begin("header");
     page.element("h1", counted(users.size(), "user", "users"));
-    page.element("p",
-                 QStringLiteral("As of %1: %2 in order, %3 with findings, %4 without a page")
-                     .arg(momentText(now), grouped(users.size() - nFound - nFailed),
-                          grouped(nFound), grouped(nFailed)),
+    page.element("p", QStringLiteral("As of ") + momentText(now),
                  { { "class", QStringLiteral("moment") } });
+    page.begin("dl", { { "class", QStringLiteral("facts") } });
+    writeFact(page, QStringLiteral("In order"), users.size() - nFailed - nFound);
+    writeFact(page, QStringLiteral("With findings"), nFound);
+    writeFact(page, QStringLiteral("Without a page"), nFailed);
+    page.end();
     page.end();
 }
 

@@ -58,6 +58,9 @@ QString pagePath(const Request& request, const QString& user)
     for (QChar& c : strName) {
         c = c.isLetterOrNumber() ? c : QLatin1Char('-');
     }
+    strName = strName.mid(static_cast<int>(
+        std::find_if(strName.begin(), strName.end(), [](QChar c) { return c != '-'; })
+        - strName.begin()));
     const QByteArray digest
         = QCryptographicHash::hash(user.toUtf8(), QCryptographicHash::Sha256).toHex();
     return request.strOut + '/' + strName + '-' + digest.left(c_nDigest) + ".html";
