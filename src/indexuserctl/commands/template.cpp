@@ -131,8 +131,8 @@ ExitStatus importTemplates(const Request& request)
         (layouts.*operations.importAll)(QString(), container);
         const QStringList after = (layouts.*operations.names)();
         if (after.size() == before.size()) {
-            throw CFailure(ExitStatus::Negative,
-                           strPath + ": no template in it whose name is free", { strPath });
+            throw CFailure(ExitStatus::Negative, strPath + ": no template in it whose name is free",
+                           { strPath });
         }
         for (const QString& name : after) {
             if (!before.contains(name)) {
