@@ -15,7 +15,8 @@ Texts userTexts()
           "show options stocks" },
         { "check",
           "Reads files as the client would and names, with line and column, what it would not "
-          "bring back. Without FILE it is the user's own file, with what lies beside it. The "
+          "bring back, and values that it takes and nobody means. Without FILE it is the user's "
+          "own file, with what lies beside it. The "
           "status is that of the worst file.",
           "check" },
         { "diff",
@@ -63,8 +64,9 @@ Texts bundleTexts()
     return {
         { "bundle export",
           "For another user, or another machine: a bundle has the form of a user's file, with the "
-          "sections of the chosen parts only; those of other managers come along word for word. "
-          "Passwords and the shared settings store stay here.",
+          "sections of the chosen parts only; those of other managers come along word for word, "
+          "strategies among them, which may then run for two. Passwords and the shared settings "
+          "store stay here.",
           "bundle export --parts options,templates --out bundle.xml" },
         { "bundle import",
           "The sections of the bundle take the place of those that this user has, and each change "

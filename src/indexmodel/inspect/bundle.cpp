@@ -13,7 +13,7 @@ bool isCarried(const KW::Section& section)
 }
 
 // A reader takes the first element of its name, wherever it stands; there is only this one.
-QDomDocument documentOf(const QDomElement& section)
+QDomDocument documentWith(const QDomElement& section)
 {
     QDomDocument doc;
     QDomElement root = doc.createElement(KW::c_szRoot);
@@ -58,7 +58,7 @@ void replaceSection(const QDomElement& section, UserRecords& records)
 
 } // namespace
 
-Parts allParts()
+Parts everyPart()
 {
     using KW::UserPart;
     return { UserPart::Options, UserPart::Stocks, UserPart::Layouts, UserPart::Templates,
@@ -98,7 +98,7 @@ UserRecords withBundle(const UserRecords& target, const QDomDocument& bundle, co
     UserRecords records = target;
     for (const BundledSection& each : sectionsIn(bundle, parts)) {
         const QDomElement element = bundle.documentElement().firstChildElement(each.strName);
-        const QDomDocument alone = documentOf(element);
+        const QDomDocument alone = documentWith(element);
         const auto read = KW::findSection(each.strName)->read;
         if (each.strName == KW::c_szOption) {
             KW::readOptions(alone.documentElement(), records.options); // onto what the target has

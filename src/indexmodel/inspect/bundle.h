@@ -14,7 +14,7 @@ namespace inspect {
 using Parts = QVector<KW::UserPart>;
 
 /// All five.
-Parts allParts();
+Parts everyPart();
 
 /// A section of a bundle.
 struct BundledSection {

@@ -18,7 +18,7 @@ using inspect::Parts;
 
 KW::UserPart partOf(const QString& name)
 {
-    const Parts all = inspect::allParts();
+    const Parts all = inspect::everyPart();
     const auto it = std::find_if(all.begin(), all.end(),
                                  [&](KW::UserPart part) { return KW::partName(part) == name; });
     if (it == all.end()) {
@@ -33,7 +33,7 @@ KW::UserPart partOf(const QString& name)
 Parts wantedParts(const Request& request)
 {
     if (!request.parts) {
-        return inspect::allParts();
+        return inspect::everyPart();
     }
     Parts parts;
     const QStringList names = request.parts->split(',');
@@ -56,7 +56,7 @@ Table partsTable(const QDomDocument& bundle, const Parts& parts)
 void requireParts(const Request& request, const QString& path, const QDomDocument& bundle)
 {
     Parts there;
-    for (const inspect::BundledSection& each : inspect::sectionsIn(bundle, inspect::allParts())) {
+    for (const inspect::BundledSection& each : inspect::sectionsIn(bundle, inspect::everyPart())) {
         there.append(each.part);
     }
     if (there.isEmpty()) {
