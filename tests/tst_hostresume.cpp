@@ -236,8 +236,7 @@ void tst_hostresume::pagesHaveAnIndex()
     }
     QVERIFY2(rows.contains("section11"), qPrintable(rows.join('\n')));
     QVERIFY(rows.contains("users/用 户 31section"));
-    QVERIFY2(rows.at(3).startsWith("users/用 户 4indexUserConfig.xml:1:"),
-             qPrintable(rows.at(3)));
+    QVERIFY2(rows.at(3).startsWith("users/用 户 4indexUserConfig.xml:1:"), qPrintable(rows.at(3)));
 }
 
 void tst_hostresume::theIndexGoesOnToo()
