@@ -3,6 +3,7 @@
 #include "inspect/filterline.h"
 #include "inspect/optionvalues.h"
 #include "inspect/screens.h"
+#include "inspect/windowchanges.h"
 
 #include <format/elementtree.h>
 #include <format/layouttemplates.h>
@@ -281,13 +282,8 @@ void CChecker::checkScreens()
         if (!windowDoubt(windows[nWindow]).isNull()) {
             continue; // its size is told
         }
-        const QRectF rect = areaOf(windows[nWindow]);
         add(m_windows[nWindow], "off-screen", Effect::Kept,
-            QStringLiteral("the window at %1,%2, %3x%4, lies off every screen")
-                .arg(rect.x())
-                .arg(rect.y())
-                .arg(rect.width())
-                .arg(rect.height()));
+            "the window " + geometryText(areaOf(windows[nWindow])) + " lies off every screen");
     }
 }
 
