@@ -199,6 +199,8 @@ void tst_doubts::whatMovesIsNoNews()
     QCOMPARE(rulesOf(inspect::newDoubts(before, after)), QStringList());
     after.layouts.m_quoteGroupSetting.m_windows = { windowOf(0, 5) };
     QCOMPARE(inspect::newDoubts(before, after).size(), 1);
+    after.layouts.m_quoteTemplates = before.layouts.m_quoteTemplates;
+    QCOMPARE(rulesOf(inspect::newDoubts(before, after)), QStringList("window-size IndexLayout"));
 }
 
 QTEST_GUILESS_MAIN(tst_doubts)

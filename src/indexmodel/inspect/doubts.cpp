@@ -77,6 +77,19 @@ void addWindows(const QVector<Layout>& layouts, QVector<Doubt>& doubts)
     }
 }
 
+// Each of \a others takes one of its name away.
+template <typename NameOf>
+QVector<Doubt> without(QVector<Doubt> doubts, const QVector<Doubt>& others, NameOf nameOf)
+{
+    QHash<QStringList, int> rest;
+    for (const Doubt& each : others) {
+        ++rest[nameOf(each)];
+    }
+    const auto isTaken = [&](const Doubt& each) { return rest[nameOf(each)]-- > 0; };
+    doubts.erase(std::remove_if(doubts.begin(), doubts.end(), isTaken), doubts.end());
+    return doubts;
+}
+
 } // namespace
 
 Doubt optionDoubt(const KW::OptionRow& row, const QString& value)
@@ -129,19 +142,18 @@ QVector<Doubt> doubtsOf(const UserRecords& records)
     return doubts;
 }
 
+// What stays where it was is crossed out first, so that of several the new one is named.
 QVector<Doubt> newDoubts(const UserRecords& before, const UserRecords& after)
 {
-    using Name = QPair<QString, QString>;
-    QHash<Name, int> known;
-    const auto old = doubtsOf(before);
-    for (const Doubt& each : old) {
-        ++known[Name(each.strRule, each.strText)];
-    }
-    QVector<Doubt> found = doubtsOf(after);
-    const auto isKnown
-        = [&](const Doubt& each) { return known[Name(each.strRule, each.strText)]-- > 0; };
-    found.erase(std::remove_if(found.begin(), found.end(), isKnown), found.end());
-    return found;
+    const QVector<Doubt> old = doubtsOf(before);
+    const QVector<Doubt> made = doubtsOf(after);
+    const auto nameThere = [](const Doubt& each) {
+        return QStringList { each.strRule, each.strText, each.strPlace };
+    };
+    const auto nameAnywhere = [](const Doubt& each) {
+        return QStringList { each.strRule, each.strText };
+    };
+    return without(without(made, old, nameThere), without(old, made, nameThere), nameAnywhere);
 }
 
 QStringList marketsOf(const KW::CustomStockMap& stocks)
