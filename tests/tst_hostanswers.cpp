@@ -325,7 +325,7 @@ void tst_hostanswers::completion_data()
                             << "tickRestoreDay=\n";
     QTest::newRow("option to read")
         << QStringList { "complete", "option", "get", "tick" } << "tickRestoreDay\n";
-    QTest::newRow("flag") << QStringList { "complete", "check", "--j" } << "--json\n";
+    QTest::newRow("flag") << QStringList { "complete", "check", "--j" } << "--json\n--jsonl\n";
     QTest::newRow("part") << QStringList { "complete", "show", "st" } << "stocks\n";
     QTest::newRow("sector") << user + QStringList { "export-sector", "8017" } << "801780\n";
     QTest::newRow("option to reset")

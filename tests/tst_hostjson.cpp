@@ -394,7 +394,7 @@ void tst_hostjson::helpStaysHelp()
 {
     const QJsonObject object = answer({ "show", "--help" });
     QVERIFY(object["page"].toObject()["text"].toString().startsWith("indexuserctl show "));
-    QCOMPARE(runTool({ "complete", "check", "--json" }).strOut, QString("--json\n"));
+    QCOMPARE(runTool({ "complete", "check", "--json" }).strOut, QString("--json\n--jsonl\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_hostjson)

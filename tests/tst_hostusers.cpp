@@ -36,6 +36,7 @@ private Q_SLOTS:
     void memoryDoesNotGrowWithTheUsers();
     void aTerminalSeesHowFarItIs();
     void whoIsBrokenOffIsAFailureOfItsUser();
+    void whoeverStartedItNeedNotWait();
 
 private:
     QString addUser(const QString& name, const QByteArray& live = {}) const;
@@ -464,6 +465,21 @@ void tst_hostusers::whoIsBrokenOffIsAFailureOfItsUser()
     QCOMPARE(answer["error"].toObject()["message"].toString(),
              QString("broken off, without an answer"));
     QVERIFY(process.readAllStandardError().contains("==> users/0 <==\nindexuserctl: broken off"));
+}
+
+// Signals that are ignored stay so in what is started.
+void tst_hostusers::whoeverStartedItNeedNotWait()
+{
+    addUsers(3);
+    const Outcome outcome = runProgram("python3",
+                                       { "-c",
+                                         "import signal,os,sys\n"
+                                         "signal.signal(signal.SIGCHLD, signal.SIG_IGN)\n"
+                                         "os.execvp(sys.argv[1], sys.argv[1:])",
+                                         "timeout", "60", TOOL, "check", "--users", "users/*" },
+                                       {}, userDir());
+    QCOMPARE(outcome.nStatus, 0);
+    QCOMPARE(outcome.strOut, QString("\n3 users\n  status  users\n  ok      3\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_hostusers)

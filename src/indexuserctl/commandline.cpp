@@ -466,15 +466,14 @@ QString helpText()
                               "  --log             all log lines on stderr, not only problems\n"
                               "  --help, -h        what a command takes\n"
                               "  --version, -v\n\n"
-                              "As FILE, - is standard input or output. With --users the "
-                              "status is the gravest of all:\n2, 3, 5, 4, 6, 1, 0.\n\n"
-                              "Exit status:\n");
+                              "As FILE, - is standard input or output.\n\nExit status:\n");
     for (const StatusText& text : statusTexts()) {
         strText
             += QStringLiteral("  %1  %2\n").arg(static_cast<int>(text.status)).arg(text.strMeaning);
     }
     return strText
         + QStringLiteral(
+               "\nOf many users the gravest: 2, 3, 5, 4, 6, 1, 0.\n"
                "\nColour only on a terminal, and never with NO_COLOR set. There tables are "
                "cut to its\nwidth, and long answers go through $PAGER.\n");
 }

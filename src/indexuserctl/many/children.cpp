@@ -6,7 +6,9 @@
 #include <QFile>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -55,14 +57,16 @@ CChildren::CChildren(AnswerWords answer, Input input)
     : m_answer(answer)
     , m_input(input)
 {
+    std::signal(SIGCHLD, SIG_DFL); // whoever started this one may have chosen not to wait
 }
 
 CChildren::~CChildren()
 {
     int nState = 0;
-    while (!m_running.isEmpty()) {
-        close(m_running.take(waitForOne(nState)));
+    for (int i = m_running.size(); i > 0; --i) {
+        waitForOne(nState);
     }
+    std::for_each(m_running.begin(), m_running.end(), close);
 }
 
 CChildren::Child CChildren::childNamed(const QString& name)
@@ -116,7 +120,12 @@ void CChildren::live(const Child& child, const QStringList& words) const
 Heard CChildren::next()
 {
     int nState = 0;
-    const Child child = m_running.take(waitForOne(nState));
+    const auto it = m_running.find(waitForOne(nState));
+    if (it == m_running.end()) {
+        throw CFailure(ExitStatus::InputOutput, QStringLiteral("a process is lost"));
+    }
+    const Child child = *it;
+    m_running.erase(it);
     Heard heard { child.strName, statusOf(nState),
                   QJsonDocument::fromJson(contentOf(child.nAnswer)).object(),
                   contentOf(child.nText), contentOf(child.nMessages) };

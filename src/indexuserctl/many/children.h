@@ -42,7 +42,7 @@ public:
     int count() const { return m_running.size(); }
     /// Throws CFailure when there can be no further process.
     void start(const QString& name, const QStringList& words);
-    /// Waits for one that ends; there has to be one.
+    /// Waits for one that ends; there has to be one. Throws CFailure when it cannot.
     Heard next();
 
 private:
