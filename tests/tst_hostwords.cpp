@@ -57,7 +57,7 @@ void tst_hostwords::unknownWordsAreNamedWithANearOne_data()
     row("lunch list", "there is no command 'lunch'; see --help");
     row("check --jsn",
         "there is no option '--jsn', did you mean '--json'?; usage: indexuserctl check "
-        "[FILE...]");
+        "[--users GLOB] [--users-from FILE] [--resume FILE] [--stop-after N] [FILE...]");
     row("check --jsn=1", "there is no option '--jsn', did you mean '--json'?; usage: ");
     row("show --confg-dir x", "there is no option '--confg-dir', did you mean '--config-dir'?");
     row("show --dry-run", "there is no option '--dry-run'; usage: indexuserctl show ");
