@@ -80,7 +80,8 @@ void tst_hostresume::whatIsKilledGoesOn_data()
     }
 }
 
-// Nobody is answered twice, nobody left out, and of nobody an edit made twice.
+// Nobody is left out, of nobody an edit is made twice, and answered again is at most the one whose
+// answer was printed and not yet written down.
 void tst_hostresume::whatIsKilledGoesOn()
 {
     QFETCH(QString, words);
@@ -93,7 +94,7 @@ void tst_hostresume::whatIsKilledGoesOn()
     QVERIFY2(rest.nStatus == 0, qPrintable(rest.strErr));
     QStringList names = namesIn(QString::fromUtf8(readFile(strOut)) + rest.strOut);
     names.sort();
-    QCOMPARE(names.size(), 40);
+    QVERIFY2(names.size() == 40 || names.size() == 41, qPrintable(names.join(' ')));
     names.removeDuplicates();
     QCOMPARE(names.size(), 40);
     QVERIFY(rest.strErr.contains("40 users\n"));

@@ -269,7 +269,9 @@ void tst_hostusers::filesAreLinesToo()
     }
     states.sort();
     QCOMPARE(states, QStringList({ "--torn damaged", "users/0/indexUserConfig.xml in order" }));
-    QCOMPARE(outcome.strErr, QString());
+    QCOMPARE(outcome.strErr,
+             QString("==> --torn <==\n"
+                     "indexuserctl: --torn:1:4: unexpected end of file\n"));
 }
 
 void tst_hostusers::oneAnswerIsALine()

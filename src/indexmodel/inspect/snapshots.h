@@ -6,8 +6,8 @@
 
 namespace inspect {
 
-/// How many seconds a save takes at most, even that of a very large user: its mirror, its dated copy
-/// and its live file are no further apart.
+/// How many seconds a save takes at most, even that of a very large user: its mirror, its dated
+/// copy and its live file are no further apart.
 constexpr qint64 c_nSecondsOfASave = 10;
 
 /// A dated copy: the last save of a day. What is in it, and whether it is whole, tells

@@ -95,8 +95,8 @@ Table historyTable(const Request& request)
         const int nDigits = request.format == Format::Text ? 8 : -1;
         table.rows.append({ entry.nNumber, entry.time.toLocalTime().toString(Qt::ISODate),
                             entry.strAccount, entry.strHost, commandText(entry),
-                            QString::fromLatin1(entry.before.left(nDigits)),
-                            QString::fromLatin1(entry.after.left(nDigits)) });
+                            QString::fromLatin1(entry.before.mid(0, nDigits)),
+                            QString::fromLatin1(entry.after.mid(0, nDigits)) });
     }
     return table;
 }
