@@ -197,8 +197,8 @@ void CManyAnswers::keep(const UserAnswer& answer)
     }
 }
 
-// What is printed is written down at once, not before: nobody is left out. Who was killed in between
-// is answered again.
+// What is printed is written down at once, not before: nobody is left out. Who was killed in
+// between is answered again.
 void CManyAnswers::take(const Heard& heard)
 {
     m_progress->hide();
