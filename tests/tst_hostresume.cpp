@@ -16,6 +16,12 @@ private Q_SLOTS:
     void aFileOfAnotherCommandIsRefused();
     void otherFilesAreLeftAlone_data();
     void otherFilesAreLeftAlone();
+    void aLineThatTellsNothingIsDamage_data();
+    void aLineThatTellsNothingIsDamage();
+    void valuesMakeAnotherCommandAndAreNotWritten();
+    void filesThatAreReadMakeAnotherCommand();
+    void anotherDirectoryHasOtherUsers();
+    void whoHasFailedIsAskedAgain();
     void onlyOneProcessGoesOn();
     void failuresCountFromThisCallOn();
     void pagesHaveAnIndex();
@@ -130,7 +136,7 @@ void tst_hostresume::aLineWithoutItsEndDoesNotCount()
     const int nHead = whole.indexOf('\n') + 1;
     writeFile(userDir() + "/done", whole.left(nHead / 2));
     QCOMPARE(namesIn(tool(words).strOut).size(), 40);
-    QCOMPARE(resumeFile().left(nHead), whole.left(nHead));
+    QVERIFY(namesIn(tool(words).strOut).isEmpty());
 }
 
 void tst_hostresume::aFileOfAnotherCommandIsRefused()
@@ -151,10 +157,7 @@ void tst_hostresume::otherFilesAreLeftAlone_data()
     QTest::addColumn<int>("status");
     QTest::newRow("text") << QByteArray("my notes") << 2;
     QTest::newRow("lines") << QByteArray("my\nnotes\n") << 2;
-    QTest::newRow("no user") << QByteArray("{\"command\":\"check\",\"resume\":1}\n{}\n") << 4;
-    QTest::newRow("no status") << QByteArray("{\"command\":\"check\",\"resume\":1}\n"
-                                             "{\"user\":\"a\",\"status\":9}\n")
-                               << 4;
+    QTest::newRow("another form") << QByteArray("{\"command\":\"check\",\"resume\":1}\n") << 2;
 }
 
 void tst_hostresume::otherFilesAreLeftAlone()
@@ -168,6 +171,78 @@ void tst_hostresume::otherFilesAreLeftAlone()
     const QString strLive = "users/用 户 1/indexUserConfig.xml";
     QCOMPARE(tool({ "check", "--users", "users/*", "--resume", strLive }).nStatus, 2);
     QCOMPARE(tool({ "check", "--users", "users/*", "--resume", "users" }).nStatus, 3);
+}
+
+void tst_hostresume::aLineThatTellsNothingIsDamage_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("no user") << QByteArray("{}");
+    QTest::newRow("no status") << QByteArray("{\"user\":\"a\",\"status\":9}");
+    QTest::newRow("less than nothing")
+        << QByteArray("{\"user\":\"a\",\"status\":1,\"findings\":{\"x\":-5}}");
+}
+
+void tst_hostresume::aLineThatTellsNothingIsDamage()
+{
+    QFETCH(QByteArray, line);
+    const QStringList words { "check", "--users", "users/*", "--resume", "done" };
+    QCOMPARE(tool(words).nStatus, 0);
+    const QByteArray content = resumeFile() + line + '\n';
+    writeFile(userDir() + "/done", content);
+    QCOMPARE(tool(words).nStatus, 4);
+    QCOMPARE(resumeFile(), content);
+}
+
+// A password, mistyped, would be no secret; another value is another command.
+void tst_hostresume::valuesMakeAnotherCommandAndAreNotWritten()
+{
+    const QStringList many { "--users", "users/*", "--resume", "done" };
+    const auto set = [&](const QString& word) {
+        return tool(QStringList { "option", "set", word } + many);
+    };
+    QCOMPARE(set("oaUser=first").nStatus, 0);
+    const Outcome other = set("oaUser=second");
+    QCOMPARE(other.nStatus, 2);
+    QVERIFY2(other.strErr.contains("other words, values or files"), qPrintable(other.strErr));
+    QVERIFY(!resumeFile().contains("first"));
+    QVERIFY(QFile::remove(userDir() + "/done"));
+    QCOMPARE(set("oaPasword=Klartext").nStatus, 2);
+    QVERIFY(!resumeFile().contains("Klartext"));
+}
+
+void tst_hostresume::filesThatAreReadMakeAnotherCommand()
+{
+    const QStringList words { "option",  "set",     "oaUser",   "--from-file", "value",
+                              "--users", "users/*", "--resume", "done" };
+    writeFile(userDir() + "/value", "first\n");
+    QCOMPARE(tool(words).nStatus, 0);
+    QCOMPARE(tool(words).nStatus, 0);
+    writeFile(userDir() + "/value", "second\n");
+    QCOMPARE(tool(words).nStatus, 2);
+}
+
+void tst_hostresume::anotherDirectoryHasOtherUsers()
+{
+    const QStringList words { "check", "--users", "users/*", "--resume", userDir() + "/done" };
+    QCOMPARE(tool(words).nStatus, 0);
+    QVERIFY(QDir(userDir()).mkpath("other/users/a"));
+    const Outcome outcome = runProgram(TOOL, words, {}, userDir() + "/other");
+    QCOMPARE(outcome.nStatus, 2);
+    QVERIFY2(outcome.strErr.contains("for users as named in"), qPrintable(outcome.strErr));
+}
+
+void tst_hostresume::whoHasFailedIsAskedAgain()
+{
+    const QString strLive = userDir() + "/users/用 户 3/indexUserConfig.xml";
+    const QByteArray whole = readFile(strLive);
+    writeFile(strLive, "<a>");
+    const QStringList words { "check", "--users", "users/*", "--resume", "done", "--jsonl" };
+    QCOMPARE(tool(words).nStatus, 4);
+    writeFile(strLive, whole);
+    const Outcome again = tool(words);
+    QCOMPARE(again.nStatus, 0);
+    QCOMPARE(namesIn(again.strOut), QStringList("users/用 户 3"));
+    QVERIFY(namesIn(tool(words).strOut).isEmpty());
 }
 
 void tst_hostresume::onlyOneProcessGoesOn()
@@ -247,7 +322,9 @@ void tst_hostresume::theIndexGoesOnToo()
     const QString strOut = userDir() + "/out";
     killAfter(words, strOut, 5);
     const Outcome rest = tool(words);
-    QCOMPARE(namesIn(QString::fromUtf8(readFile(strOut)) + rest.strOut).size(), 40);
+    QStringList names = namesIn(QString::fromUtf8(readFile(strOut)) + rest.strOut);
+    names.removeDuplicates(); // who was answered and not yet written down
+    QCOMPARE(names.size(), 40);
     const QByteArray index = readFile(userDir() + "/pages/index.html");
     QCOMPARE(index.count("<a href=\"users-"), 40);
     QVERIFY(index.contains(">40 users<"));

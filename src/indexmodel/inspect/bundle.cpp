@@ -22,15 +22,17 @@ QDomDocument documentWith(const QDomElement& section)
     return doc;
 }
 
-void removeSecrets(QDomElement section)
+// Wherever one stands: another module may keep it, too.
+void removeSecrets(QDomElement parent)
 {
-    for (QDomElement each = section.firstChildElement(); !each.isNull();
+    for (QDomElement each = parent.firstChildElement(); !each.isNull();
          each = each.nextSiblingElement()) {
         for (const KW::OptionRow& row : KW::optionTable()) {
             if (row.meaning == KW::OptionMeaning::Secret) {
                 each.removeAttribute(row.strAttribute);
             }
         }
+        removeSecrets(each);
     }
 }
 
@@ -77,7 +79,7 @@ QDomDocument bundleOf(const UserRecords& records, const Parts& parts)
             root.removeChild(element);
         }
     }
-    removeSecrets(root.firstChildElement(KW::c_szOption));
+    removeSecrets(root);
     return doc;
 }
 

@@ -29,7 +29,7 @@ Doubt plainDoubt(const char* pszRule, const QString& text)
     }
     return { pszRule,
              text.isEmpty() ? QStringLiteral("a stock without a ") + pszRule
-                            : QStringLiteral("the %1 '%2' is more than letters and digits")
+                            : QStringLiteral("the %1 '%2' is more than Latin letters and digits")
                                   .arg(QLatin1String(pszRule), text) };
 }
 

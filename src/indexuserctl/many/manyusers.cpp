@@ -1,5 +1,6 @@
 #include "many/manyusers.h"
 
+#include "commandtable.h"
 #include "failure.h"
 #include "many/pages.h"
 #include "many/resumefile.h"
@@ -8,7 +9,10 @@
 #include "terminal/progress.h"
 #include "terminal/screen.h"
 
-#include <QSet>
+#include <inspect/userfile.h>
+
+#include <QFileInfo>
+#include <QHash>
 #include <QThread>
 
 #include <algorithm>
@@ -38,6 +42,39 @@ int stopAfter(const Request& request)
     return nFailures;
 }
 
+// The files that each of them reads.
+QStringList inputsOf(const CommandLine& line)
+{
+    const QStringList& words = line.pCommand->words;
+    QStringList files;
+    for (int i = 0; i < std::min(words.size(), line.request.words.size()); ++i) {
+        if (words[i] == QLatin1String("FILE") || words[i] == QLatin1String("PATCH")) {
+            files.append(line.request.words[i]);
+        }
+    }
+    return line.request.valueFile ? files + QStringList(*line.request.valueFile) : files;
+}
+
+// Values are for the digest.
+QString withoutValues(const QStringList& words)
+{
+    QStringList shown;
+    for (const QString& word : words) {
+        const int nValue = word.startsWith(QLatin1String("--")) ? -1 : word.indexOf('=');
+        shown.append(nValue < 0 ? word : word.left(nValue) + QStringLiteral("=..."));
+    }
+    return shown.join(' ');
+}
+
+Resumed resumed(const CommandLine& line, const QStringList& words)
+{
+    QByteArray all = words.join(QChar(u'\0')).toUtf8();
+    for (const QString& file : inputsOf(line)) {
+        all += '\0' + inspect::readBytes(file).bytes; // a date is none
+    }
+    return { withoutValues(words), all };
+}
+
 // What can be given to one only: a file of his own, an output, standard input.
 void requireForEach(const CommandLine& line)
 {
@@ -53,8 +90,17 @@ void requireForEach(const CommandLine& line)
     if (request.patchFile) {
         refuse(QStringLiteral("--patch: many users do not make one patch"));
     }
-    if (request.words.contains("-") || request.valueFile == QLatin1String("-")) {
-        refuse(QStringLiteral("-: many users do not share standard input"));
+    for (const QString& file : inputsOf(line)) {
+        if (file == QLatin1String("-") || (QFileInfo::exists(file) && !QFileInfo(file).isFile())) {
+            refuse(file + ": many users cannot read it one after the other");
+        }
+    }
+    if (line.pCommand->strName == QLatin1String("option set") && !request.valueFile
+        && !request.words.first().contains('=')) {
+        refuse(QStringLiteral("of many users no value is asked for: --from-file FILE has it"));
+    }
+    if (request.resumeFile && (request.resumeFile->isEmpty() || *request.resumeFile == "-")) {
+        refuse(QStringLiteral("--resume: the name of a file is wanted"));
     }
     if (request.users && request.usersFile) {
         refuse(QStringLiteral("--users, --users-from: only one of them"));
@@ -69,6 +115,14 @@ QStringList wordsForEach(const QStringList& words)
                             "--json", "--jsonl" });
 }
 
+// For the case that nobody sees the answer.
+QString doneText(const Heard& heard)
+{
+    return heard.strName
+        + (heard.answer["receipt"].isObject() ? QStringLiteral(" was changed")
+                                              : QStringLiteral(" stayed as it was"));
+}
+
 class CManyAnswers {
 public:
     CManyAnswers(const CommandLine& line, const QStringList& words, AnswerWords answerOne);
@@ -81,6 +135,9 @@ private:
     void skipDone(const QVector<UserAnswer>& done);
     QStringList wordsFor(const QString& name) const;
     void startNext();
+    void run();
+    QString underWay();
+    void requireNoFailure(int left) const;
     void take(const Heard& heard);
     void keep(const UserAnswer& answer);
     void print(const Heard& heard) const;
@@ -91,6 +148,7 @@ private:
     QStringList m_words;
     bool m_bFiles;
     bool m_bPages;
+    bool m_bWrites; ///< the user's own
     QStringList m_names;
     int m_nNext = 0;
     int m_nStopAfter;
@@ -98,6 +156,7 @@ private:
     std::optional<CResumeFile> m_resume;
     CUserCounts m_counts;
     QVector<UserAnswer> m_pages; ///< only where there is an index
+    Table m_failed { "failed", {}, { "user", "status", "error" } }; ///< only for JSON
     std::optional<CProgress> m_progress;
     CChildren m_children; ///< waited for before anything else goes
 };
@@ -107,6 +166,7 @@ CManyAnswers::CManyAnswers(const CommandLine& line, const QStringList& words, An
     , m_words(wordsForEach(words))
     , m_bFiles(isOfFiles(line))
     , m_bPages(!m_bFiles && line.pCommand->options.contains(c_szOut))
+    , m_bWrites(!m_bPages && line.pCommand->options.contains(QStringLiteral("--dry-run")))
     , m_names(m_bFiles ? line.request.words : usersOf(line.request))
     , m_nStopAfter(stopAfter(line.request))
     , m_children(answerOne, m_bFiles ? CChildren::Input::Shared : CChildren::Input::None)
@@ -116,8 +176,8 @@ CManyAnswers::CManyAnswers(const CommandLine& line, const QStringList& words, An
     }
     if (line.request.resumeFile) {
         requireNothingOfTheUser(line.request.strConfigDir, *line.request.resumeFile);
-        m_resume.emplace(*line.request.resumeFile, maskedCommand(m_words));
-        skipDone(m_resume->done());
+        m_resume.emplace(*line.request.resumeFile, resumed(line, m_words));
+        skipDone(m_resume->takeDone());
     }
     m_progress.emplace(m_names.size());
     if (isScreen()) {
@@ -125,19 +185,26 @@ CManyAnswers::CManyAnswers(const CommandLine& line, const QStringList& words, An
     }
 }
 
+// Failed ones come last: whatever stops at a failure gets on.
 void CManyAnswers::skipDone(const QVector<UserAnswer>& done)
 {
-    const QSet<QString> wanted(m_names.begin(), m_names.end());
-    QSet<QString> names;
+    QHash<QString, UserAnswer> answers;
     for (const UserAnswer& each : done) {
-        if (wanted.contains(each.strUser) && !names.contains(each.strUser)) {
-            names.insert(each.strUser);
-            keep(each);
+        answers.insert(each.strUser, each);
+    }
+    QStringList left;
+    QStringList failed;
+    for (const QString& name : qAsConst(m_names)) {
+        const auto it = answers.constFind(name);
+        if (it == answers.constEnd()) {
+            left.append(name);
+        } else if (it->isFailed() || (m_bPages && !QFileInfo::exists(it->strPage))) {
+            failed.append(name);
+        } else {
+            keep(*it);
         }
     }
-    m_names.erase(std::remove_if(m_names.begin(), m_names.end(),
-                                 [&](const QString& name) { return names.contains(name); }),
-                  m_names.end());
+    m_names = left + failed;
 }
 
 QStringList CManyAnswers::wordsFor(const QString& name) const
@@ -195,6 +262,9 @@ void CManyAnswers::keep(const UserAnswer& answer)
     if (m_bPages) {
         m_pages.append(answer);
     }
+    if (answer.isFailed() && m_line.form.format == Format::Json && !m_line.form.bLines) {
+        m_failed.rows.append({ answer.strUser, statusName(answer.status), answer.strError });
+    }
 }
 
 // What is printed is written down at once, not before: nobody is left out. Who was killed in
@@ -202,6 +272,9 @@ void CManyAnswers::keep(const UserAnswer& answer)
 void CManyAnswers::take(const Heard& heard)
 {
     m_progress->hide();
+    if (m_bWrites) {
+        noteDone(doneText(heard));
+    }
     print(heard);
     const UserAnswer answer = userAnswer(heard.strName, heard.status, heard.answer);
     if (m_resume) {
@@ -212,15 +285,16 @@ void CManyAnswers::take(const Heard& heard)
     m_progress->advance();
 }
 
+// An index without those who are left would look like one of all.
 void CManyAnswers::finish()
 {
     m_progress.reset();
-    if (m_nNext < m_names.size()) {
-        printError(
-            QStringLiteral("stopped after %1 failures; %2 users are left")
-                .arg(QString::number(m_nFailures), QString::number(m_names.size() - m_nNext)));
-    }
-    if (m_bPages) {
+    const int nLeft = m_names.size() - m_nNext;
+    if (nLeft > 0) {
+        printError(QStringLiteral("stopped after %1 failures; %2 users are left%3")
+                       .arg(QString::number(m_nFailures), QString::number(nLeft),
+                            m_bPages ? QStringLiteral(", and no index is written") : QString()));
+    } else if (m_bPages) {
         writeIndex(m_line.request, m_pages);
     }
     if (m_line.form.bLines) {
@@ -233,10 +307,24 @@ void CManyAnswers::finish()
         printAside(m_counts.tables());
     } else {
         ::print(m_counts.tables(), m_line.form.format);
+        requireNoFailure(nLeft);
     }
 }
 
-ExitStatus CManyAnswers::answer()
+// The one object in JSON tells who failed; in text each has had his message.
+void CManyAnswers::requireNoFailure(int left) const
+{
+    if (m_line.form.format != Format::Json || m_failed.rows.isEmpty()) {
+        return;
+    }
+    record({ m_failed });
+    const QString strLeft = left > 0 ? QStringLiteral(", %1 users are left").arg(left) : QString();
+    throw CFailure(
+        m_counts.worst(),
+        QStringLiteral("of %1 users it failed%2").arg(m_failed.rows.size()).arg(strLeft));
+}
+
+void CManyAnswers::run()
 {
     const int nAtOnce = std::max(1, QThread::idealThreadCount());
     while (!isOver() || m_children.count() > 0) {
@@ -245,6 +333,27 @@ ExitStatus CManyAnswers::answer()
         } else {
             take(whole(m_children.next()));
         }
+    }
+}
+
+// Whoever was under way when an answer did not go out.
+QString CManyAnswers::underWay()
+{
+    QStringList done;
+    while (m_children.count() > 0) {
+        const Heard heard = m_children.next();
+        done += m_bWrites ? QStringList(doneText(heard)) : QStringList();
+    }
+    return done.isEmpty() ? QString() : "; " + done.join(QStringLiteral("; "));
+}
+
+ExitStatus CManyAnswers::answer()
+{
+    try {
+        run();
+    } catch (const CFailure& failure) {
+        m_progress.reset();
+        throw CFailure(failure.status(), failure.message() + underWay(), failure.place());
     }
     finish();
     return m_counts.worst();

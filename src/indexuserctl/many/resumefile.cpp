@@ -3,8 +3,11 @@
 #include "failure.h"
 #include "terminal/answer.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QMessageAuthenticationCode>
+#include <QRandomGenerator>
 
 #include <cerrno>
 #include <cstring>
@@ -15,7 +18,8 @@
 
 namespace {
 
-constexpr mode_t c_nOwnerOnly = 0600;
+constexpr mode_t c_nOwnerReadsAndWrites = 0600;
+constexpr int c_nForm = 2;
 
 QString lastError()
 {
@@ -25,6 +29,30 @@ QString lastError()
 QJsonObject objectIn(const QByteArray& line)
 {
     return QJsonDocument::fromJson(line).object();
+}
+
+QString digestOf(const Resumed& resumed, const QString& salt)
+{
+    return QMessageAuthenticationCode::hash(resumed.all, salt.toLatin1(),
+                                            QCryptographicHash::Sha256)
+        .toHex();
+}
+
+QJsonObject headOf(const Resumed& resumed)
+{
+    const QString strSalt = QString::number(QRandomGenerator::system()->generate64(), 16);
+    return { { "command", resumed.strCommand },
+             { "directory", QDir::currentPath() },
+             { "digest", digestOf(resumed, strSalt) },
+             { "resume", c_nForm },
+             { "salt", strSalt } };
+}
+
+// Broken off before its first line was whole.
+bool isBegun(const QByteArray& bytes)
+{
+    const QByteArray begin = "{\"command\":\"";
+    return !bytes.contains('\n') && (begin.startsWith(bytes) || bytes.startsWith(begin));
 }
 
 // Whoever forks keeps this lock to himself, and loses it with his life.
@@ -47,11 +75,11 @@ bool syncDirectory(const QString& path)
 
 } // namespace
 
-CResumeFile::CResumeFile(const QString& path, const QString& command)
+CResumeFile::CResumeFile(const QString& path, const Resumed& resumed)
     : m_file(path)
 {
     open();
-    read(lineOf({ { "resume", 1 }, { "command", command } }));
+    read(resumed);
 }
 
 void CResumeFile::fail(ExitStatus status, const QString& why) const
@@ -71,29 +99,52 @@ void CResumeFile::open()
     if (!lockFile(m_file.handle())) {
         fail(ExitStatus::Busy, QStringLiteral("somebody else goes through its users now"));
     }
-    if (status.st_size == 0 && ::fchmod(m_file.handle(), c_nOwnerOnly) != 0) {
+    if (status.st_size == 0 && ::fchmod(m_file.handle(), c_nOwnerReadsAndWrites) != 0) {
         fail(ExitStatus::InputOutput, lastError());
     }
 }
 
-void CResumeFile::read(const QByteArray& head)
+void CResumeFile::begin(const QByteArray& found, const Resumed& resumed)
+{
+    if (!isBegun(found)) {
+        fail(ExitStatus::Usage, QStringLiteral("is not kept by --resume"));
+    }
+    if (!m_file.resize(0) || !m_file.seek(0)) {
+        fail(ExitStatus::InputOutput, m_file.errorString());
+    }
+    write(lineOf(headOf(resumed)));
+    if (!syncDirectory(m_file.fileName())) {
+        fail(ExitStatus::InputOutput, lastError());
+    }
+}
+
+void CResumeFile::requireSame(const QJsonObject& head, const Resumed& resumed) const
+{
+    const QString strOther = head["command"].toString();
+    if (head["resume"].toInt() != c_nForm) {
+        fail(ExitStatus::Usage, QStringLiteral("is not kept by --resume"));
+    }
+    if (head["directory"].toString() != QDir::currentPath()) {
+        fail(ExitStatus::Usage, "is kept for users as named in " + head["directory"].toString());
+    }
+    if (head["digest"].toString() != digestOf(resumed, head["salt"].toString())) {
+        fail(ExitStatus::Usage,
+             strOther == resumed.strCommand
+                 ? QStringLiteral("is kept for other words, values or files of this command")
+                 : "is kept for another command: " + strOther);
+    }
+}
+
+void CResumeFile::read(const Resumed& resumed)
 {
     const QByteArray bytes = m_file.readAll();
     const int nWhole = bytes.lastIndexOf('\n') + 1;
-    const QList<QByteArray> lines = bytes.left(nWhole).split('\n');
-    if (nWhole == 0 && head.startsWith(bytes)) {
-        write(head.mid(bytes.size()));
-        if (!syncDirectory(m_file.fileName())) {
-            fail(ExitStatus::InputOutput, lastError());
-        }
+    if (nWhole == 0) {
+        begin(bytes, resumed);
         return;
     }
-    if (lines[0] + '\n' != head) {
-        const QString strOther = objectIn(lines[0])["command"].toString();
-        fail(ExitStatus::Usage,
-             strOther.isEmpty() ? QStringLiteral("is not kept by --resume")
-                                : QStringLiteral("is kept for another command: ") + strOther);
-    }
+    const QList<QByteArray> lines = bytes.left(nWhole).split('\n');
+    requireSame(objectIn(lines[0]), resumed);
     for (int i = 1; i < lines.size() - 1; ++i) {
         const std::optional<UserAnswer> answer = userAnswerFrom(objectIn(lines[i]));
         if (!answer) {

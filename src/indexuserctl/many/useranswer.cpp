@@ -27,6 +27,12 @@ QJsonObject toJson(const QMap<QString, int>& findings)
     return object;
 }
 
+bool areCounts(const QJsonObject& object)
+{
+    return std::all_of(object.begin(), object.end(),
+                       [](const QJsonValue& value) { return value.toInt() > 0; });
+}
+
 QMap<QString, int> countsFrom(const QJsonObject& object)
 {
     QMap<QString, int> counts;
@@ -66,7 +72,8 @@ QJsonObject toJson(const UserAnswer& answer)
 
 std::optional<UserAnswer> userAnswerFrom(const QJsonObject& object)
 {
-    if (object["user"].toString().isEmpty() || !isStatus(object["status"])) {
+    if (object["user"].toString().isEmpty() || !isStatus(object["status"])
+        || !areCounts(object["findings"].toObject())) {
         return {};
     }
     return UserAnswer { object["user"].toString(),

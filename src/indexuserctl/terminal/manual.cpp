@@ -67,8 +67,9 @@ QString manyUsers()
     const QString strResume
         = "With --resume each user is written down when his answer is out. The same command again, "
           "after it was broken off, leaves out whoever is there and counts him all the same; who "
-          "was under way is asked again, and an edit that is there already is not made twice. Each "
-          "line is a user with his status and error, for who wants to try those again.";
+          "was under way or has failed is asked again, the latter last, and an edit that is there "
+          "already is not made twice. Each line is a user with his status and error; values are "
+          "not in it.";
     return section("MANY USERS") + escaped(strWho) + "\n.PP\n" + escaped(strResume) + "\n.PP\n.EX\n"
         + escaped("indexuserctl check --users '~/.config/index*' --resume done.jsonl") + "\n.EE\n";
 }

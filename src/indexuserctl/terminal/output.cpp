@@ -228,6 +228,11 @@ void printDone(const QString& line)
     output().done.append(line);
 }
 
+void noteDone(const QString& line)
+{
+    output().done = QStringList(line);
+}
+
 void printError(const QString& message)
 {
     std::fputs(("indexuserctl: " + inspect::harmless(message).toStdString() + '\n').c_str(),

@@ -69,6 +69,9 @@ void printPage(const QString& text);
 /// output takes nothing: see finishOutput().
 void printDone(const QString& line);
 
+/// Keeps \a line for the same case, until the next one.
+void noteDone(const QString& line);
+
 /// Prints one line to stderr, behind the tool's name.
 void printError(const QString& message);
 

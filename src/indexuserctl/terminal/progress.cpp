@@ -1,5 +1,7 @@
 #include "terminal/progress.h"
 
+#include <QByteArray>
+
 #include <iostream>
 #include <string>
 
@@ -28,7 +30,7 @@ std::string restText(qint64 milliseconds)
 
 CProgress::CProgress(int total)
     : m_nTotal(total)
-    , m_bShown(total > 1 && ::isatty(STDERR_FILENO) == 1)
+    , m_bShown(total > 1 && ::isatty(STDERR_FILENO) == 1 && qgetenv("TERM") != "dumb")
 {
     m_timer.start();
 }
