@@ -86,8 +86,8 @@ ExitStatus bringBack(const Request& request, const mend::Restoration& restoratio
         guard.giveBack();
     }
     print(tables, request.format);
-    if (bWritten && request.format == Format::Json) {
-        print({ receiptTable(recovery.receipt) }, request.format);
+    if (bWritten) {
+        record({ receiptTable(recovery.receipt) });
     }
     printLine();
     if (!recovery.strSetAside.isEmpty()) {

@@ -127,9 +127,7 @@ ExitStatus edit(const Request& request, const Change& change, const RecordsChang
     }
     if (bSave) {
         save(request, transaction, changer, guard, edit);
-        if (request.format == Format::Json) {
-            print({ receiptTable(edit.receipt) }, request.format);
-        }
+        record({ receiptTable(edit.receipt) });
         printLine();
         printReceipt("saved " + inspect::livePath(request.strConfigDir), edit.receipt);
     }

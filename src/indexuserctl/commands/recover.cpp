@@ -139,7 +139,7 @@ void printRecovery(const Request& request, const mend::Recovery& recovery)
     }
 }
 
-void printRecoveryJson(const Request& request, const mend::Recovery& recovery)
+void recordRecovery(const mend::Recovery& recovery)
 {
     const Table table { "recovery",
                         {},
@@ -147,11 +147,10 @@ void printRecoveryJson(const Request& request, const mend::Recovery& recovery)
                         { { toText(recovery.error), recovery.source.strPath, recovery.strSetAside,
                             recovery.result == mend::RecoveryResult::RecoveredWithLoss } },
                         TableShape::One };
-    QVector<Table> tables { table };
+    record({ table });
     if (recovery.receipt.isWritten()) {
-        tables.append(receiptTable(recovery.receipt));
+        record({ receiptTable(recovery.receipt) });
     }
-    print(tables, request.format);
 }
 
 ExitStatus answerNothingToDo(const Request& request)
@@ -201,9 +200,7 @@ ExitStatus failNoSource(const mend::Recovery& recovery)
 
 void printAnswer(const Request& request, const mend::Recovery& recovery)
 {
-    if (request.format == Format::Json) {
-        printRecoveryJson(request, recovery);
-    }
+    recordRecovery(recovery);
     printRecovery(request, recovery);
 }
 

@@ -28,11 +28,9 @@ void printConversion(const Request& request, const mend::Reencoding& reencoding)
         = diffTable(request, differences, "the file read as utf-8", "read as " + strName);
     const bool bWritten = reencoding.receipt.nEdit > 0;
     print({ changes }, request.format);
-    if (bWritten && request.format == Format::Json) {
-        print({ receiptTable(reencoding.receipt) }, request.format);
-    }
     printLine();
     if (bWritten) {
+        record({ receiptTable(reencoding.receipt) });
         printLine("kept as " + reencoding.strSetAside);
         printReceipt("converted " + inspect::livePath(request.strConfigDir) + " from " + strName,
                      reencoding.receipt, "undo --force");

@@ -159,12 +159,9 @@ mend::Receipt store(const Request& request, mend::CTransaction& transaction,
                                      standalone::settingFile(section(), change.strSetting));
 }
 
-void printStored(const Request& request, const QString& what, const mend::Receipt& receipt,
-                 const QString& wayBack)
+void printStored(const QString& what, const mend::Receipt& receipt, const QString& wayBack)
 {
-    if (request.format == Format::Json) {
-        print({ receiptTable(receipt) }, request.format);
-    }
+    record({ receiptTable(receipt) });
     printReceipt(what, receipt, wayBack);
     requireDurable(receipt);
 }
@@ -205,8 +202,8 @@ ExitStatus stepSetting(const Request& request, const mend::HistoryEntry& entry,
     }
     const mend::Receipt receipt
         = store(request, transaction, change, { action, bEdit ? 0 : entry.nNumber });
-    printStored(request, QStringLiteral("brought back the setting '%1'").arg(entry.strSetting),
-                receipt, commandBack(action, bExpected, receipt.nEdit));
+    printStored(QStringLiteral("brought back the setting '%1'").arg(entry.strSetting), receipt,
+                commandBack(action, bExpected, receipt.nEdit));
     return ExitStatus::Ok;
 }
 
@@ -261,7 +258,7 @@ ExitStatus setSetting(const Request& request)
     if (settingOf(strKey) != strValue) {
         throw notStored(strKey);
     }
-    printStored(request, QStringLiteral("stored the setting '%1'").arg(strKey), receipt, "undo");
+    printStored(QStringLiteral("stored the setting '%1'").arg(strKey), receipt, "undo");
     return ExitStatus::Ok;
 }
 
@@ -279,6 +276,6 @@ ExitStatus unsetSetting(const Request& request)
         return ExitStatus::Ok;
     }
     const mend::Receipt receipt = store(request, transaction, change, {});
-    printStored(request, QStringLiteral("removed the setting '%1'").arg(strKey), receipt, "undo");
+    printStored(QStringLiteral("removed the setting '%1'").arg(strKey), receipt, "undo");
     return ExitStatus::Ok;
 }
