@@ -19,6 +19,8 @@ private Q_SLOTS:
     void whatABundleDoesNotNameStays();
     void aDryRunTellsAndWritesNothing();
     void aBundleComesThroughAPipe();
+    void aNewMachineGetsAFile();
+    void whoHasCopiesIsNotNew();
     void whatIsNoBundleIsRefused_data();
     void whatIsNoBundleIsRefused();
     void aPartThatIsNotThereIsNamed();
@@ -267,6 +269,27 @@ void tst_hostbundle::aBundleComesThroughAPipe()
     QCOMPARE(bundle.nStatus, 0);
     QCOMPARE(at("new", { "bundle", "import", "-" }, bundle.strOut.toUtf8()).nStatus, 0);
     QVERIFY(!differingSections("old", "new").contains("CustomStock"));
+}
+
+void tst_hostbundle::aNewMachineGetsAFile()
+{
+    QVERIFY(QFile::remove(userDir() + '/' + file("new")));
+    require("old", "bundle export --out bundle.xml");
+    require("new", "bundle import bundle.xml --dry-run");
+    QVERIFY(!QFile::exists(userDir() + '/' + file("new")));
+    require("new", "bundle import bundle.xml");
+    QCOMPARE(differingSections("old", "new"), QStringList());
+    QVERIFY(bytes("new").contains("oaPassword=\"\""));
+    QCOMPARE(at("new", { "check" }).nStatus, 0);
+}
+
+void tst_hostbundle::whoHasCopiesIsNotNew()
+{
+    require("old", "bundle export --out bundle.xml");
+    require("new", "option set tickRestoreDay=7");
+    QVERIFY(QFile::remove(userDir() + '/' + file("new")));
+    QCOMPARE(at("new", { "bundle", "import", "bundle.xml" }).nStatus, 3);
+    QVERIFY(!QFile::exists(userDir() + '/' + file("new")));
 }
 
 void tst_hostbundle::whatIsNoBundleIsRefused_data()

@@ -71,7 +71,8 @@ Texts bundleTexts()
         { "bundle import",
           "The sections of the bundle take the place of those that this user has, and each change "
           "is told; everything else stays, and so do secrets and options that the bundle does not "
-          "name. A user's whole file is a bundle, too. A section that would be read otherwise "
+          "name. A directory without a file and without copies gets one: a new machine. A user's "
+          "whole file is a bundle, too. A section that would be read otherwise "
           "than it stands there is refused unless --force is given.",
           "bundle import bundle.xml --dry-run" },
     };

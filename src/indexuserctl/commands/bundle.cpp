@@ -1,3 +1,4 @@
+#include "commands/bringback.h"
 #include "commands/edit.h"
 #include "commands/shownuser.h"
 #include "commands/wholefile.h"
@@ -9,6 +10,10 @@
 #include <inspect/closest.h>
 
 #include <format/userdocument.h>
+#include <mend/candidates.h>
+#include <mend/salvage.h>
+
+#include <QDir>
 
 #include <algorithm>
 
@@ -101,6 +106,27 @@ void requireReadAsWritten(const Request& request, const inspect::UserFile& file,
     }
 }
 
+// Who has something to come back from is not new.
+bool isNew(const Request& request)
+{
+    const QString strLive = inspect::livePath(request.strConfigDir);
+    return QDir(request.strConfigDir).exists()
+        && inspect::readSavedBytes(strLive).state == inspect::FileState::Missing
+        && !mend::newestWhole(mend::candidates(request.strConfigDir));
+}
+
+// What the bundle does not have is as a client begins with it.
+ExitStatus makeUser(const Request& request, const QDomDocument& bundle, const Parts& parts)
+{
+    const KW::UserRecords none;
+    const KW::UserRecords records = inspect::withBundle(none, bundle, parts);
+    requireSensible(request, none, records);
+    const mend::Restoration restoration { QByteArray::fromStdString(
+        mend::salvagedText(records).strUtf8) };
+    return bringBack(request, restoration, QStringLiteral("what is in the bundle"),
+                     { partsTable(bundle, parts) });
+}
+
 } // namespace
 
 ExitStatus exportBundle(const Request& request)
@@ -122,6 +148,9 @@ ExitStatus importBundle(const Request& request)
     const inspect::UserFile file = wholeFile(strPath);
     requireParts(request, strPath, file.document);
     requireReadAsWritten(request, file, strPath);
+    if (isNew(request)) {
+        return makeUser(request, file.document, parts);
+    }
     return editRecords(request, [&](const KW::UserRecords& before) {
         print({ partsTable(file.document, parts) }, request.format);
         return inspect::withBundle(before, file.document, parts);

@@ -69,28 +69,6 @@ mend::Changer changerOf(const Request& request, const Change& change, const Reco
              standalone::guardSaves, records };
 }
 
-// What the client would take, and nobody is likely to mean. What was there before is no reason to
-// refuse a change of something else.
-void requireSensible(const Request& request, const mend::Edit& edit)
-{
-    constexpr int nTold = 5;
-    const auto doubts = inspect::newDoubts(edit.before, edit.expected);
-    if (doubts.isEmpty() || request.isForced()) {
-        return;
-    }
-    QStringList texts;
-    for (const inspect::Doubt& doubt : doubts.mid(0, nTold)) {
-        const QString strPlace = doubt.strPlace.isEmpty() ? QString() : doubt.strPlace + ": ";
-        texts.append(strPlace + doubt.strText);
-    }
-    if (doubts.size() > nTold) {
-        texts.append(QStringLiteral("and %1 more").arg(doubts.size() - nTold));
-    }
-    throw CFailure(ExitStatus::Negative,
-                   texts.join(QStringLiteral("; "))
-                       + QStringLiteral("; --force makes the change all the same"));
-}
-
 // Whatever became of the save, a file that is there is again what it was besides its content.
 void save(const Request& request, mend::CTransaction& transaction, const mend::Changer& changer,
           const CUserGuard& guard, mend::Edit& edit)
@@ -116,7 +94,7 @@ ExitStatus edit(const Request& request, const Change& change, const RecordsChang
     const mend::Changer changer = changerOf(request, change, records);
     mend::Edit edit = mend::prepareEdit(transaction, changer);
     requireNoFailure(request, edit);
-    requireSensible(request, edit);
+    requireSensible(request, edit.before, edit.expected);
     guard.requireReplaceable();
     const auto differences = inspect::differences(edit.before, edit.expected);
     print({ diffTable(request, differences, "the file", "the change") }, request.format);
@@ -136,6 +114,29 @@ ExitStatus edit(const Request& request, const Change& change, const RecordsChang
 }
 
 } // namespace
+
+// What the client would take, and nobody is likely to mean. What was there before is no reason to
+// refuse a change of something else.
+void requireSensible(const Request& request, const KW::UserRecords& before,
+                     const KW::UserRecords& after)
+{
+    constexpr int nTold = 5;
+    const auto doubts = inspect::newDoubts(before, after);
+    if (doubts.isEmpty() || request.isForced()) {
+        return;
+    }
+    QStringList texts;
+    for (const inspect::Doubt& doubt : doubts.mid(0, nTold)) {
+        const QString strPlace = doubt.strPlace.isEmpty() ? QString() : doubt.strPlace + ": ";
+        texts.append(strPlace + doubt.strText);
+    }
+    if (doubts.size() > nTold) {
+        texts.append(QStringLiteral("and %1 more").arg(doubts.size() - nTold));
+    }
+    throw CFailure(ExitStatus::Negative,
+                   texts.join(QStringLiteral("; "))
+                       + QStringLiteral("; --force makes the change all the same"));
+}
 
 ExitStatus edit(const Request& request, const Change& change)
 {
