@@ -3,6 +3,8 @@
 
 #include <QTextCodec>
 
+#include <memory>
+
 #include <sys/stat.h>
 
 // The bundle for support, as another program unpacks it: all that the user has, but for secrets.
@@ -48,9 +50,9 @@ const QString c_strLive = QStringLiteral("indexUserConfig.xml");
 
 QByteArray inCodec(const char* pszCodec, const QString& text)
 {
-    return QTextCodec::codecForName(pszCodec)
-        ->makeEncoder(QTextCodec::IgnoreHeader)
-        ->fromUnicode(text);
+    const std::unique_ptr<QTextEncoder> pEncoder(
+        QTextCodec::codecForName(pszCodec)->makeEncoder(QTextCodec::IgnoreHeader));
+    return pEncoder->fromUnicode(text);
 }
 
 QString withValue(const QString& value)
