@@ -381,6 +381,25 @@ void requireFittingValues(const TypedWords& typed)
     }
 }
 
+// What was typed, for people who look at it later: without secrets, and without --config-dir.
+QString maskedCommand(const QStringList& words)
+{
+    QStringList shown;
+    for (int i = 0; i < words.size(); ++i) {
+        const QString strName = words[i].section('=', 0, 0);
+        if (strName == QLatin1String("--config-dir")) {
+            i += strName == words[i] ? 1 : 0;
+        } else {
+            const bool bSecret = inspect::isSecret(strName);
+            shown.append(bSecret ? strName + "=(hidden)" : words[i]);
+            if (bSecret && shown.contains(QStringLiteral("setting"))) {
+                break; // the value is a word of its own, somewhere behind
+            }
+        }
+    }
+    return shown.join(' ');
+}
+
 } // namespace
 
 AnswerForm answerForm(const QStringList& words)
@@ -413,24 +432,6 @@ CommandLine parseCommandLine(const QStringList& words)
         throw CFailure(ExitStatus::Usage, "--config-dir: a directory is wanted");
     }
     return line;
-}
-
-QString maskedCommand(const QStringList& words)
-{
-    QStringList shown;
-    for (int i = 0; i < words.size(); ++i) {
-        const QString strName = words[i].section('=', 0, 0);
-        if (strName == QLatin1String("--config-dir")) {
-            i += strName == words[i] ? 1 : 0;
-        } else {
-            const bool bSecret = inspect::isSecret(strName);
-            shown.append(bSecret ? strName + "=(hidden)" : words[i]);
-            if (bSecret && shown.contains(QStringLiteral("setting"))) {
-                break; // the value is a word of its own, somewhere behind
-            }
-        }
-    }
-    return shown.join(' ');
 }
 
 QStringList withoutOptions(const QStringList& words, const QStringList& names)

@@ -22,8 +22,5 @@ CommandLine parseCommandLine(const QStringList& words);
 /// The words of a command line without the options \a names and their values.
 QStringList withoutOptions(const QStringList& words, const QStringList& names);
 
-/// What was typed, for people who look at it later: without secrets, and without --config-dir.
-QString maskedCommand(const QStringList& words);
-
 /// All commands, options and exit statuses in few lines.
 QString helpText();

@@ -97,7 +97,9 @@ void CResumeFile::open()
         fail(ExitStatus::InputOutput, QStringLiteral("is no regular file"));
     }
     if (!lockFile(m_file.handle())) {
-        fail(ExitStatus::Busy, QStringLiteral("somebody else goes through its users now"));
+        const bool bHeld = errno == EACCES || errno == EAGAIN;
+        fail(bHeld ? ExitStatus::Busy : ExitStatus::InputOutput,
+             bHeld ? QStringLiteral("somebody else goes through its users now") : lastError());
     }
     if (status.st_size == 0 && ::fchmod(m_file.handle(), c_nOwnerReadsAndWrites) != 0) {
         fail(ExitStatus::InputOutput, lastError());
@@ -138,6 +140,9 @@ void CResumeFile::requireSame(const QJsonObject& head, const Resumed& resumed) c
 void CResumeFile::read(const Resumed& resumed)
 {
     const QByteArray bytes = m_file.readAll();
+    if (m_file.error() != QFileDevice::NoError) {
+        fail(ExitStatus::InputOutput, m_file.errorString());
+    }
     const int nWhole = bytes.lastIndexOf('\n') + 1;
     if (nWhole == 0) {
         begin(bytes, resumed);

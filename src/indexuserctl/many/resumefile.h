@@ -13,9 +13,9 @@ struct Resumed {
 };
 
 /// The users with whom a command is done, a line each, kept so that it can be broken off at any
-/// time: each is on the disk before the next is begun with. A line without an end does not count;
-/// of several of one user the last one does. The values themselves are not in it, only a salted
-/// digest. One process at a time. All throw CFailure.
+/// time: each is on the disk as soon as append() has returned. A line without an end does not
+/// count; of several of one user the last one does. The values themselves are not in it, only a
+/// salted digest. One process at a time. All throw CFailure.
 ///
 ///     CResumeFile file(path, { "check", words });
 ///     ... file.done() ...

@@ -85,7 +85,6 @@ std::optional<UserAnswer> userAnswerFrom(const QJsonObject& object)
 void CUserCounts::add(const UserAnswer& answer)
 {
     m_worst = graver(m_worst, answer.status);
-    m_nFailures += answer.isFailed() ? 1 : 0;
     ++m_users[answer.status];
     for (auto it = answer.findings.begin(); it != answer.findings.end(); ++it) {
         Rule& rule = m_rules[it.key()];

@@ -34,7 +34,6 @@ public:
     void add(const UserAnswer& answer);
 
     ExitStatus worst() const { return m_worst; }
-    int failures() const { return m_nFailures; }
     /// The users by status and, if there are any, by finding.
     QVector<Table> tables() const;
 
@@ -46,7 +45,6 @@ private:
     QString title() const;
 
     ExitStatus m_worst = ExitStatus::Ok;
-    int m_nFailures = 0;
     QMap<ExitStatus, int> m_users;
     QMap<QString, Rule> m_rules;
 };

@@ -78,14 +78,14 @@ QStringList linesOf(const QString& word)
     const QList<QByteArray> lines = contentOf(strPath).split('\n');
     QStringList users;
     for (int i = 0; i < lines.size(); ++i) {
-        const QString strUser = firstLine(lines[i]).value_or(QString(QChar(u'\0')));
-        if (strUser.contains(QChar(u'\0'))) {
+        const std::optional<QString> user = firstLine(lines[i]);
+        if (!user || user->contains(QChar(u'\0'))) {
             throw CFailure(ExitStatus::Usage,
                            QStringLiteral("%1:%2: that is no name of a directory")
                                .arg(strPath, QString::number(i + 1)),
                            { strPath, i + 1 });
         }
-        users += strUser.isEmpty() ? QStringList() : QStringList(strUser);
+        users += user->isEmpty() ? QStringList() : QStringList(*user);
     }
     if (users.isEmpty()) {
         throw CFailure(ExitStatus::Negative, strPath + " names no user", { strPath });
