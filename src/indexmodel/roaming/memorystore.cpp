@@ -1,0 +1,144 @@
+#include "roaming/memorystore.h"
+
+#include <mend/history.h>
+
+#include <algorithm>
+
+namespace roaming {
+
+void CMemoryServer::fail(const StoreError& error)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_error = error;
+}
+
+void CMemoryServer::failBehind(const StoreError& error)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_errorBehind = error;
+}
+
+CMemoryServer::Document& CMemoryServer::document(const QString& name)
+{
+    const auto it = std::find_if(m_documents.begin(), m_documents.end(),
+                                 [&](const Document& each) { return each.strName == name; });
+    if (it != m_documents.end()) {
+        return *it;
+    }
+    m_documents.append({ name, 0, {} });
+    return m_documents.last();
+}
+
+SaveAnswer CMemoryServer::save(const SaveWish& wish)
+{
+    Document& found = document(wish.strDocument);
+    for (const Entry& entry : qAsConst(found.entries)) {
+        if (entry.save == wish.id) {
+            return { entry.revision.bAside ? SaveOutcome::Aside : SaveOutcome::Saved,
+                     entry.revision.nNumber, found.nHead };
+        }
+    }
+    if (wish.nBase > found.nHead) {
+        return { SaveOutcome::Behind, 0, found.nHead };
+    }
+    const bool bOthers = std::any_of(
+        found.entries.begin(), found.entries.end(), [&](const Entry& entry) {
+            return entry.revision.nNumber > wish.nBase && !entry.revision.bAside
+                && entry.revision.machine.id != wish.machine.id;
+        });
+    Revision made;
+    made.nNumber = found.entries.size() + 1;
+    made.nBase = wish.nBase;
+    made.bAside = wish.bAside || bOthers;
+    made.digest = mend::digestOf(wish.text);
+    made.nBytes = wish.text.size();
+    made.machine = wish.machine;
+    made.strArrangement = wish.strArrangement;
+    made.strReason = wish.strReason;
+    made.written = QDateTime::currentDateTimeUtc();
+    found.entries.append({ made, wish.id, wish.text });
+    found.nHead = made.bAside ? found.nHead : made.nNumber;
+    return { made.bAside ? SaveOutcome::Aside : SaveOutcome::Saved, made.nNumber, found.nHead };
+}
+
+CMemoryStore::CMemoryStore(std::shared_ptr<CMemoryServer> pServer)
+    : m_pServer(std::move(pServer))
+{
+}
+
+Answer<QVector<SaveAnswer>> CMemoryStore::save(const QVector<SaveWish>& wishes)
+{
+    const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
+    if (m_pServer->m_error) {
+        return { m_pServer->m_error };
+    }
+    Answer<QVector<SaveAnswer>> answer { std::exchange(m_pServer->m_errorBehind, {}) };
+    for (const SaveWish& wish : wishes) {
+        answer.value.append(m_pServer->save(wish));
+    }
+    return answer;
+}
+
+Answer<QVector<Head>> CMemoryStore::heads()
+{
+    const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
+    Answer<QVector<Head>> answer { m_pServer->m_error };
+    for (const auto& document : qAsConst(m_pServer->m_documents)) {
+        if (!answer.error && document.nHead > 0) {
+            const int nPlace = static_cast<int>(document.nHead) - 1;
+            answer.value.append({ document.strName, document.entries[nPlace].revision });
+        }
+    }
+    return answer;
+}
+
+Answer<QByteArray> CMemoryStore::text(const QString& document, qint64 revision)
+{
+    const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
+    const auto& entries = m_pServer->document(document).entries;
+    if (m_pServer->m_error) {
+        return { m_pServer->m_error };
+    }
+    if (revision < 1 || revision > entries.size()) {
+        return { { StoreCause::Gone, QStringLiteral("no revision %1").arg(revision) } };
+    }
+    return { {}, entries[static_cast<int>(revision) - 1].text };
+}
+
+Answer<QVector<Revision>> CMemoryStore::revisions(const QString& document, qint64 after, int limit)
+{
+    const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
+    Answer<QVector<Revision>> answer { m_pServer->m_error };
+    const auto& entries = m_pServer->document(document).entries;
+    for (auto it = entries.rbegin(); !answer.error && it != entries.rend(); ++it) {
+        if (it->revision.nNumber > after && (limit == 0 || answer.value.size() < limit)) {
+            answer.value.append(it->revision);
+        }
+    }
+    return answer;
+}
+
+Answer<Revision> CMemoryStore::newestWith(const QString& document, const QString& arrangement)
+{
+    const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
+    const auto& entries = m_pServer->document(document).entries;
+    const auto it = std::find_if(entries.rbegin(), entries.rend(), [&](const auto& entry) {
+        return !entry.revision.bAside && entry.revision.strArrangement == arrangement;
+    });
+    return { m_pServer->m_error, it == entries.rend() ? Revision() : it->revision };
+}
+
+StoreError CMemoryStore::resolve(const QString& document, qint64 aside, Choice)
+{
+    const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
+    auto& entries = m_pServer->document(document).entries;
+    for (auto& entry : entries) {
+        if (entry.revision.nNumber == aside && entry.revision.bAside) {
+            entry.revision.bResolved = !m_pServer->m_error;
+            return m_pServer->m_error;
+        }
+    }
+    return { StoreCause::Gone, QStringLiteral("revision %1 is no aside").arg(aside) };
+}
+
+} // namespace roaming
