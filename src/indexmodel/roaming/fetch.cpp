@@ -30,10 +30,9 @@ Answer<bool> hasOthers(CStore& store, const Desk& desk, const QString& document,
 {
     const auto revisions = store.revisions(document, base, 0);
     return { revisions.error,
-             std::any_of(revisions.value.begin(), revisions.value.end(),
-                         [&](const Revision& each) {
-                             return !each.bAside && each.machine.id != desk.machine.id;
-                         }) };
+             std::any_of(revisions.value.begin(), revisions.value.end(), [&](const Revision& each) {
+                 return !each.bAside && each.machine.id != desk.machine.id;
+             }) };
 }
 
 StoreError fetchNews(CStore& store, const Desk& desk, const MachineState& state, Fetched& fetched)
@@ -57,10 +56,10 @@ StoreError fetchNews(CStore& store, const Desk& desk, const MachineState& state,
 // The head itself, if it is of this arrangement.
 StoreError fetchLayouts(CStore& store, const Desk& desk, Fetched& fetched)
 {
-    const bool bNews = std::any_of(
-        fetched.news.begin(), fetched.news.end(), [](const FetchedDocument& each) {
-            return each.head.strDocument == QLatin1String(c_szUserDocument);
-        });
+    const bool bNews
+        = std::any_of(fetched.news.begin(), fetched.news.end(), [](const FetchedDocument& each) {
+              return each.head.strDocument == QLatin1String(c_szUserDocument);
+          });
     if (!desk.arrangement.isKnown() || !bNews) {
         return {};
     }
@@ -126,12 +125,11 @@ Fetched fetch(const Desk& desk, const MachineState& state, const StoreMaker& con
         pMailbox->arrived.notify_one();
     }).detach();
     std::unique_lock<std::mutex> lock(pMailbox->mutex);
-    const bool bArrived
-        = pMailbox->arrived.wait_for(lock, std::chrono::milliseconds(deadlineMs),
-                                     [&] { return pMailbox->fetched.has_value(); });
-    return bArrived ? *pMailbox->fetched
-                    : Fetched { { StoreCause::Late, QStringLiteral("no answer in time") },
-                                {}, {}, {} };
+    const bool bArrived = pMailbox->arrived.wait_for(lock, std::chrono::milliseconds(deadlineMs),
+                                                     [&] { return pMailbox->fetched.has_value(); });
+    return bArrived
+        ? *pMailbox->fetched
+        : Fetched { { StoreCause::Late, QStringLiteral("no answer in time") }, {}, {}, {} };
 }
 
 } // namespace roaming

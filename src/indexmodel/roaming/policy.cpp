@@ -28,8 +28,8 @@ constexpr SectionRow c_sections[] = {
 };
 
 // Besides the secrets.
-constexpr const char* c_localOptions[] = { "oaAddress", "oaUser", "oaTableName",
-                                           "updateF10DateTime" };
+constexpr const char* c_localOptions[]
+    = { "oaAddress", "oaUser", "oaTableName", "updateF10DateTime" };
 
 struct SettingRow {
     const char* pszSection;
@@ -63,8 +63,9 @@ QStringList localOptions()
 Rule ruleOf(const QString& section)
 {
     const auto pRow
-        = std::find_if(std::begin(c_sections), std::end(c_sections),
-                       [&](const SectionRow& row) { return section == QLatin1String(row.pszSection); });
+        = std::find_if(std::begin(c_sections), std::end(c_sections), [&](const SectionRow& row) {
+              return section == QLatin1String(row.pszSection);
+          });
     if (pRow != std::end(c_sections)) {
         return pRow->rule;
     }
@@ -90,11 +91,11 @@ bool isLocalOption(const QString& attribute)
 
 bool isLocalSetting(const QString& section, const QString& key)
 {
-    return std::any_of(
-        std::begin(c_localSettings), std::end(c_localSettings), [&](const SettingRow& row) {
-            return section == QLatin1String(row.pszSection)
-                && (row.pszKey == nullptr || key == QLatin1String(row.pszKey));
-        });
+    return std::any_of(std::begin(c_localSettings), std::end(c_localSettings),
+                       [&](const SettingRow& row) {
+                           return section == QLatin1String(row.pszSection)
+                               && (row.pszKey == nullptr || key == QLatin1String(row.pszKey));
+                       });
 }
 
 } // namespace roaming

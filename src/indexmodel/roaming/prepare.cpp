@@ -179,11 +179,10 @@ private:
         });
         const QByteArray here = it == all.end() ? QByteArray() : settingText(*it);
         const DocumentState known = m_state.documents.value(strDocument);
-        const bool bUnsent = known.nBase == 0 ? !here.isEmpty()
-                                              : mend::digestOf(here) != known.digest;
-        const Decision decision
-            = decide({ known.nBase, m_bFirst, bUnsent, false, here == news.text,
-                       news.head.revision.nNumber, news.bOthers });
+        const bool bUnsent
+            = known.nBase == 0 ? !here.isEmpty() : mend::digestOf(here) != known.digest;
+        const Decision decision = decide({ known.nBase, m_bFirst, bUnsent, false, here == news.text,
+                                           news.head.revision.nNumber, news.bOthers });
         if (decision == Decision::Take && !m_desk.settings.write(setting)) {
             ++m_preparation.nSettingsRefused;
         } else if (decision == Decision::Take || decision == Decision::Note) {
@@ -231,7 +230,8 @@ Preparation prepare(const Desk& desk, const StoreMaker& connect, int deadlineMs,
         return { PrepareResult::Busy };
     }
     CPreparation preparation(desk, wish);
-    return preparation.run(connect, std::max<int>(0, deadlineMs - static_cast<int>(since.elapsed())));
+    return preparation.run(connect,
+                           std::max<int>(0, deadlineMs - static_cast<int>(since.elapsed())));
 }
 
 } // namespace roaming

@@ -5,6 +5,7 @@
 
 #include <format/canonicaltext.h>
 #include <format/optionsettings.h>
+#include <format/readabletext.h>
 #include <format/sections.h>
 #include <format/userdocument.h>
 #include <inspect/optionvalues.h>
@@ -22,8 +23,7 @@ using Attributes = QVector<QPair<QString, QString>>;
 
 std::optional<ElementTree> treeOf(const QByteArray& text)
 {
-    const inspect::UserFile file
-        = inspect::userFileOf({ inspect::FileState::Whole, text, {} });
+    const inspect::UserFile file = inspect::userFileOf({ inspect::FileState::Whole, text, {} });
     return file.state == inspect::FileState::Whole
         ? std::make_optional(KW::elementTree(file.document.documentElement()))
         : std::nullopt;
@@ -43,8 +43,9 @@ void sortSections(Trees& sections)
         return pSection == nullptr ? static_cast<std::ptrdiff_t>(KW::sections().size())
                                    : pSection - KW::sections().data();
     };
-    std::stable_sort(sections.begin(), sections.end(),
-                     [&](const auto& left, const auto& right) { return place(left) < place(right); });
+    std::stable_sort(sections.begin(), sections.end(), [&](const auto& left, const auto& right) {
+        return place(left) < place(right);
+    });
 }
 
 // A secret wherever it stands, since another module may keep it, too; the others where they are
@@ -130,9 +131,8 @@ template <typename Wanted> Trees childrenOf(const ElementTree& root, const Wante
 
 Trees layoutsIn(const ElementTree& root)
 {
-    return childrenOf(root, [](const ElementTree& each) {
-        return ruleOf(each.strName) == Rule::ByArrangement;
-    });
+    return childrenOf(
+        root, [](const ElementTree& each) { return ruleOf(each.strName) == Rule::ByArrangement; });
 }
 
 // Of a desk that nobody has told of the layouts stay, if there are any.
@@ -157,17 +157,29 @@ std::optional<Trees> arrivingLayouts(const ElementTree& local, const ElementTree
 std::optional<QByteArray> liveText(const ElementTree& root)
 {
     QDomDocument doc;
-    doc.appendChild(
-        doc.createProcessingInstruction("xml", "version=\"1.0\" encoding=\"utf-8\""));
+    doc.appendChild(doc.createProcessingInstruction("xml", "version=\"1.0\" encoding=\"utf-8\""));
     KW::appendTree(doc, doc, root);
     const KW::UserDocumentText text = KW::userDocumentText(doc);
     return text.cut.isEmpty() ? std::make_optional(QByteArray::fromStdString(text.strUtf8))
                               : std::nullopt;
 }
 
-// What cannot be had back from the text does not leave.
-std::optional<QByteArray> faithfulText(const ElementTree& root)
+// As a save would.
+void makeReadable(ElementTree& tree)
 {
+    tree.strValue = KW::readableText(tree.strValue);
+    for (auto& attribute : tree.attributes) {
+        attribute.second = KW::readableText(attribute.second);
+    }
+    for (ElementTree& child : tree.children) {
+        makeReadable(child);
+    }
+}
+
+// What cannot be had back from the text does not leave.
+std::optional<QByteArray> faithfulText(ElementTree root)
+{
+    makeReadable(root);
     const std::optional<std::string> text = KW::canonicalText(root);
     const QByteArray bytes = text ? QByteArray::fromStdString(*text) : QByteArray();
     const std::optional<ElementTree> again = treeOf(bytes);
@@ -200,8 +212,8 @@ std::optional<QByteArray> heldText(const QByteArray& live, const QString& sectio
     if (!root) {
         return std::nullopt;
     }
-    root->children = childrenOf(
-        *root, [&](const ElementTree& each) { return each.strName == section; });
+    root->children
+        = childrenOf(*root, [&](const ElementTree& each) { return each.strName == section; });
     removeLocalOptions(*root, false);
     return root->children.isEmpty() ? std::nullopt : faithfulText(*root);
 }

@@ -19,8 +19,8 @@ using Clock = std::chrono::steady_clock;
 std::chrono::milliseconds varied(int pauseMs)
 {
     const int nQuarter = pauseMs / 4;
-    return std::chrono::milliseconds(
-        pauseMs - nQuarter + QRandomGenerator::global()->bounded(2 * nQuarter + 1));
+    return std::chrono::milliseconds(pauseMs - nQuarter
+                                     + QRandomGenerator::global()->bounded(2 * nQuarter + 1));
 }
 
 SenderState stateOf(SendResult result)
@@ -150,7 +150,8 @@ private:
         if (isEnding()) {
             return;
         }
-        Sending sending = bSettled ? Sending() : sendAside(m_desk, store, *m_desk.settings.mirror());
+        Sending sending
+            = bSettled ? Sending() : sendAside(m_desk, store, *m_desk.settings.mirror());
         m_bUnsettled = sending.result == SendResult::Failed;
         if (sending.result != SendResult::Failed) {
             sending = send(m_desk, store);

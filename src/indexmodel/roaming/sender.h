@@ -56,8 +56,8 @@ public:
     CSender& operator=(const CSender&) = delete;
     ~CSender();
 
-    /// Something was stored; the live file may still be on its way. Any thread; it takes microseconds
-    /// and waits for neither network nor disk.
+    /// Something was stored; the live file may still be on its way. Any thread; it takes
+    /// microseconds and waits for neither network nor disk.
     void wake();
 
     /// Waits until all that it was woken for has been tried, at most \a deadlineMs: before the end

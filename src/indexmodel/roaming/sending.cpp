@@ -81,9 +81,9 @@ StoreError putOnHeads(Wishes& wishes, CStore& store)
 {
     const Answer<QVector<Head>> heads = store.heads();
     for (SaveWish& wish : wishes) {
-        const auto it = std::find_if(
-            heads.value.begin(), heads.value.end(),
-            [&](const Head& head) { return head.strDocument == wish.strDocument; });
+        const auto it = std::find_if(heads.value.begin(), heads.value.end(), [&](const Head& head) {
+            return head.strDocument == wish.strDocument;
+        });
         wish.nBase = it == heads.value.end() ? 0 : it->revision.nNumber;
     }
     return heads.error;

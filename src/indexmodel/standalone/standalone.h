@@ -71,7 +71,7 @@ PLATFORM_API QVector<SettingName> settingNames();
 using StoredListener = std::function<void(const QString& section, const QString& key)>;
 
 /// From now on all of them are told to \a listener; an empty one ends that, and waits until it is
-/// not asked any more. Any thread but the listener's.
+/// not asked any more. It must store nothing itself. Any thread but the one that asks it.
 PLATFORM_API void onStored(const StoredListener& listener);
 
 /// One stock of a sector.
