@@ -30,6 +30,7 @@ private Q_SLOTS:
     void aFirstStartTakesTheServersAndKeepsTheLocalOne();
     void anUnchangedFileFollowsTheServer();
     void twoChangesLeaveTheLocalOne();
+    void whatSomebodyHasChosenIsTaken();
     void whatThisMachineSentLastIsOnlyNoted();
     void whatWasTakenButNotNotedIsNoted();
     void aMissingFileComesFromTheServer();
@@ -188,6 +189,23 @@ void tst_roamingprepare::twoChangesLeaveTheLocalOne()
     roaming::CMemoryStore store(m_pServer);
     QCOMPARE(store.text("user", 3).value, roaming::outgoingText(local).value_or("none"));
     QCOMPARE(store.heads().value.first().revision.nNumber, 2);
+}
+
+void tst_roamingprepare::whatSomebodyHasChosenIsTaken()
+{
+    bringInStep();
+    m_pLeft->write(CTestDesk::user("of the left"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    const QByteArray local = CTestDesk::user("of the right");
+    m_pRight->write(local);
+    QCOMPARE(sent(*m_pRight).result, SendResult::Conflict);
+    const Preparation preparation = roaming::prepare(m_pRight->desk(), storeOn(m_pServer), 20000,
+                                                     { "roam resolve" }, roaming::Taking::Always);
+    QCOMPARE(preparation.result, PrepareResult::Taken);
+    QCOMPARE(m_pRight->text(), QString("of the left"));
+    QCOMPARE(m_pRight->password(), QString("mine"));
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+    QCOMPARE(mend::CHistory(m_pRight->dir()).state(mend::digestOf(local)).value_or("gone"), local);
 }
 
 // Killed between the server's commit and the note of it.

@@ -60,17 +60,18 @@ bool isInPlace(const mend::Recovery& recovery)
 /// One run of it, under the lock of the state.
 class CPreparation {
 public:
-    CPreparation(const Desk& desk, const mend::WriteWish& wish)
+    CPreparation(const Desk& desk, const mend::WriteWish& wish, Taking taking)
         : m_desk(desk)
         , m_state(readState(desk.strConfigDir))
         , m_transaction(desk.strConfigDir, wish)
         , m_bFirst(m_state.isFirst())
+        , m_taking(taking)
     {
         if (desk.arrangement.isKnown()) {
             m_state.strArrangement = desk.arrangement.name();
         }
         // As if the machine had never had it: there is nothing that it could be compared with.
-        if (m_transaction.read().state == inspect::FileState::Missing) {
+        if (taking == Taking::Always || m_transaction.read().state == inspect::FileState::Missing) {
             m_state.documents.remove(c_szUserDocument);
         }
     }
@@ -126,7 +127,7 @@ private:
                             arrived && outgoing && outgoingText(*arrived) == outgoing,
                             news.head.revision.nNumber,
                             news.bOthers };
-        const Decision decision = decide(sides);
+        const Decision decision = m_taking == Taking::Always ? Decision::Take : decide(sides);
         m_preparation.result = resultOf(decision);
         if (decision == Decision::Note) {
             note(news.head,
@@ -195,6 +196,7 @@ private:
     MachineState m_state;
     mend::CTransaction m_transaction;
     const bool m_bFirst;
+    const Taking m_taking;
     Preparation m_preparation;
 };
 
@@ -221,7 +223,7 @@ Decision decide(const Sides& sides)
 }
 
 Preparation prepare(const Desk& desk, const StoreMaker& connect, int deadlineMs,
-                    const mend::WriteWish& wish)
+                    const mend::WriteWish& wish, Taking taking)
 {
     QElapsedTimer since;
     since.start();
@@ -229,7 +231,7 @@ Preparation prepare(const Desk& desk, const StoreMaker& connect, int deadlineMs,
     if (!lock.take(std::min(deadlineMs, c_nLockMs))) {
         return { PrepareResult::Busy };
     }
-    CPreparation preparation(desk, wish);
+    CPreparation preparation(desk, wish, taking);
     return preparation.run(connect,
                            std::max<int>(0, deadlineMs - static_cast<int>(since.elapsed())));
 }

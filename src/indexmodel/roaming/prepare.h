@@ -47,6 +47,12 @@ struct Sides {
 /// itself it only notes: it was killed before it could.
 Decision decide(const Sides& sides);
 
+/// Which head of the server takes the place of the live file.
+enum class Taking {
+    Newer, ///< as decide() says
+    Always, ///< whatever it is: somebody has chosen it; what is here goes into the history
+};
+
 /// Before the first load, behind mend::recover(), before anybody holds the user's lock: fetches
 /// what is newer on the server and puts it in the place of the live file, whose state before goes
 /// into the history, and into the settings store. Ends within \a deadlineMs, and then the local
@@ -55,6 +61,7 @@ Decision decide(const Sides& sides);
 ///
 ///     const roaming::Preparation preparation = roaming::prepare(desk, connect, 3000);
 Preparation prepare(const Desk& desk, const StoreMaker& connect, int deadlineMs,
-                    const mend::WriteWish& wish = { QStringLiteral("roam pull") });
+                    const mend::WriteWish& wish = { QStringLiteral("roam pull") },
+                    Taking taking = Taking::Newer);
 
 } // namespace roaming
