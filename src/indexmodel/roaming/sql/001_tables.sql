@@ -45,7 +45,7 @@ create table revision (
     number bigint not null check (number > 0),
     base bigint not null check (base >= 0),
     aside boolean not null,
-    resolved text collate "C" check (aside and resolved in ('mine', 'theirs')),
+    resolved text collate "C" check (resolved is null or aside and resolved in ('mine', 'theirs')),
     save_id uuid not null,
     sha256 bytea not null check (octet_length(sha256) = 32),
     bytes bigint not null,
