@@ -1,0 +1,284 @@
+set local role roaming_owner;
+set local search_path = roaming, pg_temp;
+
+-- SQLSTATEs of this schema: RM001 the quota is used up, RM002 there is none such, RM003 bytes are not
+-- those of their hash, RM004 contents are wanted.
+
+-- Whose documents are asked for; the session's user is never a variable that a desktop sets.
+create function login_of(p_login text) returns text
+language plpgsql stable set search_path = roaming, pg_temp as $$
+begin
+    if p_login <> session_user and not pg_has_role(session_user, 'roaming_desk', 'member') then
+        raise insufficient_privilege
+            using message = format('%s is not of the desk: what %s has is closed', session_user, p_login);
+    end if;
+    return coalesce(p_login, session_user);
+end $$;
+
+create function no_person(p_login text) returns void
+language plpgsql set search_path = roaming, pg_temp as $$
+begin
+    raise exception using errcode = 'RM002', message = format('nothing was ever saved by %s', p_login);
+end $$;
+
+create function person_of(p_login text) returns bigint
+language plpgsql stable set search_path = roaming, pg_temp as $$
+declare
+    v_login text := login_of(p_login);
+    v_person bigint := (select person_id from person where login = v_login);
+begin
+    if v_person is null and v_login <> session_user then
+        perform no_person(v_login);
+    end if;
+    return v_person;
+end $$;
+
+-- One change of a person at a time: numbers follow each other, and no content is thinned out that a
+-- save counts on. A save that was already done locks, too: its commit then waits for the standby,
+-- so that what the first answer left unsure is sure with the second.
+create function locked_person(p_login text) returns person
+language plpgsql set search_path = roaming, pg_temp as $$
+declare
+    v_login text := login_of(p_login);
+    v_person person;
+begin
+    select * into v_person from person where login = v_login for update;
+    if not found and v_login = session_user then
+        insert into person (login) values (v_login) on conflict do nothing;
+        select * into v_person from person where login = v_login for update;
+    end if;
+    if v_person.person_id is null then
+        perform no_person(v_login);
+    end if;
+    return v_person;
+end $$;
+
+-- A change of what is another's is written down.
+create function note(p_person person, p_action text, p_document text, p_from bigint, p_to bigint,
+    p_reason text) returns void
+language sql set search_path = roaming, pg_temp as $$
+    insert into audit (action, person_id, document, from_revision, to_revision, reason)
+    select p_action, p_person.person_id, p_document, p_from, p_to, p_reason
+    where p_person.login <> session_user;
+$$;
+
+-- Keeps contents under their hashes; the hashes whose contents neither came nor are there, and then
+-- nothing was kept.
+create function keep_contents(p_person person, p_parts bytea[], p_contents bytea[]) returns bytea[]
+language plpgsql set search_path = roaming, pg_temp as $$
+declare
+    v_hashes bytea[] := array(select sha256(c) from unnest(p_contents) with ordinality u (c, place)
+        order by place);
+    v_wants bytea[] := array(select distinct h from unnest(p_parts) h where h <> all (v_hashes)
+        and not exists (select from part where person_id = p_person.person_id and sha256 = h));
+    v_bytes bigint;
+begin
+    if not v_hashes <@ p_parts then
+        raise exception using errcode = 'RM003', message = 'a content came that is no part of its text';
+    end if;
+    if v_wants <> '{}' then
+        return v_wants;
+    end if;
+    with come as (
+        insert into part (person_id, sha256, content)
+        select p_person.person_id, u.h, u.c from unnest(v_hashes, p_contents) u (h, c)
+        on conflict do nothing
+        returning octet_length(content) as bytes
+    )
+    select coalesce(sum(bytes), 0) into v_bytes from come;
+    if p_person.bytes_kept + v_bytes > p_person.quota and v_bytes > 0 then
+        raise exception using errcode = 'RM001', message = format(
+            '%s may keep %s bytes, has %s and comes with %s more', p_person.login, p_person.quota,
+            p_person.bytes_kept, v_bytes);
+    end if;
+    update person set bytes_kept = bytes_kept + v_bytes
+        where person_id = p_person.person_id and v_bytes > 0;
+    return null;
+end $$;
+
+-- The hour is enough to tell which machines are in use, and costs a row an hour.
+create function note_machine(p_person bigint, p_machine_id uuid, p_machine text) returns void
+language sql set search_path = roaming, pg_temp as $$
+    insert into machine as m (person_id, machine_id, name) values (p_person, p_machine_id, p_machine)
+    on conflict (person_id, machine_id) do update set name = p_machine, last_seen = clock_timestamp()
+    where m.name <> p_machine or m.last_seen < clock_timestamp() - interval '1 hour';
+$$;
+
+-- The first that applies: the same save again has its earlier answer; a base above the head is
+-- behind; contents are wanted; what others have saved since the base makes it an aside; it is saved.
+create function save(p_document text, p_base bigint, p_aside boolean, p_save_id uuid,
+    p_sha256 bytea, p_parts bytea[], p_contents bytea[], p_machine_id uuid, p_machine text,
+    p_arrangement text, p_reason text, p_login text default null,
+    out o_outcome text, out o_number bigint, out o_head bigint, out o_wants bytea[])
+language plpgsql security definer set search_path = roaming, pg_temp as $$
+declare
+    v_person person := locked_person(p_login);
+    v_id bigint := v_person.person_id;
+    v_aside boolean;
+begin
+    o_number := 0;
+    o_head := coalesce((select head from document where person_id = v_id and name = p_document), 0);
+    select r.number, r.aside into o_number, v_aside
+        from revision r where r.person_id = v_id and r.save_id = p_save_id;
+    if found then
+        o_outcome := case when v_aside then 'aside' else 'saved' end;
+        return;
+    end if;
+    o_number := 0;
+    if p_base > o_head then
+        o_outcome := 'behind';
+        return;
+    end if;
+    o_wants := keep_contents(v_person, p_parts, p_contents);
+    if o_wants is not null then
+        o_outcome := 'wants';
+        perform set_config('roaming.wants', 'yes', true);
+        return;
+    end if;
+    perform note_machine(v_id, p_machine_id, p_machine);
+    v_aside := p_aside or exists (select from revision r
+        where r.person_id = v_id and r.name = p_document and r.number > p_base and not r.aside
+            and r.machine_id <> p_machine_id);
+    insert into document as d (person_id, name, last, head)
+        values (v_id, p_document, 1, case when v_aside then 0 else 1 end)
+        on conflict (person_id, name) do update
+        set last = d.last + 1, head = case when v_aside then d.head else d.last + 1 end
+        returning d.last, d.head into o_number, o_head;
+    insert into revision (person_id, name, number, base, aside, save_id, sha256, bytes, parts,
+            arrangement, machine_id, reason)
+        select v_id, p_document, o_number, p_base, v_aside, p_save_id, p_sha256,
+            coalesce(sum(octet_length(p.content)), 0), p_parts, p_arrangement, p_machine_id, p_reason
+        from unnest(p_parts) u (h) join part p on p.person_id = v_id and p.sha256 = u.h;
+    perform note(v_person, 'save', p_document, p_base, o_number, p_reason);
+    o_outcome := case when v_aside then 'aside' else 'saved' end;
+end $$;
+
+-- Behind several saves in a transaction: when one of them wants contents, none is done.
+create function all_or_nothing() returns void
+language plpgsql set search_path = roaming, pg_temp as $$
+begin
+    if current_setting('roaming.wants', true) = 'yes' then
+        raise exception using errcode = 'RM004', message = 'contents are wanted';
+    end if;
+end $$;
+
+create function resolve(p_document text, p_number bigint, p_choice text, p_login text default null)
+    returns void
+language plpgsql security definer set search_path = roaming, pg_temp as $$
+declare
+    v_person person := locked_person(p_login);
+begin
+    update revision set resolved = p_choice
+        where person_id = v_person.person_id and name = p_document and number = p_number and aside;
+    if not found then
+        raise exception using errcode = 'RM002',
+            message = format('revision %s of %s is no aside', p_number, p_document);
+    end if;
+    perform note(v_person, 'resolve', p_document, p_number, null, p_choice);
+end $$;
+
+create function heads(p_login text default null) returns setof told
+language sql stable set search_path = roaming, pg_temp as $$
+    select t.* from document d join told t
+        on t.person_id = d.person_id and t.document = d.name and t.number = d.head
+    where d.person_id = person_of(p_login);
+$$;
+
+create function revisions(p_document text, p_after bigint, p_limit bigint, p_login text default null)
+    returns setof told
+language sql stable set search_path = roaming, pg_temp as $$
+    select * from told
+    where person_id = person_of(p_login) and document = p_document and number > p_after
+    order by number desc limit nullif(p_limit, 0);
+$$;
+
+create function newest_with(p_document text, p_arrangement text, p_login text default null)
+    returns setof told
+language sql stable set search_path = roaming, pg_temp as $$
+    select * from told
+    where person_id = person_of(p_login) and document = p_document and arrangement = p_arrangement
+        and not aside and not thinned
+    order by number desc limit 1;
+$$;
+
+-- A row a part in their order, one without a part where there is none; no row: no such revision.
+create function parts_of(p_document text, p_number bigint, p_login text default null,
+    out o_sha256 bytea, out o_thinned boolean, out o_part bytea, out o_content bytea)
+    returns setof record
+language sql stable set search_path = roaming, pg_temp as $$
+    select r.sha256, r.parts is null, u.h, p.content
+    from revision r left join lateral unnest(r.parts) with ordinality u (h, place) on true
+        left join part p on p.person_id = r.person_id and p.sha256 = u.h
+    where r.person_id = person_of(p_login) and r.name = p_document and r.number = p_number
+    order by u.place;
+$$;
+
+-- Which contents go: all but those of 7 days, the last of each day for 90, the last of each month,
+-- heads and asides each by themselves; every head, the newest of each arrangement and asides about
+-- which nobody has chosen stay.
+create function going(p_person bigint, p_now timestamptz)
+    returns table (name text, number bigint)
+language sql stable set search_path = roaming, pg_temp as $$
+    with ranked as (
+        select r.*, p_now - written_at as age,
+            number = max(number) over (partition by name, aside,
+                date_trunc('day', written_at at time zone 'UTC')) as last_of_day,
+            number = max(number) over (partition by name, aside,
+                date_trunc('month', written_at at time zone 'UTC')) as last_of_month,
+            number = max(number) over (partition by name, aside, arrangement) as newest
+        from revision r where person_id = p_person
+    )
+    select ranked.name, ranked.number from ranked join document d using (person_id, name)
+    where parts is not null and not last_of_month
+        and age >= interval '168 hours'
+        and not (last_of_day and age < interval '2160 hours')
+        and ranked.number <> d.head and not (newest and not aside)
+        and not (aside and resolved is null);
+$$;
+
+create function thin(p_person bigint, p_dry_run boolean, p_now timestamptz default now(),
+    out o_revisions bigint, out o_parts bigint, out o_bytes bigint)
+language plpgsql security definer set search_path = roaming, pg_temp as $$
+declare
+    v_person person;
+    v_parts bytea[];
+begin
+    select * into v_person from person where person_id = p_person for update;
+    select count(*) into o_revisions from going(p_person, p_now);
+    with stays as (
+        select distinct unnest(r.parts) as h from revision r
+        where r.person_id = p_person and r.parts is not null
+            and not exists (select from going(p_person, p_now) g
+                where g.name = r.name and g.number = r.number)
+    )
+    select coalesce(array_agg(p.sha256), '{}'), coalesce(sum(octet_length(p.content)), 0)
+        into v_parts, o_bytes
+        from part p where p.person_id = p_person and p.sha256 not in (select h from stays);
+    o_parts := cardinality(v_parts);
+    if p_dry_run or o_revisions = 0 then
+        return;
+    end if;
+    update revision r set parts = null from going(p_person, p_now) g
+        where r.person_id = p_person and r.name = g.name and r.number = g.number;
+    delete from part where person_id = p_person and sha256 = any (v_parts);
+    update person set bytes_kept = bytes_kept - o_bytes where person_id = p_person;
+    perform note(v_person, 'thin', null, null, null,
+        format('%s revisions, %s parts, %s bytes', o_revisions, o_parts, o_bytes));
+end $$;
+
+create function set_quota(p_login text, p_bytes bigint) returns void
+language plpgsql security definer set search_path = roaming, pg_temp as $$
+declare
+    v_person person;
+begin
+    update person set quota = p_bytes where login = p_login returning * into v_person;
+    if not found then
+        perform no_person(p_login);
+    end if;
+    perform note(v_person, 'quota', null, null, null, p_bytes::text);
+end $$;
+
+-- What is granted to nobody is the owner's.
+revoke all on all functions in schema roaming from public;
+grant execute on function login_of, no_person, person_of, heads, revisions, newest_with, parts_of,
+    save, all_or_nothing, resolve to roaming_trader, roaming_desk;

@@ -1,0 +1,277 @@
+#include "postgresserver.h"
+
+#include <roaming/administration.h>
+#include <roaming/postgresconnection_p.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QSaveFile>
+#include <QTemporaryDir>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString c_strTemplate = QStringLiteral("roaming_template");
+
+void need(bool done, const char* what)
+{
+    if (!done) {
+        qFatal("PostgreSQL in a test: %s", what);
+    }
+}
+
+int freePort()
+{
+    const int nSocket = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t nLength = sizeof(address);
+    auto* pAddress = reinterpret_cast<sockaddr*>(&address);
+    need(::bind(nSocket, pAddress, nLength) == 0, "bind");
+    need(::getsockname(nSocket, pAddress, &nLength) == 0, "getsockname");
+    ::close(nSocket);
+    return ntohs(address.sin_port);
+}
+
+// The server refuses to be root's.
+QStringList asPostgres()
+{
+    return { "setpriv", "--reuid=postgres", "--regid=postgres", "--init-groups", "env", "-C", "/" };
+}
+
+void giveToPostgres(const QString& path)
+{
+    const passwd* const pUser = ::getpwnam("postgres");
+    need(pUser != nullptr, "there is no user postgres");
+    const QByteArray strPath = QFile::encodeName(path);
+    need(::chown(strPath.constData(), pUser->pw_uid, pUser->pw_gid) == 0, "chown");
+}
+
+QString newName()
+{
+    static int nMade = 0;
+    return QStringLiteral("t%1_%2").arg(QCoreApplication::applicationPid()).arg(++nMade);
+}
+
+} // namespace
+
+bool CPostgresServer::isInstalled()
+{
+    return QFile::exists(POSTGRES_BIN "/postgres");
+}
+
+CPostgresServer& CPostgresServer::shared()
+{
+    static const std::unique_ptr<CPostgresServer> pServer = [] {
+        auto pRuns = adopted(QString::fromLocal8Bit(qgetenv("INDEXUSER_POSTGRES")));
+        return pRuns ? std::move(pRuns) : std::make_unique<CPostgresServer>();
+    }();
+    return *pServer;
+}
+
+CPostgresServer::CPostgresServer(Durability durability)
+    : m_nPort(freePort())
+{
+    QTemporaryDir directory(QDir::tempPath() + QStringLiteral("/pg-XXXXXX"));
+    directory.setAutoRemove(false);
+    m_strDirectory = directory.path();
+    createCluster(durability);
+    start();
+}
+
+CPostgresServer::CPostgresServer(const QString& directory, int port)
+    : m_strDirectory(directory)
+    , m_nPort(port)
+    , m_owner(Owner::Other)
+{
+}
+
+CPostgresServer::~CPostgresServer()
+{
+    if (m_owner == Owner::This) {
+        remove();
+    }
+}
+
+void CPostgresServer::remove()
+{
+    stop(Stop::Immediate);
+    QDir(m_strDirectory).removeRecursively();
+}
+
+QString CPostgresServer::dataPath() const
+{
+    return m_strDirectory + QStringLiteral("/pg/data");
+}
+
+void CPostgresServer::createCluster(Durability durability)
+{
+    const QString strHome = m_strDirectory + QStringLiteral("/pg");
+    need(::chmod(QFile::encodeName(m_strDirectory).constData(), 0711) == 0, "chmod");
+    need(::mkdir(QFile::encodeName(strHome).constData(), 0700) == 0, "mkdir");
+    if (::geteuid() == 0) {
+        giveToPostgres(strHome);
+    }
+    need(run("initdb",
+             { "-D", dataPath(), "-U", "postgres", "-A", "trust", "-E", "UTF8", "--locale=C.UTF-8",
+               "-N" })
+             == 0,
+         "initdb");
+    configure(QStringLiteral("listen_addresses = '127.0.0.1'\nport = %1\n"
+                             "unix_socket_directories = '%2'\nmax_connections = 60\n%3")
+                  .arg(m_nPort)
+                  .arg(strHome, durability == Durability::None ? "fsync = off\n" : ""));
+}
+
+void CPostgresServer::configure(const QString& lines) const
+{
+    QFile file(dataPath() + QStringLiteral("/postgresql.conf"));
+    need(file.open(QIODevice::Append), "postgresql.conf");
+    need(file.write(lines.toUtf8()) > 0 && file.flush(), "postgresql.conf");
+}
+
+int CPostgresServer::run(const QString& program, const QStringList& arguments) const
+{
+    QStringList all = ::geteuid() == 0 ? asPostgres() : QStringList("env");
+    all += QStringLiteral(POSTGRES_BIN "/") + program;
+    all += arguments;
+    QProcess process;
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(all.takeFirst(), all);
+    const bool bEnded = process.waitForFinished(120000);
+    return bEnded && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+void CPostgresServer::start()
+{
+    const QStringList arguments {
+        "-D", dataPath(), "-l", m_strDirectory + "/pg/log", "-w", "start"
+    };
+    // After a kill the first start may find the remains of the one before.
+    need(run("pg_ctl", arguments) == 0 || run("pg_ctl", arguments) == 0, "start");
+}
+
+void CPostgresServer::stop(Stop stop)
+{
+    const char* const pszMode = stop == Stop::Fast ? "fast" : "immediate";
+    if (isRunning()) {
+        need(run("pg_ctl", { "-D", dataPath(), "-m", pszMode, "-w", "stop" }) == 0, "stop");
+    }
+}
+
+bool CPostgresServer::isRunning() const
+{
+    return run("pg_ctl", { "-D", dataPath(), "status" }) == 0;
+}
+
+qint64 CPostgresServer::processId() const
+{
+    QFile file(dataPath() + QStringLiteral("/postmaster.pid"));
+    need(file.open(QIODevice::ReadOnly), "postmaster.pid");
+    return file.readLine().trimmed().toLongLong();
+}
+
+roaming::ConnectionOptions CPostgresServer::options(const QString& database,
+                                                    const QString& user) const
+{
+    roaming::ConnectionOptions options;
+    options.strConnection = QStringLiteral("host=%1/pg port=%2 dbname=%3 user=%4")
+                                .arg(m_strDirectory)
+                                .arg(m_nPort)
+                                .arg(database, user);
+    return options;
+}
+
+void CPostgresServer::createDatabase(const QString& name, const QString& source)
+{
+    sql(options("postgres", "postgres"),
+        QStringLiteral("create database %1 template %2").arg(name, source));
+}
+
+QString CPostgresServer::makeEmptyDatabase()
+{
+    const QString strName = newName();
+    createDatabase(strName, "template0");
+    return strName;
+}
+
+void CPostgresServer::makeTemplate()
+{
+    const auto there
+        = QStringLiteral("select 1 from pg_database where datname = '%1'").arg(c_strTemplate);
+    if (!sql(options("postgres", "postgres"), there).isEmpty()) {
+        return;
+    }
+    const QString strMade = makeEmptyDatabase();
+    need(!roaming::initialise(options(strMade, "postgres")).error, "initialise");
+    for (const char* const pszRole :
+         { "trader1 login in role roaming_trader", "trader2 login in role roaming_trader",
+           "helper login in role roaming_desk", "keeper login in role roaming_owner" }) {
+        sql(options("postgres", "postgres"), QStringLiteral("create role ") + pszRole);
+    }
+    sql(options("postgres", "postgres"),
+        QStringLiteral("alter database %1 rename to %2").arg(strMade, c_strTemplate));
+}
+
+QString CPostgresServer::makeDatabase()
+{
+    makeTemplate();
+    const QString strName = newName();
+    createDatabase(strName, c_strTemplate);
+    return strName;
+}
+
+void CPostgresServer::leave(const QString& where)
+{
+    makeTemplate();
+    QSaveFile file(where);
+    need(file.open(QIODevice::WriteOnly), "the file of the server");
+    file.write(QStringLiteral("%1\n%2\n").arg(m_strDirectory).arg(m_nPort).toUtf8());
+    need(file.commit(), "the file of the server");
+    m_owner = Owner::Other;
+}
+
+std::unique_ptr<CPostgresServer> CPostgresServer::adopted(const QString& where)
+{
+    QFile file(where);
+    if (where.isEmpty() || !file.open(QIODevice::ReadOnly)) {
+        return nullptr;
+    }
+    const QString strDirectory = QString::fromLocal8Bit(file.readLine().trimmed());
+    return std::unique_ptr<CPostgresServer>(
+        new CPostgresServer(strDirectory, file.readLine().trimmed().toInt()));
+}
+
+QStringList sql(const roaming::ConnectionOptions& options, const QString& statement)
+{
+    roaming::CPostgresConnection connection(options);
+    if (const roaming::StoreError error = connection.open()) {
+        qFatal("%s", qPrintable(error.strDetail));
+    }
+    const auto rows = connection.run({ { statement.toUtf8().constData() } });
+    if (rows.error) {
+        qFatal("%s: %s", qPrintable(statement), qPrintable(rows.error.strDetail));
+    }
+    QStringList texts;
+    for (int i = 0; !rows.value.isEmpty() && i < rows.value.first().count(); ++i) {
+        texts.append(rows.value.first().text(i, 0));
+    }
+    return texts;
+}
+
+roaming::StoreError sqlError(const roaming::ConnectionOptions& options, const QString& statement)
+{
+    roaming::CPostgresConnection connection(options);
+    const roaming::StoreError error = connection.open();
+    return error ? error : connection.script(statement.toUtf8());
+}

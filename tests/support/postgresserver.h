@@ -1,0 +1,75 @@
+#pragma once
+
+#include <roaming/connection.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+/// A server of PostgreSQL in a directory of its own, on a socket and on loopback, for one test run
+/// or one test. Anybody may log in as anybody there. It has the roles trader1, trader2
+/// (roaming_trader), helper (roaming_desk) and keeper (roaming_owner) once a database was made.
+class CPostgresServer {
+public:
+    enum class Durability {
+        None,
+        Real
+    }; ///< with fsync off no start, stop or save waits for a disk
+    enum class Stop { Fast, Immediate };
+
+    static bool isInstalled();
+
+    /// The one of this test run where a run has one, else one that ends with this process.
+    static CPostgresServer& shared();
+
+    explicit CPostgresServer(Durability durability = Durability::None);
+    CPostgresServer(const CPostgresServer&) = delete;
+    CPostgresServer& operator=(const CPostgresServer&) = delete;
+    ~CPostgresServer();
+
+    void start();
+    void stop(Stop stop = Stop::Fast);
+    bool isRunning() const;
+    qint64 processId() const; ///< of the postmaster
+
+    /// A new database with the tables of roaming; its name.
+    QString makeDatabase();
+    /// The same without any table.
+    QString makeEmptyDatabase();
+
+    roaming::ConnectionOptions options(const QString& database, const QString& user) const;
+    QString directory() const { return m_strDirectory; }
+    int port() const { return m_nPort; }
+
+    /// Lines of postgresql.conf, before a start.
+    void configure(const QString& lines) const;
+
+    /// Goes on running after this process; what adopts it is told by the file \a where.
+    void leave(const QString& where);
+    /// One that was left; none where there is none.
+    static std::unique_ptr<CPostgresServer> adopted(const QString& where);
+    /// Stops it, and its directory goes.
+    void remove();
+
+private:
+    enum class Owner { This, Other };
+    CPostgresServer(const QString& directory, int port);
+
+    QString dataPath() const;
+    void createCluster(Durability durability);
+    void createDatabase(const QString& name, const QString& source);
+    void makeTemplate();
+    int run(const QString& program, const QStringList& arguments) const;
+
+    QString m_strDirectory;
+    int m_nPort = 0;
+    Owner m_owner = Owner::This;
+};
+
+/// Runs statements in a database as \a user; fails the test program where the server refuses. The
+/// first column of all rows, as text.
+QStringList sql(const roaming::ConnectionOptions& options, const QString& statement);
+
+/// The error of a statement; None where it does what it says.
+roaming::StoreError sqlError(const roaming::ConnectionOptions& options, const QString& statement);
