@@ -56,10 +56,19 @@ void giveToPostgres(const QString& path)
     need(::chown(strPath.constData(), pUser->pw_uid, pUser->pw_gid) == 0, "chown");
 }
 
+// Of all databases of this process.
+QStringList& madeNames()
+{
+    static QStringList names;
+    return names;
+}
+
 QString newName()
 {
     static int nMade = 0;
-    return QStringLiteral("t%1_%2").arg(QCoreApplication::applicationPid()).arg(++nMade);
+    const qint64 nProcess = QCoreApplication::applicationPid();
+    madeNames().append(QStringLiteral("t%1_%2").arg(nProcess).arg(++nMade));
+    return madeNames().last();
 }
 
 } // namespace
@@ -226,6 +235,12 @@ void CPostgresServer::makeTemplate()
 QString CPostgresServer::makeDatabase()
 {
     makeTemplate();
+    // Each is some megabytes.
+    for (const QString& strPrevious : qAsConst(madeNames())) {
+        sql(options("postgres", "postgres"),
+            QStringLiteral("drop database if exists %1 with (force)").arg(strPrevious));
+    }
+    madeNames().clear();
     const QString strName = newName();
     createDatabase(strName, c_strTemplate);
     return strName;

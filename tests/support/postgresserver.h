@@ -33,7 +33,7 @@ public:
     bool isRunning() const;
     qint64 processId() const; ///< of the postmaster
 
-    /// A new database with the tables of roaming; its name.
+    /// A new database with the tables of roaming; its name. Those that were made before go.
     QString makeDatabase();
     /// The same without any table.
     QString makeEmptyDatabase();
