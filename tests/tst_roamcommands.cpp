@@ -436,14 +436,22 @@ void tst_roamcommands::whatIsNoRevisionIsRefused()
 void tst_roamcommands::aServerThatDoesNotKnowThisMachineIsNotWrittenTo()
 {
     must("a", "roam push");
-    must("a", "option set tickRestoreDay=7");
     m_strDatabase = CPostgresServer::shared().makeDatabase();
-    for (const char* pszWords : { "roam push", "roam pull", "roam pull --dry-run" }) {
+    const auto isRefused = [this](const char* pszWords) {
         const Outcome outcome = tool("a", pszWords);
-        QCOMPARE(outcome.nStatus, 1);
-        QVERIFY2(outcome.strErr.contains("does not know"), qPrintable(outcome.strErr));
+        return outcome.nStatus == 1 && outcome.strErr.contains("does not know");
+    };
+    QVERIFY(isRefused("roam push"));
+    must("a", "option set tickRestoreDay=7");
+    for (const char* pszWords :
+         { "roam push", "roam pull", "roam pull --dry-run", "roam status" }) {
+        QVERIFY2(isRefused(pszWords), pszWords);
     }
     QCOMPARE(revisions().size(), 0);
+    // The way on is to begin anew, with either side.
+    QVERIFY(QFile::remove(deskDir("a") + '/' + c_szStateFile));
+    must("a", "roam push");
+    QCOMPARE(text(1), sent("a"));
 }
 
 void tst_roamcommands::aSecondInitFindsNothingToDo()

@@ -205,6 +205,14 @@ void requireNoted(const Request& request, bool noted)
     }
 }
 
+void requireKnown(const Request& request, const roaming::Revision& head)
+{
+    const auto documents = roaming::readState(request.strConfigDir).documents;
+    if (head.nNumber < documents.value(roaming::c_szUserDocument).nBase) {
+        throw behindFailure();
+    }
+}
+
 QString toText(const roaming::Revision& revision)
 {
     return QStringLiteral("revision %1 of %2").arg(revision.nNumber).arg(revision.machine.strName);

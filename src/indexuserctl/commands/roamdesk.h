@@ -27,6 +27,10 @@ void requireWhole(const Request& request);
 /// Throws CFailure.
 ExitStatus pullHere(const Request& request, roaming::Taking taking = roaming::Taking::Newer);
 
+/// Throws CFailure where the newest revision of the user's document is older than what this machine
+/// has had from the server.
+void requireKnown(const Request& request, const roaming::Revision& head);
+
 /// Prints what became of a sending. Negative where it did not become the newest revision. Throws
 /// CFailure for one that failed.
 ExitStatus tellSending(const Request& request, const roaming::Sending& sending);

@@ -129,6 +129,7 @@ ExitStatus roamStatus(const Request& request)
     const Status status = statusOf(request, desk);
     print({ statusTable(desk, status) }, request.format);
     requireAnswer(status.error);
+    requireKnown(request, status.head);
     return status.isInStep() ? ExitStatus::Ok : ExitStatus::Negative;
 }
 
@@ -145,9 +146,14 @@ ExitStatus roamPush(const Request& request)
     roaming::CStateLock lock(request.strConfigDir);
     requireTouch(request, lock);
     const auto pStore = openStore(request);
-    return tellSending(request,
-                       request.strSection.isEmpty() ? roaming::send(desk, *pStore)
-                                                    : sendOnly(request, desk, *pStore));
+    const roaming::Sending sending = request.strSection.isEmpty()
+        ? roaming::send(desk, *pStore)
+        : sendOnly(request, desk, *pStore);
+    // Who has nothing to send has not asked the server.
+    if (sending.result == roaming::SendResult::InStep) {
+        requireKnown(request, headOf(*pStore));
+    }
+    return tellSending(request, sending);
 }
 
 ExitStatus roamPull(const Request& request)
