@@ -215,7 +215,7 @@ Texts templateTexts()
     };
 }
 
-Texts roamTexts()
+Texts roamMachineTexts()
 {
     return {
         { "roam init",
@@ -242,6 +242,12 @@ Texts roamTexts()
           "last of each day, and the last of each month for ever; the newest ones and asides that "
           "nobody has chosen of keep it, too. Numbers, times and authors stay of all.",
           "roam thin --dry-run" },
+    };
+}
+
+Texts roamRevisionTexts()
+{
+    return {
         { "roam history",
           "One line a revision, the newest first: when, by whom, on which machine, how many bytes "
           "and why; whether it is an aside, or has lost its content.",
@@ -293,7 +299,7 @@ const CommandText& textOf(const Command& command)
 {
     static const Texts s_texts = userTexts() + reportTexts() + bundleTexts() + copyTexts()
         + historyTexts() + optionTexts() + stockTexts() + layoutTexts() + templateTexts()
-        + roamTexts() + otherTexts();
+        + roamMachineTexts() + roamRevisionTexts() + otherTexts();
     static const CommandText s_none;
     const auto it = std::find_if(s_texts.begin(), s_texts.end(), [&](const CommandText& text) {
         return text.strCommand == command.strName;

@@ -126,6 +126,7 @@ QString files()
                 "the states before the edits of this tool, and who made them")
         + entry(c_szLockFile, "held by whoever may write")
         + entry(QString(c_szSettingsFolder) + '/', "the shared settings store, a file a value")
+        + entry("indexUserConfig.roaming", "what the server is known to have of it")
         + entry(c_szSectorsFile, "the sectors and their stocks, only read");
 }
 
@@ -133,6 +134,7 @@ QString surroundings()
 {
     return files() + section("ENVIRONMENT")
         + entry("XDG_CONFIG_HOME", "where the user's directory is, instead of ~/.config")
+        + entry("PGSERVICE, PGPASSFILE, PGHOST", "the server of roam, and the others of libpq")
         + entry("PAGER", "what shows an answer that is longer than the terminal; nothing if unset")
         + entry("COLUMNS", "how wide a terminal is that does not tell")
         + entry("NO_COLOR", "no colour, even on a terminal, unless it is empty")
