@@ -1,3 +1,4 @@
+find_package(Qt5 5.15 REQUIRED COMPONENTS Network)
 # Documents on PostgreSQL, against one server a run; without one these say that they are skipped.
 find_path(POSTGRES_BIN postgres PATHS /usr/lib/postgresql/16/bin /usr/lib/postgresql/15/bin
     /usr/pgsql/bin NO_DEFAULT_PATH)
@@ -22,3 +23,4 @@ foreach(name documentparts roamclients roamcontents roamdeadlines roampostgres r
     set_tests_properties(tst_${name} PROPERTIES FIXTURES_REQUIRED postgres
         ENVIRONMENT "${TEST_ENVIRONMENT};INDEXUSER_POSTGRES=${POSTGRES_FILE}")
 endforeach()
+target_link_libraries(tst_roamdeadlines PRIVATE Qt5::Network)

@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QProcess>
 
 #include <cstdio>
 
@@ -10,28 +9,10 @@
 
 namespace {
 
-// Should the test run be killed, nobody else would stop the server.
-void stopAfter(pid_t run, const QString& where)
-{
-    QProcess process;
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.setProgram("setsid");
-    process.setArguments({ "sh", "-c",
-                           "while kill -0 \"$1\" && [ -e \"$2\" ]; do sleep 1; done; "
-                           "exec \"$0\" stop \"$2\"",
-                           QCoreApplication::applicationFilePath(), QString::number(run), where });
-    if (!process.startDetached()) {
-        qFatal("setsid");
-    }
-}
-
 void start(const QString& where)
 {
-    CPostgresServer server;
+    CPostgresServer server(CPostgresServer::Durability::None, ::getppid());
     server.leave(where);
-    stopAfter(::getppid(), where);
 }
 
 void stop(const QString& where)
@@ -44,7 +25,7 @@ void stop(const QString& where)
 
 } // namespace
 
-/// The server of a test run. Usage: roamserver start|stop FILE
+/// The server of a test run, which ends with whoever starts it. Usage: roamserver start|stop FILE
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);

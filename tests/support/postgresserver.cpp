@@ -87,14 +87,31 @@ CPostgresServer& CPostgresServer::shared()
     return *pServer;
 }
 
-CPostgresServer::CPostgresServer(Durability durability)
+CPostgresServer::CPostgresServer(Durability durability, qint64 process)
     : m_nPort(freePort())
 {
     QTemporaryDir directory(QDir::tempPath() + QStringLiteral("/pg-XXXXXX"));
     directory.setAutoRemove(false);
     m_strDirectory = directory.path();
+    endWith(process == 0 ? QCoreApplication::applicationPid() : process);
     createCluster(durability);
     start();
+}
+
+// Of a test that was killed or has failed for good nobody else would stop the server.
+void CPostgresServer::endWith(qint64 process) const
+{
+    QProcess watch;
+    watch.setStandardInputFile(QProcess::nullDevice());
+    watch.setStandardOutputFile(QProcess::nullDevice());
+    watch.setStandardErrorFile(QProcess::nullDevice());
+    watch.setProgram("setsid");
+    watch.setArguments({ "sh", "-c",
+                         "while kill -0 $1 && [ -d $0 ]; do sleep 1; done;"
+                         "[ ! -d $0 ] || kill -QUIT $(head -n 1 $0/pg/data/postmaster.pid);"
+                         "while rm -rf $0; [ -d $0 ]; do sleep 1; done",
+                         m_strDirectory, QString::number(process) });
+    need(watch.startDetached(), "setsid");
 }
 
 CPostgresServer::CPostgresServer(const QString& directory, int port)

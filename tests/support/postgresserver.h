@@ -23,7 +23,8 @@ public:
     /// The one of this test run where a run has one, else one that ends with this process.
     static CPostgresServer& shared();
 
-    explicit CPostgresServer(Durability durability = Durability::None);
+    /// \a process: with whom it ends; 0: this one.
+    explicit CPostgresServer(Durability durability = Durability::None, qint64 process = 0);
     CPostgresServer(const CPostgresServer&) = delete;
     CPostgresServer& operator=(const CPostgresServer&) = delete;
     ~CPostgresServer();
@@ -45,7 +46,7 @@ public:
     /// Lines of postgresql.conf, before a start.
     void configure(const QString& lines) const;
 
-    /// Goes on running after this process; what adopts it is told by the file \a where.
+    /// Goes on running after this object; what adopts it is told by the file \a where.
     void leave(const QString& where);
     /// One that was left; none where there is none.
     static std::unique_ptr<CPostgresServer> adopted(const QString& where);
@@ -58,6 +59,7 @@ private:
 
     QString dataPath() const;
     void createCluster(Durability durability);
+    void endWith(qint64 process) const;
     void createDatabase(const QString& name, const QString& source);
     void makeTemplate();
     int run(const QString& program, const QStringList& arguments) const;
