@@ -17,7 +17,7 @@ std::optional<QByteArray> valueOf(const standalone::SettingName& name)
     return bThere ? std::make_optional(QByteArray::fromStdString(strValue)) : std::nullopt;
 }
 
-QVector<roaming::SharedSetting> allSettings()
+std::optional<QVector<roaming::SharedSetting>> allSettings()
 {
     QVector<roaming::SharedSetting> settings;
     const auto names = standalone::settingNames();
