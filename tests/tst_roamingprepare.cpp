@@ -46,6 +46,7 @@ private Q_SLOTS:
     void settingsFollow();
     void settingsOfAFirstStartAreKeptOnTheServer();
     void aRemovedSettingIsRemovedThere();
+    void settingsThatCannotBeReadAreNotRemoved();
     void changedSettingsStay();
     void aDamagedStateIsAFirstStart();
 
@@ -425,6 +426,21 @@ void tst_roamingprepare::aRemovedSettingIsRemovedThere()
     QCOMPARE(prepared(*m_pRight).nSettings, 1);
     QVERIFY(!m_pRight->setting("theme").has_value());
     QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+}
+
+void tst_roamingprepare::settingsThatCannotBeReadAreNotRemoved()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    bringInStep();
+    m_pLeft->m_bReadable = false;
+    QCOMPARE(sent(*m_pLeft).nSettings, 0);
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    QCOMPARE(sent(*m_pRight).nSettings, 1);
+    QCOMPARE(prepared(*m_pLeft).nSettings, 0);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("dark"));
+    m_pLeft->m_bReadable = true;
+    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("light"));
 }
 
 void tst_roamingprepare::changedSettingsStay()

@@ -28,7 +28,8 @@ public:
     {
         roaming::Desk made { dir(), roaming::thisMachine(dir()) };
         made.settings = m_settings;
-        made.settings.all = [this] { return settings(); };
+        made.settings.all
+            = [this] { return m_bReadable ? std::make_optional(settings()) : std::nullopt; };
         made.arrangement = roaming::CArrangement(inspect::screensFromText(m_strScreens).screens);
         return made;
     }
@@ -94,6 +95,7 @@ public:
 
     QString m_strScreens = QStringLiteral("1920x1080+0+0");
     roaming::SettingsAccess m_settings;
+    bool m_bReadable = true; ///< its settings
 
 private:
     QString attribute(const QString& section, const QString& name) const

@@ -17,7 +17,8 @@ struct SharedSetting {
 
 /// The settings store, by whoever links it. Any thread.
 struct SettingsAccess {
-    std::function<QVector<SharedSetting>()> all;
+    /// Nothing where one of them cannot be read now: it would be taken for one that was removed.
+    std::function<std::optional<QVector<SharedSetting>>()> all;
     std::function<bool(const SharedSetting&)> write; ///< true if it is stored, or removed
     std::function<std::optional<QByteArray>()> mirror; ///< of the user's file, as stored last
 };

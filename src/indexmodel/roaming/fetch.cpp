@@ -76,8 +76,9 @@ StoreError fetchLayouts(CStore& store, const Desk& desk, Fetched& fetched)
 StoreError keepSettings(CStore& store, const Desk& desk, const Fetched& fetched)
 {
     QVector<SaveWish> wishes;
-    const auto all = desk.settings.all ? desk.settings.all() : QVector<SharedSetting>();
-    for (const SharedSetting& setting : all) {
+    const auto all = desk.settings.all ? desk.settings.all() : std::nullopt;
+    const QVector<SharedSetting> here = all.value_or(QVector<SharedSetting>());
+    for (const SharedSetting& setting : here) {
         const QString strDocument = settingDocument(setting);
         const QByteArray text = settingText(setting);
         for (const FetchedDocument& each : fetched.news) {

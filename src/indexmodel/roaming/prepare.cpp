@@ -162,11 +162,11 @@ private:
 
     void takeSettings(const Fetched& fetched)
     {
-        const auto all = m_desk.settings.all ? m_desk.settings.all() : QVector<SharedSetting>();
+        const auto all = m_desk.settings.all ? m_desk.settings.all() : std::nullopt;
         for (const FetchedDocument& each : fetched.news) {
             const auto setting = settingOf(each.head.strDocument, each.text);
-            if (setting && m_desk.settings.write) {
-                takeSetting(each, *setting, all);
+            if (all && setting && m_desk.settings.write) {
+                takeSetting(each, *setting, *all);
             }
         }
     }

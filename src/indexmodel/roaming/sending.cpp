@@ -44,12 +44,12 @@ SaveWish wishOf(const Desk& desk, const MachineState& state, const QString& docu
 QVector<SharedSetting> settingsOf(const Desk& desk, const MachineState& state)
 {
     QVector<SharedSetting> settings;
-    if (!desk.settings.all) {
+    const auto all = desk.settings.all ? desk.settings.all() : std::nullopt;
+    if (!all) {
         return settings;
     }
     QStringList here;
-    const auto all = desk.settings.all();
-    for (const SharedSetting& setting : all) {
+    for (const SharedSetting& setting : *all) {
         if (!isLocalSetting(setting.strSection, setting.strKey)) {
             settings.append(setting);
             here.append(settingDocument(setting));

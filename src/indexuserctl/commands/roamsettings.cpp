@@ -17,12 +17,16 @@ std::optional<QByteArray> valueOf(const standalone::SettingName& name)
     return bThere ? std::make_optional(QByteArray::fromStdString(strValue)) : std::nullopt;
 }
 
-QVector<roaming::SharedSetting> allSettings()
+std::optional<QVector<roaming::SharedSetting>> allSettings()
 {
     QVector<roaming::SharedSetting> settings;
     const auto names = standalone::settingNames();
     for (const standalone::SettingName& name : names) {
-        if (const auto value = valueOf(name)) {
+        const auto value = valueOf(name);
+        if (!value && !standalone::settingReadError(name.strSection, name.strKey).isEmpty()) {
+            return std::nullopt;
+        }
+        if (value) {
             settings.append({ name.strSection, name.strKey, value });
         }
     }
