@@ -3,6 +3,6 @@
 #include <roaming/desk.h>
 
 /// The settings store of standalone, for a desk; it knows the user's directory by
-/// standalone::setConfigDir(). Throws CFailure for a value that cannot be read: it would be taken
-/// for one that was removed.
+/// standalone::setConfigDir(). Throws CFailure for a value that cannot be read: none of them
+/// would travel then, and nobody be told.
 roaming::SettingsAccess settingsAccess();
