@@ -26,6 +26,7 @@ private Q_SLOTS:
     void whatIsThereAlreadyIsNotSentAgain();
     void anAsideIsChosen_data();
     void anAsideIsChosen();
+    void aForcedPushIsTheNewest();
     void whatChangedSinceAnAsideStays();
     void aRevisionComesBackAsANewOne();
     void aFileWithUnsentChangesDoesNotFollow();
@@ -223,6 +224,18 @@ void tst_roamcommands::anAsideIsChosen()
     }
 }
 
+void tst_roamcommands::aForcedPushIsTheNewest()
+{
+    makeConflict();
+    must("b", "roam push --force");
+    QCOMPARE(revisions().first().nBase, qint64(2));
+    QCOMPARE(text(4), sent("b"));
+    must("b", "roam push --force");
+    QCOMPARE(revisions().size(), 4);
+    must("a", "roam pull");
+    QCOMPARE(sent("a"), sent("b"));
+}
+
 void tst_roamcommands::whatChangedSinceAnAsideStays()
 {
     makeConflict();
@@ -269,6 +282,7 @@ void tst_roamcommands::aHeldSectionTravelsByNameOnly()
     must("b", "roam pull --only strategyTrade");
     QVERIFY(live("b").contains("name=\"n\""));
     QCOMPARE(tool("b", "roam pull --only drawGraph").nStatus, 2);
+    must("b", "roam push --only interfaceTrade", 1);
 }
 
 void tst_roamcommands::settingsTravel()

@@ -229,7 +229,8 @@ Texts roamMachineTexts()
         { "roam push",
           "Sends at once what a running client sends by itself. What somebody has saved elsewhere "
           "meanwhile stays the newest; this one is then an aside, and the status is 1. With --only "
-          "it is one section that is held back otherwise, strategies among them.",
+          "it is one section that is held back otherwise, strategies among them. With --force it "
+          "becomes the newest all the same, and what it is put on stays in the history.",
           "roam push" },
         { "roam pull",
           "Fetches what is newer on the server; the file as it was stays in the history, so that "

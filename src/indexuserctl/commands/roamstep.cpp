@@ -85,19 +85,38 @@ Table statusTable(const roaming::Desk& desk, const Status& status)
              TableShape::One };
 }
 
-ExitStatus tellPush(const Request& request, const roaming::Desk& desk)
+bool isOnly(const Request& request)
 {
-    requireWhole(request);
-    const bool bUnsent = roaming::isUnsent(desk, roaming::readState(request.strConfigDir));
-    printLine(bUnsent ? "would be sent: what the file holds" : "the server has all of it");
+    return !request.strSection.isEmpty();
+}
+
+void requireSection(const Request& request)
+{
+    requireHeld(request.strSection);
+    liveFile(request);
+    const QByteArray live = contentOf(inspect::livePath(request.strConfigDir));
+    if (!roaming::heldText(live, request.strSection)) {
+        throw CFailure(ExitStatus::Negative,
+                       QStringLiteral("the file has no section '%1'").arg(request.strSection));
+    }
+}
+
+ExitStatus previewPush(const Request& request, bool unsent)
+{
+    liveFile(request);
+    if (isOnly(request)) {
+        printLine(QStringLiteral("would be sent: the section '%1'").arg(request.strSection));
+    } else {
+        printLine(unsent ? "would be sent: what the file holds" : "the server has all of it");
+    }
     return ExitStatus::Ok;
 }
 
-// Nobody else's copy of it is looked at: whoever asks for it by name wants that of here.
-roaming::Sending sendOnly(const Request& request, const roaming::Desk& desk, roaming::CStore& store)
+roaming::Sending sendHere(const Request& request, const roaming::Desk& desk, roaming::CStore& store,
+                          roaming::SendBase base)
 {
-    const auto base = request.isForced() ? roaming::SendBase::Server : roaming::SendBase::Known;
-    return roaming::sendHeld(desk, store, request.strSection, base);
+    return isOnly(request) ? roaming::sendHeld(desk, store, request.strSection, base)
+                           : roaming::send(desk, store, base);
 }
 
 ExitStatus pullOnly(const Request& request)
@@ -135,20 +154,21 @@ ExitStatus roamStatus(const Request& request)
 
 ExitStatus roamPush(const Request& request)
 {
-    const roaming::Desk desk = deskOf(request);
-    if (!request.strSection.isEmpty()) {
-        requireHeld(request.strSection);
+    if (isOnly(request)) {
+        requireSection(request);
     }
+    const roaming::Desk desk = deskOf(request);
+    const bool bUnsent = roaming::isUnsent(desk, roaming::readState(request.strConfigDir));
     if (request.isDryRun()) {
-        return tellPush(request, desk);
+        return previewPush(request, bUnsent);
     }
     requireOwner(request);
     roaming::CStateLock lock(request.strConfigDir);
     requireTouch(request, lock);
     const auto pStore = openStore(request);
-    const roaming::Sending sending = request.strSection.isEmpty()
-        ? roaming::send(desk, *pStore)
-        : sendOnly(request, desk, *pStore);
+    const bool bOver = request.isForced() && (bUnsent || isOnly(request));
+    const roaming::Sending sending = sendHere(
+        request, desk, *pStore, bOver ? roaming::SendBase::Server : roaming::SendBase::Known);
     // Who has nothing to send has not asked the server.
     if (sending.result == roaming::SendResult::InStep) {
         requireKnown(request, headOf(*pStore));
@@ -158,7 +178,7 @@ ExitStatus roamPush(const Request& request)
 
 ExitStatus roamPull(const Request& request)
 {
-    if (request.strSection.isEmpty()) {
+    if (!isOnly(request)) {
         return pullHere(request);
     }
     requireHeld(request.strSection);
