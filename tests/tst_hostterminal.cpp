@@ -228,7 +228,7 @@ void tst_hostterminal::everyExampleWorks_data()
     while (it.hasNext()) {
         const QString strCommand = it.next().captured(1);
         if (strCommand.startsWith("indexuserctl roam ")) {
-            continue; // they need a server, and the demonstration types them
+            continue; // they need a server: tst_roamchoices
         }
         QTest::newRow(qPrintable(strCommand)) << strCommand;
     }

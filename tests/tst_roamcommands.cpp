@@ -1,20 +1,9 @@
-#include "librarytest.h"
-#include "postgresserver.h"
-#include "toolrun.h"
-
-#include <inspect/userdifferences.h>
-#include <inspect/userfile.h>
-#include <inspect/userrecords.h>
-#include <mend/history.h>
-#include <roaming/machinestate.h>
-#include <roaming/postgresstore.h>
-#include <roaming/roamingtext.h>
+#include "desks.h"
 
 using namespace roaming;
 
-// Two desks of a trader and a server, by the commands that one types. What the server has is asked
-// of the store, what a desk has of its files.
-class tst_roamcommands : public CLibraryTest {
+// What goes from desk to desk, who may ask for it, and what is refused.
+class tst_roamcommands : public CDesksTest {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -24,12 +13,6 @@ private Q_SLOTS:
     void statusTellsWhatThereIsToDo_data();
     void statusTellsWhatThereIsToDo();
     void whatIsThereAlreadyIsNotSentAgain();
-    void anAsideIsChosen_data();
-    void anAsideIsChosen();
-    void aForcedPushIsTheNewest();
-    void whatChangedSinceAnAsideStays();
-    void aRevisionComesBackAsANewOne();
-    void aFileWithUnsentChangesDoesNotFollow();
     void aHeldSectionTravelsByNameOnly();
     void settingsTravel();
     void noPasswordReachesTheServer();
@@ -37,96 +20,16 @@ private Q_SLOTS:
     void theDeskReadsAndChangesWithAudit();
     void othersAreRefused_data();
     void othersAreRefused();
-    void aDryRunChangesNothing_data();
-    void aDryRunChangesNothing();
     void aClientInTouchIsLeftAlone();
     void whatIsNoRevisionIsRefused_data();
     void whatIsNoRevisionIsRefused();
     void aServerThatDoesNotKnowThisMachineIsNotWrittenTo();
     void aSecondInitFindsNothingToDo();
-
-private:
-    Outcome tool(const QString& desk, const QString& words, const QString& login = "trader1") const;
-    QJsonObject answer(const QString& desk, const QString& words,
-                       const QString& login = "trader1") const;
-    void must(const QString& desk, const QString& words, int status = 0) const;
-    void makeConflict() const;
-    QString deskDir(const QString& desk) const { return userDir() + '/' + desk; }
-    QByteArray live(const QString& desk) const
-    {
-        return readFile(inspect::livePath(deskDir(desk)));
-    }
-    QByteArray sent(const QString& desk) const { return outgoingText(live(desk)).value(); }
-    QByteArray text(qint64 revision) const;
-    QVector<Revision> revisions() const;
-    QStringList asked(const QString& statement) const;
-
-    QString m_strDatabase;
 };
 
 void tst_roamcommands::init()
 {
-    CLibraryTest::init();
-    if (!CPostgresServer::isInstalled()) {
-        QSKIP("PostgreSQL's server is not installed");
-    }
-    m_strDatabase = CPostgresServer::shared().makeDatabase();
-    for (const char* pszDesk : { "a", "b" }) {
-        QVERIFY(QDir().mkpath(deskDir(pszDesk)));
-    }
-    writeFile(inspect::livePath(deskDir("a")), readFile(SAMPLE_USER "/indexUserConfig.xml"));
-}
-
-Outcome tst_roamcommands::tool(const QString& desk, const QString& words,
-                               const QString& login) const
-{
-    const CPostgresServer& server = CPostgresServer::shared();
-    const QStringList environment { "PGHOST=" + server.directory() + "/pg",
-                                    "PGPORT=" + QString::number(server.port()),
-                                    "PGDATABASE=" + m_strDatabase, "PGUSER=" + login };
-    return runProgram(TOOL, QStringList { "--config-dir", deskDir(desk) } + words.split(' '),
-                      environment);
-}
-
-QJsonObject tst_roamcommands::answer(const QString& desk, const QString& words,
-                                     const QString& login) const
-{
-    return QJsonDocument::fromJson(tool(desk, words + " --json", login).strOut.toUtf8()).object();
-}
-
-void tst_roamcommands::must(const QString& desk, const QString& words, int status) const
-{
-    const Outcome outcome = tool(desk, words);
-    QVERIFY2(outcome.nStatus == status, qPrintable(words + ": " + outcome.strErr + outcome.strOut));
-}
-
-// Revision 1 at both; 2 of desk a is the head, 3 of desk b an aside.
-void tst_roamcommands::makeConflict() const
-{
-    must("a", "roam push");
-    must("b", "roam pull");
-    must("a", "option set reportRefreshTime=750");
-    must("a", "roam push");
-    must("b", "option set tickRestoreDay=7");
-    must("b", "roam push", 1);
-}
-
-QByteArray tst_roamcommands::text(qint64 revision) const
-{
-    CPostgresStore store(CPostgresServer::shared().options(m_strDatabase, "trader1"));
-    const auto answer = store.text(c_szUserDocument, revision);
-    return answer.error ? "no text: " + answer.error.strDetail.toUtf8() : answer.value;
-}
-
-QVector<Revision> tst_roamcommands::revisions() const
-{
-    CPostgresStore store(CPostgresServer::shared().options(m_strDatabase, "trader1"));
-    return store.revisions(c_szUserDocument, 0, 0).value;
-}
-
-QStringList tst_roamcommands::asked(const QString& statement) const
-{
-    return sql(CPostgresServer::shared().options(m_strDatabase, "postgres"), statement);
+    initDesks();
 }
 
 void tst_roamcommands::whatIsSentIsWhatLeavesTheFile()
@@ -190,81 +93,6 @@ void tst_roamcommands::whatIsThereAlreadyIsNotSentAgain()
     must("a", "roam push");
     QCOMPARE(revisions().size(), 1);
     QCOMPARE(answer("a", "roam status")["status"].toInt(), 0);
-}
-
-void tst_roamcommands::anAsideIsChosen_data()
-{
-    QTest::addColumn<QString>("take");
-    QTest::addColumn<int>("chosen"); // the revision whose text is everywhere then
-    QTest::addColumn<int>("revisions");
-    QTest::newRow("mine") << "mine" << 3 << 4;
-    QTest::newRow("theirs") << "theirs" << 2 << 3;
-}
-
-void tst_roamcommands::anAsideIsChosen()
-{
-    QFETCH(QString, take);
-    QFETCH(int, chosen);
-    makeConflict();
-    const QByteArray wanted = text(chosen);
-    const QByteArray before = live("b");
-    QCOMPARE(answer("b", "roam asides")["revisions"].toArray().size(), 1);
-    must("b", "roam resolve 3 --take " + take);
-    QCOMPARE(sent("b"), wanted);
-    must("a", "roam pull");
-    QCOMPARE(sent("a"), wanted);
-    QTEST(revisions().size(), "revisions");
-    QCOMPARE(asked("select resolved from roaming.revision where number = 3"), QStringList(take));
-    for (const char* pszDesk : { "a", "b" }) {
-        QCOMPARE(answer(pszDesk, "roam status")["status"].toInt(), 0);
-    }
-    if (take == "theirs") {
-        must("b", "undo");
-        QCOMPARE(live("b"), before);
-    }
-}
-
-void tst_roamcommands::aForcedPushIsTheNewest()
-{
-    makeConflict();
-    must("b", "roam push --force");
-    QCOMPARE(revisions().first().nBase, qint64(2));
-    QCOMPARE(text(4), sent("b"));
-    must("b", "roam push --force");
-    QCOMPARE(revisions().size(), 4);
-    must("a", "roam pull");
-    QCOMPARE(sent("a"), sent("b"));
-}
-
-void tst_roamcommands::whatChangedSinceAnAsideStays()
-{
-    makeConflict();
-    must("b", "option set tickRestoreDay=9");
-    const QByteArray before = live("b");
-    must("b", "roam resolve 3 --take theirs");
-    QCOMPARE(live("b"), before);
-}
-
-void tst_roamcommands::aRevisionComesBackAsANewOne()
-{
-    must("a", "roam push");
-    must("a", "option set tickRestoreDay=7");
-    must("a", "roam push");
-    must("a", "roam restore 1");
-    QCOMPARE(text(3), text(1));
-    QCOMPARE(revisions().first().strReason, QString("restore 1"));
-    QCOMPARE(sent("a"), text(1));
-    QCOMPARE(answer("a", "roam status")["status"].toInt(), 0);
-}
-
-void tst_roamcommands::aFileWithUnsentChangesDoesNotFollow()
-{
-    must("a", "roam push");
-    must("a", "option set tickRestoreDay=7");
-    const QByteArray before = live("a");
-    must("a", "roam restore 1");
-    QCOMPARE(live("a"), before);
-    QCOMPARE(revisions().size(), 2);
 }
 
 void tst_roamcommands::aHeldSectionTravelsByNameOnly()
@@ -374,40 +202,6 @@ void tst_roamcommands::othersAreRefused()
     QCOMPARE(outcome.nStatus, 3);
     QVERIFY2(outcome.strErr.contains("the server refuses"), qPrintable(outcome.strErr));
     QCOMPARE(revisions().size(), 1);
-}
-
-void tst_roamcommands::aDryRunChangesNothing_data()
-{
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QString>("told");
-    QTest::newRow("push") << "roam push"
-                          << "would be sent";
-    QTest::newRow("pull") << "roam pull"
-                          << "both have changed";
-    QTest::newRow("restore") << "roam restore 1"
-                             << "would make a new revision of revision 1";
-    QTest::newRow("mine") << "roam resolve 3 --take mine"
-                          << "would take revision 3";
-    QTest::newRow("theirs") << "roam resolve 3 --take theirs"
-                            << "would take revision 2";
-}
-
-void tst_roamcommands::aDryRunChangesNothing()
-{
-    QFETCH(QString, words);
-    makeConflict();
-    const auto all = [this] {
-        const QStringList there = asked("select r::text from roaming.revision r order by number");
-        return QByteArrayList { live("b"), readFile(deskDir("b") + '/' + c_szStateFile),
-                                there.join('\n').toUtf8() };
-    };
-    const QByteArrayList before = all();
-    const Outcome outcome = tool("b", words + " --dry-run");
-    QCOMPARE(all(), before);
-    QFETCH(QString, told);
-    QVERIFY2(outcome.strOut.contains(told), qPrintable(outcome.strOut + outcome.strErr));
-    const QJsonObject json = answer("b", words + " --dry-run");
-    QVERIFY(json["dryRun"].toBool());
 }
 
 void tst_roamcommands::aClientInTouchIsLeftAlone()

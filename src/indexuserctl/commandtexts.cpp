@@ -271,7 +271,7 @@ Texts roamRevisionTexts()
         { "roam resolve",
           "With --take mine the aside becomes the newest revision, with --take theirs the newest "
           "one stays. Both keep their numbers, so that neither is lost; the file here follows.",
-          "roam resolve 2 --take theirs" },
+          "roam resolve 3 --take theirs" },
     };
 }
 

@@ -41,10 +41,6 @@ public:
     }
 
     bool isSent() const { return !m_digest.isEmpty() && known().digest == m_digest; }
-    bool isInStepWith(const Revision& head) const
-    {
-        return isSent() && known().nBase == head.nNumber;
-    }
     bool isIn(const Revision& aside) const { return m_digest == aside.digest; }
 
 private:
@@ -158,7 +154,7 @@ ExitStatus roamRestore(const Request& request)
     bool bInStep = false;
     {
         const CHere here(request);
-        bInStep = here.isInStepWith(headOf(*pStore));
+        bInStep = here.isSent();
         tellMade(putOnTop(request, *pStore, text, of, QStringLiteral("restore %1").arg(of.nNumber)),
                  of);
     }
