@@ -175,13 +175,14 @@ void tst_roamdeadlines::whatAnotherSessionLocksIsLate()
     auto locked = std::async(std::launch::async, [&] {
         return sqlError(patient,
                         "begin; select * from roaming.person for update;"
-                        "select pg_sleep(2); commit");
+                        "select pg_sleep(3); commit");
     });
     QTRY_COMPARE(owned("select 'x' from pg_stat_activity where wait_event = 'PgSleep'").size(), 1);
     QCOMPARE(told(store.save({ wish("<b/>", 1) })), QString("Late"));
     // Nobody is left behind on the server to wait for a lock that nobody wants any longer.
     QTRY_COMPARE(owned("select 'x' from pg_stat_activity where wait_event_type = 'Lock'").size(),
                  0);
+    QCOMPARE(owned("select 'x' from pg_stat_activity where wait_event = 'PgSleep'").size(), 1);
     QCOMPARE(told(locked.get()), QString());
     QCOMPARE(told(store.save({ wish("<b/>", 1) })), QString("saved 2, head 2"));
     QCOMPARE(owned(c_strRevisions), QStringList("2"));

@@ -56,11 +56,13 @@ end $$;
 -- A change of what is another's is written down.
 create function note(p_person person, p_action text, p_document text, p_from bigint, p_to bigint,
     p_reason text) returns void
-language sql set search_path = roaming, pg_temp as $$
-    insert into audit (action, person_id, document, from_revision, to_revision, reason)
-    select p_action, p_person.person_id, p_document, p_from, p_to, p_reason
-    where p_person.login <> session_user;
-$$;
+language plpgsql set search_path = roaming, pg_temp as $$
+begin
+    if p_person.login <> session_user then
+        insert into audit (action, person_id, document, from_revision, to_revision, reason)
+        values (p_action, p_person.person_id, p_document, p_from, p_to, p_reason);
+    end if;
+end $$;
 
 -- Keeps contents under their hashes; the hashes whose contents neither came nor are there, and then
 -- nothing was kept.
@@ -98,11 +100,12 @@ end $$;
 
 -- The hour is enough to tell which machines are in use, and costs a row an hour.
 create function note_machine(p_person bigint, p_machine_id uuid, p_machine text) returns void
-language sql set search_path = roaming, pg_temp as $$
+language plpgsql set search_path = roaming, pg_temp as $$
+begin
     insert into machine as m (person_id, machine_id, name) values (p_person, p_machine_id, p_machine)
     on conflict (person_id, machine_id) do update set name = p_machine, last_seen = clock_timestamp()
     where m.name <> p_machine or m.last_seen < clock_timestamp() - interval '1 hour';
-$$;
+end $$;
 
 -- The first that applies: the same save again has its earlier answer; a base above the head is
 -- behind; contents are wanted; what others have saved since the base makes it an aside; it is saved.
