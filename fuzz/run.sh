@@ -31,7 +31,7 @@ case $mode in
         mkdir -p "$work"
         # Choices of what to build are a byte each: short inputs make trees that are large enough.
         longest=1024
-        [ "$name" != fuzz_documentwriter ] || longest=256
+        [ "$name" != fuzz_documentwriter ] || longest=128
         # A third of the time would go into weighing inputs against each other.
         "$harness" "${options[@]}" -entropic=0 -max_len=$longest -runs="$3" "$work" "${seeds[@]}"
         ;;

@@ -65,7 +65,8 @@ public:
         }
         QDomElement root = element();
         fill(root, 4);
-        m_doc.appendChild(oddity() ? inside(root, 500 + m_choose(20)) : root);
+        // The text of so deep a tree is a megabyte of blanks.
+        m_doc.appendChild(oddity() && rarely(m_choose) ? inside(root, 500 + m_choose(20)) : root);
         return m_doc;
     }
 
