@@ -28,6 +28,8 @@ private Q_SLOTS:
     void whoHasNoRoleIsRefused();
     void someRolesAreNoIdentity();
 
+    void aWarningPutsNothingInDoubtThatWasOnlyRead();
+
     void tablesOfAnotherVersionAreRefused_data();
     void tablesOfAnotherVersionAreRefused();
     void makingTheTablesTwiceChangesNothing();
@@ -217,6 +219,21 @@ void tst_roampostgres::someRolesAreNoIdentity()
                            "do $$ begin if exists (select from roaming.heads()) then"
                            " raise 'seen'; end if; end $$")),
              QString());
+}
+
+void tst_roampostgres::aWarningPutsNothingInDoubtThatWasOnlyRead()
+{
+    saved(as("trader1"), wish("<a/>", 0));
+    QCOMPARE(told(sqlError(as("keeper"),
+                           "create or replace function roaming.login_of(p_login text) returns text"
+                           " language plpgsql as $$ begin raise warning 'mind';"
+                           " return session_user; end $$")),
+             QString());
+    CPostgresStore store(as("trader1"));
+    QCOMPARE(told(store.heads().error), QString());
+    QCOMPARE(store.text("user", 1).value, QByteArray("<a/>"));
+    QCOMPARE(told(store.save({ wish("<b/>", 1) })), QString("Unsure"));
+    QCOMPARE(store.heads().value[0].revision.nNumber, 2);
 }
 
 void tst_roampostgres::tablesOfAnotherVersionAreRefused_data()
