@@ -1,4 +1,5 @@
-# cmake --install: library, headers, what finds them, and the tool; cpack -G DEB: three packages.
+# cmake --install: library, headers, what finds them, and the tools; cpack -G DEB: a package
+# a component.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -43,6 +44,24 @@ if(INDEXUSER_TOOLS)
         COMPONENT tools)
 endif()
 
+# What stands on PostgreSQL is a package of its own, with the program that the tool hands over to.
+if(INDEXUSER_ROAMING)
+    set(libexec_dir ${CMAKE_INSTALL_LIBEXECDIR}/indexuser)
+    file(RELATIVE_PATH libexec_to_lib
+        ${CMAKE_INSTALL_FULL_LIBEXECDIR}/indexuser ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(indexuserctl-roam PROPERTIES INSTALL_RPATH $ORIGIN/${libexec_to_lib})
+    install(TARGETS indexuserctl-roam RUNTIME DESTINATION ${libexec_dir} COMPONENT roaming)
+    install(TARGETS indexuser_roaming EXPORT roamingTargets ARCHIVE COMPONENT roaming)
+    install(EXPORT roamingTargets
+        NAMESPACE indexuser:: DESTINATION ${package_dir} COMPONENT roaming)
+    install(DIRECTORY src/indexmodel/roaming
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/indexuser COMPONENT roaming
+        FILES_MATCHING PATTERN *.h PATTERN *_p.h EXCLUDE)
+    install(DIRECTORY src/indexmodel/roaming/sql
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/indexuser COMPONENT roaming
+        FILES_MATCHING PATTERN *.sql)
+endif()
+
 configure_package_config_file(cmake/indexuserConfig.cmake.in
     ${PROJECT_BINARY_DIR}/indexuserConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/indexuserConfigVersion.cmake
@@ -69,6 +88,9 @@ set(CPACK_COMPONENTS_ALL library dev)
 if(INDEXUSER_TOOLS)
     list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
+if(INDEXUSER_ROAMING)
+    list(APPEND CPACK_COMPONENTS_ALL roaming)
+endif()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libindexuser${PROJECT_VERSION_MAJOR})
@@ -76,6 +98,9 @@ set(CPACK_DEBIAN_DEV_PACKAGE_NAME libindexuser-dev)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME indexuser-tools)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
     "qtbase5-dev, libboost-thread-dev, liblog4cxx-dev, libfmt-dev, libxml2-dev")
+set(CPACK_DEBIAN_ROAMING_PACKAGE_NAME libindexuser-roaming)
+set(CPACK_DEBIAN_ROAMING_PACKAGE_SUGGESTS "indexuser-tools, libindexuser-dev, libpq-dev")
 set(CPACK_COMPONENT_DEV_DEPENDS library)
 set(CPACK_COMPONENT_TOOLS_DEPENDS library)
+set(CPACK_COMPONENT_ROAMING_DEPENDS library)
 include(CPack)

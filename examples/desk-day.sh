@@ -11,19 +11,8 @@ trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 today=$(date +%Y%m%d) yesterday=$(date -d yesterday +%Y%m%d)
 
-tell() { printf '\n\n# %s\n' "$*"; }
-fail() { printf 'desk-day: %s\n' "$*" >&2; exit 1; }
+. "$root/examples/typing.sh"
 
-# see STATUS TEXT WORDS...: types the words, shows the answer, and insists on its status and on a text.
-see() {
-    local wanted=$1 text=$2 status=0
-    shift 2
-    printf '\n$ indexuserctl %s\n' "$*"
-    "$tool" "$@" >answer 2>&1 || status=$?
-    sed -n 1,20p answer
-    [ $status -eq "$wanted" ] || fail "status $status instead of $wanted of: $*"
-    grep -qF -- "$text" answer || fail "no '$text' in the answer to: $*"
-}
 # holds FILE TEXT: what a file says itself, whatever the tool tells of it.
 holds() { grep -qF -- "$2" "$1" || fail "no '$2' in $1"; }
 # same FILE FILE2: byte for byte.

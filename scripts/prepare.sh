@@ -9,6 +9,9 @@ packages=(g++ cmake ninja-build qtbase5-dev libboost-thread-dev liblog4cxx-dev l
 test_packages=(librapidcheck-dev clang-14 libclang-rt-14-dev pkg-config dpkg-dev file doxygen
     libxml2-utils clang-format universal-ctags g++-mingw-w64-x86-64-posix python3 python3-jsonschema
     strace man-db)
+# What roams needs PostgreSQL, and its tests a server; without them it is left out.
+roaming_packages=(libpq-dev postgresql-15)
+test_packages+=("${roaming_packages[@]}")
 # What shows pages to the tests; they are left out, and say so, where it cannot be installed.
 browser_packages=(chromium chromium-driver python3-selenium poppler-utils fonts-wqy-zenhei)
 
@@ -27,6 +30,10 @@ missing() {
     printf '%s installed\n' "$@" | grep -Fvx -e "$there" | cut -d' ' -f1 || true
 }
 
+# Servers are started by whoever needs one: its installation is not to begin one for the machine.
+no_cluster='conf=/etc/postgresql-common/createcluster.conf
+    [ -e "$conf" ] || { mkdir -p "${conf%/*}" && echo "create_main_cluster = false" >"$conf"; }'
+
 # Installs those of the given packages that are missing.
 need() {
     local absent by_hand
@@ -35,6 +42,7 @@ need() {
     by_hand="These packages are missing, and root can install them: apt-get install ${absent[*]}"
     [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null || fail "$by_hand"
     echo "Installing ${absent[*]}" >&2
+    [[ " ${absent[*]} " != *' postgresql-15 '* ]] || as_root sh -c "$no_cluster" || fail "$by_hand"
     watched Installing packages as_root apt-get update -q &&
         watched Installing packages as_root env DEBIAN_FRONTEND=noninteractive apt-get install \
             -q -y --no-install-recommends -o APT::Status-Fd=1 "${absent[@]}" || fail "$by_hand"

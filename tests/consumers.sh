@@ -6,7 +6,9 @@ root=$1 build=$2
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 reuse=(-G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER="$root/tests/reuse.sh;$build")
-bare=(-DCMAKE_DISABLE_FIND_PACKAGE_LibXml2=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON)
+bare=(-DCMAKE_DISABLE_FIND_PACKAGE_LibXml2=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON
+    -DCMAKE_DISABLE_FIND_PACKAGE_PostgreSQL=ON)
+roams=$([ ! -e "$build/bin/indexuserctl-roam" ] || echo yes)
 
 quietly() { "$@" >"$scratch/log" 2>&1 || { cat "$scratch/log"; exit 1; }; }
 
@@ -29,13 +31,22 @@ runs() { "$1" "$root/examples/user" | grep >/dev/null 早盘; }
 echo "the whole package, component by component"
 whole=$scratch/whole
 quietly cmake --install "$build" --prefix "$whole"
-answers "$whole" '' 'found: indexuser;platform;standalone;inspect;mend;indexuserctl '
+answers "$whole" '' "found: indexuser;platform;standalone;inspect;mend${roams:+;roaming};indexuserctl "
 answers "$whole" indexuser 'found: indexuser;platform ' "${bare[@]}"
 answers "$whole" tools 'found: indexuser;platform;indexuserctl ' "${bare[@]}"
 answers "$whole" inspect 'found: indexuser;platform;inspect '
 answers "$whole" mend 'found: indexuser;platform;inspect;mend '
 answers "$whole" inspect 'indexuser: its component inspect needs LibXml2, which was not found' \
     "${bare[@]}"
+if [ "$roams" ]; then
+    answers "$whole" 'roaming;standalone' 'found: indexuser;platform;standalone;inspect;mend;roaming '
+    quietly ninja -C "$scratch/consumer"
+    PGHOST=/no/server "$scratch/consumer/follower" | grep >/dev/null '^away: '
+    answers "$whole" roaming 'indexuser: its component roaming needs PostgreSQL, which was not found' \
+        -DCMAKE_DISABLE_FIND_PACKAGE_PostgreSQL=ON
+    answers "$whole" roaming 'indexuser: its component roaming needs mend, which was not found' \
+        -DCMAKE_DISABLE_FIND_PACKAGE_LibXml2=ON
+fi
 answers "$whole" pictures 'indexuser: its component pictures is not installed'
 answers "$whole" 'indexuser;OPTIONAL_COMPONENTS;mend;inspect;pictures' 'found: indexuser;platform ' \
     "${bare[@]}"

@@ -43,5 +43,11 @@ leaked=$(nm -DC --defined-only "$library" | grep -E '^[0-9a-f]+ [TBDR] ' | cut -
 [ -z "$leaked" ] || { echo "exported by mistake:"; echo "$leaked"; exit 1; }
 readelf -d "$library" | grep >/dev/null 'SONAME.*libindexuser.so.0'
 
+# Installed elsewhere, the tool finds what answers for it.
+if [ -e "$build/bin/indexuserctl-roam" ]; then
+    said=$(PGHOST=/no/server "$prefix/bin/indexuserctl" --config-dir "$user" roam status 2>&1) && exit 1
+    grep >/dev/null 'the server is away' <<<"$said"
+fi
+
 [ -s "$(find "$prefix" -name indexuserctl.1)" ]
 [ -s "$(find "$prefix" -path '*completions/indexuserctl')" ]

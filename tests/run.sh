@@ -23,7 +23,7 @@ tool() {
     tool apt-get 'echo "pmstatus:g++:40.5:Unpacking"; sleep 2'
     tool sudo 'exec "$@"'
     # --fresh --preset NAME
-    tool cmake 'mkdir -p "build/$3"'
+    tool cmake 'mkdir -p "build/$3"; echo "INDEXUSER_ROAMING:BOOL=${ROAMING-ON}" >"build/$3/CMakeCache.txt"'
     # -C DIR TARGET
     tool ninja 'echo "[1/2] one"; echo "[2/2] two"; mkdir -p "$2/bin"
         [ -e "$2/bin/indexuserctl" ] || {
@@ -70,6 +70,16 @@ expect 'a word that only speaks of it does not' \
     "<--config-dir><$user><setting><set><note><see --config-dir in the help>" \
     "$(run setting set note 'see --config-dir in the help' 2>/dev/null)"
 expect "in either form" '<show><--config-dir=x>' "$(run show --config-dir=x 2>/dev/null)"
+: >"$scratch/calls"
+
+expect 'what roams has its packages asked for and is built' "<--config-dir><$user><roam><status>" "$(run roam status 2>/dev/null)"
+expect 'besides the tool' 'dpkg-query 1, ninja 2' "$(calls)"
+rm "$place/build/release/CMakeCache.txt"
+run roam status >/dev/null 2>&1
+expect 'a build without it is configured anew' 'cmake 1, dpkg-query 1, ninja 2' "$(calls)"
+printf '#!/bin/sh\necho "demo $*"\n' >"$place/examples/roam-demo.sh"
+chmod 755 "$place/examples/roam-demo.sh"
+expect 'the demonstration is a script' 'demo ' "$(run roam demo 2>/dev/null)"
 : >"$scratch/calls"
 
 touch "$place/CMakePresets.json"

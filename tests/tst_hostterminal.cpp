@@ -227,6 +227,9 @@ void tst_hostterminal::everyExampleWorks_data()
         = QRegularExpression("\\.EX\n(.*)\n\\.EE\n").globalMatch(strPage);
     while (it.hasNext()) {
         const QString strCommand = it.next().captured(1);
+        if (strCommand.startsWith("indexuserctl roam ")) {
+            continue; // they need a server, and the demonstration types them
+        }
         QTest::newRow(qPrintable(strCommand)) << strCommand;
     }
 }

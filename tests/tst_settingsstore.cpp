@@ -37,6 +37,8 @@ private Q_SLOTS:
     void aDirectoryThatCannotBeMadeIsTold();
     void threadsNeverSeeHalfAValue();
     void theServiceReadsWhatItWrote();
+    void whatIsStoredOrRemovedIsTold();
+    void whatIsNotStoredIsNotTold();
 };
 
 void tst_settingsstore::anUnknownKeyIsNotZeroAndLeavesTheValue()
@@ -206,6 +208,33 @@ void tst_settingsstore::theServiceReadsWhatItWrote()
     QCOMPARE(strValue, QStringLiteral("值\n"));
     QVERIFY(!service().readConfig("unknown", strValue));
     QCOMPARE(strValue, QStringLiteral("值\n"));
+}
+
+void tst_settingsstore::whatIsStoredOrRemovedIsTold()
+{
+    QStringList told;
+    standalone::onStored([&](const QString& section, const QString& key) {
+        std::string strValue;
+        const bool bThere
+            = se::readConfig(section.toStdString(), key.toStdString(), strValue, false) == 0;
+        told.append(section + '/' + key + '=' + (bThere ? strValue.c_str() : "(gone)"));
+    });
+    QCOMPARE(se::writeConfig("userconfig.xml", "<mirror/>"), 0);
+    QCOMPARE(se::writeConfig("s", "k", "1", false), 0);
+    QVERIFY(standalone::removeSetting("s", "k"));
+    standalone::onStored({});
+    QCOMPARE(se::writeConfig("s", "k", "2", false), 0);
+    QCOMPARE(told, QStringList({ "/userconfig.xml=<mirror/>", "s/k=1", "s/k=(gone)" }));
+}
+
+void tst_settingsstore::whatIsNotStoredIsNotTold()
+{
+    int nTold = 0;
+    writeFile(userDir() + "/Settings", "no directory");
+    standalone::onStored([&](const QString&, const QString&) { ++nTold; });
+    QVERIFY(se::writeConfig("s", "k", "1", false) != 0);
+    standalone::onStored({});
+    QCOMPARE(nTold, 0);
 }
 
 QTEST_GUILESS_MAIN(tst_settingsstore)

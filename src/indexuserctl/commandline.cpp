@@ -75,7 +75,7 @@ void addOption(CLI::App& app, const QString& name, Slots& slots)
     }
     app.add_option(name.toStdString(), slots.values[name], strHelp)
         ->type_name(option.strValue.toStdString())
-        ->required(isNeeded(name));
+        ->required(isNeeded(*slots.pCommand, name));
 }
 
 CLI::App& subcommand(CLI::App& parent, const QString& name)

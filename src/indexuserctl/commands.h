@@ -16,6 +16,7 @@ enum class Format { Text, Json };
 enum class Secrets { Masked, Shown };
 enum class Amount { First, All };
 enum class Force { No, Yes };
+enum class Side { Mine, Theirs };
 
 /// What the command line asks for; a command looks at what it declares in the table of commands.
 struct Request {
@@ -48,6 +49,9 @@ struct Request {
     std::optional<QString> usersFile;
     std::optional<QString> resumeFile;
     std::optional<QString> stopAfter; ///< failures, as typed
+    QString strLogin; ///< another person's on the server; empty for one's own
+    QString strSection; ///< that is held back otherwise
+    Side take = Side::Mine;
     QString strKeep = QStringLiteral("30d");
     QString strCommand; ///< as typed, without secrets
     QString strAccount; ///< of whoever typed it
@@ -119,5 +123,18 @@ ExitStatus unsetSetting(const Request& request);
 
 ExitStatus listSectors(const Request& request);
 ExitStatus exportSectorCommand(const Request& request);
+
+// Of the program indexuserctl-roam; the tool hands them over to it.
+ExitStatus roamInit(const Request& request);
+ExitStatus roamStatus(const Request& request);
+ExitStatus roamPush(const Request& request);
+ExitStatus roamPull(const Request& request);
+ExitStatus roamHistory(const Request& request);
+ExitStatus roamShow(const Request& request);
+ExitStatus roamDiff(const Request& request);
+ExitStatus roamRestore(const Request& request);
+ExitStatus roamAsides(const Request& request);
+ExitStatus roamResolve(const Request& request);
+ExitStatus roamThin(const Request& request);
 
 ExitStatus printManual(const Request& request);

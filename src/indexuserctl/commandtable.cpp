@@ -1,6 +1,7 @@
 #include "commandtable.h"
 
 #include "failure.h"
+#include "roamtable.h"
 
 #include <algorithm>
 
@@ -110,7 +111,7 @@ QStringList manyUsers()
 const QVector<CommandOption>& commandOptions()
 {
     static const QVector<CommandOption> s_options
-        = switches() + optionsWithValue() + optionsOfManyUsers();
+        = switches() + optionsWithValue() + optionsOfManyUsers() + roamOptions();
     return s_options;
 }
 
@@ -387,7 +388,7 @@ const QVector<Command>& commands()
 {
     static const QVector<Command> s_commands = userCommands() + reportCommands() + bundleCommands()
         + copyCommands() + historyCommands() + optionCommands() + stockCommands() + layoutCommands()
-        + templateCommands() + otherCommands();
+        + templateCommands() + roamCommands() + otherCommands();
     return s_commands;
 }
 
@@ -406,9 +407,11 @@ bool hasCommandOption(const QString& name)
 }
 
 // What is drawn or reported has to go somewhere, and what fits has to fit something.
-bool isNeeded(const QString& name)
+bool isNeeded(const Command& command, const QString& name)
 {
-    return name == QLatin1String("--out") || name == QLatin1String("--screens");
+    const bool bFits = command.strName == QLatin1String("layout fit");
+    return name == QLatin1String("--out") || name == QLatin1String("--take")
+        || (bFits && name == QLatin1String("--screens"));
 }
 
 QString usageOf(const Command& command)
@@ -417,7 +420,7 @@ QString usageOf(const Command& command)
     for (const QString& name : command.options) {
         const QString strValue = commandOption(name).strValue;
         const QString strOption = strValue.isEmpty() ? name : name + ' ' + strValue;
-        parts.append(isNeeded(name) ? strOption : '[' + strOption + ']');
+        parts.append(isNeeded(command, name) ? strOption : '[' + strOption + ']');
     }
     return (parts + command.words).join(QLatin1Char(' '));
 }
@@ -429,7 +432,8 @@ const QVector<StatusText>& statusTexts()
         { ExitStatus::Negative, "negative",
           "the answer is no: it differs, is not in order, is not there" },
         { ExitStatus::Usage, "usage", "wrong usage" },
-        { ExitStatus::InputOutput, "input-output", "a file cannot be read or written" },
+        { ExitStatus::InputOutput, "input-output",
+          "a file cannot be read or written, or a server not be reached" },
         { ExitStatus::Damaged, "damaged", "a file is damaged" },
         { ExitStatus::Busy, "busy", "somebody else may write the file now" },
         { ExitStatus::RecoveredWithLoss, "recovered-with-loss",

@@ -24,8 +24,8 @@ struct Command {
 const QVector<Command>& commands();
 const CommandOption& commandOption(const QString& name);
 bool hasCommandOption(const QString& name);
-/// Whether no command that has the option can do without it.
-bool isNeeded(const QString& name);
+/// Whether the command cannot do without the option, which it has.
+bool isNeeded(const Command& command, const QString& name);
 
 /// "template save [--dry-run] [--trade] NAME".
 QString usageOf(const Command& command);

@@ -215,6 +215,59 @@ Texts templateTexts()
     };
 }
 
+Texts roamTexts()
+{
+    return {
+        { "roam init",
+          "For whoever administrates: makes roles, tables and functions on the server, or brings "
+          "those of an older version up to date. A second call finds nothing to do.",
+          "roam init" },
+        { "roam status",
+          "Whether what is here was sent, what the newest revision is and whose, what nobody has "
+          "chosen of yet, and how the server answers. Status 1 if there is something to do.",
+          "roam status" },
+        { "roam push",
+          "Sends at once what a running client sends by itself. What somebody has saved elsewhere "
+          "meanwhile stays the newest; this one is then an aside, and the status is 1. With --only "
+          "it is one section that is held back otherwise, strategies among them.",
+          "roam push" },
+        { "roam pull",
+          "Fetches what is newer on the server; the file as it was stays in the history, so that "
+          "undo brings it back. What was changed on both sides stays as it is on both, and the "
+          "status is 1. Layouts come to a machine that has a file only where --screens names its "
+          "screens: those of the same screens as they are, others fitted.",
+          "roam pull --dry-run" },
+        { "roam thin",
+          "For whoever administrates: all revisions of 7 days keep their content, of 90 days the "
+          "last of each day, and the last of each month for ever; the newest ones and asides that "
+          "nobody has chosen of keep it, too. Numbers, times and authors stay of all.",
+          "roam thin --dry-run" },
+        { "roam history",
+          "One line a revision, the newest first: when, by whom, on which machine, how many bytes "
+          "and why; whether it is an aside, or has lost its content.",
+          "roam history" },
+        { "roam show", "Prints the tables of a revision, or only some parts of it.",
+          "roam show 1 options" },
+        { "roam diff",
+          "Compares a revision by meaning with another one, or with the newest. Status 1 if there "
+          "are differences.",
+          "roam diff 1" },
+        { "roam restore",
+          "What a revision holds becomes a new one, so that nothing is lost; the file here follows "
+          "if all that is in it was sent. For another person, with --user, only the server is "
+          "changed, and his client fetches it.",
+          "roam restore 1" },
+        { "roam asides",
+          "The revisions that were saved although another one had been saved meanwhile, until "
+          "somebody has chosen.",
+          "roam asides" },
+        { "roam resolve",
+          "With --take mine the aside becomes the newest revision, with --take theirs the newest "
+          "one stays. Both keep their numbers, so that neither is lost; the file here follows.",
+          "roam resolve 2 --take theirs" },
+    };
+}
+
 Texts otherTexts()
 {
     return {
@@ -240,7 +293,7 @@ const CommandText& textOf(const Command& command)
 {
     static const Texts s_texts = userTexts() + reportTexts() + bundleTexts() + copyTexts()
         + historyTexts() + optionTexts() + stockTexts() + layoutTexts() + templateTexts()
-        + otherTexts();
+        + roamTexts() + otherTexts();
     static const CommandText s_none;
     const auto it = std::find_if(s_texts.begin(), s_texts.end(), [&](const CommandText& text) {
         return text.strCommand == command.strName;

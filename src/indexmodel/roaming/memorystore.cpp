@@ -41,11 +41,11 @@ SaveAnswer CMemoryServer::save(const SaveWish& wish)
     if (wish.nBase > found.nHead) {
         return { SaveOutcome::Behind, 0, found.nHead };
     }
-    const bool bOthers = std::any_of(
-        found.entries.begin(), found.entries.end(), [&](const Entry& entry) {
-            return entry.revision.nNumber > wish.nBase && !entry.revision.bAside
-                && entry.revision.machine.id != wish.machine.id;
-        });
+    const bool bOthers
+        = std::any_of(found.entries.begin(), found.entries.end(), [&](const Entry& entry) {
+              return entry.revision.nNumber > wish.nBase && !entry.revision.bAside
+                  && entry.revision.machine.id != wish.machine.id;
+          });
     Revision made;
     made.nNumber = found.entries.size() + 1;
     made.nBase = wish.nBase;

@@ -6,8 +6,8 @@ namespace roaming {
 QUuid saveId(const SaveWish& wish)
 {
     const QByteArray strBase = QByteArray::number(wish.nBase);
-    const QByteArray text = wish.strDocument.toUtf8() + '\n' + strBase + (wish.bAside ? "a\n" : "\n")
-        + wish.text;
+    const QByteArray text
+        = wish.strDocument.toUtf8() + '\n' + strBase + (wish.bAside ? "a\n" : "\n") + wish.text;
     return QUuid::createUuidV5(wish.machine.id, text);
 }
 

@@ -1,3 +1,4 @@
+#include "platform/commonutil.h"
 #include "platform/environment.h"
 #include "platform/filenames.h"
 #include "platform/strategybase.h"
@@ -8,6 +9,41 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+
+#include <mutex>
+
+namespace standalone {
+
+namespace {
+
+// Held while it is asked, so that nobody is told behind the end of the listening.
+struct Listening {
+    std::mutex mutex;
+    StoredListener listener;
+};
+
+Listening& listening()
+{
+    return *utils::CManualSingletonT<Listening>::instance();
+}
+
+void tellStored(const QString& section, const QString& key)
+{
+    const std::lock_guard<std::mutex> lock(listening().mutex);
+    if (listening().listener) {
+        listening().listener(section, key);
+    }
+}
+
+} // namespace
+
+void onStored(const StoredListener& listener)
+{
+    const std::lock_guard<std::mutex> lock(listening().mutex);
+    listening().listener = listener;
+}
+
+} // namespace standalone
 
 namespace se {
 
@@ -40,10 +76,14 @@ QString valuePath(const std::string& section, const std::string& key)
         + QString::fromLatin1(encoded(section) + '=' + encoded(key));
 }
 
-int store(const QString& path, const std::string& value, standalone::Sync sync)
+int store(const std::string& section, const std::string& key, const std::string& value,
+          standalone::Sync sync)
 {
     const bool bStored = standalone::makeDirectory(storePath())
-        && standalone::replaceGuarded(QFile::encodeName(path), value, sync);
+        && standalone::replaceGuarded(QFile::encodeName(valuePath(section, key)), value, sync);
+    if (bStored) {
+        standalone::tellStored(QString::fromStdString(section), QString::fromStdString(key));
+    }
     return bStored ? c_nOk : c_nFailed;
 }
 
@@ -51,13 +91,13 @@ int store(const QString& path, const std::string& value, standalone::Sync sync)
 
 int writeConfig(const std::string& section, const std::string& key, const std::string& value, bool)
 {
-    return store(valuePath(section, key), value, standalone::Sync::Disk);
+    return store(section, key, value, standalone::Sync::Disk);
 }
 
 // The mirror of a document that its owner writes to the disk by itself.
 int writeConfig(const std::string& key, const std::string& value)
 {
-    return store(valuePath(std::string(), key), value, standalone::Sync::Never);
+    return store(std::string(), key, value, standalone::Sync::Never);
 }
 
 int readConfig(const std::string& section, const std::string& key, std::string& value, bool)
@@ -85,19 +125,37 @@ QString settingReadError(const QString& section, const QString& key)
 
 bool removeSetting(const QString& section, const QString& key)
 {
-    return removeFile(QFile::encodeName(settingFile(section, key)));
+    const bool bRemoved = removeFile(QFile::encodeName(settingFile(section, key)));
+    if (bRemoved) {
+        tellStored(section, key);
+    }
+    return bRemoved;
+}
+
+QVector<SettingName> settingNames()
+{
+    const auto decoded = [](const QByteArray& name) {
+        return QString::fromUtf8(QByteArray::fromPercentEncoding(name));
+    };
+    QVector<SettingName> names;
+    const auto files = QDir(se::storePath()).entryList(QDir::Files);
+    for (const QString& file : files) {
+        const QByteArray name = file.toLatin1();
+        const int nEqual = name.indexOf('=');
+        if (nEqual >= 0 && !name.contains("%~")) {
+            names.append({ decoded(name.left(nEqual)), decoded(name.mid(nEqual + 1)) });
+        }
+    }
+    return names;
 }
 
 QStringList settingKeys(const QString& section)
 {
     QStringList keys;
-    const QByteArray prefix = se::encoded(section.toStdString()) + '=';
-    const auto names = QDir(se::storePath()).entryList(QDir::Files);
-    for (const QString& name : names) {
-        const QByteArray file = name.toLatin1();
-        if (file.startsWith(prefix) && !file.contains("%~")) {
-            keys.append(
-                QString::fromUtf8(QByteArray::fromPercentEncoding(file.mid(prefix.size()))));
+    const auto names = settingNames();
+    for (const SettingName& name : names) {
+        if (name.strSection == section) {
+            keys.append(name.strKey);
         }
     }
     return keys;

@@ -57,6 +57,23 @@ PLATFORM_API bool removeSetting(const QString& section, const QString& key);
 /// The keys of a section of the settings store, those too long to be kept in clear left out.
 PLATFORM_API QStringList settingKeys(const QString& section);
 
+/// A value of the settings store by its names.
+struct SettingName {
+    QString strSection;
+    QString strKey;
+};
+
+/// Those of all sections, with those too long to be kept in clear left out.
+PLATFORM_API QVector<SettingName> settingNames();
+
+/// Told of each value of the settings store once it is stored or removed, the mirror of the user's
+/// file too, which is stored before the file is; on the thread that stores, which waits for it.
+using StoredListener = std::function<void(const QString& section, const QString& key)>;
+
+/// From now on all of them are told to \a listener; an empty one ends that, and waits until it is
+/// not asked any more. It must store nothing itself. Any thread but the one that asks it.
+PLATFORM_API void onStored(const StoredListener& listener);
+
 /// One stock of a sector.
 struct SectorConstituent {
     QString market;

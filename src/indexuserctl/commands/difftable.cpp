@@ -45,21 +45,25 @@ Table diffTable(const Request& request, const QVector<inspect::Difference>& diff
     return table;
 }
 
+ExitStatus printDifferences(const Request& request, const Compared& left, const Compared& right)
+{
+    const auto found = inspect::differences(left.records, right.records);
+    if (request.patchFile != QStringLiteral("-")) {
+        print({ diffTable(request, found, left.strName, right.strName) }, request.format);
+    }
+    if (request.patchFile) {
+        writePatch(request, left.records, right.records);
+    }
+    return found.isEmpty() ? ExitStatus::Ok : ExitStatus::Negative;
+}
+
 ExitStatus printDifferences(const Request& request, const QString& left, const QString& right)
 {
     // The first that cannot be read is the one that is named.
-    const inspect::UserFile leftFile = wholeFile(left);
-    const inspect::UserFile rightFile = wholeFile(right);
-    const KW::UserRecords before = inspect::recordsOf(leftFile.document);
-    const KW::UserRecords after = inspect::recordsOf(rightFile.document);
-    const QVector<inspect::Difference> found = inspect::differences(before, after);
-    if (request.patchFile != QStringLiteral("-")) {
-        print({ diffTable(request, found, left, right) }, request.format);
-    }
-    if (request.patchFile) {
-        writePatch(request, before, after);
-    }
-    return found.isEmpty() ? ExitStatus::Ok : ExitStatus::Negative;
+    const inspect::UserFile before = wholeFile(left);
+    const inspect::UserFile after = wholeFile(right);
+    return printDifferences(request, Compared { left, inspect::recordsOf(before.document) },
+                            Compared { right, inspect::recordsOf(after.document) });
 }
 
 ExitStatus diffFiles(const Request& request)

@@ -200,7 +200,8 @@ QStringList wordsOf(const Command& command, const TypedLine& line)
     if (strWord == QLatin1String("KEY")) {
         return keys(line);
     }
-    if (strWord == QLatin1String("N") || strWord == QLatin1String("N2")) {
+    const bool bHere = !command.strName.startsWith("roam "); // nobody waits for a server's numbers
+    if (bHere && (strWord == QLatin1String("N") || strWord == QLatin1String("N2"))) {
         return edits(line);
     }
     if (command.strName.startsWith("stock ")
@@ -229,6 +230,9 @@ QStringList candidates(const TypedLine& line, const QString& last)
     }
     if (line.strOption == QLatin1String("--parts")) {
         return partLists(last);
+    }
+    if (line.strOption == QLatin1String("--take")) {
+        return { "mine", "theirs" };
     }
     if (!line.strOption.isEmpty()) {
         return {};

@@ -1,0 +1,79 @@
+#include "roaming/machinestate.h"
+
+#include <inspect/userfile.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+
+namespace roaming {
+
+namespace {
+
+constexpr qint64 c_nMaxStateBytes = 16LL * 1024 * 1024;
+
+QString pathOf(const QString& configDir)
+{
+    return configDir + '/' + c_szStateFile;
+}
+
+DocumentState documentOf(const QJsonObject& json)
+{
+    return { static_cast<qint64>(json["base"].toDouble()), json["digest"].toString().toLatin1(),
+             json["aside"].toString().toLatin1() };
+}
+
+QJsonObject toJson(const DocumentState& state)
+{
+    return { { "base", static_cast<double>(state.nBase) },
+             { "digest", QString::fromLatin1(state.digest) },
+             { "aside", QString::fromLatin1(state.aside) } };
+}
+
+} // namespace
+
+MachineState readState(const QString& configDir)
+{
+    MachineState state;
+    const inspect::FileBytes file = inspect::readBytes(pathOf(configDir), c_nMaxStateBytes);
+    if (file.state != inspect::FileState::Whole) {
+        state.error = file.state == inspect::FileState::Missing ? StateError::Missing
+                                                                : StateError::Unreadable;
+        return state;
+    }
+    const QJsonObject json = QJsonDocument::fromJson(file.bytes).object();
+    state.error = json["documents"].isObject() ? StateError::None : StateError::Damaged;
+    state.strArrangement = json["arrangement"].toString();
+    const QJsonObject documents = json["documents"].toObject();
+    for (auto it = documents.begin(); it != documents.end(); ++it) {
+        state.documents[it.key()] = documentOf(it.value().toObject());
+    }
+    return state;
+}
+
+bool writeState(const QString& configDir, const MachineState& state)
+{
+    QJsonObject documents;
+    for (auto it = state.documents.begin(); it != state.documents.end(); ++it) {
+        documents[it.key()] = toJson(it.value());
+    }
+    const QJsonObject json { { "arrangement", state.strArrangement }, { "documents", documents } };
+    const QByteArray bytes = QJsonDocument(json).toJson();
+    QSaveFile file(pathOf(configDir));
+    return file.open(QIODevice::WriteOnly)
+        && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)
+        && file.write(bytes) == bytes.size() && file.commit();
+}
+
+CStateLock::CStateLock(const QString& configDir)
+    : m_file(configDir + '/' + c_szStateLock)
+{
+    m_file.setStaleLockTime(0);
+}
+
+bool CStateLock::take(int waitMs)
+{
+    return m_file.tryLock(waitMs);
+}
+
+} // namespace roaming

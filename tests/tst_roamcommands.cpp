@@ -1,0 +1,464 @@
+#include "librarytest.h"
+#include "postgresserver.h"
+#include "toolrun.h"
+
+#include <inspect/userdifferences.h>
+#include <inspect/userfile.h>
+#include <inspect/userrecords.h>
+#include <mend/history.h>
+#include <roaming/machinestate.h>
+#include <roaming/postgresstore.h>
+#include <roaming/roamingtext.h>
+
+using namespace roaming;
+
+// Two desks of a trader and a server, by the commands that one types. What the server has is asked
+// of the store, what a desk has of its files.
+class tst_roamcommands : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void whatIsSentIsWhatLeavesTheFile();
+    void aNewMachineTakesWhatTheServerHas();
+    void statusTellsWhatThereIsToDo_data();
+    void statusTellsWhatThereIsToDo();
+    void whatIsThereAlreadyIsNotSentAgain();
+    void anAsideIsChosen_data();
+    void anAsideIsChosen();
+    void whatChangedSinceAnAsideStays();
+    void aRevisionComesBackAsANewOne();
+    void aFileWithUnsentChangesDoesNotFollow();
+    void aHeldSectionTravelsByNameOnly();
+    void settingsTravel();
+    void noPasswordReachesTheServer();
+    void onlyWhoeverAdministratesThins();
+    void theDeskReadsAndChangesWithAudit();
+    void othersAreRefused_data();
+    void othersAreRefused();
+    void aDryRunChangesNothing_data();
+    void aDryRunChangesNothing();
+    void aClientInTouchIsLeftAlone();
+    void whatIsNoRevisionIsRefused_data();
+    void whatIsNoRevisionIsRefused();
+    void aServerThatDoesNotKnowThisMachineIsNotWrittenTo();
+    void aSecondInitFindsNothingToDo();
+
+private:
+    Outcome tool(const QString& desk, const QString& words, const QString& login = "trader1") const;
+    QJsonObject answer(const QString& desk, const QString& words,
+                       const QString& login = "trader1") const;
+    void must(const QString& desk, const QString& words, int status = 0) const;
+    void makeConflict() const;
+    QString deskDir(const QString& desk) const { return userDir() + '/' + desk; }
+    QByteArray live(const QString& desk) const
+    {
+        return readFile(inspect::livePath(deskDir(desk)));
+    }
+    QByteArray sent(const QString& desk) const { return outgoingText(live(desk)).value(); }
+    QByteArray text(qint64 revision) const;
+    QVector<Revision> revisions() const;
+    QStringList asked(const QString& statement) const;
+
+    QString m_strDatabase;
+};
+
+void tst_roamcommands::init()
+{
+    CLibraryTest::init();
+    if (!CPostgresServer::isInstalled()) {
+        QSKIP("PostgreSQL's server is not installed");
+    }
+    m_strDatabase = CPostgresServer::shared().makeDatabase();
+    for (const char* pszDesk : { "a", "b" }) {
+        QVERIFY(QDir().mkpath(deskDir(pszDesk)));
+    }
+    writeFile(inspect::livePath(deskDir("a")), readFile(SAMPLE_USER "/indexUserConfig.xml"));
+}
+
+Outcome tst_roamcommands::tool(const QString& desk, const QString& words,
+                               const QString& login) const
+{
+    const CPostgresServer& server = CPostgresServer::shared();
+    const QStringList environment { "PGHOST=" + server.directory() + "/pg",
+                                    "PGPORT=" + QString::number(server.port()),
+                                    "PGDATABASE=" + m_strDatabase, "PGUSER=" + login };
+    return runProgram(TOOL, QStringList { "--config-dir", deskDir(desk) } + words.split(' '),
+                      environment);
+}
+
+QJsonObject tst_roamcommands::answer(const QString& desk, const QString& words,
+                                     const QString& login) const
+{
+    return QJsonDocument::fromJson(tool(desk, words + " --json", login).strOut.toUtf8()).object();
+}
+
+void tst_roamcommands::must(const QString& desk, const QString& words, int status) const
+{
+    const Outcome outcome = tool(desk, words);
+    QVERIFY2(outcome.nStatus == status, qPrintable(words + ": " + outcome.strErr + outcome.strOut));
+}
+
+// Revision 1 at both; 2 of desk a is the head, 3 of desk b an aside.
+void tst_roamcommands::makeConflict() const
+{
+    must("a", "roam push");
+    must("b", "roam pull");
+    must("a", "option set reportRefreshTime=750");
+    must("a", "roam push");
+    must("b", "option set tickRestoreDay=7");
+    must("b", "roam push", 1);
+}
+
+QByteArray tst_roamcommands::text(qint64 revision) const
+{
+    CPostgresStore store(CPostgresServer::shared().options(m_strDatabase, "trader1"));
+    const auto answer = store.text(c_szUserDocument, revision);
+    return answer.error ? "no text: " + answer.error.strDetail.toUtf8() : answer.value;
+}
+
+QVector<Revision> tst_roamcommands::revisions() const
+{
+    CPostgresStore store(CPostgresServer::shared().options(m_strDatabase, "trader1"));
+    return store.revisions(c_szUserDocument, 0, 0).value;
+}
+
+QStringList tst_roamcommands::asked(const QString& statement) const
+{
+    return sql(CPostgresServer::shared().options(m_strDatabase, "postgres"), statement);
+}
+
+void tst_roamcommands::whatIsSentIsWhatLeavesTheFile()
+{
+    must("a", "roam push");
+    QCOMPARE(text(1), sent("a"));
+    QCOMPARE(revisions().size(), 1);
+    QCOMPARE(revisions().first().strAuthor, QString("trader1"));
+}
+
+// Also the file before is kept, which was somebody's first attempt there.
+void tst_roamcommands::aNewMachineTakesWhatTheServerHas()
+{
+    must("a", "roam push --screens 1920x1080+0+0");
+    const QByteArray before = readFile(TEST_DATA "/golden/small.xml");
+    writeFile(inspect::livePath(deskDir("b")), before);
+    must("b", "roam pull --screens 1920x1080+0+0");
+    QCOMPARE(sent("b"), sent("a"));
+    must("b", "undo");
+    QCOMPARE(live("b"), before);
+}
+
+void tst_roamcommands::statusTellsWhatThereIsToDo_data()
+{
+    QTest::addColumn<QStringList>("steps"); // "desk: words"
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("base");
+    QTest::addColumn<int>("head");
+    QTest::newRow("never sent") << QStringList() << 1 << "unsent" << 0 << 0;
+    QTest::newRow("sent") << QStringList { "a: roam push" } << 0 << "sent" << 1 << 1;
+    QTest::newRow("changed") << QStringList { "a: roam push", "a: option set tickRestoreDay=7" }
+                             << 1 << "unsent" << 1 << 1;
+    QTest::newRow("newer") << QStringList { "a: roam push", "b: roam pull",
+                                            "b: option set tickRestoreDay=7", "b: roam push" }
+                           << 1 << "sent" << 1 << 2;
+}
+
+void tst_roamcommands::statusTellsWhatThereIsToDo()
+{
+    QFETCH(QStringList, steps);
+    QFETCH(int, status);
+    for (const QString& step : steps) {
+        must(step.section(": ", 0, 0), step.section(": ", 1));
+    }
+    const QJsonObject told = answer("a", "roam status");
+    const QJsonObject roaming = told["roaming"].toObject();
+    QCOMPARE(told["status"].toInt(), status);
+    QTEST(roaming["file"].toString(), "file");
+    QTEST(roaming["base"].toInt(), "base");
+    QTEST(roaming["head"].toInt(), "head");
+    QCOMPARE(roaming["server"], QJsonValue("ok"));
+}
+
+void tst_roamcommands::whatIsThereAlreadyIsNotSentAgain()
+{
+    must("a", "roam push");
+    must("a", "roam push");
+    // A note that was lost is no second save.
+    QVERIFY(QFile::remove(deskDir("a") + '/' + c_szStateFile));
+    must("a", "roam push");
+    QCOMPARE(revisions().size(), 1);
+    QCOMPARE(answer("a", "roam status")["status"].toInt(), 0);
+}
+
+void tst_roamcommands::anAsideIsChosen_data()
+{
+    QTest::addColumn<QString>("take");
+    QTest::addColumn<int>("chosen"); // the revision whose text is everywhere then
+    QTest::addColumn<int>("revisions");
+    QTest::newRow("mine") << "mine" << 3 << 4;
+    QTest::newRow("theirs") << "theirs" << 2 << 3;
+}
+
+void tst_roamcommands::anAsideIsChosen()
+{
+    QFETCH(QString, take);
+    QFETCH(int, chosen);
+    makeConflict();
+    const QByteArray wanted = text(chosen);
+    const QByteArray before = live("b");
+    QCOMPARE(answer("b", "roam asides")["revisions"].toArray().size(), 1);
+    must("b", "roam resolve 3 --take " + take);
+    QCOMPARE(sent("b"), wanted);
+    must("a", "roam pull");
+    QCOMPARE(sent("a"), wanted);
+    QTEST(revisions().size(), "revisions");
+    QCOMPARE(asked("select resolved from roaming.revision where number = 3"), QStringList(take));
+    for (const char* pszDesk : { "a", "b" }) {
+        QCOMPARE(answer(pszDesk, "roam status")["status"].toInt(), 0);
+    }
+    if (take == "theirs") {
+        must("b", "undo");
+        QCOMPARE(live("b"), before);
+    }
+}
+
+void tst_roamcommands::whatChangedSinceAnAsideStays()
+{
+    makeConflict();
+    must("b", "option set tickRestoreDay=9");
+    const QByteArray before = live("b");
+    must("b", "roam resolve 3 --take theirs");
+    QCOMPARE(live("b"), before);
+}
+
+void tst_roamcommands::aRevisionComesBackAsANewOne()
+{
+    must("a", "roam push");
+    must("a", "option set tickRestoreDay=7");
+    must("a", "roam push");
+    must("a", "roam restore 1");
+    QCOMPARE(text(3), text(1));
+    QCOMPARE(revisions().first().strReason, QString("restore 1"));
+    QCOMPARE(sent("a"), text(1));
+    QCOMPARE(answer("a", "roam status")["status"].toInt(), 0);
+}
+
+void tst_roamcommands::aFileWithUnsentChangesDoesNotFollow()
+{
+    must("a", "roam push");
+    must("a", "option set tickRestoreDay=7");
+    const QByteArray before = live("a");
+    must("a", "roam restore 1");
+    QCOMPARE(live("a"), before);
+    QCOMPARE(revisions().size(), 2);
+}
+
+void tst_roamcommands::aHeldSectionTravelsByNameOnly()
+{
+    const QByteArray strategy = "<strategyTrade><s name=\"n\"/></strategyTrade>";
+    writeFile(inspect::livePath(deskDir("a")),
+              live("a").replace("</ICUserConfigFile>", strategy + "</ICUserConfigFile>"));
+    must("a", "roam push");
+    QVERIFY(!text(1).contains("name=\"n\""));
+    must("b", "roam pull");
+    must("b", "roam pull --only strategyTrade", 1);
+    must("a", "roam push --only strategyTrade");
+    must("b", "roam pull");
+    QVERIFY(!live("b").contains("name=\"n\""));
+    must("b", "roam pull --only strategyTrade");
+    QVERIFY(live("b").contains("name=\"n\""));
+    QCOMPARE(tool("b", "roam pull --only drawGraph").nStatus, 2);
+}
+
+void tst_roamcommands::settingsTravel()
+{
+    must("a", "setting set theme dark");
+    must("a", "roam push");
+    must("b", "roam pull");
+    QCOMPARE(tool("b", "setting get theme").strOut, QString("dark\n"));
+    must("b", "setting unset theme");
+    must("b", "roam push");
+    must("a", "roam pull");
+    QCOMPARE(tool("a", "setting get theme").nStatus, 1);
+}
+
+void tst_roamcommands::noPasswordReachesTheServer()
+{
+    const auto having = [this](const char* pszText) {
+        return asked(QStringLiteral("select count(*)::text from roaming.part where position("
+                                    "'%1'::bytea in content) > 0")
+                         .arg(pszText))
+            .first()
+            .toInt();
+    };
+    QVERIFY(live("a").contains("sample-only"));
+    must("a", "roam push");
+    QCOMPARE(having("reportRefreshTime"), 1);
+    QCOMPARE(having("sample-only"), 0);
+    must("a", "option set tickRestoreDay=7");
+    must("a", "roam push");
+    must("a", "roam restore 1");
+    QVERIFY(live("a").contains("sample-only"));
+}
+
+void tst_roamcommands::onlyWhoeverAdministratesThins()
+{
+    must("a", "roam push");
+    for (const char* pszLogin : { "trader1", "helper" }) {
+        QCOMPARE(tool("a", "roam thin", pszLogin).nStatus, 3);
+    }
+    asked("update roaming.revision set written_at = now() - interval '200 days'");
+    must("a", "option set tickRestoreDay=7");
+    must("a", "roam push");
+    asked("update roaming.revision set written_at = now() - interval '200 days'");
+    must("a", "option set tickRestoreDay=8");
+    must("a", "roam push");
+    const auto gone = [this](const char* pszWords) {
+        return answer("a", pszWords, "keeper")["thinned"].toObject()["revisions"].toInt();
+    };
+    QCOMPARE(gone("roam thin --dry-run"), 1);
+    QCOMPARE(tool("a", "roam show 1").nStatus, 0);
+    QCOMPARE(gone("roam thin"), 1);
+    QCOMPARE(gone("roam thin"), 0);
+    QCOMPARE(tool("a", "roam show 1").nStatus, 1);
+    QCOMPARE(tool("a", "roam show 2").nStatus, 0);
+    QVERIFY(tool("a", "roam history").strOut.contains("thinned"));
+}
+
+void tst_roamcommands::theDeskReadsAndChangesWithAudit()
+{
+    must("a", "roam push");
+    must("a", "option set tickRestoreDay=7");
+    must("a", "roam push");
+    const QByteArray before = live("a");
+    QCOMPARE(answer("b", "roam diff 1 2 --user trader1", "helper")["changes"].toArray().size(), 1);
+    QCOMPARE(tool("b", "roam restore 1 --user trader1", "helper").nStatus, 0);
+    QCOMPARE(revisions().first().strAuthor, QString("helper"));
+    QCOMPARE(asked("select actor || ' ' || reason from roaming.audit where reason = 'restore 1'"),
+             QStringList("helper restore 1"));
+    QVERIFY(QDir(deskDir("b")).isEmpty());
+    QCOMPARE(live("a"), before);
+    must("a", "roam pull");
+    QCOMPARE(sent("a"), text(1));
+}
+
+void tst_roamcommands::othersAreRefused_data()
+{
+    QTest::addColumn<QString>("words");
+    for (const char* pszWords : { "history", "show 1", "diff 1", "asides", "restore 1" }) {
+        QTest::newRow(pszWords) << QStringLiteral("roam %1 --user trader1").arg(pszWords);
+    }
+    QTest::newRow("init") << "roam init";
+}
+
+void tst_roamcommands::othersAreRefused()
+{
+    QFETCH(QString, words);
+    must("a", "roam push");
+    const Outcome outcome = tool("b", words, "trader2");
+    QCOMPARE(outcome.nStatus, 3);
+    QVERIFY2(outcome.strErr.contains("the server refuses"), qPrintable(outcome.strErr));
+    QCOMPARE(revisions().size(), 1);
+}
+
+void tst_roamcommands::aDryRunChangesNothing_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("push") << "roam push"
+                          << "would be sent";
+    QTest::newRow("pull") << "roam pull"
+                          << "both have changed";
+    QTest::newRow("restore") << "roam restore 1"
+                             << "would make a new revision of revision 1";
+    QTest::newRow("mine") << "roam resolve 3 --take mine"
+                          << "would take revision 3";
+    QTest::newRow("theirs") << "roam resolve 3 --take theirs"
+                            << "would take revision 2";
+}
+
+void tst_roamcommands::aDryRunChangesNothing()
+{
+    QFETCH(QString, words);
+    makeConflict();
+    const auto all = [this] {
+        const QStringList there = asked("select r::text from roaming.revision r order by number");
+        return QByteArrayList { live("b"), readFile(deskDir("b") + '/' + c_szStateFile),
+                                there.join('\n').toUtf8() };
+    };
+    const QByteArrayList before = all();
+    const Outcome outcome = tool("b", words + " --dry-run");
+    QCOMPARE(all(), before);
+    QFETCH(QString, told);
+    QVERIFY2(outcome.strOut.contains(told), qPrintable(outcome.strOut + outcome.strErr));
+    const QJsonObject json = answer("b", words + " --dry-run");
+    QVERIFY(json["dryRun"].toBool());
+}
+
+void tst_roamcommands::aClientInTouchIsLeftAlone()
+{
+    must("a", "roam push");
+    must("a", "option set tickRestoreDay=7");
+    CStateLock client(deskDir("a"));
+    QVERIFY(client.take(0));
+    for (const char* pszWords : { "roam push --wait 0", "roam pull", "roam restore 1 --wait 0" }) {
+        must("a", pszWords, 5);
+    }
+    QCOMPARE(revisions().size(), 1);
+}
+
+void tst_roamcommands::whatIsNoRevisionIsRefused_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<int>("status");
+    QTest::newRow("no number") << "roam show x" << 2;
+    QTest::newRow("zero") << "roam show 0" << 2;
+    QTest::newRow("not there") << "roam show 9" << 1;
+    QTest::newRow("no part") << "roam show 1 nothing" << 2;
+    QTest::newRow("the second") << "roam diff 1 9" << 1;
+    QTest::newRow("restored") << "roam restore 9" << 1;
+    QTest::newRow("no aside") << "roam resolve 1 --take mine" << 1;
+}
+
+void tst_roamcommands::whatIsNoRevisionIsRefused()
+{
+    QFETCH(QString, words);
+    QFETCH(int, status);
+    must("a", "roam push");
+    const QJsonObject told = answer("a", words);
+    QCOMPARE(told["status"].toInt(), status);
+    QVERIFY(told["error"].isObject());
+    QCOMPARE(revisions().size(), 1);
+}
+
+// Set back to what it was before, or another one.
+void tst_roamcommands::aServerThatDoesNotKnowThisMachineIsNotWrittenTo()
+{
+    must("a", "roam push");
+    must("a", "option set tickRestoreDay=7");
+    m_strDatabase = CPostgresServer::shared().makeDatabase();
+    for (const char* pszWords : { "roam push", "roam pull", "roam pull --dry-run" }) {
+        const Outcome outcome = tool("a", pszWords);
+        QCOMPARE(outcome.nStatus, 1);
+        QVERIFY2(outcome.strErr.contains("does not know"), qPrintable(outcome.strErr));
+    }
+    QCOMPARE(revisions().size(), 0);
+}
+
+void tst_roamcommands::aSecondInitFindsNothingToDo()
+{
+    m_strDatabase = CPostgresServer::shared().makeEmptyDatabase();
+    const auto tables
+        = [this] { return answer("a", "roam init", "postgres")["tables"].toObject(); };
+    must("a", "roam push", 3);
+    const QJsonObject first = tables();
+    QCOMPARE(first["from"].toInt(), 0);
+    QVERIFY(first["to"].toInt() > 0);
+    QCOMPARE(tables()["from"], first["to"]);
+    QCOMPARE(answer("a", "roam thin --dry-run", "keeper")["thinned"].toObject()["bytes"].toInt(),
+             0);
+}
+
+QTEST_GUILESS_MAIN(tst_roamcommands)
+#include "tst_roamcommands.moc"

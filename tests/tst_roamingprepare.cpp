@@ -1,0 +1,470 @@
+#include "librarytest.h"
+#include "roamingdesk.h"
+
+#include <mend/history.h>
+#include <roaming/sending.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+using roaming::Decision;
+using roaming::Preparation;
+using roaming::PrepareResult;
+using roaming::SendResult;
+using roaming::Sides;
+using roaming::StoreCause;
+
+Q_DECLARE_METATYPE(roaming::Sides)
+Q_DECLARE_METATYPE(roaming::Decision)
+
+class tst_roamingprepare : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void sidesDecide_data();
+    void sidesDecide();
+    void withoutAnythingNothingHappens();
+    void aFirstStartTakesTheServersAndKeepsTheLocalOne();
+    void anUnchangedFileFollowsTheServer();
+    void twoChangesLeaveTheLocalOne();
+    void whatSomebodyHasChosenIsTaken();
+    void whatThisMachineSentLastIsOnlyNoted();
+    void whatWasTakenButNotNotedIsNoted();
+    void aMissingFileComesFromTheServer();
+    void aRewoundServerIsTold();
+    void theLocalFileGoesOnWithoutServer_data();
+    void theLocalFileGoesOnWithoutServer();
+    void aServerThatSaysNothingIsLeftAtTheDeadline();
+    void oneProcessAtATime();
+    void aRunningClientIsNotOverwritten();
+    void thePasswordStays();
+    void anotherArrangementKeepsItsLayouts();
+    void aTextThatIsNoUserIsNotTaken();
+    void settingsFollow();
+    void settingsOfAFirstStartAreKeptOnTheServer();
+    void aRemovedSettingIsRemovedThere();
+    void settingsThatCannotBeReadAreNotRemoved();
+    void changedSettingsStay();
+    void aDamagedStateIsAFirstStart();
+
+private:
+    Preparation prepared(const CTestDesk& desk) const;
+    roaming::Sending sent(const CTestDesk& desk) const;
+    /// Two desks in step, with the text "first".
+    void bringInStep() const;
+    int revisions() const;
+
+    std::shared_ptr<roaming::CMemoryServer> m_pServer;
+    std::unique_ptr<CTestDesk> m_pLeft;
+    std::unique_ptr<CTestDesk> m_pRight;
+};
+
+void tst_roamingprepare::initTestCase()
+{
+    qRegisterMetaType<Sides>();
+}
+
+void tst_roamingprepare::init()
+{
+    CLibraryTest::init();
+    m_pServer = std::make_shared<roaming::CMemoryServer>();
+    m_pLeft = std::make_unique<CTestDesk>();
+    m_pRight = std::make_unique<CTestDesk>();
+}
+
+Preparation tst_roamingprepare::prepared(const CTestDesk& desk) const
+{
+    return roaming::prepare(desk.desk(), storeOn(m_pServer), 20000);
+}
+
+roaming::Sending tst_roamingprepare::sent(const CTestDesk& desk) const
+{
+    roaming::CMemoryStore store(m_pServer);
+    return roaming::send(desk.desk(), store);
+}
+
+void tst_roamingprepare::bringInStep() const
+{
+    m_pLeft->write(CTestDesk::user("first", "left's"));
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::InStep);
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+}
+
+int tst_roamingprepare::revisions() const
+{
+    roaming::CMemoryStore store(m_pServer);
+    return store.revisions(roaming::c_szUserDocument, 0, 0).value.size();
+}
+
+void tst_roamingprepare::sidesDecide_data()
+{
+    QTest::addColumn<Sides>("sides");
+    QTest::addColumn<Decision>("decision");
+    // Base, first, unsent, missing, same, head, others.
+    QTest::newRow("nothing anywhere")
+        << Sides { 0, true, true, false, false, 0, false } << Decision::Nothing;
+    QTest::newRow("in step") << Sides { 3, false, false, false, false, 3, false }
+                             << Decision::Nothing;
+    QTest::newRow("unsent") << Sides { 3, false, true, false, false, 3, false }
+                            << Decision::Nothing;
+    QTest::newRow("first start") << Sides { 0, true, true, false, false, 3, true }
+                                 << Decision::Take;
+    QTest::newRow("first start of the same")
+        << Sides { 0, true, true, false, true, 3, true } << Decision::Note;
+    QTest::newRow("newer there") << Sides { 2, false, false, false, false, 3, true }
+                                 << Decision::Take;
+    QTest::newRow("changed on both sides")
+        << Sides { 2, false, true, false, false, 3, true } << Decision::Conflict;
+    QTest::newRow("changed to the same")
+        << Sides { 2, false, true, false, true, 3, true } << Decision::Note;
+    QTest::newRow("sent and not noted")
+        << Sides { 2, false, true, false, true, 3, false } << Decision::Note;
+    QTest::newRow("sent, not noted, changed")
+        << Sides { 2, false, true, false, false, 3, false } << Decision::Note;
+    QTest::newRow("sent, not noted, undone")
+        << Sides { 2, false, false, false, false, 3, false } << Decision::Note;
+    QTest::newRow("missing") << Sides { 3, false, false, true, false, 3, false } << Decision::Take;
+    QTest::newRow("rewound") << Sides { 3, false, false, false, false, 2, true }
+                             << Decision::Behind;
+    QTest::newRow("another server")
+        << Sides { 3, false, true, false, false, 0, false } << Decision::Behind;
+}
+
+void tst_roamingprepare::sidesDecide()
+{
+    QFETCH(Sides, sides);
+    QTEST(roaming::decide(sides), "decision");
+}
+
+void tst_roamingprepare::withoutAnythingNothingHappens()
+{
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::InStep);
+    QVERIFY(!QFile::exists(m_pLeft->livePath()));
+}
+
+void tst_roamingprepare::aFirstStartTakesTheServersAndKeepsTheLocalOne()
+{
+    bringInStep();
+    CTestDesk third;
+    const QByteArray local = CTestDesk::user("older", "third's");
+    third.write(local);
+    const Preparation preparation = prepared(third);
+    QCOMPARE(preparation.result, PrepareResult::Taken);
+    QCOMPARE(preparation.server.nNumber, 1);
+    QCOMPARE(third.text(), QString("first"));
+    QCOMPARE(mend::CHistory(third.dir()).state(mend::digestOf(local)).value_or("gone"), local);
+    QCOMPARE(mend::CHistory(third.dir()).entries().size(), 1);
+    QCOMPARE(preparation.recovery.receipt.nEdit, 1);
+}
+
+void tst_roamingprepare::anUnchangedFileFollowsTheServer()
+{
+    bringInStep();
+    m_pLeft->write(CTestDesk::user("second", "left's"));
+    QCOMPARE(sent(*m_pLeft).nRevision, 2);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+    QCOMPARE(m_pRight->text(), QString("second"));
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::InStep);
+    QCOMPARE(revisions(), 2);
+}
+
+void tst_roamingprepare::twoChangesLeaveTheLocalOne()
+{
+    bringInStep();
+    m_pLeft->write(CTestDesk::user("of the left"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    const QByteArray local = CTestDesk::user("of the right");
+    m_pRight->write(local);
+    const Preparation preparation = prepared(*m_pRight);
+    QCOMPARE(preparation.result, PrepareResult::Conflict);
+    QCOMPARE(preparation.server.nNumber, 2);
+    QCOMPARE(m_pRight->read(), local);
+    QCOMPARE(sent(*m_pRight).result, SendResult::Conflict);
+    QCOMPARE(sent(*m_pRight).result, SendResult::Conflict);
+    QCOMPARE(revisions(), 3);
+    roaming::CMemoryStore store(m_pServer);
+    QCOMPARE(store.text("user", 3).value, roaming::outgoingText(local).value_or("none"));
+    QCOMPARE(store.heads().value.first().revision.nNumber, 2);
+}
+
+void tst_roamingprepare::whatSomebodyHasChosenIsTaken()
+{
+    bringInStep();
+    m_pLeft->write(CTestDesk::user("of the left"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    const QByteArray local = CTestDesk::user("of the right");
+    m_pRight->write(local);
+    QCOMPARE(sent(*m_pRight).result, SendResult::Conflict);
+    const Preparation preparation = roaming::prepare(m_pRight->desk(), storeOn(m_pServer), 20000,
+                                                     { "roam resolve" }, roaming::Taking::Always);
+    QCOMPARE(preparation.result, PrepareResult::Taken);
+    QCOMPARE(m_pRight->text(), QString("of the left"));
+    QCOMPARE(m_pRight->password(), QString("mine"));
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+    QCOMPARE(mend::CHistory(m_pRight->dir()).state(mend::digestOf(local)).value_or("gone"), local);
+}
+
+// Killed between the server's commit and the note of it.
+void tst_roamingprepare::whatThisMachineSentLastIsOnlyNoted()
+{
+    bringInStep();
+    const roaming::MachineState before = roaming::readState(m_pLeft->dir());
+    m_pLeft->write(CTestDesk::user("second"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    QVERIFY(roaming::writeState(m_pLeft->dir(), before));
+    m_pLeft->write(CTestDesk::user("third"));
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::InStep);
+    QCOMPARE(m_pLeft->text(), QString("third"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    QCOMPARE(revisions(), 3);
+}
+
+void tst_roamingprepare::whatWasTakenButNotNotedIsNoted()
+{
+    bringInStep();
+    m_pLeft->write(CTestDesk::user("second"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    const roaming::MachineState before = roaming::readState(m_pRight->dir());
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+    QVERIFY(roaming::writeState(m_pRight->dir(), before));
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::InStep);
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+    QCOMPARE(mend::CHistory(m_pRight->dir()).entries().size(), 2);
+}
+
+void tst_roamingprepare::aMissingFileComesFromTheServer()
+{
+    bringInStep();
+    QVERIFY(QFile::remove(m_pRight->livePath()));
+    QCOMPARE(sent(*m_pRight).result, SendResult::NotWhole);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+    QCOMPARE(m_pRight->text(), QString("first"));
+    QCOMPARE(revisions(), 1);
+}
+
+void tst_roamingprepare::aRewoundServerIsTold()
+{
+    bringInStep();
+    m_pServer = std::make_shared<roaming::CMemoryServer>();
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::Behind);
+    m_pLeft->write(CTestDesk::user("second"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Behind);
+    QCOMPARE(revisions(), 0);
+    roaming::CMemoryStore store(m_pServer);
+    QCOMPARE(roaming::send(m_pLeft->desk(), store, roaming::SendBase::Server).result,
+             SendResult::Sent);
+    QCOMPARE(sent(*m_pLeft).result, SendResult::InStep);
+}
+
+void tst_roamingprepare::theLocalFileGoesOnWithoutServer_data()
+{
+    QTest::addColumn<int>("cause");
+    for (const StoreCause cause : { StoreCause::Away, StoreCause::Late, StoreCause::Refused,
+                                    StoreCause::OtherSchema, StoreCause::Failed }) {
+        QTest::newRow(qPrintable(QString::number(static_cast<int>(cause))))
+            << static_cast<int>(cause);
+    }
+}
+
+void tst_roamingprepare::theLocalFileGoesOnWithoutServer()
+{
+    QFETCH(int, cause);
+    bringInStep();
+    const QByteArray local = m_pRight->read();
+    m_pServer->fail({ static_cast<StoreCause>(cause), "for the test" });
+    const Preparation preparation = prepared(*m_pRight);
+    QCOMPARE(preparation.result, PrepareResult::Alone);
+    QCOMPARE(static_cast<int>(preparation.error.cause), cause);
+    QCOMPARE(m_pRight->read(), local);
+}
+
+// It answers in the end, when nobody waits any more: nothing may come of it.
+void tst_roamingprepare::aServerThatSaysNothingIsLeftAtTheDeadline()
+{
+    bringInStep();
+    m_pLeft->write(CTestDesk::user("second"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    const auto pGate = std::make_shared<std::promise<void>>();
+    const auto pDone = std::make_shared<std::promise<void>>();
+    const auto open = pGate->get_future().share();
+    const auto connect = [=, pServer = m_pServer]() -> std::unique_ptr<roaming::CStore> {
+        open.wait();
+        pDone->set_value();
+        return std::make_unique<roaming::CMemoryStore>(pServer);
+    };
+    const Preparation preparation = roaming::prepare(m_pRight->desk(), connect, 50);
+    QCOMPARE(preparation.result, PrepareResult::Alone);
+    QCOMPARE(preparation.error.cause, StoreCause::Late);
+    pGate->set_value();
+    pDone->get_future().wait();
+    QCOMPARE(m_pRight->text(), QString("first"));
+}
+
+void tst_roamingprepare::oneProcessAtATime()
+{
+    bringInStep();
+    roaming::CStateLock lock(m_pRight->dir());
+    QVERIFY(lock.take(0));
+    QCOMPARE(roaming::prepare(m_pRight->desk(), storeOn(m_pServer), 10).result,
+             PrepareResult::Busy);
+}
+
+void tst_roamingprepare::aRunningClientIsNotOverwritten()
+{
+    bringInStep();
+    m_pLeft->write(CTestDesk::user("second"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    mend::CUserLock client(m_pRight->dir());
+    QCOMPARE(client.take(0), mend::LockState::Taken);
+    const Preparation preparation
+        = roaming::prepare(m_pRight->desk(), storeOn(m_pServer), 20000, { "roam pull", 0 });
+    QCOMPARE(preparation.result, PrepareResult::NotWritten);
+    QCOMPARE(preparation.recovery.write, mend::WriteFailure::Busy);
+    QCOMPARE(m_pRight->text(), QString("first"));
+}
+
+void tst_roamingprepare::thePasswordStays()
+{
+    bringInStep();
+    QCOMPARE(m_pRight->password(), QString());
+    m_pRight->write(CTestDesk::user("second", "right's"));
+    QCOMPARE(sent(*m_pRight).result, SendResult::Sent);
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::Taken);
+    QCOMPARE(m_pLeft->text(), QString("second"));
+    QCOMPARE(m_pLeft->password(), QString("left's"));
+    roaming::CMemoryStore store(m_pServer);
+    for (qint64 nRevision = 1; nRevision <= 2; ++nRevision) {
+        QVERIFY(!store.text("user", nRevision).value.contains("'s\""));
+    }
+}
+
+void tst_roamingprepare::anotherArrangementKeepsItsLayouts()
+{
+    const auto user = [](const QByteArray& text, int left) {
+        return CTestDesk::user(text).replace(
+            "</ICUserConfigFile>",
+            "<IndexLayout><LayoutWindow screen_id=\"1\" left=\"" + QByteArray::number(left)
+                + "\" top=\"0\" width=\"300\" height=\"200\"/></IndexLayout></ICUserConfigFile>");
+    };
+    const auto leftOf = [](const CTestDesk& desk) {
+        QDomDocument doc;
+        doc.setContent(desk.read());
+        return doc.elementsByTagName("LayoutWindow").at(0).toElement().attribute("left").toInt();
+    };
+    m_pRight->m_strScreens = "800x600+0+0";
+    m_pLeft->write(user("first", 1500));
+    sent(*m_pLeft);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+    QVERIFY(leftOf(*m_pRight) + 300 <= 800);
+    m_pRight->write(user("second", 123));
+    sent(*m_pRight);
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::Taken);
+    QCOMPARE(m_pLeft->text(), QString("second"));
+    QCOMPARE(leftOf(*m_pLeft), 1500);
+    m_pLeft->write(user("third", 1500));
+    sent(*m_pLeft);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+    QCOMPARE(leftOf(*m_pRight), 123);
+    QCOMPARE(m_pRight->text(), QString("third"));
+}
+
+void tst_roamingprepare::aTextThatIsNoUserIsNotTaken()
+{
+    roaming::CMemoryStore store(m_pServer);
+    roaming::SaveWish wish;
+    wish.text = "rubbish";
+    wish.machine = { QUuid::createUuid(), "elsewhere" };
+    QVERIFY(!store.save({ wish }).error);
+    const QByteArray local = CTestDesk::user("mine");
+    m_pLeft->write(local);
+    const Preparation preparation = prepared(*m_pLeft);
+    QCOMPARE(preparation.result, PrepareResult::Alone);
+    QCOMPARE(preparation.error.cause, StoreCause::Damaged);
+    QCOMPARE(m_pLeft->read(), local);
+}
+
+void tst_roamingprepare::settingsFollow()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    m_pLeft->put({ "UiSettingConfig", "empty", QByteArray() });
+    bringInStep();
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
+    QVERIFY(m_pRight->setting("empty").has_value());
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    const roaming::Sending sending = sent(*m_pRight);
+    QCOMPARE(sending.result, SendResult::Sent);
+    QCOMPARE(sending.nSettings, 1);
+    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("light"));
+}
+
+void tst_roamingprepare::settingsOfAFirstStartAreKeptOnTheServer()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    bringInStep();
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
+    roaming::CMemoryStore store(m_pServer);
+    const auto all = store.revisions("setting/UiSettingConfig/theme", 0, 0).value;
+    QCOMPARE(all.size(), 2);
+    QVERIFY(all.first().bAside);
+    QCOMPARE(store.text("setting/UiSettingConfig/theme", 2).value, QByteArray("=light"));
+}
+
+void tst_roamingprepare::aRemovedSettingIsRemovedThere()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    bringInStep();
+    m_pLeft->put({ "UiSettingConfig", "theme", std::nullopt });
+    QCOMPARE(sent(*m_pLeft).nSettings, 1);
+    QCOMPARE(sent(*m_pLeft).result, SendResult::InStep);
+    QCOMPARE(prepared(*m_pRight).nSettings, 1);
+    QVERIFY(!m_pRight->setting("theme").has_value());
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+}
+
+void tst_roamingprepare::settingsThatCannotBeReadAreNotRemoved()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    bringInStep();
+    m_pLeft->m_bReadable = false;
+    QCOMPARE(sent(*m_pLeft).nSettings, 0);
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    QCOMPARE(sent(*m_pRight).nSettings, 1);
+    QCOMPARE(prepared(*m_pLeft).nSettings, 0);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("dark"));
+    m_pLeft->m_bReadable = true;
+    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("light"));
+}
+
+void tst_roamingprepare::changedSettingsStay()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    bringInStep();
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    sent(*m_pLeft);
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("blue") });
+    QCOMPARE(prepared(*m_pRight).nSettings, 0);
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("blue"));
+    QCOMPARE(sent(*m_pRight).result, SendResult::Conflict);
+}
+
+void tst_roamingprepare::aDamagedStateIsAFirstStart()
+{
+    bringInStep();
+    writeFile(m_pRight->dir() + "/indexUserConfig.roaming", "{");
+    m_pRight->write(CTestDesk::user("of the right"));
+    QCOMPARE(roaming::readState(m_pRight->dir()).error, roaming::StateError::Damaged);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+    QCOMPARE(m_pRight->text(), QString("first"));
+    QCOMPARE(mend::CHistory(m_pRight->dir()).entries().size(), 2);
+}
+
+QTEST_GUILESS_MAIN(tst_roamingprepare)
+#include "tst_roamingprepare.moc"
