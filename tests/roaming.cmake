@@ -25,3 +25,5 @@ foreach(name documentparts roamclients roamcontents roamdeadlines roampostgres r
         ENVIRONMENT "${TEST_ENVIRONMENT};INDEXUSER_POSTGRES=${POSTGRES_FILE}")
 endforeach()
 target_link_libraries(tst_roamdeadlines PRIVATE Qt5::Network)
+target_compile_definitions(tst_roampostgres PRIVATE
+    ROAMING_SQL="${PROJECT_SOURCE_DIR}/src/indexmodel/roaming/sql")
