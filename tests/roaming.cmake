@@ -17,10 +17,13 @@ set_tests_properties(roamserver_start PROPERTIES FIXTURES_SETUP postgres)
 add_test(NAME roamserver_stop COMMAND roamserver stop ${POSTGRES_FILE})
 set_tests_properties(roamserver_stop PROPERTIES FIXTURES_CLEANUP postgres)
 
-foreach(name documentparts roamclients roamcontents roamdeadlines roampostgres roamstore roamthinning)
+foreach(name documentparts roamclients roamcontents roamdeadlines roampostgres roamstore roamthinning
+        roamtls)
     add_unit_test(standalone tst_${name})
     target_link_libraries(tst_${name} PRIVATE testkit_roaming)
     set_tests_properties(tst_${name} PROPERTIES FIXTURES_REQUIRED postgres
         ENVIRONMENT "${TEST_ENVIRONMENT};INDEXUSER_POSTGRES=${POSTGRES_FILE}")
 endforeach()
 target_link_libraries(tst_roamdeadlines PRIVATE Qt5::Network)
+target_compile_definitions(tst_roampostgres PRIVATE
+    ROAMING_SQL="${PROJECT_SOURCE_DIR}/src/indexmodel/roaming/sql")

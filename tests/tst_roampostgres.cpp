@@ -28,9 +28,13 @@ private Q_SLOTS:
     void whoHasNoRoleIsRefused();
     void someRolesAreNoIdentity();
 
+    void aWarningPutsNothingInDoubtThatWasOnlyRead();
+
     void tablesOfAnotherVersionAreRefused_data();
     void tablesOfAnotherVersionAreRefused();
     void makingTheTablesTwiceChangesNothing();
+    void anOlderVersionIsBroughtUp();
+    void aVersionIsAppliedWholeOrNotAtAll();
     void ofTwoWhoMakeTheTablesBothFindThem();
     void aDatabaseOfAnOwnerWhoIsNoSuperuser();
 
@@ -39,6 +43,7 @@ private Q_SLOTS:
 
 private:
     ConnectionOptions as(const QString& user, const QString& login = {}) const;
+    void makeVersionOne();
     QStringList owned(const QString& statement) const { return sql(as("postgres"), statement); }
 
     QString m_strDatabase;
@@ -219,6 +224,21 @@ void tst_roampostgres::someRolesAreNoIdentity()
              QString());
 }
 
+void tst_roampostgres::aWarningPutsNothingInDoubtThatWasOnlyRead()
+{
+    saved(as("trader1"), wish("<a/>", 0));
+    QCOMPARE(told(sqlError(as("keeper"),
+                           "create or replace function roaming.login_of(p_login text) returns text"
+                           " language plpgsql as $$ begin raise warning 'mind';"
+                           " return session_user; end $$")),
+             QString());
+    CPostgresStore store(as("trader1"));
+    QCOMPARE(told(store.heads().error), QString());
+    QCOMPARE(store.text("user", 1).value, QByteArray("<a/>"));
+    QCOMPARE(told(store.save({ wish("<b/>", 1) })), QString("Unsure"));
+    QCOMPARE(store.heads().value[0].revision.nNumber, 2);
+}
+
 void tst_roampostgres::tablesOfAnotherVersionAreRefused_data()
 {
     QTest::addColumn<QString>("statement");
@@ -273,6 +293,47 @@ void tst_roampostgres::makingTheTablesTwiceChangesNothing()
     QCOMPARE(owned("select version::text from roaming.migration order by 1"),
              (QStringList { "1", "2" }));
     QCOMPARE(CPostgresStore(as("trader1")).text("user", 1).value, QByteArray("<a/>"));
+}
+
+// As the first of the files of SQL leaves it, by whoever applies that by hand.
+void tst_roampostgres::makeVersionOne()
+{
+    m_strDatabase = CPostgresServer::shared().makeEmptyDatabase();
+    const QByteArray script = readFile(ROAMING_SQL "/000_roles.sql") + "begin;"
+        + readFile(ROAMING_SQL "/001_tables.sql")
+        + "insert into roaming.migration (version) values (1); commit";
+    QCOMPARE(told(sqlError(as("postgres"), script)), QString());
+}
+
+void tst_roampostgres::anOlderVersionIsBroughtUp()
+{
+    makeVersionOne();
+    QCOMPARE(saved(as("trader1"), wish("<a/>", 0)), QString("OtherSchema"));
+    const auto made = initialise(as("keeper"));
+    QCOMPARE(told(made.error), QString());
+    QCOMPARE(made.value.nFrom, 1);
+    QCOMPARE(made.value.nTo, 2);
+    QCOMPARE(saved(as("trader1"), wish("<a/>", 0)), QString("saved 1, head 1"));
+    QCOMPARE(owned("select actor || ' ' || action || ' ' || reason from roaming.audit"),
+             QStringList("keeper migrate 2"));
+}
+
+void tst_roampostgres::aVersionIsAppliedWholeOrNotAtAll()
+{
+    makeVersionOne();
+    const QString strFunctions = "select proname::text from pg_proc p join pg_namespace n"
+                                 " on n.oid = pronamespace where nspname = 'roaming'";
+    sql(as("keeper"),
+        "create function roaming.set_quota(p_login text, p_bytes bigint) returns int"
+        " language sql return 1");
+    const StoreError error = initialise(as("keeper")).error;
+    QVERIFY2(told(error).startsWith("Failed: function \"set_quota\" already exists"),
+             qPrintable(told(error)));
+    QCOMPARE(owned(strFunctions), QStringList("set_quota"));
+    QCOMPARE(owned("select version::text from roaming.migration"), QStringList("1"));
+
+    sql(as("keeper"), "drop function roaming.set_quota");
+    QCOMPARE(told(initialise(as("keeper")).error), QString());
 }
 
 void tst_roampostgres::ofTwoWhoMakeTheTablesBothFindThem()

@@ -165,6 +165,18 @@ void CPostgresServer::configure(const QString& lines) const
     need(file.write(lines.toUtf8()) > 0 && file.flush(), "postgresql.conf");
 }
 
+void CPostgresServer::addFile(const QString& name, const QByteArray& content) const
+{
+    const QString strPath = dataPath() + '/' + name;
+    QFile file(strPath);
+    need(file.open(QIODevice::WriteOnly), "a file of the server");
+    need(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner), "a file of the server");
+    need(file.write(content) == content.size() && file.flush(), "a file of the server");
+    if (::geteuid() == 0) {
+        giveToPostgres(strPath);
+    }
+}
+
 int CPostgresServer::run(const QString& program, const QStringList& arguments) const
 {
     QStringList all = ::geteuid() == 0 ? asPostgres() : QStringList("env");

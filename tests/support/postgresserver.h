@@ -46,6 +46,9 @@ public:
     /// Lines of postgresql.conf, before a start.
     void configure(const QString& lines) const;
 
+    /// A file beside the server's own, such as pg_hba.conf or a key; only the server may read it.
+    void addFile(const QString& name, const QByteArray& content) const;
+
     /// Goes on running after this object; what adopts it is told by the file \a where.
     void leave(const QString& where);
     /// One that was left; none where there is none.

@@ -124,6 +124,7 @@ public:
     }
 
     Answer<QVector<CRows>> run(const QVector<Statement>& statements);
+    Answer<CRows> read(const Statement& statement);
     Answer<QVector<Head>> told(const Statement& statement);
     Answer<QVector<CRows>> deliver(const QVector<Parcel>& parcels);
     Value login() const { return textOrNullValue(m_connection.options().strLogin); }
@@ -168,12 +169,20 @@ Answer<QVector<CRows>> CPostgresStore::Private::run(const QVector<Statement>& st
     return m_connection.run(statements);
 }
 
-Answer<QVector<Head>> CPostgresStore::Private::told(const Statement& statement)
+// Whatever the server warns of, what was only read is not in doubt.
+Answer<CRows> CPostgresStore::Private::read(const Statement& statement)
 {
     const auto rows = run({ statement });
+    const bool bRead = !rows.error || rows.error.cause == StoreCause::Unsure;
+    return bRead ? Answer<CRows> { {}, rows.value.first() } : Answer<CRows> { rows.error };
+}
+
+Answer<QVector<Head>> CPostgresStore::Private::told(const Statement& statement)
+{
+    const auto rows = read(statement);
     Answer<QVector<Head>> answer { rows.error };
-    for (int i = 0; !rows.error && i < rows.value.first().count(); ++i) {
-        answer.value.append(headAt(rows.value.first(), i));
+    for (int i = 0; !rows.error && i < rows.value.count(); ++i) {
+        answer.value.append(headAt(rows.value, i));
     }
     return answer;
 }
@@ -272,16 +281,13 @@ Answer<QVector<Head>> CPostgresStore::heads()
 
 Answer<QByteArray> CPostgresStore::text(const QString& document, qint64 revision)
 {
-    const auto rows
-        = m_p->run({ { c_szParts, { textValue(document), numberValue(revision), m_p->login() } } });
-    if (rows.error) {
-        return { rows.error };
+    const auto parts
+        = m_p->read({ c_szParts, { textValue(document), numberValue(revision), m_p->login() } });
+    for (int i = 0; !parts.error && i < parts.value.count(); ++i) {
+        m_p->m_known.insert(parts.value.bytes(i, 2));
     }
-    const CRows& parts = rows.value.first();
-    for (int i = 0; i < parts.count(); ++i) {
-        m_p->m_known.insert(parts.bytes(i, 2));
-    }
-    return joined(parts, document, revision);
+    return parts.error ? Answer<QByteArray> { parts.error }
+                       : joined(parts.value, document, revision);
 }
 
 Answer<QVector<Revision>> CPostgresStore::revisions(const QString& document, qint64 after,
