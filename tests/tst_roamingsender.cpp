@@ -33,6 +33,7 @@ private Q_SLOTS:
     void aSaveThatFailedIsAnAsideAndTakesNothingBack();
     void aMissingFileIsNoDeletion();
     void anotherMachinesSaveIsAConflict();
+    void aRewoundServerIsTold();
     void aSecondSenderIsBusy();
     void aRefusalIsTold_data();
     void aRefusalIsTold();
@@ -238,6 +239,19 @@ void tst_roamingsender::anotherMachinesSaveIsAConflict()
     QCOMPARE(m_pSender->status().nHead, 2);
     QCOMPARE(revisions().size(), 3);
     QVERIFY(revisions().first().bAside);
+}
+
+// Nothing is to be sent, and nothing but the head tells.
+void tst_roamingsender::aRewoundServerIsTold()
+{
+    m_pDesk->write(CTestDesk::user("first"));
+    start();
+    QVERIFY(m_pSender->flush(c_nPatience));
+    m_pSender.reset();
+    m_pServer = std::make_shared<roaming::CMemoryServer>();
+    start();
+    QTRY_COMPARE_WITH_TIMEOUT(m_pSender->status().state, SenderState::Behind, c_nPatience);
+    QCOMPARE(revisions().size(), 0);
 }
 
 void tst_roamingsender::aSecondSenderIsBusy()

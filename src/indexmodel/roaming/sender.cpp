@@ -174,10 +174,15 @@ private:
     void askHead(CStore& store, SenderStatus& made) const
     {
         const Answer<QVector<Head>> heads = store.heads();
+        made.nHead = heads.error ? made.nHead : 0;
         for (const Head& head : heads.value) {
             if (head.strDocument == QLatin1String(c_szUserDocument)) {
                 made.nHead = head.revision.nNumber;
             }
+        }
+        const MachineState known = readState(m_desk.strConfigDir);
+        if (!heads.error && made.nHead < known.documents.value(c_szUserDocument).nBase) {
+            made.state = SenderState::Behind;
         }
         if (heads.error) {
             made.state = SenderState::Waiting;
