@@ -112,9 +112,9 @@ private:
                 return;
             }
         }
-        const std::unique_ptr<CStore> pStore = m_connect();
         do {
-            work(*pStore);
+            // A session for as long as a client runs would be thousands on the server.
+            work(*m_connect());
         } while (waitFor(pause()));
     }
 

@@ -35,7 +35,7 @@ struct SenderTimes {
     int nLook = 50; ///< between two looks at them
     int nFirstPause = 1000; ///< behind a failure; the next are twice as long each
     int nLongestPause = 60000;
-    int nAsk = 60000; ///< between two questions for the head; all pauses vary by a quarter
+    int nAsk = 300000; ///< between two questions for the head; all pauses vary by a quarter
 };
 
 /// Sends what a user saves to the server, on a thread of its own, for as long as it lives. The live
@@ -49,7 +49,7 @@ public:
     /// Told of every change of the status on the sender's thread; it must not wait for the sender.
     using Listener = std::function<void(const SenderStatus&)>;
 
-    /// \a connect is asked on the sender's thread, once.
+    /// \a connect is asked on the sender's thread, each time that there is something to do.
     CSender(const Desk& desk, const StoreMaker& connect, const SenderTimes& times = {},
             const Listener& listener = {});
     CSender(const CSender&) = delete;
