@@ -8,11 +8,14 @@
 #include <format/userdocument.h>
 #include <tests/support/randomdocuments.h>
 
+// The text of a tree as deep as the limit of files is a megabyte of blanks.
+constexpr int c_nDepth = 20;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     qSetGlobalQHashSeed(-1);
-    QDomDocument doc = randomdocuments::tree(fuzzkit::choices(data, size));
-    const auto written = KW::writtenDocument(doc, KW::c_nMaxDepth);
+    QDomDocument doc = randomdocuments::tree(fuzzkit::choices(data, size), c_nDepth - 10);
+    const auto written = KW::writtenDocument(doc, c_nDepth);
     const KW::UserDocumentText text = KW::userDocumentText(doc);
     const QString strByQt = doc.toString(4);
     fuzzkit::require(!written || (*written == strByQt.toStdString() && text.strUtf8 == *written),

@@ -48,8 +48,9 @@ QString name(const Choose& choose)
 
 class CTree {
 public:
-    explicit CTree(const Choose& choose)
+    CTree(const Choose& choose, int deep)
         : m_choose(choose)
+        , m_nDeep(deep)
         , m_bOddities(choose(3) == 0)
     {
     }
@@ -65,8 +66,7 @@ public:
         }
         QDomElement root = element();
         fill(root, 4);
-        // The text of so deep a tree is a megabyte of blanks.
-        m_doc.appendChild(oddity() && rarely(m_choose) ? inside(root, 500 + m_choose(20)) : root);
+        m_doc.appendChild(oddity() ? inside(root, m_nDeep + m_choose(20)) : root);
         return m_doc;
     }
 
@@ -155,6 +155,7 @@ private:
     }
 
     const Choose& m_choose;
+    const int m_nDeep;
     bool m_bOddities;
     QDomDocument m_doc;
 };
@@ -278,9 +279,9 @@ private:
 
 } // namespace
 
-QDomDocument tree(const Choose& choose)
+QDomDocument tree(const Choose& choose, int deep)
 {
-    return CTree(choose).build();
+    return CTree(choose, deep).build();
 }
 
 QString text(const Choose& choose)

@@ -13,8 +13,8 @@ namespace randomdocuments {
 using Choose = std::function<int(int bound)>;
 
 /// A tree as somebody may build it: with and without a declaration, with characters that no file
-/// can hold, namespaces, document types, levels beyond the limit.
-QDomDocument tree(const Choose& choose);
+/// can hold, namespaces, document types, seldom \a deep levels and up to 20 more.
+QDomDocument tree(const Choose& choose, int deep = 500);
 
 /// A text that is mostly well-formed, written in all manners of quotes, blanks and references.
 QString text(const Choose& choose);
