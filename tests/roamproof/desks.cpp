@@ -20,6 +20,7 @@ namespace roamproof {
 namespace {
 
 const QByteArray c_inStep = "state 1"; // SenderState::InStep
+const QByteArray c_busy = "state 6";
 constexpr int c_nFirst = 1000; // no generation of the sample
 
 const Stored* headOf(const QVector<Stored>& rows)
@@ -67,16 +68,18 @@ public:
             nAsides += row.bAside ? 1 : 0;
         }
         const bool bHead = isHead(rows, m_desk.live()) && generationOf(m_desk.live()) == m_nLast;
-        return { "a client killed at any moment, the server away, mute, stopped or killed",
-                 QStringLiteral("%1 s: %2 kills, %3 saves").arg(seconds).arg(m_nLives).arg(m_nSaves),
-                 QStringLiteral("head is %1the last file, of %2 revisions %3 twice, %4 beside its "
-                                "own")
-                     .arg(QLatin1String(bHead ? "" : "not "))
-                     .arg(rows.size())
-                     .arg(verdict.nTwice)
-                     .arg(nAsides),
-                 bHead && last.contains(c_inStep) && verdict.isClean() && nAsides == 0
-                     && rows.size() > 1 && m_nSaves > m_nLives };
+        return {
+            "a client killed at any moment, the server away, mute, stopped or killed",
+            QStringLiteral("%1 s: %2 kills, %3 saves").arg(seconds).arg(m_nLives).arg(m_nSaves),
+            QStringLiteral("head is %1the last file, of %2 revisions %3 twice, %4 beside its "
+                           "own")
+                .arg(QLatin1String(bHead ? "" : "not "))
+                .arg(rows.size())
+                .arg(verdict.nTwice)
+                .arg(nAsides),
+            bHead && last.contains(c_inStep) && verdict.isClean() && nAsides == 0 && rows.size() > 1
+                && m_nSaves > m_nLives
+        };
     }
 
 private:
@@ -169,10 +172,11 @@ public:
 
     void leave(int pages) const
     {
-        struct statvfs info {};
+        struct statvfs info { };
         ::statvfs(path().constData(), &info);
         QFile filler(m_directory.filePath("filler"));
-        const int nFill = (static_cast<int>(info.f_bavail) - pages) * static_cast<int>(info.f_frsize);
+        const int nFill
+            = (static_cast<int>(info.f_bavail) - pages) * static_cast<int>(info.f_frsize);
         if (!filler.open(QIODevice::WriteOnly) || filler.write(QByteArray(nFill, 'f')) != nFill) {
             qFatal("the disk cannot be filled");
         }
@@ -185,7 +189,12 @@ private:
     bool m_bMounted;
 };
 
-enum class Level { Nothing, OnlyMirror, Saved, Wrong };
+enum class Level {
+    Locked, ///< there is no room for the lock of the state: the sender says that it is busy
+    OnlyMirror,
+    Saved,
+    Wrong
+};
 
 bool isStored(const QVector<Stored>& rows, int generation, bool aside)
 {
@@ -200,24 +209,31 @@ Level saveWith(int pages, CPostgresServer& server)
     const CSmallDisk disk;
     const Database database(server);
     const CClientDesk desk(QString::fromLocal8Bit(disk.path() + "/user"));
+    // The mirror is no larger than the file: where both are on one disk, neither is written.
+    const QTemporaryDir settings;
+    QFile::link(settings.path(), desk.dir() + "/Settings");
     const QString strConnection = database.trader.strConnection;
     desk.run(strConnection, c_nFirst, 1);
     disk.leave(pages);
-    desk.run(strConnection, c_nFirst + 1, 1, 300);
+    const QByteArray told = desk.run(strConnection, c_nFirst + 1, 1, 300);
     const QByteArray live = desk.live();
     const bool bMirror = generationOf(desk.mirror()) == c_nFirst + 1;
     const bool bAside = isStored(storedIn(database.owner), c_nFirst + 1, true);
     disk.makeRoom();
     desk.run(strConnection, 0, 0);
     const auto rows = storedIn(database.owner);
-    const bool bHead = isHead(rows, desk.live());
-    if (generationOf(live) == c_nFirst + 1) {
-        return bHead && !bAside ? Level::Saved : Level::Wrong;
+    // The file is not older than it was, and nothing was sent twice.
+    if (!isHead(rows, desk.live()) || generationOf(desk.live()) < generationOf(live)
+        || !judged({}, rows).isClean()) {
+        return Level::Wrong;
     }
-    // What the user did is on the server, and the file is not older than it was.
-    const bool bWhole = bHead && generationOf(desk.live()) >= c_nFirst;
-    const Level level = bMirror ? Level::OnlyMirror : Level::Nothing;
-    return bWhole && bAside == bMirror ? level : Level::Wrong;
+    if (generationOf(live) == c_nFirst + 1) {
+        return bAside ? Level::Wrong : Level::Saved;
+    }
+    if (told.contains(c_busy)) {
+        return bAside ? Level::Wrong : Level::Locked;
+    }
+    return bMirror && bAside ? Level::OnlyMirror : Level::Wrong;
 }
 
 } // namespace
@@ -240,9 +256,10 @@ Outcome fullDisk(const Measure& measure)
         ++levels[saveWith(nPages, server)];
     }
     return { strWhat, QStringLiteral("%1 levels of pages left").arg(measure.nCount),
-             QStringLiteral("%1 neither, %2 only the mirror: aside on the server, not taken back by "
-                            "the next start; %3 saved, %4 otherwise")
-                 .arg(levels[Level::Nothing])
+             QStringLiteral("%1 without room for a lock, and nothing is sent; %2 only the mirror: "
+                            "aside on the server, not taken back by the next start; %3 saved, %4 "
+                            "otherwise")
+                 .arg(levels[Level::Locked])
                  .arg(levels[Level::OnlyMirror])
                  .arg(levels[Level::Saved])
                  .arg(levels[Level::Wrong]),

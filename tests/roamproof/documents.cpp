@@ -101,8 +101,7 @@ Outcome documents(const Measure& measure)
 {
     CPostgresServer server(CPostgresServer::Durability::Real);
     const Database database(server);
-    sql(database.owner,
-        "insert into roaming.person (login, quota) values ('trader1', 4000000000)");
+    sql(database.owner, "insert into roaming.person (login, quota) values ('trader1', 4000000000)");
     QVector<QByteArray> texts = filesIn(measure.folders);
     const int nFiles = texts.size();
     QRandomGenerator random(20261122);

@@ -1,5 +1,5 @@
-// roamproof SCENARIO [--seconds N] [--count N] [--documents DIR]...: runs one against servers of its
-// own and prints its row of the table; status 0 only if what it says holds.
+// roamproof SCENARIO [--seconds N] [--count N] [--documents DIR]...: runs one against servers of
+// its own and prints its row of the table; status 0 only if what it says holds.
 
 #include "scenarios.h"
 
@@ -19,15 +19,10 @@ struct Scenario {
     Outcome (*pRun)(const Measure&);
 };
 
-constexpr Scenario c_scenarios[] = { { "clients", manyClients },
-                                     { "crashes", crashes },
-                                     { "unsynced", crashesUnsynced },
-                                     { "failover", failover },
-                                     { "standby", standbyAway },
-                                     { "kills", killedClients },
-                                     { "full", fullDisk },
-                                     { "password", password },
-                                     { "documents", documents } };
+constexpr Scenario c_scenarios[]
+    = { { "clients", manyClients }, { "crashes", crashes },     { "unsynced", crashesUnsynced },
+        { "failover", failover },   { "standby", standbyAway }, { "kills", killedClients },
+        { "full", fullDisk },       { "password", password },   { "documents", documents } };
 
 int run(const Scenario& scenario, const Measure& measure)
 {
@@ -46,9 +41,8 @@ int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.addOptions({ { "seconds", {}, "N", "10" },
-                        { "count", {}, "N", "10" },
-                        { "documents", {}, "DIR" } });
+    parser.addOptions(
+        { { "seconds", {}, "N", "10" }, { "count", {}, "N", "10" }, { "documents", {}, "DIR" } });
     parser.process(application);
     if (!CPostgresServer::isInstalled()) {
         std::puts("PostgreSQL's server is not installed");

@@ -1,7 +1,7 @@
 // roamclient DIR CONNECTION FIRST COUNT [SETTLE]: a trader's client on the directory DIR, which
 // recovers, prepares, loads, and saves COUNT generations (endless: without end) from FIRST on; a
-// generation is the value of an option. Prints each when its save has ended. At the end it waits for
-// its sender and prints how that stands, by SenderState.
+// generation is the value of an option. Prints each when its save has ended. At the end it waits
+// for its sender and prints how that stands, by SenderState.
 
 #include <indexuser/userconfigfactory.h>
 #include <indexuser/userconfiginterface.h>

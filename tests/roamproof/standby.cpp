@@ -33,13 +33,12 @@ roaming::ConnectionOptions eitherOf(const CPostgresServer& first, const CPostgre
     roaming::ConnectionOptions options;
     options.connect = std::chrono::seconds(2);
     options.answer = std::chrono::seconds(2);
-    options.strConnection
-        = QStringLiteral("host=%1/pg,%2/pg port=%3,%4 dbname=%5 user=trader1 "
-                         "target_session_attrs=read-write")
-              .arg(first.directory(), second.directory())
-              .arg(first.port())
-              .arg(second.port())
-              .arg(database);
+    options.strConnection = QStringLiteral("host=%1/pg,%2/pg port=%3,%4 dbname=%5 user=trader1 "
+                                           "target_session_attrs=read-write")
+                                .arg(first.directory(), second.directory())
+                                .arg(first.port())
+                                .arg(second.port())
+                                .arg(database);
     return options;
 }
 
@@ -83,8 +82,8 @@ Answers asked(const roaming::ConnectionOptions& options, const QHash<QString, qi
     for (auto it = heads.begin(); it != heads.end(); ++it) {
         roaming::CPostgresStore store(options);
         const auto answer = store.save({ wishOn(it.key(), it.value(), answers.nBehind) });
-        const bool bBehind = !answer.error
-            && answer.value.first().outcome == roaming::SaveOutcome::Behind;
+        const bool bBehind
+            = !answer.error && answer.value.first().outcome == roaming::SaveOutcome::Behind;
         ++(answer.error ? answers.nFailed : bBehind ? answers.nBehind : answers.nSaved);
     }
     return answers;

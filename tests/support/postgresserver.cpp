@@ -199,9 +199,9 @@ QByteArray CPostgresServer::dump() const
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral(POSTGRES_BIN "/pg_dumpall"),
-                  { "-h", m_strDirectory + "/pg", "-p", QString::number(m_nPort), "-U",
-                    "postgres" });
+    process.start(
+        QStringLiteral(POSTGRES_BIN "/pg_dumpall"),
+        { "-h", m_strDirectory + "/pg", "-p", QString::number(m_nPort), "-U", "postgres" });
     need(process.waitForFinished(120000) && process.exitCode() == 0, "pg_dumpall");
     return process.readAllStandardOutput();
 }
