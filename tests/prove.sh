@@ -10,8 +10,9 @@ bin=$tree/build/proof/bin
 lib=$tree/build/proof/lib
 mkdir -p "$tree"/{scripts,docs,tests/faults} "$bin" "$lib"
 cp "$root/prove" "$tree"
-printf '%s\n' '<!-- kills -->' 'old' '<!-- /kills -->' >"$tree/docs/reliability.md"
-printf '%s\n' 'packages=() test_packages=()' 'need() { :; }' 'build() { :; }' >"$tree/scripts/prepare.sh"
+printf '%s\n' '<!-- kills -->' 'old' '<!-- /kills -->' '<!-- roaming -->' '<!-- /roaming -->' \
+    >"$tree/docs/reliability.md"
+printf '%s\n' 'packages=() test_packages=() roaming_packages=()' 'need() { :; }' 'build() { :; }' >"$tree/scripts/prepare.sh"
 echo 'print("Timed kills: 3 runs")' >"$tree/tests/faults/timedkills.py"
 touch "$bin"/{savedriver,indexuserctl} "$lib"/libindexuser{,_standalone}.so
 cat >"$bin/sweep" <<'END'
@@ -22,6 +23,13 @@ echo "$*" >>"$CALLS"
 echo "$(($2 - $4)) random kills (seed $3, from $4), $((($2 - $4) * PERCENT / 100)) saves ended in between, 0 lost"
 END
 chmod +x "$bin/sweep"
+cat >"$bin/roamproof" <<'END'
+#!/usr/bin/env bash
+echo "$*" >>"$CALLS"
+[ "$3" != "${FAILS:-}" ] || { echo '| bad | 1 s | 1 lost |'; exit 1; }
+echo "| the server killed: $3 | $2 s | 0 lost |"
+END
+chmod +x "$bin/roamproof"
 export CALLS=$work/calls STOP=1500 PERCENT=50 KILLS=1500 SEED=7
 
 failed=0
@@ -66,4 +74,14 @@ cp "$tree/docs/reliability.md" "$work/page"
 ! PERCENT=33 kills || fail "too few saves in between are accepted"
 grep -q 'fewer than a third' "$work/err" || fail "does not say that saves are too few"
 cmp -s "$tree/docs/reliability.md" "$work/page" || fail "too few saves came into the page"
+
+scenarios='clients crashes unsynced failover kills password standby full documents'
+: >"$CALLS"
+SECONDS_EACH=5 "$tree/prove" roaming >"$work/out" 2>"$work/err" || fail "roaming: $(cat "$work/err")"
+[ "$(awk '{ print $3 }' "$CALLS" | paste -sd ' ')" = "$scenarios" ] || fail "roaming: $(cat "$CALLS")"
+[ "$(grep -c '^| the server killed: .* | 5 s | 0 lost |$' "$tree/docs/reliability.md")" -eq 9 ] ||
+    fail "the page is without the scenarios of roaming"
+cp "$tree/docs/reliability.md" "$work/page"
+! FAILS=password "$tree/prove" roaming >"$work/out" 2>&1 || fail "a loss of roaming goes unnoticed"
+cmp -s "$tree/docs/reliability.md" "$work/page" || fail "a loss of roaming came into the page"
 exit $failed

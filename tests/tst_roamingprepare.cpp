@@ -5,8 +5,11 @@
 #include <roaming/sending.h>
 
 #include <atomic>
+#include <csignal>
 #include <future>
 #include <thread>
+
+#include <sys/resource.h>
 
 using roaming::Decision;
 using roaming::Preparation;
@@ -49,6 +52,7 @@ private Q_SLOTS:
     void settingsThatCannotBeReadAreNotRemoved();
     void changedSettingsStay();
     void aDamagedStateIsAFirstStart();
+    void aStateThatADiskDoesNotTakeStaysAsItWas();
 
 private:
     Preparation prepared(const CTestDesk& desk) const;
@@ -464,6 +468,21 @@ void tst_roamingprepare::aDamagedStateIsAFirstStart()
     QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
     QCOMPARE(m_pRight->text(), QString("first"));
     QCOMPARE(mend::CHistory(m_pRight->dir()).entries().size(), 2);
+}
+
+void tst_roamingprepare::aStateThatADiskDoesNotTakeStaysAsItWas()
+{
+    bringInStep();
+    const roaming::MachineState before = roaming::readState(m_pRight->dir());
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit {};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit none { 0, limit.rlim_max };
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &none), 0);
+    const bool bWritten = roaming::writeState(m_pRight->dir(), before);
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    QVERIFY(!bWritten);
+    QCOMPARE(roaming::readState(m_pRight->dir()).documents.keys(), before.documents.keys());
 }
 
 QTEST_GUILESS_MAIN(tst_roamingprepare)

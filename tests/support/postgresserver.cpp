@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QSaveFile>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -71,6 +72,22 @@ QString newName()
     return madeNames().last();
 }
 
+// Of a test that was killed or has failed for good nobody else would stop the server.
+void endWith(qint64 process, const QString& directory)
+{
+    QProcess watch;
+    watch.setStandardInputFile(QProcess::nullDevice());
+    watch.setStandardOutputFile(QProcess::nullDevice());
+    watch.setStandardErrorFile(QProcess::nullDevice());
+    watch.setProgram("setsid");
+    watch.setArguments({ "sh", "-c",
+                         "while kill -0 $1 && [ -d $0 ]; do sleep 1; done;"
+                         "[ ! -d $0 ] || kill -QUIT $(head -n 1 $0/pg/data/postmaster.pid);"
+                         "while rm -rf $0; [ -d $0 ]; do sleep 1; done",
+                         directory, QString::number(process) });
+    need(watch.startDetached(), "setsid");
+}
+
 } // namespace
 
 bool CPostgresServer::isInstalled()
@@ -88,30 +105,20 @@ CPostgresServer& CPostgresServer::shared()
 }
 
 CPostgresServer::CPostgresServer(Durability durability, qint64 process)
-    : m_nPort(freePort())
+    : m_strDirectory(newDirectory(process))
+    , m_nPort(freePort())
 {
-    QTemporaryDir directory(QDir::tempPath() + QStringLiteral("/pg-XXXXXX"));
-    directory.setAutoRemove(false);
-    m_strDirectory = directory.path();
-    endWith(process == 0 ? QCoreApplication::applicationPid() : process);
+    makeHome();
     createCluster(durability);
     start();
 }
 
-// Of a test that was killed or has failed for good nobody else would stop the server.
-void CPostgresServer::endWith(qint64 process) const
+QString CPostgresServer::newDirectory(qint64 process)
 {
-    QProcess watch;
-    watch.setStandardInputFile(QProcess::nullDevice());
-    watch.setStandardOutputFile(QProcess::nullDevice());
-    watch.setStandardErrorFile(QProcess::nullDevice());
-    watch.setProgram("setsid");
-    watch.setArguments({ "sh", "-c",
-                         "while kill -0 $1 && [ -d $0 ]; do sleep 1; done;"
-                         "[ ! -d $0 ] || kill -QUIT $(head -n 1 $0/pg/data/postmaster.pid);"
-                         "while rm -rf $0; [ -d $0 ]; do sleep 1; done",
-                         m_strDirectory, QString::number(process) });
-    need(watch.startDetached(), "setsid");
+    QTemporaryDir directory(QDir::tempPath() + QStringLiteral("/pg-XXXXXX"));
+    directory.setAutoRemove(false);
+    endWith(process == 0 ? QCoreApplication::applicationPid() : process, directory.path());
+    return directory.path();
 }
 
 CPostgresServer::CPostgresServer(const QString& directory, int port)
@@ -139,7 +146,7 @@ QString CPostgresServer::dataPath() const
     return m_strDirectory + QStringLiteral("/pg/data");
 }
 
-void CPostgresServer::createCluster(Durability durability)
+void CPostgresServer::makeHome() const
 {
     const QString strHome = m_strDirectory + QStringLiteral("/pg");
     need(::chmod(QFile::encodeName(m_strDirectory).constData(), 0711) == 0, "chmod");
@@ -147,6 +154,10 @@ void CPostgresServer::createCluster(Durability durability)
     if (::geteuid() == 0) {
         giveToPostgres(strHome);
     }
+}
+
+void CPostgresServer::createCluster(Durability durability)
+{
     need(run("initdb",
              { "-D", dataPath(), "-U", "postgres", "-A", "trust", "-E", "UTF8", "--locale=C.UTF-8",
                "-N" })
@@ -155,7 +166,44 @@ void CPostgresServer::createCluster(Durability durability)
     configure(QStringLiteral("listen_addresses = '127.0.0.1'\nport = %1\n"
                              "unix_socket_directories = '%2'\nmax_connections = 60\n%3")
                   .arg(m_nPort)
-                  .arg(strHome, durability == Durability::None ? "fsync = off\n" : ""));
+                  .arg(m_strDirectory + QStringLiteral("/pg"),
+                       durability == Durability::None ? "fsync = off\n" : ""));
+}
+
+std::unique_ptr<CPostgresServer> CPostgresServer::makeStandby() const
+{
+    std::unique_ptr<CPostgresServer> pStandby(new CPostgresServer(newDirectory(0), freePort()));
+    pStandby->m_owner = Owner::This;
+    pStandby->makeHome();
+    const QString strPrimary = QStringLiteral("host=%1/pg port=%2 user=postgres "
+                                              "application_name=standby")
+                                   .arg(m_strDirectory)
+                                   .arg(m_nPort);
+    need(pStandby->run("pg_basebackup",
+                       { "-D", pStandby->dataPath(), "-d", strPrimary, "-R", "-c", "fast" })
+             == 0,
+         "pg_basebackup");
+    pStandby->configure(QStringLiteral("port = %1\nunix_socket_directories = '%2/pg'\n")
+                            .arg(pStandby->m_nPort)
+                            .arg(pStandby->m_strDirectory));
+    pStandby->start();
+    return pStandby;
+}
+
+void CPostgresServer::promote()
+{
+    need(run("pg_ctl", { "-D", dataPath(), "-w", "promote" }) == 0, "promote");
+}
+
+QByteArray CPostgresServer::dump() const
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(
+        QStringLiteral(POSTGRES_BIN "/pg_dumpall"),
+        { "-h", m_strDirectory + "/pg", "-p", QString::number(m_nPort), "-U", "postgres" });
+    need(process.waitForFinished(120000) && process.exitCode() == 0, "pg_dumpall");
+    return process.readAllStandardOutput();
 }
 
 void CPostgresServer::configure(const QString& lines) const
@@ -195,8 +243,12 @@ void CPostgresServer::start()
     const QStringList arguments {
         "-D", dataPath(), "-l", m_strDirectory + "/pg/log", "-w", "start"
     };
-    // After a kill the first start may find the remains of the one before.
-    need(run("pg_ctl", arguments) == 0 || run("pg_ctl", arguments) == 0, "start");
+    // After a kill the first starts may find the remains of the one before.
+    int nTries = 20;
+    while (run("pg_ctl", arguments) != 0) {
+        need(--nTries > 0, "start");
+        QThread::msleep(500);
+    }
 }
 
 void CPostgresServer::stop(Stop stop)

@@ -34,6 +34,14 @@ public:
     bool isRunning() const;
     qint64 processId() const; ///< of the postmaster
 
+    /// A copy of this one, which runs, that follows it until it is promoted. Its application_name
+    /// is "standby".
+    std::unique_ptr<CPostgresServer> makeStandby() const;
+    void promote();
+
+    /// All databases as pg_dumpall tells them.
+    QByteArray dump() const;
+
     /// A new database with the tables of roaming; its name. Those that were made before go.
     QString makeDatabase();
     /// The same without any table.
@@ -60,9 +68,10 @@ private:
     enum class Owner { This, Other };
     CPostgresServer(const QString& directory, int port);
 
+    static QString newDirectory(qint64 process);
     QString dataPath() const;
+    void makeHome() const;
     void createCluster(Durability durability);
-    void endWith(qint64 process) const;
     void createDatabase(const QString& name, const QString& source);
     void makeTemplate();
     int run(const QString& program, const QStringList& arguments) const;

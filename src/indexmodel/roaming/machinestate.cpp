@@ -62,7 +62,9 @@ bool writeState(const QString& configDir, const MachineState& state)
     QSaveFile file(pathOf(configDir));
     return file.open(QIODevice::WriteOnly)
         && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)
-        && file.write(bytes) == bytes.size() && file.commit();
+        && file.write(bytes) == bytes.size()
+        // What a commit cannot write, it does not tell, and puts what it has in place.
+        && file.flush() && file.commit();
 }
 
 CStateLock::CStateLock(const QString& configDir)
