@@ -209,7 +209,7 @@ void tst_roamcommands::aClientInTouchIsLeftAlone()
     must("a", "roam push");
     must("a", "option set tickRestoreDay=7");
     CStateLock client(deskDir("a"));
-    QVERIFY(client.take(0));
+    QCOMPARE(client.take(0), mend::LockState::Taken);
     for (const char* pszWords : { "roam push --wait 0", "roam pull", "roam restore 1 --wait 0" }) {
         must("a", pszWords, 5);
     }

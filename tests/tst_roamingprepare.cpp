@@ -11,24 +11,16 @@
 
 #include <sys/resource.h>
 
-using roaming::Decision;
 using roaming::Preparation;
 using roaming::PrepareResult;
 using roaming::SendResult;
-using roaming::Sides;
 using roaming::StoreCause;
-
-Q_DECLARE_METATYPE(roaming::Sides)
-Q_DECLARE_METATYPE(roaming::Decision)
 
 class tst_roamingprepare : public CLibraryTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void init();
-    void sidesDecide_data();
-    void sidesDecide();
     void withoutAnythingNothingHappens();
     void aFirstStartTakesTheServersAndKeepsTheLocalOne();
     void anUnchangedFileFollowsTheServer();
@@ -46,11 +38,11 @@ private Q_SLOTS:
     void thePasswordStays();
     void anotherArrangementKeepsItsLayouts();
     void aTextThatIsNoUserIsNotTaken();
-    void settingsFollow();
-    void settingsOfAFirstStartAreKeptOnTheServer();
-    void aRemovedSettingIsRemovedThere();
-    void settingsThatCannotBeReadAreNotRemoved();
-    void changedSettingsStay();
+    void aMachineThatWasSetBackTakesTheServers();
+    void aServerThatGaveNumbersAgainIsAnother();
+    void whatWasTakenBackBehindALostAnswerIsSent();
+    void aFirstStartWithoutServerIsStillTheFirst();
+    void theOtherSideThatWasChosenIsTaken();
     void aDamagedStateIsAFirstStart();
     void aStateThatADiskDoesNotTakeStaysAsItWas();
 
@@ -65,11 +57,6 @@ private:
     std::unique_ptr<CTestDesk> m_pLeft;
     std::unique_ptr<CTestDesk> m_pRight;
 };
-
-void tst_roamingprepare::initTestCase()
-{
-    qRegisterMetaType<Sides>();
-}
 
 void tst_roamingprepare::init()
 {
@@ -102,46 +89,6 @@ int tst_roamingprepare::revisions() const
 {
     roaming::CMemoryStore store(m_pServer);
     return store.revisions(roaming::c_szUserDocument, 0, 0).value.size();
-}
-
-void tst_roamingprepare::sidesDecide_data()
-{
-    QTest::addColumn<Sides>("sides");
-    QTest::addColumn<Decision>("decision");
-    // Base, first, unsent, missing, same, head, others.
-    QTest::newRow("nothing anywhere")
-        << Sides { 0, true, true, false, false, 0, false } << Decision::Nothing;
-    QTest::newRow("in step") << Sides { 3, false, false, false, false, 3, false }
-                             << Decision::Nothing;
-    QTest::newRow("unsent") << Sides { 3, false, true, false, false, 3, false }
-                            << Decision::Nothing;
-    QTest::newRow("first start") << Sides { 0, true, true, false, false, 3, true }
-                                 << Decision::Take;
-    QTest::newRow("first start of the same")
-        << Sides { 0, true, true, false, true, 3, true } << Decision::Note;
-    QTest::newRow("newer there") << Sides { 2, false, false, false, false, 3, true }
-                                 << Decision::Take;
-    QTest::newRow("changed on both sides")
-        << Sides { 2, false, true, false, false, 3, true } << Decision::Conflict;
-    QTest::newRow("changed to the same")
-        << Sides { 2, false, true, false, true, 3, true } << Decision::Note;
-    QTest::newRow("sent and not noted")
-        << Sides { 2, false, true, false, true, 3, false } << Decision::Note;
-    QTest::newRow("sent, not noted, changed")
-        << Sides { 2, false, true, false, false, 3, false } << Decision::Note;
-    QTest::newRow("sent, not noted, undone")
-        << Sides { 2, false, false, false, false, 3, false } << Decision::Note;
-    QTest::newRow("missing") << Sides { 3, false, false, true, false, 3, false } << Decision::Take;
-    QTest::newRow("rewound") << Sides { 3, false, false, false, false, 2, true }
-                             << Decision::Behind;
-    QTest::newRow("another server")
-        << Sides { 3, false, true, false, false, 0, false } << Decision::Behind;
-}
-
-void tst_roamingprepare::sidesDecide()
-{
-    QFETCH(Sides, sides);
-    QTEST(roaming::decide(sides), "decision");
 }
 
 void tst_roamingprepare::withoutAnythingNothingHappens()
@@ -313,7 +260,7 @@ void tst_roamingprepare::oneProcessAtATime()
 {
     bringInStep();
     roaming::CStateLock lock(m_pRight->dir());
-    QVERIFY(lock.take(0));
+    QCOMPARE(lock.take(0), mend::LockState::Taken);
     QCOMPARE(roaming::prepare(m_pRight->desk(), storeOn(m_pServer), 10).result,
              PrepareResult::Busy);
 }
@@ -392,71 +339,86 @@ void tst_roamingprepare::aTextThatIsNoUserIsNotTaken()
     QCOMPARE(m_pLeft->read(), local);
 }
 
-void tst_roamingprepare::settingsFollow()
+// As with a copy of a directory that is put back.
+void tst_roamingprepare::aMachineThatWasSetBackTakesTheServers()
 {
-    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
-    m_pLeft->put({ "UiSettingConfig", "empty", QByteArray() });
     bringInStep();
-    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
-    QVERIFY(m_pRight->setting("empty").has_value());
-    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
-    const roaming::Sending sending = sent(*m_pRight);
-    QCOMPARE(sending.result, SendResult::Sent);
-    QCOMPARE(sending.nSettings, 1);
-    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
-    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("light"));
+    const roaming::MachineState before = roaming::readState(m_pLeft->dir());
+    const QByteArray old = m_pLeft->read();
+    m_pLeft->write(CTestDesk::user("second"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    m_pLeft->write(CTestDesk::user("third"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    QVERIFY(roaming::writeState(m_pLeft->dir(), before));
+    m_pLeft->write(old);
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::Taken);
+    QCOMPARE(m_pLeft->text(), QString("third"));
 }
 
-void tst_roamingprepare::settingsOfAFirstStartAreKeptOnTheServer()
+void tst_roamingprepare::aServerThatGaveNumbersAgainIsAnother()
 {
-    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
-    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
     bringInStep();
-    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
+    m_pLeft->write(CTestDesk::user("lost with the server"));
+    QCOMPARE(sent(*m_pLeft).nRevision, 2);
+    m_pServer = std::make_shared<roaming::CMemoryServer>();
     roaming::CMemoryStore store(m_pServer);
-    const auto all = store.revisions("setting/UiSettingConfig/theme", 0, 0).value;
-    QCOMPARE(all.size(), 2);
-    QVERIFY(all.first().bAside);
-    QCOMPARE(store.text("setting/UiSettingConfig/theme", 2).value, QByteArray("=light"));
+    for (const char* const pszText : { "first", "another second" }) {
+        roaming::SaveWish wish;
+        wish.text = roaming::outgoingText(CTestDesk::user(pszText)).value_or("none");
+        wish.nBase = store.heads().value.size();
+        wish.machine = { QUuid::createUuid(), "elsewhere" };
+        wish.machine.id = roaming::thisMachine(m_pRight->dir()).id;
+        wish.id = roaming::saveId(wish);
+        QVERIFY(!store.save({ wish }).error);
+    }
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::Behind);
+    m_pLeft->write(CTestDesk::user("third"));
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Behind);
+    QCOMPARE(revisions(), 2);
 }
 
-void tst_roamingprepare::aRemovedSettingIsRemovedThere()
+// The server has it, and the user takes it back before anybody knows.
+void tst_roamingprepare::whatWasTakenBackBehindALostAnswerIsSent()
 {
-    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
     bringInStep();
-    m_pLeft->put({ "UiSettingConfig", "theme", std::nullopt });
-    QCOMPARE(sent(*m_pLeft).nSettings, 1);
+    const QByteArray old = m_pLeft->read();
+    m_pLeft->write(CTestDesk::user("second", "left's"));
+    m_pServer->failBehind({ StoreCause::Late, "for the test" });
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Failed);
+    m_pLeft->write(old);
+    QCOMPARE(sent(*m_pLeft).nRevision, 3);
     QCOMPARE(sent(*m_pLeft).result, SendResult::InStep);
-    QCOMPARE(prepared(*m_pRight).nSettings, 1);
-    QVERIFY(!m_pRight->setting("theme").has_value());
-    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+    roaming::CMemoryStore store(m_pServer);
+    QCOMPARE(store.text("user", 3).value, roaming::outgoingText(old).value_or("none"));
 }
 
-void tst_roamingprepare::settingsThatCannotBeReadAreNotRemoved()
+void tst_roamingprepare::aFirstStartWithoutServerIsStillTheFirst()
 {
-    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
     bringInStep();
-    m_pLeft->m_bReadable = false;
-    QCOMPARE(sent(*m_pLeft).nSettings, 0);
-    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
-    QCOMPARE(sent(*m_pRight).nSettings, 1);
-    QCOMPARE(prepared(*m_pLeft).nSettings, 0);
-    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("dark"));
-    m_pLeft->m_bReadable = true;
-    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
-    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("light"));
+    CTestDesk third;
+    third.write(CTestDesk::user("default"));
+    m_pServer->fail({ StoreCause::Away, "for the test" });
+    QCOMPARE(prepared(third).result, PrepareResult::Alone);
+    m_pServer->fail({});
+    QCOMPARE(sent(third).result, SendResult::Conflict);
+    QCOMPARE(prepared(third).result, PrepareResult::Taken);
+    QCOMPARE(third.text(), QString("first"));
 }
 
-void tst_roamingprepare::changedSettingsStay()
+// By the support desk, on another machine.
+void tst_roamingprepare::theOtherSideThatWasChosenIsTaken()
 {
-    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
     bringInStep();
-    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    m_pLeft->write(CTestDesk::user("of the left"));
     sent(*m_pLeft);
-    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("blue") });
-    QCOMPARE(prepared(*m_pRight).nSettings, 0);
-    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("blue"));
-    QCOMPARE(sent(*m_pRight).result, SendResult::Conflict);
+    m_pRight->write(CTestDesk::user("of the right"));
+    QCOMPARE(sent(*m_pRight).nRevision, 3);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Conflict);
+    roaming::CMemoryStore store(m_pServer);
+    QVERIFY(!store.resolve("user", 3, roaming::Choice::Theirs));
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+    QCOMPARE(m_pRight->text(), QString("of the left"));
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
 }
 
 void tst_roamingprepare::aDamagedStateIsAFirstStart()

@@ -3,7 +3,6 @@
 #include "format/layouttemplates.h"
 #include "format/panelgroups.h"
 #include "format/userparams.h"
-#include "platform/managersections.h"
 #include "platform/mvcommon.h"
 
 #include <algorithm>

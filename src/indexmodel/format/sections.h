@@ -1,6 +1,7 @@
 #pragma once
 
 #include "format/userrecords.h"
+#include "platform/managersections.h"
 
 #include <QDomElement>
 #include <QString>

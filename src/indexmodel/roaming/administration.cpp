@@ -104,12 +104,17 @@ Answer<Thinned> thin(const ConnectionOptions& options, Thinning thinning, const 
     Answer<Thinned> answer { persons.error };
     const Value dryRun = flagValue(thinning == Thinning::DryRun);
     for (const qint64 nPerson : persons.value) {
+        const StoreError away = connection.isOpen() ? StoreError() : openForOwner(connection);
+        if (away) {
+            return { away, answer.value };
+        }
         const auto one
             = connection.run({ { c_szThin, { numberValue(nPerson), dryRun, timeValue(now) } } });
-        if (one.error) {
-            return { one.error, answer.value };
+        if (!one.error) {
+            add(answer.value, one.value.first());
         }
-        add(answer.value, one.value.first());
+        // Whoever holds one person's lock keeps nobody else's contents.
+        answer.error = answer.error ? answer.error : one.error;
     }
     return answer;
 }

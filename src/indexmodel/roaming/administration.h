@@ -29,7 +29,8 @@ struct Thinned {
 
 /// Forgets contents: kept are those of 7 days, the last of each day for 90 days and the last of
 /// each month, by UTC; every head, the newest of each arrangement, and asides about which nobody
-/// has chosen. A transaction a person: what was done before an error is done.
+/// has chosen. A transaction a person; one that fails stops no other, and its error is the
+/// answer's.
 ///
 ///     const auto thinned = thin({}, Thinning::DryRun);
 Answer<Thinned> thin(const ConnectionOptions& options, Thinning thinning,

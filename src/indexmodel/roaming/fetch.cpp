@@ -26,31 +26,43 @@ bool isWanted(const Head& head, const MachineState& state)
     return bWanted && head.revision.nNumber > state.documents.value(head.strDocument).nBase;
 }
 
-Answer<bool> hasOthers(CStore& store, const Desk& desk, const QString& document, qint64 base)
+// What has become of the user's document since the base, which comes along.
+StoreError fetchPast(CStore& store, const Desk& desk, const DocumentState& known,
+                     FetchedDocument& news)
 {
-    const auto revisions = store.revisions(document, base, 0);
-    return { revisions.error,
-             std::any_of(revisions.value.begin(), revisions.value.end(), [&](const Revision& each) {
-                 return !each.bAside && each.machine.id != desk.machine.id;
-             }) };
+    const auto revisions
+        = store.revisions(news.head.strDocument, std::max<qint64>(known.nBase - 1, 0), 0);
+    for (const Revision& each : revisions.value) {
+        const bool bBase = each.nNumber == known.nBase;
+        news.bRewound
+            = news.bRewound || (bBase && !known.head.isEmpty() && each.digest != known.head);
+        news.bOthers
+            = news.bOthers || (!bBase && !each.bAside && each.machine.id != desk.machine.id);
+        news.bChosen = news.bChosen || (each.bResolved && each.digest == known.aside);
+    }
+    return revisions.error;
 }
 
+// All texts in one round trip: a desk may have many settings.
 StoreError fetchNews(CStore& store, const Desk& desk, const MachineState& state, Fetched& fetched)
 {
+    QVector<RevisionName> names;
     for (const Head& head : qAsConst(fetched.heads)) {
         if (isWanted(head, state)) {
-            const auto text = store.text(head.strDocument, head.revision.nNumber);
-            const auto others = text.error
-                ? Answer<bool> { text.error }
-                : hasOthers(store, desk, head.strDocument,
-                            state.documents.value(head.strDocument).nBase);
-            if (others.error) {
-                return others.error;
-            }
-            fetched.news.append({ head, text.value, others.value });
+            names.append({ head.strDocument, head.revision.nNumber });
+            fetched.news.append({ head, {} });
         }
     }
-    return {};
+    const auto texts = store.texts(names);
+    StoreError error = texts.error;
+    for (int i = 0; !error && i < names.size(); ++i) {
+        FetchedDocument& news = fetched.news[i];
+        news.text = texts.value[i];
+        if (names[i].strDocument == QLatin1String(c_szUserDocument)) {
+            error = fetchPast(store, desk, state.documents.value(names[i].strDocument), news);
+        }
+    }
+    return error;
 }
 
 // The head itself, if it is of this arrangement.
@@ -72,17 +84,17 @@ StoreError fetchLayouts(CStore& store, const Desk& desk, Fetched& fetched)
     return text.error;
 }
 
-// What is overwritten here on the first start of a machine is known to nobody else.
-StoreError keepSettings(CStore& store, const Desk& desk, const Fetched& fetched)
+// What is overwritten here at its first meeting with the server is known to nobody else.
+StoreError keepSettings(CStore& store, const Desk& desk, const MachineState& state,
+                        const QVector<SharedSetting>& here, const Fetched& fetched)
 {
     QVector<SaveWish> wishes;
-    const auto all = desk.settings.all ? desk.settings.all() : std::nullopt;
-    const QVector<SharedSetting> here = all.value_or(QVector<SharedSetting>());
     for (const SharedSetting& setting : here) {
         const QString strDocument = settingDocument(setting);
         const QByteArray text = settingText(setting);
+        const bool bFirst = state.documents.value(strDocument).nBase == 0;
         for (const FetchedDocument& each : fetched.news) {
-            if (each.head.strDocument == strDocument && each.text != text) {
+            if (bFirst && each.head.strDocument == strDocument && each.text != text) {
                 SaveWish wish { strDocument, 0, text, {}, desk.machine };
                 wish.strReason = QStringLiteral("was here before the first start");
                 wish.bAside = true;
@@ -94,7 +106,8 @@ StoreError keepSettings(CStore& store, const Desk& desk, const Fetched& fetched)
     return wishes.isEmpty() ? StoreError() : store.save(wishes).error;
 }
 
-Fetched fetchFrom(CStore& store, const Desk& desk, const MachineState& state)
+Fetched fetchFrom(CStore& store, const Desk& desk, const MachineState& state,
+                  const QVector<SharedSetting>& here)
 {
     Fetched fetched;
     const auto heads = store.heads();
@@ -106,8 +119,8 @@ Fetched fetchFrom(CStore& store, const Desk& desk, const MachineState& state)
     if (!fetched.error) {
         fetched.error = fetchLayouts(store, desk, fetched);
     }
-    if (!fetched.error && state.isFirst()) {
-        fetched.error = keepSettings(store, desk, fetched);
+    if (!fetched.error) {
+        fetched.error = keepSettings(store, desk, state, here, fetched);
     }
     return fetched;
 }
@@ -119,8 +132,10 @@ Fetched fetch(const Desk& desk, const MachineState& state, const StoreMaker& con
               int deadlineMs)
 {
     const auto pMailbox = std::make_shared<Mailbox>();
+    const auto all = desk.settings.all ? desk.settings.all() : std::nullopt;
+    const QVector<SharedSetting> here = all.value_or(QVector<SharedSetting>());
     std::thread([=] {
-        Fetched fetched = fetchFrom(*connect(), desk, state);
+        Fetched fetched = fetchFrom(*connect(), desk, state, here);
         const std::lock_guard<std::mutex> lock(pMailbox->mutex);
         pMailbox->fetched = std::move(fetched);
         pMailbox->arrived.notify_one();

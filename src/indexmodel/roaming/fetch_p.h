@@ -10,6 +10,8 @@ struct FetchedDocument {
     Head head;
     QByteArray text;
     bool bOthers = false; ///< another machine has written after the base
+    bool bRewound = false; ///< the base is another text there
+    bool bChosen = false; ///< of the aside that this machine stored last somebody has chosen
 };
 
 /// What the server has.

@@ -11,6 +11,7 @@ namespace roaming {
 namespace {
 
 constexpr qint64 c_nMaxStateBytes = 16LL * 1024 * 1024;
+constexpr double c_dMaxBase = 1e15; // JSON's numbers are exact so far
 
 QString pathOf(const QString& configDir)
 {
@@ -19,15 +20,18 @@ QString pathOf(const QString& configDir)
 
 DocumentState documentOf(const QJsonObject& json)
 {
-    return { static_cast<qint64>(json["base"].toDouble()), json["digest"].toString().toLatin1(),
-             json["aside"].toString().toLatin1() };
+    const auto digest = [&](const char* pszKey) { return json[pszKey].toString().toLatin1(); };
+    return { static_cast<qint64>(json["base"].toDouble()), digest("digest"), digest("aside"),
+             digest("head"), digest("sent") };
 }
 
 QJsonObject toJson(const DocumentState& state)
 {
     return { { "base", static_cast<double>(state.nBase) },
              { "digest", QString::fromLatin1(state.digest) },
-             { "aside", QString::fromLatin1(state.aside) } };
+             { "aside", QString::fromLatin1(state.aside) },
+             { "head", QString::fromLatin1(state.head) },
+             { "sent", QString::fromLatin1(state.sent) } };
 }
 
 } // namespace
@@ -46,7 +50,12 @@ MachineState readState(const QString& configDir)
     state.strArrangement = json["arrangement"].toString();
     const QJsonObject documents = json["documents"].toObject();
     for (auto it = documents.begin(); it != documents.end(); ++it) {
-        state.documents[it.key()] = documentOf(it.value().toObject());
+        const QJsonObject document = it.value().toObject();
+        const double dBase = document["base"].toDouble();
+        if (dBase < 0 || dBase > c_dMaxBase) {
+            return { StateError::Damaged, {}, {} };
+        }
+        state.documents[it.key()] = documentOf(document);
     }
     return state;
 }
@@ -73,9 +82,13 @@ CStateLock::CStateLock(const QString& configDir)
     m_file.setStaleLockTime(0);
 }
 
-bool CStateLock::take(int waitMs)
+mend::LockState CStateLock::take(int waitMs)
 {
-    return m_file.tryLock(waitMs);
+    if (m_file.tryLock(waitMs)) {
+        return mend::LockState::Taken;
+    }
+    return m_file.error() == QLockFile::LockFailedError ? mend::LockState::Busy
+                                                        : mend::LockState::Refused;
 }
 
 } // namespace roaming

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <mend/userlock.h>
+
 #include <QByteArray>
 #include <QLockFile>
 #include <QMap>
@@ -15,7 +17,9 @@ constexpr char c_szStateLock[] = "indexUserConfig.roaming.lock";
 struct DocumentState {
     qint64 nBase = 0; ///< the revision that it was made from; 0: none
     QByteArray digest; ///< of the text that is the same here and there
-    QByteArray aside; ///< of the text that was stored as an aside last; empty for none
+    QByteArray aside = {}; ///< of the text that was stored as an aside last; empty for none
+    QByteArray head = {}; ///< of the revision nBase as the server has it
+    QByteArray sent = {}; ///< of a text that was sent and not answered yet; empty for none
 };
 
 enum class StateError {
@@ -46,8 +50,8 @@ class CStateLock {
 public:
     explicit CStateLock(const QString& configDir);
 
-    /// Waits for at most \a waitMs; false where another has it, or the directory takes none.
-    bool take(int waitMs);
+    /// Waits for at most \a waitMs.
+    mend::LockState take(int waitMs);
 
 private:
     QLockFile m_file;

@@ -38,7 +38,9 @@ SaveAnswer CMemoryServer::save(const SaveWish& wish)
                      entry.revision.nNumber, found.nHead };
         }
     }
-    if (wish.nBase > found.nHead) {
+    const bool bOther = wish.nBase > 0 && wish.nBase <= found.nHead && !wish.baseDigest.isEmpty()
+        && found.entries[static_cast<int>(wish.nBase) - 1].revision.digest != wish.baseDigest;
+    if (wish.nBase > found.nHead || bOther) {
         return { SaveOutcome::Behind, 0, found.nHead };
     }
     const bool bOthers

@@ -2,6 +2,7 @@
 
 #include <format/optionsettings.h>
 #include <format/sections.h>
+#include <inspect/optionvalues.h>
 
 #include <algorithm>
 #include <iterator>
@@ -21,10 +22,10 @@ constexpr SectionRow c_sections[] = {
     { KW::c_szIndexLayout, Rule::ByArrangement },
     { KW::c_szIndexPositionLayout, Rule::ByArrangement },
     { KW::c_szTradePanelGroup, Rule::ByArrangement },
-    { "strategyTrade", Rule::Held },
-    { "strategyAlgoTrade", Rule::Held },
-    { "specialstrategydata", Rule::Held },
-    { "interfaceTrade", Rule::Held },
+    { KW::c_szStrategyTrade, Rule::Held },
+    { KW::c_szStrategyAlgoTrade, Rule::Held },
+    { KW::c_szSpecialStrategyData, Rule::Held },
+    { KW::c_szInterfaceTrade, Rule::Held },
 };
 
 // Besides the secrets.
@@ -91,7 +92,8 @@ bool isLocalOption(const QString& attribute)
 
 bool isLocalSetting(const QString& section, const QString& key)
 {
-    return std::any_of(std::begin(c_localSettings), std::end(c_localSettings),
+    return inspect::isSecret(key)
+        || std::any_of(std::begin(c_localSettings), std::end(c_localSettings),
                        [&](const SettingRow& row) {
                            return section == QLatin1String(row.pszSection)
                                && (row.pszKey == nullptr || key == QLatin1String(row.pszKey));

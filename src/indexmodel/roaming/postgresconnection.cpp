@@ -27,6 +27,11 @@ CPostgresConnection::~CPostgresConnection()
     close();
 }
 
+void CPostgresConnection::begin()
+{
+    m_end = QDeadlineTimer(m_options.answer);
+}
+
 // Blocking: only so does libpq keep a time for each of several hosts.
 StoreError CPostgresConnection::open()
 {
@@ -41,6 +46,7 @@ StoreError CPostgresConnection::open()
     m_pConnection = PQconnectdbParams(apszKeys, apszValues, nExpandDbname);
     if (PQstatus(m_pConnection) == CONNECTION_OK && PQsetnonblocking(m_pConnection, 1) == 0) {
         PQsetNoticeReceiver(m_pConnection, noteWarning, this);
+        m_end = m_end.isForever() ? m_end : QDeadlineTimer(m_options.answer);
         return configure();
     }
     const bool bRefused = PQconnectionNeedsPassword(m_pConnection) != 0
@@ -95,7 +101,7 @@ bool CPostgresConnection::send(const Statement& statement)
 
 Answer<QVector<CRows>> CPostgresConnection::run(const QVector<Statement>& statements)
 {
-    const QDeadlineTimer deadline(m_options.answer);
+    const QDeadlineTimer deadline = std::min(QDeadlineTimer(m_options.answer), m_end);
     m_strWarning.clear();
     const bool bSent = m_pConnection && PQenterPipelineMode(m_pConnection) == 1
         && std::all_of(statements.begin(), statements.end(),

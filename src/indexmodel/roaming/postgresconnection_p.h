@@ -19,6 +19,10 @@ public:
     const ConnectionOptions& options() const { return m_options; }
     bool isOpen() const { return m_pConnection != nullptr; }
 
+    /// From now on all together ends by the time of an answer, and that of a connect if there is
+    /// one.
+    void begin();
+
     /// Away where nobody answers, Refused where a password is wrong or missing.
     StoreError open();
     void close();
@@ -41,6 +45,7 @@ private:
     StoreError lost();
 
     ConnectionOptions m_options;
+    QDeadlineTimer m_end { QDeadlineTimer::Forever };
     PGconn* m_pConnection = nullptr;
     QString m_strWarning;
 };

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char c_szVersion[] = "select coalesce(max(version), 0)::bigint from roaming.migration";
 constexpr char c_szSave[]
-    = "select * from roaming.save($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12)";
+    = "select * from roaming.save($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12, $13)";
 constexpr char c_szAllOrNothing[] = "select roaming.all_or_nothing()";
 constexpr char c_szParts[] = "select * from roaming.parts_of($1, $2, $3)";
 constexpr char c_szResolve[] = "select roaming.resolve($1, $2, $3, $4)";
@@ -124,7 +124,7 @@ public:
     }
 
     Answer<QVector<CRows>> run(const QVector<Statement>& statements);
-    Answer<CRows> read(const Statement& statement);
+    Answer<QVector<CRows>> read(const QVector<Statement>& statements);
     Answer<QVector<Head>> told(const Statement& statement);
     Answer<QVector<CRows>> deliver(const QVector<Parcel>& parcels);
     Value login() const { return textOrNullValue(m_connection.options().strLogin); }
@@ -170,19 +170,22 @@ Answer<QVector<CRows>> CPostgresStore::Private::run(const QVector<Statement>& st
 }
 
 // Whatever the server warns of, what was only read is not in doubt.
-Answer<CRows> CPostgresStore::Private::read(const Statement& statement)
+Answer<QVector<CRows>> CPostgresStore::Private::read(const QVector<Statement>& statements)
 {
-    const auto rows = run({ statement });
-    const bool bRead = !rows.error || rows.error.cause == StoreCause::Unsure;
-    return bRead ? Answer<CRows> { {}, rows.value.first() } : Answer<CRows> { rows.error };
+    Answer<QVector<CRows>> rows = run(statements);
+    if (rows.error.cause == StoreCause::Unsure) {
+        rows.error = {};
+    }
+    return rows;
 }
 
 Answer<QVector<Head>> CPostgresStore::Private::told(const Statement& statement)
 {
-    const auto rows = read(statement);
+    m_connection.begin();
+    const auto rows = read({ statement });
     Answer<QVector<Head>> answer { rows.error };
-    for (int i = 0; !rows.error && i < rows.value.count(); ++i) {
-        answer.value.append(headAt(rows.value, i));
+    for (int i = 0; !rows.error && i < rows.value.first().count(); ++i) {
+        answer.value.append(headAt(rows.value.first(), i));
     }
     return answer;
 }
@@ -213,7 +216,7 @@ Statement CPostgresStore::Private::statementOf(const Parcel& parcel, const QSet<
                uuidValue(wish.id), bytesValue(sha256(wish.text)), bytesListValue(parcel.hashes),
                bytesListValue(contents), uuidValue(wish.machine.id),
                textValue(wish.machine.strName), textValue(wish.strArrangement),
-               textValue(wish.strReason), login() } };
+               textValue(wish.strReason), digestValue(wish.baseDigest), login() } };
 }
 
 Answer<QVector<CRows>> CPostgresStore::Private::send(const QVector<Parcel>& parcels,
@@ -264,6 +267,7 @@ Answer<QVector<SaveAnswer>> CPostgresStore::save(const QVector<SaveWish>& wishes
 {
     QVector<Parcel> parcels;
     std::transform(wishes.begin(), wishes.end(), std::back_inserter(parcels), parcelOf);
+    m_p->m_connection.begin();
     const Answer<QVector<CRows>> rows = m_p->deliver(parcels);
     Answer<QVector<SaveAnswer>> answer { rows.error };
     for (int i = 0; !rows.error && i < parcels.size(); ++i) {
@@ -281,13 +285,31 @@ Answer<QVector<Head>> CPostgresStore::heads()
 
 Answer<QByteArray> CPostgresStore::text(const QString& document, qint64 revision)
 {
-    const auto parts
-        = m_p->read({ c_szParts, { textValue(document), numberValue(revision), m_p->login() } });
-    for (int i = 0; !parts.error && i < parts.value.count(); ++i) {
-        m_p->m_known.insert(parts.value.bytes(i, 2));
+    const Answer<QVector<QByteArray>> all = texts({ { document, revision } });
+    return { all.error, all.error ? QByteArray() : all.value.first() };
+}
+
+Answer<QVector<QByteArray>> CPostgresStore::texts(const QVector<RevisionName>& names)
+{
+    QVector<Statement> statements;
+    for (const RevisionName& name : names) {
+        statements.append(
+            { c_szParts,
+              { textValue(name.strDocument), numberValue(name.nNumber), m_p->login() } });
     }
-    return parts.error ? Answer<QByteArray> { parts.error }
-                       : joined(parts.value, document, revision);
+    m_p->m_connection.begin();
+    const auto rows = names.isEmpty() ? Answer<QVector<CRows>>() : m_p->read(statements);
+    Answer<QVector<QByteArray>> answer { rows.error };
+    for (int i = 0; !answer.error && i < names.size(); ++i) {
+        const CRows& parts = rows.value[i];
+        for (int n = 0; n < parts.count(); ++n) {
+            m_p->m_known.insert(parts.bytes(n, 2));
+        }
+        const Answer<QByteArray> text = joined(parts, names[i].strDocument, names[i].nNumber);
+        answer.error = text.error;
+        answer.value.append(text.value);
+    }
+    return answer;
 }
 
 Answer<QVector<Revision>> CPostgresStore::revisions(const QString& document, qint64 after,
@@ -312,6 +334,7 @@ Answer<Revision> CPostgresStore::newestWith(const QString& document, const QStri
 
 StoreError CPostgresStore::resolve(const QString& document, qint64 aside, Choice choice)
 {
+    m_p->m_connection.begin();
     const QString strChoice = QLatin1String(choice == Choice::Mine ? "mine" : "theirs");
     return m_p
         ->run(

@@ -19,6 +19,8 @@ public:
     Answer<QVector<SaveAnswer>> save(const QVector<SaveWish>& wishes) override;
     Answer<QVector<Head>> heads() override;
     Answer<QByteArray> text(const QString& document, qint64 revision) override;
+    /// In one round trip.
+    Answer<QVector<QByteArray>> texts(const QVector<RevisionName>& names) override;
     Answer<QVector<Revision>> revisions(const QString& document, qint64 after, int limit) override;
     Answer<Revision> newestWith(const QString& document, const QString& arrangement) override;
     StoreError resolve(const QString& document, qint64 aside, Choice choice) override;

@@ -63,6 +63,11 @@ Value textOrNullValue(const QString& text)
     return text.isEmpty() ? Value { c_nText, {} } : textValue(text);
 }
 
+Value digestValue(const QByteArray& digest)
+{
+    return digest.isEmpty() ? Value { c_nBytea, {} } : bytesValue(QByteArray::fromHex(digest));
+}
+
 Value timeValue(const QDateTime& time)
 {
     return { c_nTimestamp, bigEndian<qint64>((time.toMSecsSinceEpoch() - c_nFirstMsecs) * 1000) };

@@ -28,6 +28,8 @@ Value timeValue(const QDateTime& time);
 Value bytesListValue(const QVector<QByteArray>& list);
 /// Null where \a text is empty.
 Value textOrNullValue(const QString& text);
+/// The bytes of a digest in hexadecimal; null where it is empty.
+Value digestValue(const QByteArray& digest);
 
 /// A statement with $1, $2 and so on for its values.
 struct Statement {

@@ -2,6 +2,7 @@
 
 #include "roaming/fetch_p.h"
 #include "roaming/roamingtext.h"
+#include "roaming/sending.h"
 
 #include <QElapsedTimer>
 
@@ -64,7 +65,6 @@ public:
         : m_desk(desk)
         , m_state(readState(desk.strConfigDir))
         , m_transaction(desk.strConfigDir, wish)
-        , m_bFirst(m_state.isFirst())
         , m_taking(taking)
     {
         if (desk.arrangement.isKnown()) {
@@ -97,9 +97,9 @@ private:
     {
         const FetchedDocument* const pNews = newsOf(fetched, c_szUserDocument);
         if (pNews == nullptr) {
-            const qint64 nBase = m_state.documents.value(c_szUserDocument).nBase;
-            m_preparation.result = resultOf(
-                decide({ nBase, m_bFirst, false, false, false, m_preparation.server.nNumber }));
+            const DocumentState known = m_state.documents.value(c_szUserDocument);
+            m_preparation.result = isRewound(m_preparation.server, known) ? PrepareResult::Behind
+                                                                          : PrepareResult::InStep;
             return;
         }
         const mend::WriteFailure failure = m_transaction.lock();
@@ -120,13 +120,17 @@ private:
         const std::optional<QByteArray> arrived
             = arrivedText(outgoing ? live.bytes : QByteArray(), arrival);
         const DocumentState known = m_state.documents.value(c_szUserDocument);
-        const Sides sides { known.nBase,
-                            m_bFirst,
-                            digestOf(outgoing) != known.digest,
-                            live.state == inspect::FileState::Missing,
-                            arrived && outgoing && outgoingText(*arrived) == outgoing,
-                            news.head.revision.nNumber,
-                            news.bOthers };
+        Sides sides;
+        sides.nBase = known.nBase;
+        sides.bFirst = known.nBase == 0;
+        sides.bUnsent = digestOf(outgoing) != known.digest;
+        sides.bMissing = live.state == inspect::FileState::Missing;
+        sides.bSame = arrived && outgoing && outgoingText(*arrived) == outgoing;
+        sides.nHead = news.head.revision.nNumber;
+        sides.bOthers = news.bOthers;
+        sides.bOwn = news.head.revision.digest == known.sent;
+        sides.bRewound = news.bRewound;
+        sides.bChosen = news.bChosen && digestOf(outgoing) == known.aside;
         const Decision decision = m_taking == Taking::Always ? Decision::Take : decide(sides);
         m_preparation.result = resultOf(decision);
         if (decision == Decision::Note) {
@@ -157,7 +161,8 @@ private:
 
     void note(const Head& head, const QByteArray& digest)
     {
-        m_state.documents[head.strDocument] = { head.revision.nNumber, digest, {} };
+        m_state.documents[head.strDocument]
+            = { head.revision.nNumber, digest, {}, head.revision.digest };
     }
 
     void takeSettings(const Fetched& fetched)
@@ -182,8 +187,8 @@ private:
         const DocumentState known = m_state.documents.value(strDocument);
         const bool bUnsent
             = known.nBase == 0 ? !here.isEmpty() : mend::digestOf(here) != known.digest;
-        const Decision decision = decide({ known.nBase, m_bFirst, bUnsent, false, here == news.text,
-                                           news.head.revision.nNumber, news.bOthers });
+        const Decision decision = decide({ known.nBase, known.nBase == 0, bUnsent, false,
+                                           here == news.text, news.head.revision.nNumber, true });
         if (decision == Decision::Take && !m_desk.settings.write(setting)) {
             ++m_preparation.nSettingsRefused;
         } else if (decision == Decision::Take || decision == Decision::Note) {
@@ -195,7 +200,6 @@ private:
     const Desk& m_desk;
     MachineState m_state;
     mend::CTransaction m_transaction;
-    const bool m_bFirst;
     const Taking m_taking;
     Preparation m_preparation;
 };
@@ -204,7 +208,7 @@ private:
 
 Decision decide(const Sides& sides)
 {
-    if (sides.nHead < sides.nBase) {
+    if (sides.nHead < sides.nBase || sides.bRewound) {
         return Decision::Behind;
     }
     if (sides.nHead == 0 || (sides.nHead == sides.nBase && !sides.bMissing)) {
@@ -213,11 +217,11 @@ Decision decide(const Sides& sides)
     if (sides.bSame && !sides.bMissing) {
         return Decision::Note;
     }
-    if (sides.bMissing || sides.bFirst) {
+    if (sides.bMissing || sides.bFirst || sides.bChosen) {
         return Decision::Take;
     }
     if (!sides.bOthers) {
-        return Decision::Note;
+        return sides.bUnsent || sides.bOwn ? Decision::Note : Decision::Take;
     }
     return sides.bUnsent ? Decision::Conflict : Decision::Take;
 }
@@ -228,7 +232,13 @@ Preparation prepare(const Desk& desk, const StoreMaker& connect, int deadlineMs,
     QElapsedTimer since;
     since.start();
     CStateLock lock(desk.strConfigDir);
-    if (!lock.take(std::min(deadlineMs, c_nLockMs))) {
+    const mend::LockState state = lock.take(std::min(deadlineMs, c_nLockMs));
+    if (state == mend::LockState::Refused) {
+        Preparation preparation { PrepareResult::NotWritten };
+        preparation.recovery.write = mend::WriteFailure::NoLock;
+        return preparation;
+    }
+    if (state != mend::LockState::Taken) {
         return { PrepareResult::Busy };
     }
     CPreparation preparation(desk, wish, taking);

@@ -40,11 +40,14 @@ struct Sides {
     bool bSame = false; ///< it is what taking the head would leave
     qint64 nHead = 0; ///< 0: the server has nothing
     bool bOthers = false; ///< another machine has written after the base
+    bool bOwn = false; ///< the head is what this machine sent and never heard of again
+    bool bRewound = false; ///< the server's base is another text
+    bool bChosen = false; ///< what is here was an aside, and somebody has chosen the other side
 };
 
 /// The first start of a machine takes the server's, and so does one that is missing; unchanged ones
-/// take what is newer; of two that have changed the local one stays. What this machine wrote last
-/// itself it only notes: it was killed before it could.
+/// take what is newer, and so does a machine that was set back; of two that have changed the local
+/// one stays. What this machine wrote last itself it only notes: it was killed before it could.
 Decision decide(const Sides& sides);
 
 /// Which head of the server takes the place of the live file.

@@ -8,7 +8,6 @@
 #include <format/readabletext.h>
 #include <format/sections.h>
 #include <format/userdocument.h>
-#include <inspect/optionvalues.h>
 #include <inspect/userfile.h>
 
 #include <algorithm>
@@ -20,6 +19,17 @@ namespace {
 using KW::ElementTree;
 using Trees = QVector<ElementTree>;
 using Attributes = QVector<QPair<QString, QString>>;
+
+QStringList secretOptions()
+{
+    QStringList names;
+    for (const KW::OptionRow& row : KW::optionTable()) {
+        if (row.meaning == KW::OptionMeaning::Secret) {
+            names.append(row.strAttribute);
+        }
+    }
+    return names;
+}
 
 std::optional<ElementTree> treeOf(const QByteArray& text)
 {
@@ -48,16 +58,32 @@ void sortSections(Trees& sections)
     });
 }
 
+// However it is written: somebody may have done it by hand.
+bool isSecretName(const QString& name)
+{
+    static const QStringList s_secrets = secretOptions();
+    return s_secrets.contains(name, Qt::CaseInsensitive);
+}
+
+// Comments, in which anything may stand, no save keeps.
+bool hidesAnything(const ElementTree& tree)
+{
+    return tree.strName == QLatin1String("#comment") || tree.strName.startsWith('?')
+        || isSecretName(tree.strName);
+}
+
 // A secret wherever it stands, since another module may keep it, too; the others where they are
 // options.
 void removeLocalOptions(ElementTree& tree, bool inOption)
 {
     const bool bOption = inOption || tree.strName == QLatin1String(KW::c_szOption);
     const auto isLocal = [&](const auto& attribute) {
-        return isLocalOption(attribute.first) && (bOption || inspect::isSecret(attribute.first));
+        return isSecretName(attribute.first) || (bOption && isLocalOption(attribute.first));
     };
     auto& all = tree.attributes;
     all.erase(std::remove_if(all.begin(), all.end(), isLocal), all.end());
+    auto& children = tree.children;
+    children.erase(std::remove_if(children.begin(), children.end(), hidesAnything), children.end());
     for (ElementTree& child : tree.children) {
         removeLocalOptions(child, bOption);
     }
@@ -214,7 +240,7 @@ std::optional<QByteArray> heldText(const QByteArray& live, const QString& sectio
     }
     root->children
         = childrenOf(*root, [&](const ElementTree& each) { return each.strName == section; });
-    removeLocalOptions(*root, false);
+    removeLocalOptions(*root, true);
     return root->children.isEmpty() ? std::nullopt : faithfulText(*root);
 }
 

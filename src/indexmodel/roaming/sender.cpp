@@ -104,18 +104,19 @@ private:
     void run()
     {
         CStateLock lock(m_desk.strConfigDir);
-        while (!lock.take(0)) {
+        while (lock.take(0) != mend::LockState::Taken) {
             SenderStatus status;
             status.state = SenderState::Busy;
             tell(status);
             if (!waitFor(varied(m_times.nFirstPause))) {
                 return;
             }
+            m_bUnsettled = takeWake() || m_bUnsettled;
         }
         do {
             // A session for as long as a client runs would be thousands on the server.
             work(*m_connect());
-        } while (waitFor(pause()));
+        } while (waitFor(m_pause));
     }
 
     // False at the end.
@@ -124,12 +125,6 @@ private:
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait_for(lock, time, [this] { return m_bEnd || m_bWoken; });
         return !m_bEnd;
-    }
-
-    std::chrono::milliseconds pause() const
-    {
-        const int nFailures = status().nFailures;
-        return varied(nFailures > 0 ? pauseAfter(nFailures, m_times) : m_times.nAsk);
     }
 
     bool isEnding() const
@@ -159,35 +154,33 @@ private:
         SenderStatus made = status();
         made.state = stateOf(sending.result);
         made.error = sending.error;
-        const bool bFailed = sending.result == SendResult::Failed;
-        made.nFailures = bFailed ? made.nFailures + 1 : 0;
-        if (!bFailed) {
+        if (sending.result != SendResult::Failed) {
             made.last = sending;
             askHead(store, made);
         }
-        made.retryAt = made.nFailures > 0
-            ? QDateTime::currentDateTimeUtc().addMSecs(pauseAfter(made.nFailures, m_times))
-            : QDateTime();
+        const bool bFailed = made.state == SenderState::Waiting;
+        made.nFailures = bFailed ? made.nFailures + 1 : 0;
+        m_pause = varied(bFailed ? pauseAfter(made.nFailures, m_times) : m_times.nAsk);
+        made.retryAt
+            = bFailed ? QDateTime::currentDateTimeUtc().addMSecs(m_pause.count()) : QDateTime();
         tell(made);
     }
 
     void askHead(CStore& store, SenderStatus& made) const
     {
         const Answer<QVector<Head>> heads = store.heads();
-        made.nHead = heads.error ? made.nHead : 0;
+        Revision found;
         for (const Head& head : heads.value) {
-            if (head.strDocument == QLatin1String(c_szUserDocument)) {
-                made.nHead = head.revision.nNumber;
-            }
+            found = head.strDocument == QLatin1String(c_szUserDocument) ? head.revision : found;
         }
         const MachineState known = readState(m_desk.strConfigDir);
-        if (!heads.error && made.nHead < known.documents.value(c_szUserDocument).nBase) {
+        made.nHead = heads.error ? made.nHead : found.nNumber;
+        if (!heads.error && isRewound(found, known.documents.value(c_szUserDocument))) {
             made.state = SenderState::Behind;
         }
         if (heads.error) {
             made.state = SenderState::Waiting;
             made.error = heads.error;
-            made.nFailures = 1;
         }
     }
 
@@ -242,6 +235,7 @@ private:
     bool m_bWoken = false;
     bool m_bDone = false; // since the last wake
     bool m_bEnd = false;
+    std::chrono::milliseconds m_pause { 0 }; // of the thread alone, as the next
     bool m_bUnsettled = false; // an aside is still to be stored; of the thread alone
     SenderStatus m_status;
     std::thread m_thread; // the last: it uses the others

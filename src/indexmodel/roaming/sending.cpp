@@ -20,11 +20,13 @@ std::optional<QByteArray> outgoingLive(const Desk& desk)
     return live.state == inspect::FileState::Whole ? outgoingText(live.bytes) : std::nullopt;
 }
 
-// What was stored as an aside already is not sent a second time.
+// What was stored as an aside already is not sent a second time. Where the answer was lost, another
+// text may be the head, though here it is again as it was before.
 bool isNew(const DocumentState& known, const QByteArray& text)
 {
     const QByteArray digest = mend::digestOf(text);
-    return digest != known.digest && digest != known.aside;
+    const bool bLost = !known.sent.isEmpty() && known.sent != digest;
+    return (digest != known.digest || bLost) && digest != known.aside;
 }
 
 SaveWish wishOf(const Desk& desk, const MachineState& state, const QString& document,
@@ -33,6 +35,7 @@ SaveWish wishOf(const Desk& desk, const MachineState& state, const QString& docu
     SaveWish wish;
     wish.strDocument = document;
     wish.nBase = state.documents.value(document).nBase;
+    wish.baseDigest = state.documents.value(document).head;
     wish.text = text;
     wish.machine = desk.machine;
     wish.strArrangement = state.strArrangement;
@@ -55,12 +58,14 @@ QVector<SharedSetting> settingsOf(const Desk& desk, const MachineState& state)
             here.append(settingDocument(setting));
         }
     }
+    QVector<SharedSetting> gone;
     for (auto it = state.documents.begin(); it != state.documents.end(); ++it) {
         if (isSettingDocument(it.key()) && !here.contains(it.key())) {
-            settings.append(settingOf(it.key(), {}).value_or(SharedSetting()));
+            gone.append(settingOf(it.key(), {}).value_or(SharedSetting()));
         }
     }
-    return settings;
+    // Nobody removes several at once, and with them all there is: the store itself is lost.
+    return all->isEmpty() && gone.size() > 1 ? settings : settings + gone;
 }
 
 Wishes settingWishes(const Desk& desk, const MachineState& state, const QString& reason)
@@ -85,6 +90,7 @@ StoreError putOnHeads(Wishes& wishes, CStore& store)
             return head.strDocument == wish.strDocument;
         });
         wish.nBase = it == heads.value.end() ? 0 : it->revision.nNumber;
+        wish.baseDigest.clear();
     }
     return heads.error;
 }
@@ -93,11 +99,41 @@ void note(MachineState& state, const SaveWish& wish, const SaveAnswer& answer)
 {
     DocumentState& document = state.documents[wish.strDocument];
     const QByteArray digest = mend::digestOf(wish.text);
+    document.sent.clear();
     if (answer.outcome == SaveOutcome::Saved) {
-        document = { answer.nRevision, digest, {} };
+        document = { answer.nRevision, digest, {}, digest };
     } else if (answer.outcome == SaveOutcome::Aside) {
         document.aside = digest;
     }
+}
+
+// So that this is known again when the answer never comes. A disk that does not take the note is no
+// reason not to send.
+void noteSending(const Desk& desk, MachineState& state, const Wishes& wishes)
+{
+    for (const SaveWish& wish : wishes) {
+        state.documents[wish.strDocument].sent = mend::digestOf(wish.text);
+    }
+    writeState(desk.strConfigDir, state);
+}
+
+// Of a setting the last writer's value holds, since nobody could choose; the other's is the
+// revision before it.
+StoreError putSettingsOnTop(CStore& store, Wishes& wishes, QVector<SaveAnswer>& answers)
+{
+    for (int i = 0; i < wishes.size(); ++i) {
+        if (answers[i].outcome == SaveOutcome::Aside && isSettingDocument(wishes[i].strDocument)) {
+            wishes[i].nBase = answers[i].nHead;
+            wishes[i].baseDigest.clear();
+            wishes[i].id = saveId(wishes[i]);
+            const auto again = store.save({ wishes[i] });
+            if (again.error) {
+                return again.error;
+            }
+            answers[i] = again.value.first();
+        }
+    }
+    return {};
 }
 
 SendResult resultOf(SaveOutcome outcome)
@@ -134,8 +170,12 @@ Sending sendAll(const Desk& desk, CStore& store, MachineState& state, Wishes& wi
     for (SaveWish& wish : wishes) {
         wish.id = saveId(wish);
     }
-    const auto answer
+    noteSending(desk, state, wishes);
+    auto answer
         = sending.error ? Answer<QVector<SaveAnswer>> { sending.error } : store.save(wishes);
+    if (!answer.error) {
+        answer.error = putSettingsOnTop(store, wishes, answer.value);
+    }
     if (answer.error) {
         return { SendResult::Failed, answer.error };
     }
@@ -222,6 +262,12 @@ bool isUnsent(const Desk& desk, const MachineState& state)
 {
     const std::optional<QByteArray> text = outgoingLive(desk);
     return text && mend::digestOf(*text) != state.documents.value(c_szUserDocument).digest;
+}
+
+bool isRewound(const Revision& head, const DocumentState& known)
+{
+    return head.nNumber < known.nBase
+        || (head.nNumber == known.nBase && !known.head.isEmpty() && head.digest != known.head);
 }
 
 } // namespace roaming

@@ -48,4 +48,8 @@ Sending sendHeld(const Desk& desk, CStore& store, const QString& section, SendBa
 /// is not whole.
 bool isUnsent(const Desk& desk, const MachineState& state);
 
+/// Whether a server with \a head of a document is not the one that \a known comes from, or was set
+/// back.
+bool isRewound(const Revision& head, const DocumentState& known);
+
 } // namespace roaming

@@ -11,4 +11,17 @@ QUuid saveId(const SaveWish& wish)
     return QUuid::createUuidV5(wish.machine.id, text);
 }
 
+Answer<QVector<QByteArray>> CStore::texts(const QVector<RevisionName>& names)
+{
+    Answer<QVector<QByteArray>> all;
+    for (const RevisionName& name : names) {
+        const Answer<QByteArray> one = text(name.strDocument, name.nNumber);
+        if (one.error) {
+            return { one.error };
+        }
+        all.value.append(one.value);
+    }
+    return all;
+}
+
 } // namespace roaming

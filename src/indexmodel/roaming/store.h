@@ -68,12 +68,13 @@ struct SaveWish {
     QString strArrangement = {};
     QString strReason = {};
     bool bAside = false; ///< never becomes the head
+    QByteArray baseDigest = {}; ///< of the base as it was seen; empty: it is not looked at
 };
 
 enum class SaveOutcome {
     Saved, ///< it is the head
     Aside, ///< the head is another one than the base and not of this machine: see SaveAnswer::nHead
-    Behind, ///< the base is not there: another or a rewound server; nothing was written
+    Behind, ///< the base is not there, or another: a rewound server; nothing was written
 };
 
 struct SaveAnswer {
@@ -92,6 +93,12 @@ template <typename T> struct Answer {
 struct Head {
     QString strDocument;
     Revision revision;
+};
+
+/// A revision of a document.
+struct RevisionName {
+    QString strDocument;
+    qint64 nNumber = 0;
 };
 
 /// What was kept of an aside when somebody chose.
@@ -119,6 +126,9 @@ public:
 
     /// The bytes as they were saved.
     virtual Answer<QByteArray> text(const QString& document, qint64 revision) = 0;
+
+    /// Those of several revisions, in their order.
+    virtual Answer<QVector<QByteArray>> texts(const QVector<RevisionName>& names);
 
     /// Those after the number \a after, the newest first, at most \a limit; 0: all.
     virtual Answer<QVector<Revision>> revisions(const QString& document, qint64 after, int limit)

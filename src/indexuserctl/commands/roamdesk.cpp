@@ -185,7 +185,14 @@ roaming::Machine supportMachine(const Request& request)
 
 void requireTouch(const Request& request, roaming::CStateLock& lock)
 {
-    if (!request.isDryRun() && !lock.take(wishOf(request).nWaitMs)) {
+    if (request.isDryRun()) {
+        return;
+    }
+    const mend::LockState state = lock.take(wishOf(request).nWaitMs);
+    if (state == mend::LockState::Refused) {
+        throw writeFailure(request, mend::WriteFailure::NoLock, {});
+    }
+    if (state != mend::LockState::Taken) {
         throw busyFailure();
     }
 }

@@ -18,14 +18,14 @@ create table person (
 create table machine (
     person_id bigint not null references person,
     machine_id uuid not null,
-    name text collate "C" not null,
+    name text collate "C" not null check (octet_length(name) <= 256),
     last_seen timestamptz not null default clock_timestamp(),
     primary key (person_id, machine_id)
 );
 
 create table document (
     person_id bigint not null references person,
-    name text collate "C" not null,
+    name text collate "C" not null check (octet_length(name) <= 1024),
     head bigint not null,
     last bigint not null,
     primary key (person_id, name)
@@ -50,10 +50,10 @@ create table revision (
     sha256 bytea not null check (octet_length(sha256) = 32),
     bytes bigint not null,
     parts bytea[] check (cardinality(parts) <= 256), -- null: thinned out
-    arrangement text collate "C" not null,
+    arrangement text collate "C" not null check (octet_length(arrangement) <= 4096),
     machine_id uuid not null,
     author text collate "C" not null default session_user,
-    reason text collate "C" not null,
+    reason text collate "C" not null check (octet_length(reason) <= 1024),
     written_at timestamptz not null default clock_timestamp(),
     primary key (person_id, name, number),
     unique (person_id, save_id),

@@ -107,11 +107,27 @@ begin
     where m.name <> p_machine or m.last_seen < clock_timestamp() - interval '1 hour';
 end $$;
 
+-- What no client of this library sends.
+create function require_sound(p_parts bytea[], p_sha256 bytea) returns void
+language plpgsql set search_path = roaming, pg_temp as $$
+begin
+    if p_sha256 is null or p_parts is null or cardinality(p_parts) > 256
+            or array_position(p_parts, null::bytea) is not null then
+        raise exception using errcode = 'RM003', message = 'a text has up to 256 parts, each with a hash';
+    end if;
+    -- No session may take back what the server promises of its standby; settings of the server hold.
+    if current_setting('synchronous_commit') in ('off', 'local') and exists (
+            select from pg_settings where name = 'synchronous_commit'
+                and source in ('client', 'session', 'user', 'database user')) then
+        perform set_config('synchronous_commit', 'on', true);
+    end if;
+end $$;
+
 -- The first that applies: the same save again has its earlier answer; a base above the head is
 -- behind; contents are wanted; what others have saved since the base makes it an aside; it is saved.
 create function save(p_document text, p_base bigint, p_aside boolean, p_save_id uuid,
     p_sha256 bytea, p_parts bytea[], p_contents bytea[], p_machine_id uuid, p_machine text,
-    p_arrangement text, p_reason text, p_login text default null,
+    p_arrangement text, p_reason text, p_base_sha256 bytea default null, p_login text default null,
     out o_outcome text, out o_number bigint, out o_head bigint, out o_wants bytea[])
 language plpgsql security definer set search_path = roaming, pg_temp as $$
 declare
@@ -119,16 +135,19 @@ declare
     v_id bigint := v_person.person_id;
     v_aside boolean;
 begin
+    perform require_sound(p_parts, p_sha256);
     o_number := 0;
     o_head := coalesce((select head from document where person_id = v_id and name = p_document), 0);
     select r.number, r.aside into o_number, v_aside
-        from revision r where r.person_id = v_id and r.save_id = p_save_id;
+        from revision r
+        where r.person_id = v_id and r.save_id = p_save_id and r.name = p_document;
     if found then
         o_outcome := case when v_aside then 'aside' else 'saved' end;
         return;
     end if;
     o_number := 0;
-    if p_base > o_head then
+    if p_base > o_head or exists (select from revision r where r.person_id = v_id
+            and r.name = p_document and r.number = p_base and r.sha256 <> p_base_sha256) then
         o_outcome := 'behind';
         return;
     end if;
@@ -256,7 +275,7 @@ begin
     )
     select coalesce(array_agg(p.sha256), '{}'), coalesce(sum(octet_length(p.content)), 0)
         into v_parts, o_bytes
-        from part p where p.person_id = p_person and p.sha256 not in (select h from stays);
+        from part p where p.person_id = p_person and not exists (select from stays where h = p.sha256);
     o_parts := cardinality(v_parts);
     if p_dry_run or o_revisions = 0 then
         return;

@@ -1,0 +1,148 @@
+#include "librarytest.h"
+#include "roamingdesk.h"
+
+#include <roaming/sending.h>
+
+using roaming::Preparation;
+using roaming::PrepareResult;
+using roaming::SendResult;
+
+class tst_roamingsettings : public CLibraryTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void settingsFollow();
+    void settingsOfAFirstStartAreKeptOnTheServer();
+    void aRemovedSettingIsRemovedThere();
+    void settingsThatCannotBeReadAreNotRemoved();
+    void changedSettingsStay();
+    void aStoreThatIsLostHasNotRemovedItsValues();
+
+private:
+    Preparation prepared(const CTestDesk& desk) const;
+    roaming::Sending sent(const CTestDesk& desk) const;
+    /// Two desks in step, with the text "first".
+    void bringInStep() const;
+
+    std::shared_ptr<roaming::CMemoryServer> m_pServer;
+    std::unique_ptr<CTestDesk> m_pLeft;
+    std::unique_ptr<CTestDesk> m_pRight;
+};
+
+void tst_roamingsettings::init()
+{
+    CLibraryTest::init();
+    m_pServer = std::make_shared<roaming::CMemoryServer>();
+    m_pLeft = std::make_unique<CTestDesk>();
+    m_pRight = std::make_unique<CTestDesk>();
+}
+
+Preparation tst_roamingsettings::prepared(const CTestDesk& desk) const
+{
+    return roaming::prepare(desk.desk(), storeOn(m_pServer), 20000);
+}
+
+roaming::Sending tst_roamingsettings::sent(const CTestDesk& desk) const
+{
+    roaming::CMemoryStore store(m_pServer);
+    return roaming::send(desk.desk(), store);
+}
+
+void tst_roamingsettings::bringInStep() const
+{
+    m_pLeft->write(CTestDesk::user("first", "left's"));
+    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::InStep);
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
+}
+
+void tst_roamingsettings::settingsFollow()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    m_pLeft->put({ "UiSettingConfig", "empty", QByteArray() });
+    bringInStep();
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
+    QVERIFY(m_pRight->setting("empty").has_value());
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    const roaming::Sending sending = sent(*m_pRight);
+    QCOMPARE(sending.result, SendResult::Sent);
+    QCOMPARE(sending.nSettings, 1);
+    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("light"));
+}
+
+void tst_roamingsettings::settingsOfAFirstStartAreKeptOnTheServer()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    bringInStep();
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
+    roaming::CMemoryStore store(m_pServer);
+    const auto all = store.revisions("setting/UiSettingConfig/theme", 0, 0).value;
+    QCOMPARE(all.size(), 2);
+    QVERIFY(all.first().bAside);
+    QCOMPARE(store.text("setting/UiSettingConfig/theme", 2).value, QByteArray("=light"));
+}
+
+void tst_roamingsettings::aRemovedSettingIsRemovedThere()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    m_pLeft->put({ "", "userconfig.xml", QByteArray("the mirror") });
+    bringInStep();
+    m_pLeft->put({ "UiSettingConfig", "theme", std::nullopt });
+    QCOMPARE(sent(*m_pLeft).nSettings, 1);
+    QCOMPARE(sent(*m_pLeft).result, SendResult::InStep);
+    QCOMPARE(prepared(*m_pRight).nSettings, 1);
+    QVERIFY(!m_pRight->setting("theme").has_value());
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+}
+
+void tst_roamingsettings::settingsThatCannotBeReadAreNotRemoved()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    bringInStep();
+    m_pLeft->m_bReadable = false;
+    QCOMPARE(sent(*m_pLeft).nSettings, 0);
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    QCOMPARE(sent(*m_pRight).nSettings, 1);
+    QCOMPARE(prepared(*m_pLeft).nSettings, 0);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("dark"));
+    m_pLeft->m_bReadable = true;
+    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("light"));
+}
+
+void tst_roamingsettings::changedSettingsStay()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    bringInStep();
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("light") });
+    sent(*m_pLeft);
+    m_pRight->put({ "UiSettingConfig", "theme", QByteArray("blue") });
+    QCOMPARE(prepared(*m_pRight).nSettings, 0);
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("blue"));
+    QCOMPARE(sent(*m_pRight).result, SendResult::Sent);
+    QCOMPARE(sent(*m_pRight).result, SendResult::InStep);
+    QCOMPARE(prepared(*m_pLeft).nSettings, 1);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("blue"));
+    roaming::CMemoryStore store(m_pServer);
+    const auto all = store.revisions("setting/UiSettingConfig/theme", 0, 0).value;
+    QCOMPARE(store.text("setting/UiSettingConfig/theme", all.last().nNumber + 1).value,
+             QByteArray("=light"));
+}
+
+void tst_roamingsettings::aStoreThatIsLostHasNotRemovedItsValues()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    m_pLeft->put({ "UiSettingConfig", "font", QByteArray("big") });
+    bringInStep();
+    m_pLeft->put({ "UiSettingConfig", "theme", std::nullopt });
+    m_pLeft->put({ "UiSettingConfig", "font", std::nullopt });
+    QVERIFY(m_pLeft->settings().isEmpty());
+    QCOMPARE(sent(*m_pLeft).result, SendResult::InStep);
+    QCOMPARE(prepared(*m_pRight).nSettings, 0);
+}
+
+QTEST_GUILESS_MAIN(tst_roamingsettings)
+#include "tst_roamingsettings.moc"
