@@ -42,7 +42,7 @@ if [ "$roams" ]; then
     answers "$whole" 'roaming;standalone' 'found: indexuser;platform;standalone;inspect;mend;roaming '
     quietly ninja -C "$scratch/consumer"
     PGHOST=/no/server "$scratch/consumer/follower" | grep >/dev/null '^away: '
-    answers "$whole" roaming 'indexuser: its component roaming needs PostgreSQL, which was not found' \
+    answers "$whole" roaming 'indexuser: its component roaming needs PostgreSQL and OpenSSL, which were not found' \
         -DCMAKE_DISABLE_FIND_PACKAGE_PostgreSQL=ON
     answers "$whole" roaming 'indexuser: its component roaming needs mend, which was not found' \
         -DCMAKE_DISABLE_FIND_PACKAGE_LibXml2=ON

@@ -17,8 +17,8 @@ set_tests_properties(roamserver_start PROPERTIES FIXTURES_SETUP postgres)
 add_test(NAME roamserver_stop COMMAND roamserver stop ${POSTGRES_FILE})
 set_tests_properties(roamserver_stop PROPERTIES FIXTURES_CLEANUP postgres)
 
-foreach(name documentparts roamclients roamcontents roamdeadlines roampostgres roamstore roamthinning
-        roamtls)
+foreach(name documentparts roamclients roamcontents roamdeadlines roamgrowth roampostgres
+        roamstore roamthinning roamtls)
     add_unit_test(standalone tst_${name})
     target_link_libraries(tst_${name} PRIVATE testkit_roaming)
     if(TEST tst_${name})

@@ -1,6 +1,6 @@
 #include "roaming/memorystore.h"
 
-#include <mend/history.h>
+#include "roaming/digest_p.h"
 
 #include <algorithm>
 
@@ -52,7 +52,7 @@ SaveAnswer CMemoryServer::save(const SaveWish& wish)
     made.nNumber = found.entries.size() + 1;
     made.nBase = wish.nBase;
     made.bAside = wish.bAside || bOthers;
-    made.digest = mend::digestOf(wish.text);
+    made.digest = digestOf(wish.text);
     made.nBytes = wish.text.size();
     made.machine = wish.machine;
     made.strArrangement = wish.strArrangement;

@@ -1,11 +1,11 @@
 #include "roaming/postgresstore.h"
 
 #include "roaming/administration.h"
+#include "roaming/digest_p.h"
 #include "roaming/documentparts.h"
 #include "roaming/postgresconnection_p.h"
 #include "roaming/storeerror_p.h"
 
-#include <QCryptographicHash>
 #include <QSet>
 
 #include <algorithm>
@@ -28,11 +28,6 @@ constexpr char c_szNewestWith[] = "select * from roaming.newest_with($1, $2, $3)
 
 // So much is sent without asking whether the server has it.
 constexpr int c_nAskAbove = 64 * 1024;
-
-QByteArray sha256(const QByteArray& bytes)
-{
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
-}
 
 // In the order of the view "told".
 Head headAt(const CRows& rows, int row)

@@ -1,5 +1,6 @@
 #include "roaming/prepare.h"
 
+#include "roaming/digest_p.h"
 #include "roaming/fetch_p.h"
 #include "roaming/roamingtext.h"
 #include "roaming/sending.h"
@@ -13,11 +14,6 @@ namespace roaming {
 namespace {
 
 constexpr int c_nLockMs = 1000;
-
-QByteArray digestOf(const std::optional<QByteArray>& text)
-{
-    return text ? mend::digestOf(*text) : QByteArray();
-}
 
 const FetchedDocument* newsOf(const Fetched& fetched, const QString& document)
 {
@@ -185,8 +181,7 @@ private:
         });
         const QByteArray here = it == all.end() ? QByteArray() : settingText(*it);
         const DocumentState known = m_state.documents.value(strDocument);
-        const bool bUnsent
-            = known.nBase == 0 ? !here.isEmpty() : mend::digestOf(here) != known.digest;
+        const bool bUnsent = known.nBase == 0 ? !here.isEmpty() : digestOf(here) != known.digest;
         const Decision decision = decide({ known.nBase, known.nBase == 0, bUnsent, false,
                                            here == news.text, news.head.revision.nNumber, true });
         if (decision == Decision::Take && !m_desk.settings.write(setting)) {

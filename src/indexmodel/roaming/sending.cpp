@@ -1,10 +1,10 @@
 #include "roaming/sending.h"
 
+#include "roaming/digest_p.h"
 #include "roaming/policy.h"
 #include "roaming/roamingtext.h"
 
 #include <inspect/userfile.h>
-#include <mend/history.h>
 
 #include <algorithm>
 
@@ -24,7 +24,7 @@ std::optional<QByteArray> outgoingLive(const Desk& desk)
 // text may be the head, though here it is again as it was before.
 bool isNew(const DocumentState& known, const QByteArray& text)
 {
-    const QByteArray digest = mend::digestOf(text);
+    const QByteArray digest = digestOf(text);
     const bool bLost = !known.sent.isEmpty() && known.sent != digest;
     return (digest != known.digest || bLost) && digest != known.aside;
 }
@@ -98,7 +98,7 @@ StoreError putOnHeads(Wishes& wishes, CStore& store)
 void note(MachineState& state, const SaveWish& wish, const SaveAnswer& answer)
 {
     DocumentState& document = state.documents[wish.strDocument];
-    const QByteArray digest = mend::digestOf(wish.text);
+    const QByteArray digest = digestOf(wish.text);
     document.sent.clear();
     if (answer.outcome == SaveOutcome::Saved) {
         document = { answer.nRevision, digest, {}, digest };
@@ -112,7 +112,7 @@ void note(MachineState& state, const SaveWish& wish, const SaveAnswer& answer)
 void noteSending(const Desk& desk, MachineState& state, const Wishes& wishes)
 {
     for (const SaveWish& wish : wishes) {
-        state.documents[wish.strDocument].sent = mend::digestOf(wish.text);
+        state.documents[wish.strDocument].sent = digestOf(wish.text);
     }
     writeState(desk.strConfigDir, state);
 }
@@ -261,7 +261,7 @@ Sending sendHeld(const Desk& desk, CStore& store, const QString& section, SendBa
 bool isUnsent(const Desk& desk, const MachineState& state)
 {
     const std::optional<QByteArray> text = outgoingLive(desk);
-    return text && mend::digestOf(*text) != state.documents.value(c_szUserDocument).digest;
+    return text && digestOf(*text) != state.documents.value(c_szUserDocument).digest;
 }
 
 bool isRewound(const Revision& head, const DocumentState& known)

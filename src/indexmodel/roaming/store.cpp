@@ -1,13 +1,15 @@
 #include "roaming/store.h"
 
+#include "roaming/digest_p.h"
+
 namespace roaming {
 
 // Whatever is sent again after a crash is the same save, wherever it was cut short.
 QUuid saveId(const SaveWish& wish)
 {
     const QByteArray strBase = QByteArray::number(wish.nBase);
-    const QByteArray text
-        = wish.strDocument.toUtf8() + '\n' + strBase + (wish.bAside ? "a\n" : "\n") + wish.text;
+    const QByteArray text = wish.strDocument.toUtf8() + '\n' + strBase
+        + (wish.bAside ? "a\n" : "\n") + digestOf(wish.text);
     return QUuid::createUuidV5(wish.machine.id, text);
 }
 

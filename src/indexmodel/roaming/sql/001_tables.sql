@@ -56,7 +56,7 @@ create table revision (
     reason text collate "C" not null check (octet_length(reason) <= 1024),
     written_at timestamptz not null default clock_timestamp(),
     primary key (person_id, name, number),
-    unique (person_id, save_id),
+    unique (save_id, person_id), -- not the person first: whoever looks for numbers would take it, too
     foreign key (person_id, name) references document,
     foreign key (person_id, machine_id) references machine
 ) partition by hash (person_id);

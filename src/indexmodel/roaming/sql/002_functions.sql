@@ -65,14 +65,15 @@ begin
 end $$;
 
 -- Keeps contents under their hashes; the hashes whose contents neither came nor are there, and then
--- nothing was kept.
+-- nothing was kept. Here and below a part is a subquery of its own for each hash: of a join the plan
+-- may read all parts that a person has, the more the longer he saves.
 create function keep_contents(p_person person, p_parts bytea[], p_contents bytea[]) returns bytea[]
 language plpgsql set search_path = roaming, pg_temp as $$
 declare
     v_hashes bytea[] := array(select sha256(c) from unnest(p_contents) with ordinality u (c, place)
         order by place);
     v_wants bytea[] := array(select distinct h from unnest(p_parts) h where h <> all (v_hashes)
-        and not exists (select from part where person_id = p_person.person_id and sha256 = h));
+        and (select true from part where person_id = p_person.person_id and sha256 = h) is null);
     v_bytes bigint;
 begin
     if not v_hashes <@ p_parts then
@@ -134,20 +135,23 @@ declare
     v_person person := locked_person(p_login);
     v_id bigint := v_person.person_id;
     v_aside boolean;
+    v_document text;
+    v_last bigint;
 begin
     perform require_sound(p_parts, p_sha256);
     o_number := 0;
-    o_head := coalesce((select head from document where person_id = v_id and name = p_document), 0);
-    select r.number, r.aside into o_number, v_aside
-        from revision r
-        where r.person_id = v_id and r.save_id = p_save_id and r.name = p_document;
-    if found then
+    select d.head, d.last into o_head, v_last
+        from document d where d.person_id = v_id and d.name = p_document;
+    o_head := coalesce(o_head, 0);
+    select r.number, r.aside, r.name into o_number, v_aside, v_document
+        from revision r where r.person_id = v_id and r.save_id = p_save_id;
+    if v_document = p_document then
         o_outcome := case when v_aside then 'aside' else 'saved' end;
         return;
     end if;
     o_number := 0;
-    if p_base > o_head or exists (select from revision r where r.person_id = v_id
-            and r.name = p_document and r.number = p_base and r.sha256 <> p_base_sha256) then
+    if p_base > o_head or p_base_sha256 <> (select r.sha256 from revision r
+            where r.person_id = v_id and r.name = p_document and r.number = p_base) then
         o_outcome := 'behind';
         return;
     end if;
@@ -158,7 +162,7 @@ begin
         return;
     end if;
     perform note_machine(v_id, p_machine_id, p_machine);
-    v_aside := p_aside or exists (select from revision r
+    v_aside := p_aside or v_last > p_base and exists (select from revision r
         where r.person_id = v_id and r.name = p_document and r.number > p_base and not r.aside
             and r.machine_id <> p_machine_id);
     insert into document as d (person_id, name, last, head)
@@ -169,8 +173,10 @@ begin
     insert into revision (person_id, name, number, base, aside, save_id, sha256, bytes, parts,
             arrangement, machine_id, reason)
         select v_id, p_document, o_number, p_base, v_aside, p_save_id, p_sha256,
-            coalesce(sum(octet_length(p.content)), 0), p_parts, p_arrangement, p_machine_id, p_reason
-        from unnest(p_parts) u (h) join part p on p.person_id = v_id and p.sha256 = u.h;
+            coalesce(sum((select octet_length(content) from part
+                where person_id = v_id and sha256 = h)), 0),
+            p_parts, p_arrangement, p_machine_id, p_reason
+        from unnest(p_parts) u (h);
     perform note(v_person, 'save', p_document, p_base, o_number, p_reason);
     o_outcome := case when v_aside then 'aside' else 'saved' end;
 end $$;
@@ -199,10 +205,12 @@ begin
     perform note(v_person, 'resolve', p_document, p_number, null, p_choice);
 end $$;
 
+-- The limit keeps it from being joined, which would read all revisions.
 create function heads(p_login text default null) returns setof told
 language sql stable set search_path = roaming, pg_temp as $$
-    select t.* from document d join told t
-        on t.person_id = d.person_id and t.document = d.name and t.number = d.head
+    select t.* from document d cross join lateral (
+        select * from told where told.person_id = d.person_id and told.document = d.name
+            and told.number = d.head limit 1) t
     where d.person_id = person_of(p_login);
 $$;
 
@@ -228,9 +236,9 @@ create function parts_of(p_document text, p_number bigint, p_login text default 
     out o_sha256 bytea, out o_thinned boolean, out o_part bytea, out o_content bytea)
     returns setof record
 language sql stable set search_path = roaming, pg_temp as $$
-    select r.sha256, r.parts is null, u.h, p.content
+    select r.sha256, r.parts is null, u.h,
+        (select content from part where person_id = r.person_id and sha256 = u.h)
     from revision r left join lateral unnest(r.parts) with ordinality u (h, place) on true
-        left join part p on p.person_id = r.person_id and p.sha256 = u.h
     where r.person_id = person_of(p_login) and r.name = p_document and r.number = p_number
     order by u.place;
 $$;
