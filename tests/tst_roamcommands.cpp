@@ -109,6 +109,11 @@ void tst_roamcommands::aHeldSectionTravelsByNameOnly()
     QVERIFY(!live("b").contains("name=\"n\""));
     must("b", "roam pull --only strategyTrade");
     QVERIFY(live("b").contains("name=\"n\""));
+    const QByteArray changed = live("b").replace("name=\"n\"", "name=\"m\"");
+    writeFile(inspect::livePath(deskDir("b")), changed);
+    must("b", "roam push --only strategyTrade");
+    must("a", "roam pull --only strategyTrade");
+    QVERIFY(live("a").contains("name=\"m\""));
     QCOMPARE(tool("b", "roam pull --only drawGraph").nStatus, 2);
     must("b", "roam push --only interfaceTrade", 1);
 }
@@ -120,7 +125,14 @@ void tst_roamcommands::settingsTravel()
     must("b", "roam pull");
     QCOMPARE(tool("b", "setting get theme").strOut, QString("dark\n"));
     must("b", "setting unset theme");
+    QCOMPARE(answer("b", "roam status")["roaming"].toObject()["unsentSettings"].toInt(), 1);
+    QCOMPARE(tool("b", "roam push --dry-run").strOut, QString("settings that would be sent: 1\n"));
     must("b", "roam push");
+    QCOMPARE(answer("b", "roam status")["status"].toInt(), 0);
+    QCOMPARE(answer("a", "roam status")["roaming"].toObject()["newSettings"].toInt(), 1);
+    QCOMPARE(answer("a", "roam status")["status"].toInt(), 1);
+    QVERIFY(tool("a", "roam pull --dry-run")
+                .strOut.startsWith("settings that are newer on the server: 1\n"));
     must("a", "roam pull");
     QCOMPARE(tool("a", "setting get theme").nStatus, 1);
 }

@@ -20,7 +20,6 @@ namespace roamproof {
 namespace {
 
 const QByteArray c_inStep = "state 1"; // SenderState::InStep
-const QByteArray c_busy = "state 6";
 constexpr int c_nFirst = 1000; // no generation of the sample
 
 const Stored* headOf(const QVector<Stored>& rows)
@@ -189,12 +188,7 @@ private:
     bool m_bMounted;
 };
 
-enum class Level {
-    Locked, ///< there is no room for the lock of the state: the sender says that it is busy
-    OnlyMirror,
-    Saved,
-    Wrong
-};
+enum class Level { OnlyMirror, Saved, Wrong };
 
 bool isStored(const QVector<Stored>& rows, int generation, bool aside)
 {
@@ -215,7 +209,7 @@ Level saveWith(int pages, CPostgresServer& server)
     const QString strConnection = database.trader.strConnection;
     desk.run(strConnection, c_nFirst, 1);
     disk.leave(pages);
-    const QByteArray told = desk.run(strConnection, c_nFirst + 1, 1, 300);
+    desk.run(strConnection, c_nFirst + 1, 1, 300);
     const QByteArray live = desk.live();
     const bool bMirror = generationOf(desk.mirror()) == c_nFirst + 1;
     const bool bAside = isStored(storedIn(database.owner), c_nFirst + 1, true);
@@ -229,9 +223,6 @@ Level saveWith(int pages, CPostgresServer& server)
     }
     if (generationOf(live) == c_nFirst + 1) {
         return bAside ? Level::Wrong : Level::Saved;
-    }
-    if (told.contains(c_busy)) {
-        return bAside ? Level::Wrong : Level::Locked;
     }
     return bMirror && bAside ? Level::OnlyMirror : Level::Wrong;
 }
@@ -256,10 +247,8 @@ Outcome fullDisk(const Measure& measure)
         ++levels[saveWith(nPages, server)];
     }
     return { strWhat, QStringLiteral("%1 levels of pages left").arg(measure.nCount),
-             QStringLiteral("%1 without room for a lock, and nothing is sent; %2 only the mirror: "
-                            "aside on the server, not taken back by the next start; %3 saved, %4 "
-                            "otherwise")
-                 .arg(levels[Level::Locked])
+             QStringLiteral("%1 only the mirror: aside on the server, not taken back by the next "
+                            "start; %2 saved, %3 otherwise")
                  .arg(levels[Level::OnlyMirror])
                  .arg(levels[Level::Saved])
                  .arg(levels[Level::Wrong]),

@@ -104,7 +104,8 @@ private:
     void run()
     {
         CStateLock lock(m_desk.strConfigDir);
-        while (lock.take(0) != mend::LockState::Taken) {
+        // A disk that takes no lock gives none to others, and is full when an aside matters most.
+        while (lock.take(0) == mend::LockState::Busy) {
             SenderStatus status;
             status.state = SenderState::Busy;
             tell(status);

@@ -264,6 +264,19 @@ bool isUnsent(const Desk& desk, const MachineState& state)
     return text && digestOf(*text) != state.documents.value(c_szUserDocument).digest;
 }
 
+int unsentSettings(const Desk& desk, const MachineState& state)
+{
+    return settingWishes(desk, state, {}).size();
+}
+
+int newSettings(const QVector<Head>& heads, const MachineState& state)
+{
+    return static_cast<int>(std::count_if(heads.begin(), heads.end(), [&](const Head& head) {
+        return isSettingDocument(head.strDocument)
+            && head.revision.nNumber > state.documents.value(head.strDocument).nBase;
+    }));
+}
+
 bool isRewound(const Revision& head, const DocumentState& known)
 {
     return head.nNumber < known.nBase

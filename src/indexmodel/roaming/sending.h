@@ -48,6 +48,12 @@ Sending sendHeld(const Desk& desk, CStore& store, const QString& section, SendBa
 /// is not whole.
 bool isUnsent(const Desk& desk, const MachineState& state);
 
+/// How many shared settings are not as the server has them, as far as \a state knows.
+int unsentSettings(const Desk& desk, const MachineState& state);
+
+/// How many of the \a heads are settings that this machine has not had yet.
+int newSettings(const QVector<Head>& heads, const MachineState& state);
+
 /// Whether a server with \a head of a document is not the one that \a known comes from, or was set
 /// back.
 bool isRewound(const Revision& head, const DocumentState& known);

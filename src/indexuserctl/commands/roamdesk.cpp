@@ -94,19 +94,26 @@ Table fetchedTable(const QString& result, const roaming::Preparation& preparatio
              TableShape::One };
 }
 
-void printPreparation(const roaming::Preparation& preparation)
+void printSettings(const Request& request, const roaming::Preparation& preparation)
+{
+    if (preparation.nSettings > 0) {
+        printLine(QLatin1String(request.isDryRun() ? "settings that are newer on the server: "
+                                                   : "settings taken: ")
+                  + QString::number(preparation.nSettings));
+    }
+}
+
+void printPreparation(const Request& request, const roaming::Preparation& preparation)
 {
     record({ fetchedTable(nameOf(preparation.result), preparation) });
-    if (preparation.nSettings > 0) {
-        printLine(QStringLiteral("settings taken: %1").arg(preparation.nSettings));
-    }
+    printSettings(request, preparation);
     if (preparation.result == PrepareResult::Taken) {
         printTaken(preparation);
     } else if (preparation.result == PrepareResult::Conflict) {
         printLine("both have changed: the file here stays as it is, and so does "
                   + toText(preparation.server) + " on the server");
     } else {
-        printLine("nothing on the server is newer than what is here");
+        printLine("the file on the server is not newer than the one here");
     }
 }
 
@@ -119,6 +126,7 @@ ExitStatus previewPull(const Request& request)
     const qint64 nBase = state.documents.value(roaming::c_szUserDocument).nBase;
     roaming::Preparation preparation;
     preparation.server = headOf(*pStore);
+    preparation.nSettings = roaming::newSettings(required(pStore->heads()), state);
     const auto since = required(pStore->revisions(roaming::c_szUserDocument, nBase, 0));
     const bool bOthers = std::any_of(since.begin(), since.end(), [&](const auto& each) {
         return !each.bAside && each.machine.id != desk.machine.id;
@@ -134,11 +142,12 @@ ExitStatus previewPull(const Request& request)
     if (decision == roaming::Decision::Take) {
         record({ fetchedTable("taken", preparation) });
         printLine("would take " + toText(preparation.server));
+        printSettings(request, preparation);
         return ExitStatus::Ok;
     }
     const bool bConflict = decision == roaming::Decision::Conflict;
     preparation.result = bConflict ? PrepareResult::Conflict : PrepareResult::InStep;
-    printPreparation(preparation);
+    printPreparation(request, preparation);
     return bConflict ? ExitStatus::Negative : ExitStatus::Ok;
 }
 
@@ -148,18 +157,26 @@ QString nameOf(SendResult result)
     return result == SendResult::Conflict ? "aside" : bStep ? "in step" : "sent";
 }
 
-void printSending(const roaming::Sending& sending)
+// Of a held section there is nothing to choose: the newest is what others take by name.
+QString asideText(const Request& request, const roaming::Sending& sending)
+{
+    const QString strHow = request.strSection.isEmpty()
+        ? QStringLiteral("'roam resolve %1' chooses").arg(sending.nRevision)
+        : QStringLiteral("'--force' puts this one on top of it");
+    return QStringLiteral("stored as revision %1, an aside: revision %2 is another machine's; ")
+               .arg(sending.nRevision)
+               .arg(sending.nHead)
+        + strHow;
+}
+
+void printSending(const Request& request, const roaming::Sending& sending)
 {
     if (sending.result == SendResult::InStep) {
         printLine("the server has all of it");
     } else if (sending.result == SendResult::Conflict && sending.nRevision == 0) {
         printLine("the server has it as an aside that nobody has chosen of: see 'roam asides'");
     } else if (sending.result == SendResult::Conflict) {
-        printDone(
-            QStringLiteral("stored as revision %1, an aside: revision %2 is another machine's; "
-                           "'roam resolve %1' chooses")
-                .arg(sending.nRevision)
-                .arg(sending.nHead));
+        printDone(asideText(request, sending));
     } else if (sending.nRevision > 0) {
         printDone(QStringLiteral("sent as revision %1").arg(sending.nRevision));
     }
@@ -240,7 +257,7 @@ ExitStatus pullHere(const Request& request, roaming::Taking taking)
     if (preparation.result == PrepareResult::Taken) {
         guard.giveBack();
     }
-    printPreparation(preparation);
+    printPreparation(request, preparation);
     requireNoted(request, preparation.bNoted);
     if (preparation.nSettingsRefused > 0) {
         throw CFailure(ExitStatus::InputOutput,
@@ -263,7 +280,7 @@ ExitStatus tellSending(const Request& request, const roaming::Sending& sending)
                { "result", "revision", "head", "settings" },
                { { nameOf(sending.result), sending.nRevision, sending.nHead, sending.nSettings } },
                TableShape::One } });
-    printSending(sending);
+    printSending(request, sending);
     requireNoted(request, sending.result != SendResult::NotNoted);
     if (sending.result == SendResult::NotWhole) {
         requireWhole(request);

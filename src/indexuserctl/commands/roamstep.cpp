@@ -10,6 +10,7 @@
 #include <roaming/roamingtext.h>
 
 #include <inspect/closest.h>
+#include <mend/history.h>
 
 #include <algorithm>
 
@@ -44,24 +45,29 @@ QString fileState(const roaming::Desk& desk, const MachineState& state)
 struct Status {
     QString strFile;
     qint64 nBase = 0;
+    int nUnsentSettings = 0;
+    int nNewSettings = 0;
     Revision head = {};
     int nAsides = 0;
     roaming::StoreError error = {};
 
     bool isInStep() const
     {
-        return strFile == QLatin1String("sent") && head.nNumber == nBase && nAsides == 0;
+        return strFile == QLatin1String("sent") && head.nNumber == nBase && nAsides == 0
+            && nUnsentSettings + nNewSettings == 0;
     }
 };
 
 Status statusOf(const Request& request, const roaming::Desk& desk)
 {
     const MachineState state = roaming::readState(request.strConfigDir);
-    Status status { fileState(desk, state),
-                    state.documents.value(roaming::c_szUserDocument).nBase };
+    Status status { fileState(desk, state), state.documents.value(roaming::c_szUserDocument).nBase,
+                    roaming::unsentSettings(desk, state) };
     const auto pStore = openStore(request);
+    const auto heads = pStore->heads();
     const auto revisions = pStore->revisions(roaming::c_szUserDocument, 0, 0);
-    status.error = revisions.error;
+    status.error = heads.error ? heads.error : revisions.error;
+    status.nNewSettings = roaming::newSettings(heads.value, state);
     for (const Revision& each : revisions.value) {
         status.nAsides += each.bAside && !each.bResolved ? 1 : 0;
         const bool bHead = !each.bAside && each.nNumber > status.head.nNumber;
@@ -75,12 +81,14 @@ Table statusTable(const roaming::Desk& desk, const Status& status)
     const bool bKnown = !status.error;
     return { "roaming",
              "This machine and the server",
-             { "machine", "file", "base", "head", "author", "headMachine", "asides", "server" },
+             { "machine", "file", "base", "head", "author", "headMachine", "asides",
+               "unsentSettings", "newSettings", "server" },
              { { desk.machine.strName, status.strFile, status.nBase,
                  bKnown ? QJsonValue(status.head.nNumber) : QJsonValue(),
                  bKnown ? QJsonValue(status.head.strAuthor) : QJsonValue(),
                  bKnown ? QJsonValue(status.head.machine.strName) : QJsonValue(),
-                 bKnown ? QJsonValue(status.nAsides) : QJsonValue(),
+                 bKnown ? QJsonValue(status.nAsides) : QJsonValue(), status.nUnsentSettings,
+                 bKnown ? QJsonValue(status.nNewSettings) : QJsonValue(),
                  bKnown ? QStringLiteral("ok") : storeCauseText(status.error) } },
              TableShape::One };
 }
@@ -101,13 +109,18 @@ void requireSection(const Request& request)
     }
 }
 
-ExitStatus previewPush(const Request& request, bool unsent)
+ExitStatus previewPush(const Request& request, bool unsent, int settings)
 {
     liveFile(request);
     if (isOnly(request)) {
         printLine(QStringLiteral("would be sent: the section '%1'").arg(request.strSection));
-    } else {
+        return ExitStatus::Ok;
+    }
+    if (unsent || settings == 0) {
         printLine(unsent ? "would be sent: what the file holds" : "the server has all of it");
+    }
+    if (settings > 0) {
+        printLine(QStringLiteral("settings that would be sent: %1").arg(settings));
     }
     return ExitStatus::Ok;
 }
@@ -119,8 +132,23 @@ roaming::Sending sendHere(const Request& request, const roaming::Desk& desk, roa
                            : roaming::send(desk, store, base);
 }
 
+// What is sent next is then on top of it.
+void notePulled(const Request& request, const Revision& head, const QByteArray& live)
+{
+    const QByteArray text = roaming::heldText(live, request.strSection).value_or(QByteArray());
+    MachineState state = roaming::readState(request.strConfigDir);
+    state.documents[roaming::heldDocument(request.strSection)]
+        = { head.nNumber, mend::digestOf(text), {}, head.digest };
+    requireNoted(request, roaming::writeState(request.strConfigDir, state));
+}
+
 ExitStatus pullOnly(const Request& request)
 {
+    if (!request.isDryRun()) {
+        requireOwner(request);
+    }
+    roaming::CStateLock lock(request.strConfigDir);
+    requireTouch(request, lock);
     const auto pStore = openStore(request);
     const QString strDocument = roaming::heldDocument(request.strSection);
     const Revision head = headOf(*pStore, strDocument);
@@ -136,8 +164,13 @@ ExitStatus pullOnly(const Request& request)
                        QStringLiteral("%1 of the section '%2' is no user's file")
                            .arg(toText(head), request.strSection));
     }
-    return bringBack(request, { *text },
-                     QStringLiteral("the section '%1', %2").arg(request.strSection, toText(head)));
+    const ExitStatus status
+        = bringBack(request, { *text },
+                    QStringLiteral("the section '%1', %2").arg(request.strSection, toText(head)));
+    if (status == ExitStatus::Ok && !request.isDryRun()) {
+        notePulled(request, head, *text);
+    }
+    return status;
 }
 
 } // namespace
@@ -158,9 +191,10 @@ ExitStatus roamPush(const Request& request)
         requireSection(request);
     }
     const roaming::Desk desk = deskOf(request);
-    const bool bUnsent = roaming::isUnsent(desk, roaming::readState(request.strConfigDir));
+    const MachineState state = roaming::readState(request.strConfigDir);
+    const bool bUnsent = roaming::isUnsent(desk, state);
     if (request.isDryRun()) {
-        return previewPush(request, bUnsent);
+        return previewPush(request, bUnsent, roaming::unsentSettings(desk, state));
     }
     requireOwner(request);
     roaming::CStateLock lock(request.strConfigDir);
