@@ -1,8 +1,6 @@
-#include "librarytest.h"
-#include "roamingdesk.h"
+#include "twodesks.h"
 
 #include <mend/history.h>
-#include <roaming/sending.h>
 
 #include <atomic>
 #include <csignal>
@@ -16,11 +14,11 @@ using roaming::PrepareResult;
 using roaming::SendResult;
 using roaming::StoreCause;
 
-class tst_roamingprepare : public CLibraryTest {
+class tst_roamingprepare : public CTwoDesksTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() { initDesks(); }
     void withoutAnythingNothingHappens();
     void aFirstStartTakesTheServersAndKeepsTheLocalOne();
     void anUnchangedFileFollowsTheServer();
@@ -47,43 +45,8 @@ private Q_SLOTS:
     void aStateThatADiskDoesNotTakeStaysAsItWas();
 
 private:
-    Preparation prepared(const CTestDesk& desk) const;
-    roaming::Sending sent(const CTestDesk& desk) const;
-    /// Two desks in step, with the text "first".
-    void bringInStep() const;
     int revisions() const;
-
-    std::shared_ptr<roaming::CMemoryServer> m_pServer;
-    std::unique_ptr<CTestDesk> m_pLeft;
-    std::unique_ptr<CTestDesk> m_pRight;
 };
-
-void tst_roamingprepare::init()
-{
-    CLibraryTest::init();
-    m_pServer = std::make_shared<roaming::CMemoryServer>();
-    m_pLeft = std::make_unique<CTestDesk>();
-    m_pRight = std::make_unique<CTestDesk>();
-}
-
-Preparation tst_roamingprepare::prepared(const CTestDesk& desk) const
-{
-    return roaming::prepare(desk.desk(), storeOn(m_pServer), 20000);
-}
-
-roaming::Sending tst_roamingprepare::sent(const CTestDesk& desk) const
-{
-    roaming::CMemoryStore store(m_pServer);
-    return roaming::send(desk.desk(), store);
-}
-
-void tst_roamingprepare::bringInStep() const
-{
-    m_pLeft->write(CTestDesk::user("first", "left's"));
-    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::InStep);
-    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
-    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
-}
 
 int tst_roamingprepare::revisions() const
 {

@@ -1,61 +1,21 @@
-#include "librarytest.h"
-#include "roamingdesk.h"
-
-#include <roaming/sending.h>
+#include "twodesks.h"
 
 using roaming::Preparation;
 using roaming::PrepareResult;
 using roaming::SendResult;
 
-class tst_roamingsettings : public CLibraryTest {
+class tst_roamingsettings : public CTwoDesksTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() { initDesks(); }
     void settingsFollow();
     void settingsOfAFirstStartAreKeptOnTheServer();
     void aRemovedSettingIsRemovedThere();
     void settingsThatCannotBeReadAreNotRemoved();
     void changedSettingsStay();
     void aStoreThatIsLostHasNotRemovedItsValues();
-
-private:
-    Preparation prepared(const CTestDesk& desk) const;
-    roaming::Sending sent(const CTestDesk& desk) const;
-    /// Two desks in step, with the text "first".
-    void bringInStep() const;
-
-    std::shared_ptr<roaming::CMemoryServer> m_pServer;
-    std::unique_ptr<CTestDesk> m_pLeft;
-    std::unique_ptr<CTestDesk> m_pRight;
 };
-
-void tst_roamingsettings::init()
-{
-    CLibraryTest::init();
-    m_pServer = std::make_shared<roaming::CMemoryServer>();
-    m_pLeft = std::make_unique<CTestDesk>();
-    m_pRight = std::make_unique<CTestDesk>();
-}
-
-Preparation tst_roamingsettings::prepared(const CTestDesk& desk) const
-{
-    return roaming::prepare(desk.desk(), storeOn(m_pServer), 20000);
-}
-
-roaming::Sending tst_roamingsettings::sent(const CTestDesk& desk) const
-{
-    roaming::CMemoryStore store(m_pServer);
-    return roaming::send(desk.desk(), store);
-}
-
-void tst_roamingsettings::bringInStep() const
-{
-    m_pLeft->write(CTestDesk::user("first", "left's"));
-    QCOMPARE(prepared(*m_pLeft).result, PrepareResult::InStep);
-    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
-    QCOMPARE(prepared(*m_pRight).result, PrepareResult::Taken);
-}
 
 void tst_roamingsettings::settingsFollow()
 {
