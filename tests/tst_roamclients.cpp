@@ -140,7 +140,7 @@ void tst_roamclients::twoTransactionsOverTheSameDocumentsDoNotWaitForEachOther()
     const auto saveBoth = [&](const QString& first, const QString& second, const Machine& machine) {
         CPostgresStore store(options);
         for (int i = 0; i < 50; ++i) {
-            const QByteArray text = QByteArray::number(i);
+            const QByteArray text = machine.strName.toUtf8() + QByteArray::number(i);
             const auto answer
                 = store.save({ wishOf(first, text, 0, machine), wishOf(second, text, 0, machine) });
             nErrors += answer.error ? 1 : 0;

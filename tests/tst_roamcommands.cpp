@@ -14,6 +14,8 @@ private Q_SLOTS:
     void statusTellsWhatThereIsToDo();
     void whatIsThereAlreadyIsNotSentAgain();
     void aHeldSectionTravelsByNameOnly();
+    void twoMayHaveChangedAHeldSection();
+    void aRestoreBringsTheLayoutsOfTheLastScreens();
     void settingsTravel();
     void noPasswordReachesTheServer();
     void onlyWhoeverAdministratesThins();
@@ -116,6 +118,39 @@ void tst_roamcommands::aHeldSectionTravelsByNameOnly()
     QVERIFY(live("a").contains("name=\"m\""));
     QCOMPARE(tool("b", "roam pull --only drawGraph").nStatus, 2);
     must("b", "roam push --only interfaceTrade", 1);
+}
+
+// Who was overtaken is told each time, and it hinders nothing else.
+void tst_roamcommands::twoMayHaveChangedAHeldSection()
+{
+    const auto write = [this](const QString& desk, const char* pszName) {
+        const QByteArray strategy
+            = QByteArray("<strategyTrade><s name=\"") + pszName + "\"/></strategyTrade>";
+        writeFile(inspect::livePath(deskDir(desk)),
+                  live("a").replace("</ICUserConfigFile>", strategy + "</ICUserConfigFile>"));
+    };
+    write("b", "n");
+    must("b", "roam push --only strategyTrade");
+    write("a", "m");
+    must("a", "roam push --only strategyTrade", 1);
+    must("a", "roam push --only strategyTrade", 1);
+    must("a", "roam push");
+    QCOMPARE(answer("a", "roam status")["status"].toInt(), 0);
+    must("a", "roam push --only strategyTrade --force");
+    must("a", "roam push --only strategyTrade");
+}
+
+void tst_roamcommands::aRestoreBringsTheLayoutsOfTheLastScreens()
+{
+    const QString strScreens = " --screens 1920x1080+0+0";
+    must("a", "roam push" + strScreens);
+    const QByteArray before = sent("a");
+    writeFile(inspect::livePath(deskDir("a")),
+              live("a").replace("width=\"1280\"", "width=\"1111\""));
+    must("a", "roam push" + strScreens);
+    QVERIFY(sent("a") != before);
+    must("a", "roam restore 1");
+    QCOMPARE(sent("a"), before);
 }
 
 void tst_roamcommands::settingsTravel()
@@ -256,6 +291,10 @@ void tst_roamcommands::whatIsNoRevisionIsRefused()
 void tst_roamcommands::aServerThatDoesNotKnowThisMachineIsNotWrittenTo()
 {
     must("a", "roam push");
+    asked("update roaming.revision set sha256 = sha256('another')");
+    QCOMPARE(tool("a", "roam status").nStatus, 1);
+    QCOMPARE(tool("a", "roam push").nStatus, 1);
+    QCOMPARE(revisions().size(), 1);
     m_strDatabase = CPostgresServer::shared().makeDatabase();
     const auto isRefused = [this](const char* pszWords) {
         const Outcome outcome = tool("a", pszWords);

@@ -31,6 +31,7 @@ private Q_SLOTS:
     void tellingItWaitsForNobody();
     void aFileThatIsOnItsWayIsWaitedFor();
     void aSaveThatFailedIsAnAsideAndTakesNothingBack();
+    void aSaveThatCameLateIsTheHead();
     void aMissingFileIsNoDeletion();
     void anotherMachinesSaveIsAConflict();
     void aRewoundServerIsTold();
@@ -210,6 +211,23 @@ void tst_roamingsender::aSaveThatFailedIsAnAsideAndTakesNothingBack()
              roaming::PrepareResult::InStep);
     QCOMPARE(m_pDesk->read(), old);
     QCOMPARE(headText(), roaming::outgoingText(old).value_or("none"));
+}
+
+void tst_roamingsender::aSaveThatCameLateIsTheHead()
+{
+    m_pDesk->write(CTestDesk::user("old"));
+    start();
+    QVERIFY(m_pSender->flush(c_nPatience));
+    const QByteArray bytes = CTestDesk::user("late");
+    storeMirror(bytes);
+    QTRY_COMPARE_WITH_TIMEOUT(m_pSender->status().state, SenderState::Conflict, c_nPatience);
+    m_pDesk->write(bytes);
+    m_pSender->wake();
+    QVERIFY(m_pSender->flush(c_nPatience));
+    QCOMPARE(headText(), roaming::outgoingText(bytes).value_or("none"));
+    const auto all = revisions();
+    QCOMPARE(all.size(), 3);
+    QVERIFY(all[1].bAside && all[1].bResolved);
 }
 
 void tst_roamingsender::aMissingFileIsNoDeletion()

@@ -15,6 +15,8 @@ private Q_SLOTS:
     void settingsThatCannotBeReadAreNotRemoved();
     void changedSettingsStay();
     void aStoreThatIsLostHasNotRemovedItsValues();
+    void aLostAnswerTakesNothingBack();
+    void secretsStay();
 };
 
 void tst_roamingsettings::settingsFollow()
@@ -99,9 +101,36 @@ void tst_roamingsettings::aStoreThatIsLostHasNotRemovedItsValues()
     bringInStep();
     m_pLeft->put({ "UiSettingConfig", "theme", std::nullopt });
     m_pLeft->put({ "UiSettingConfig", "font", std::nullopt });
-    QVERIFY(m_pLeft->settings().isEmpty());
-    QCOMPARE(sent(*m_pLeft).result, SendResult::InStep);
-    QCOMPARE(prepared(*m_pRight).nSettings, 0);
+    // The first save of a client stores something again.
+    m_pLeft->put({ "UiSettingConfig", "zoom", QByteArray("2") });
+    QCOMPARE(sent(*m_pLeft).nSettings, 1);
+    QCOMPARE(prepared(*m_pRight).nSettings, 1);
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
+    QCOMPARE(prepared(*m_pLeft).nSettings, 2);
+    QCOMPARE(m_pLeft->setting("theme").value_or("none"), QByteArray("dark"));
+}
+
+void tst_roamingsettings::aLostAnswerTakesNothingBack()
+{
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("blue") });
+    bringInStep();
+    for (const char* pszTheme : { "dark", "light" }) {
+        m_pLeft->put({ "UiSettingConfig", "theme", QByteArray(pszTheme) });
+        m_pServer->failBehind({ roaming::StoreCause::Late, "for the test" });
+        QCOMPARE(sent(*m_pLeft).result, SendResult::Failed);
+    }
+    m_pLeft->put({ "UiSettingConfig", "theme", QByteArray("dark") });
+    QCOMPARE(sent(*m_pLeft).result, SendResult::Sent);
+    QCOMPARE(prepared(*m_pLeft).nSettings, 0);
+    QCOMPARE(prepared(*m_pRight).nSettings, 1);
+    QCOMPARE(m_pRight->setting("theme").value_or("none"), QByteArray("dark"));
+}
+
+void tst_roamingsettings::secretsStay()
+{
+    m_pLeft->put({ "UiSettingConfig", "OAPASSWORD", QByteArray("secret") });
+    bringInStep();
+    QVERIFY(!m_pRight->setting("OAPASSWORD"));
 }
 
 QTEST_GUILESS_MAIN(tst_roamingsettings)

@@ -7,6 +7,8 @@
 
 #include <QCryptographicHash>
 
+#include <algorithm>
+
 using namespace roaming;
 using namespace roamwishes;
 
@@ -31,6 +33,8 @@ private Q_SLOTS:
     void onAnOldBaseATextIsKeptAside();
     void whatThisMachineSavedItselfIsNoConflict();
     void asidesOfOthersAreNoConflict();
+    void whatWasTheHeadSinceIsSavedAlready();
+    void aLaterStateOfAMachineClosesItsAsides();
     void whatIsAskedForAsAnAsideIsNeverTheHead();
     void severalDocumentsAreSavedTogether();
     void anAsideAloneIsNoHead();
@@ -92,6 +96,37 @@ void tst_roamstore::theFirstSaveIsTheHead()
     QCOMPARE(heads.value[0].revision.nNumber, 2);
     QCOMPARE(textOf(1), QByteArray("<a/>"));
     QCOMPARE(textOf(2), QByteArray("<b/>"));
+}
+
+void tst_roamstore::whatWasTheHeadSinceIsSavedAlready()
+{
+    saved({ wish("<a/>", 0) });
+    saved({ wish("<b/>", 1) });
+    saved({ wish("<c/>", 2) });
+    QCOMPARE(saved({ wish("<b/>", 1, c_deskB) }), QString("saved 2, head 3"));
+    QCOMPARE(saved({ wish("<c/>", 1, c_deskB) }), QString("saved 3, head 3"));
+    QCOMPARE(saved({ wish("<a/>", 1, c_deskB) }), QString("aside 4, head 3"));
+    QCOMPARE(m_pStore->revisions("user", 0, 0).value.size(), 4);
+}
+
+void tst_roamstore::aLaterStateOfAMachineClosesItsAsides()
+{
+    const auto open = [this] {
+        const auto all = m_pStore->revisions("user", 0, 0).value;
+        return std::count_if(all.begin(), all.end(),
+                             [](const Revision& each) { return each.bAside && !each.bResolved; });
+    };
+    saved({ wish("<a/>", 0) });
+    for (const char* pszText : { "<b/>", "<c/>", "<d/>" }) {
+        saved({ wish(pszText, 0, c_deskB) });
+    }
+    QCOMPARE(open(), 3);
+    QCOMPARE(told(m_pStore->resolve("user", 3, Choice::Theirs)), QString());
+    QCOMPARE(open(), 1);
+    QCOMPARE(saved({ wish("<e/>", 1) }), QString("saved 5, head 5"));
+    QCOMPARE(open(), 1);
+    QCOMPARE(saved({ wish("<f/>", 5, c_deskB) }), QString("saved 6, head 6"));
+    QCOMPARE(open(), 0);
 }
 
 void tst_roamstore::theSameSaveAgainHasTheSameAnswer()
@@ -220,15 +255,17 @@ void tst_roamstore::revisionsComeTheNewestFirst()
 
 void tst_roamstore::theNewestOfAnArrangement()
 {
-    const auto savedWith = [this](const QString& arrangement, qint64 base, const Machine& machine) {
-        SaveWish made = wish(arrangement.toUtf8(), base, machine);
+    const auto savedWith = [this](const QString& arrangement, qint64 base) {
+        SaveWish made = wish(arrangement.toUtf8(), base);
         made.strArrangement = arrangement;
         return saved({ made });
     };
-    QCOMPARE(savedWith("one", 0, c_deskA), QString("saved 1, head 1"));
-    QCOMPARE(savedWith("one", 1, c_deskA), QString("saved 2, head 2"));
-    QCOMPARE(savedWith("two", 2, c_deskA), QString("saved 3, head 3"));
-    QCOMPARE(savedWith("one", 0, c_deskB), QString("aside 4, head 3"));
+    QCOMPARE(savedWith("one", 0), QString("saved 1, head 1"));
+    QCOMPARE(savedWith("one", 1), QString("saved 2, head 2"));
+    QCOMPARE(savedWith("two", 2), QString("saved 3, head 3"));
+    SaveWish beside = wish("beside", 0, c_deskB);
+    beside.strArrangement = "one";
+    QCOMPARE(saved({ beside }), QString("aside 4, head 3"));
 
     QCOMPARE(m_pStore->newestWith("user", "one").value.nNumber, 2);
     QCOMPARE(m_pStore->newestWith("user", "two").value.nNumber, 3);

@@ -1,5 +1,6 @@
 #include "roaming/arrangement.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace roaming {
@@ -41,6 +42,23 @@ CArrangement::CArrangement(const QVector<ArrangedScreen>& screens)
 CArrangement::CArrangement(const QVector<inspect::Screen>& screens)
     : CArrangement(unscaled(screens))
 {
+}
+
+CArrangement CArrangement::named(const QString& name)
+{
+    static const QRegularExpression s_form("^(\\d+)x(\\d+)@(-?\\d+),(-?\\d+)\\*([0-9.e+-]+)$");
+    QVector<ArrangedScreen> screens;
+    const QStringList names = name.split(';');
+    for (const QString& each : names) {
+        const QRegularExpressionMatch match = s_form.match(each);
+        const auto number = [&](int group) { return match.captured(group).toInt(); };
+        screens.append(
+            { { number(3), number(4), number(1), number(2) }, match.captured(5).toDouble() });
+        if (!match.hasMatch()) {
+            return {};
+        }
+    }
+    return CArrangement(screens);
 }
 
 } // namespace roaming

@@ -23,6 +23,9 @@ public:
     /// Of screens that somebody has typed, without scales.
     explicit CArrangement(const QVector<inspect::Screen>& screens);
 
+    /// The one of a name; unknown for what is none.
+    static CArrangement named(const QString& name);
+
     const QString& name() const { return m_strName; }
     bool isKnown() const { return !m_strName.isEmpty(); }
 

@@ -32,13 +32,20 @@ StoreError fetchPast(CStore& store, const Desk& desk, const DocumentState& known
 {
     const auto revisions
         = store.revisions(news.head.strDocument, std::max<qint64>(known.nBase - 1, 0), 0);
+    // The newest first, and of two asides of one text the newest counts.
+    bool bAside = false;
     for (const Revision& each : revisions.value) {
         const bool bBase = each.nNumber == known.nBase;
         news.bRewound
             = news.bRewound || (bBase && !known.head.isEmpty() && each.digest != known.head);
         news.bOthers
             = news.bOthers || (!bBase && !each.bAside && each.machine.id != desk.machine.id);
-        news.bChosen = news.bChosen || (each.bResolved && each.digest == known.aside);
+        const bool bOurs = each.bAside && each.digest == known.aside;
+        news.bChosen = news.bChosen || (bOurs && !bAside && each.bResolved);
+        bAside = bAside || bOurs;
+        if (each.nNumber > known.nBase && !each.bAside) {
+            news.since.append(each.digest);
+        }
     }
     return revisions.error;
 }

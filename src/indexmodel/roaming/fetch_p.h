@@ -12,6 +12,7 @@ struct FetchedDocument {
     bool bOthers = false; ///< another machine has written after the base
     bool bRewound = false; ///< the base is another text there
     bool bChosen = false; ///< of the aside that this machine stored last somebody has chosen
+    QByteArrayList since = {}; ///< digests of what has been the head after the base
 };
 
 /// What the server has.

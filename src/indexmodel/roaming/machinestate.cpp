@@ -2,6 +2,7 @@
 
 #include <inspect/userfile.h>
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
@@ -21,17 +22,26 @@ QString pathOf(const QString& configDir)
 DocumentState documentOf(const QJsonObject& json)
 {
     const auto digest = [&](const char* pszKey) { return json[pszKey].toString().toLatin1(); };
-    return { static_cast<qint64>(json["base"].toDouble()), digest("digest"), digest("aside"),
-             digest("head"), digest("sent") };
+    DocumentState state { static_cast<qint64>(json["base"].toDouble()), digest("digest"),
+                          digest("aside"), digest("head") };
+    const QJsonArray sent = json["sent"].toArray();
+    for (const QJsonValue& each : sent) {
+        state.sent.append(each.toString().toLatin1());
+    }
+    return state;
 }
 
 QJsonObject toJson(const DocumentState& state)
 {
+    QJsonArray sent;
+    for (const QByteArray& digest : state.sent) {
+        sent.append(QString::fromLatin1(digest));
+    }
     return { { "base", static_cast<double>(state.nBase) },
              { "digest", QString::fromLatin1(state.digest) },
              { "aside", QString::fromLatin1(state.aside) },
              { "head", QString::fromLatin1(state.head) },
-             { "sent", QString::fromLatin1(state.sent) } };
+             { "sent", sent } };
 }
 
 } // namespace

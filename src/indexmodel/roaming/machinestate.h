@@ -2,7 +2,7 @@
 
 #include <mend/userlock.h>
 
-#include <QByteArray>
+#include <QByteArrayList>
 #include <QLockFile>
 #include <QMap>
 #include <QString>
@@ -19,7 +19,7 @@ struct DocumentState {
     QByteArray digest; ///< of the text that is the same here and there
     QByteArray aside = {}; ///< of the text that was stored as an aside last; empty for none
     QByteArray head = {}; ///< of the revision nBase as the server has it
-    QByteArray sent = {}; ///< of a text that was sent and not answered yet; empty for none
+    QByteArrayList sent = {}; ///< of texts that were sent and not answered, the newest last
 };
 
 enum class StateError {

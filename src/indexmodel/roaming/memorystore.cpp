@@ -6,6 +6,23 @@
 
 namespace roaming {
 
+namespace {
+
+Revision revisionOf(const SaveWish& wish)
+{
+    Revision made;
+    made.nBase = wish.nBase;
+    made.digest = digestOf(wish.text);
+    made.nBytes = wish.text.size();
+    made.machine = wish.machine;
+    made.strArrangement = wish.strArrangement;
+    made.strReason = wish.strReason;
+    made.written = QDateTime::currentDateTimeUtc();
+    return made;
+}
+
+} // namespace
+
 void CMemoryServer::fail(const StoreError& error)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -29,6 +46,28 @@ CMemoryServer::Document& CMemoryServer::document(const QString& name)
     return m_documents.last();
 }
 
+// The newest, if there is one.
+const CMemoryServer::Entry* CMemoryServer::headSince(const Document& document, qint64 base,
+                                                     const QByteArray& digest)
+{
+    const auto it
+        = std::find_if(document.entries.rbegin(), document.entries.rend(), [&](const Entry& entry) {
+              const Revision& each = entry.revision;
+              return each.nNumber > base && !each.bAside && each.digest == digest;
+          });
+    return it == document.entries.rend() ? nullptr : &*it;
+}
+
+// The asides of a machine before a later state of it are no choice any more.
+void CMemoryServer::resolveUpTo(Document& document, qint64 number, const Machine& machine)
+{
+    for (Entry& entry : document.entries) {
+        Revision& each = entry.revision;
+        each.bResolved = each.bResolved
+            || (each.bAside && each.nNumber <= number && each.machine.id == machine.id);
+    }
+}
+
 SaveAnswer CMemoryServer::save(const SaveWish& wish)
 {
     Document& found = document(wish.strDocument);
@@ -48,18 +87,18 @@ SaveAnswer CMemoryServer::save(const SaveWish& wish)
               return entry.revision.nNumber > wish.nBase && !entry.revision.bAside
                   && entry.revision.machine.id != wish.machine.id;
           });
-    Revision made;
+    const Entry* const pSince = headSince(found, wish.nBase, digestOf(wish.text));
+    if (bOthers && !wish.bAside && pSince != nullptr) {
+        return { SaveOutcome::Saved, pSince->revision.nNumber, found.nHead };
+    }
+    Revision made = revisionOf(wish);
     made.nNumber = found.entries.size() + 1;
-    made.nBase = wish.nBase;
     made.bAside = wish.bAside || bOthers;
-    made.digest = digestOf(wish.text);
-    made.nBytes = wish.text.size();
-    made.machine = wish.machine;
-    made.strArrangement = wish.strArrangement;
-    made.strReason = wish.strReason;
-    made.written = QDateTime::currentDateTimeUtc();
     found.entries.append({ made, wish.id, wish.text });
     found.nHead = made.bAside ? found.nHead : made.nNumber;
+    if (!made.bAside) {
+        resolveUpTo(found, made.nNumber, wish.machine);
+    }
     return { made.bAside ? SaveOutcome::Aside : SaveOutcome::Saved, made.nNumber, found.nHead };
 }
 
@@ -134,13 +173,16 @@ StoreError CMemoryStore::resolve(const QString& document, qint64 aside, Choice)
 {
     const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
     auto& entries = m_pServer->document(document).entries;
-    for (auto& entry : entries) {
-        if (entry.revision.nNumber == aside && entry.revision.bAside) {
-            entry.revision.bResolved = !m_pServer->m_error;
-            return m_pServer->m_error;
+    for (const auto& entry : qAsConst(entries)) {
+        if (entry.revision.nNumber == aside && entry.revision.bAside && !m_pServer->m_error) {
+            CMemoryServer::resolveUpTo(m_pServer->document(document), aside,
+                                       entry.revision.machine);
+            return {};
         }
     }
-    return { StoreCause::Gone, QStringLiteral("revision %1 is no aside").arg(aside) };
+    return m_pServer->m_error
+        ? m_pServer->m_error
+        : StoreError { StoreCause::Gone, QStringLiteral("revision %1 is no aside").arg(aside) };
 }
 
 } // namespace roaming

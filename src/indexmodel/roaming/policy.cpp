@@ -59,6 +59,17 @@ QStringList localOptions()
     return names;
 }
 
+QStringList secretOptions()
+{
+    QStringList names;
+    for (const KW::OptionRow& row : KW::optionTable()) {
+        if (row.meaning == KW::OptionMeaning::Secret) {
+            names.append(row.strAttribute);
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 Rule ruleOf(const QString& section)
@@ -84,6 +95,12 @@ QStringList sectionsWith(Rule rule)
     return names;
 }
 
+bool isSecretName(const QString& name)
+{
+    static const QStringList s_secrets = secretOptions();
+    return s_secrets.contains(name, Qt::CaseInsensitive);
+}
+
 bool isLocalOption(const QString& attribute)
 {
     static const QStringList s_names = localOptions();
@@ -92,7 +109,7 @@ bool isLocalOption(const QString& attribute)
 
 bool isLocalSetting(const QString& section, const QString& key)
 {
-    return inspect::isSecret(key)
+    return isSecretName(key)
         || std::any_of(std::begin(c_localSettings), std::end(c_localSettings),
                        [&](const SettingRow& row) {
                            return section == QLatin1String(row.pszSection)

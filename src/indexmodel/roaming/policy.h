@@ -19,6 +19,10 @@ Rule ruleOf(const QString& section);
 /// The sections with \a rule, in the order of a file.
 QStringList sectionsWith(Rule rule);
 
+/// Whether something has the name of a secret, however it is written: somebody may have done it by
+/// hand.
+bool isSecretName(const QString& name);
+
 /// Whether an option, by its attribute, stays on its machine: secrets, what belongs to the site,
 /// and the state of this machine's data.
 bool isLocalOption(const QString& attribute);

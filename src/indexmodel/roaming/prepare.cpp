@@ -59,7 +59,7 @@ class CPreparation {
 public:
     CPreparation(const Desk& desk, const mend::WriteWish& wish, Taking taking)
         : m_desk(desk)
-        , m_state(readState(desk.strConfigDir))
+        , m_state(knownState(desk))
         , m_transaction(desk.strConfigDir, wish)
         , m_taking(taking)
     {
@@ -82,7 +82,9 @@ public:
         }
         m_preparation.server = headOf(fetched, c_szUserDocument);
         takeDocument(fetched);
-        takeSettings(fetched);
+        if (m_preparation.result != PrepareResult::Behind) {
+            takeSettings(fetched);
+        }
         m_state.error = StateError::None;
         m_preparation.bNoted = writeState(m_desk.strConfigDir, m_state);
         return m_preparation;
@@ -119,12 +121,14 @@ private:
         Sides sides;
         sides.nBase = known.nBase;
         sides.bFirst = known.nBase == 0;
-        sides.bUnsent = digestOf(outgoing) != known.digest;
+        // What others have gone on from needs no sending.
+        sides.bUnsent = digestOf(outgoing) != known.digest
+            && !(news.bOthers && news.since.contains(digestOf(outgoing)));
         sides.bMissing = live.state == inspect::FileState::Missing;
         sides.bSame = arrived && outgoing && outgoingText(*arrived) == outgoing;
         sides.nHead = news.head.revision.nNumber;
         sides.bOthers = news.bOthers;
-        sides.bOwn = news.head.revision.digest == known.sent;
+        sides.bOwn = known.sent.contains(news.head.revision.digest);
         sides.bRewound = news.bRewound;
         sides.bChosen = news.bChosen && digestOf(outgoing) == known.aside;
         const Decision decision = m_taking == Taking::Always ? Decision::Take : decide(sides);

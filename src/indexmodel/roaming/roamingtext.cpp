@@ -20,17 +20,6 @@ using KW::ElementTree;
 using Trees = QVector<ElementTree>;
 using Attributes = QVector<QPair<QString, QString>>;
 
-QStringList secretOptions()
-{
-    QStringList names;
-    for (const KW::OptionRow& row : KW::optionTable()) {
-        if (row.meaning == KW::OptionMeaning::Secret) {
-            names.append(row.strAttribute);
-        }
-    }
-    return names;
-}
-
 std::optional<ElementTree> treeOf(const QByteArray& text)
 {
     const inspect::UserFile file = inspect::userFileOf({ inspect::FileState::Whole, text, {} });
@@ -56,13 +45,6 @@ void sortSections(Trees& sections)
     std::stable_sort(sections.begin(), sections.end(), [&](const auto& left, const auto& right) {
         return place(left) < place(right);
     });
-}
-
-// However it is written: somebody may have done it by hand.
-bool isSecretName(const QString& name)
-{
-    static const QStringList s_secrets = secretOptions();
-    return s_secrets.contains(name, Qt::CaseInsensitive);
 }
 
 // Comments, in which anything may stand, no save keeps.

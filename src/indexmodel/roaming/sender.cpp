@@ -148,9 +148,12 @@ private:
         }
         Sending sending
             = bSettled ? Sending() : sendAside(m_desk, store, *m_desk.settings.mirror());
-        m_bUnsettled = sending.result == SendResult::Failed;
+        const bool bAside = sending.result == SendResult::Conflict;
+        m_bUnsettled = !bSettled;
         if (sending.result != SendResult::Failed) {
             sending = send(m_desk, store);
+            const bool bBeside = bAside && sending.result == SendResult::InStep;
+            sending.result = bBeside ? SendResult::Conflict : sending.result;
         }
         SenderStatus made = status();
         made.state = stateOf(sending.result);

@@ -20,13 +20,19 @@ std::optional<QByteArray> outgoingLive(const Desk& desk)
     return live.state == inspect::FileState::Whole ? outgoingText(live.bytes) : std::nullopt;
 }
 
-// What was stored as an aside already is not sent a second time. Where the answer was lost, another
-// text may be the head, though here it is again as it was before.
+constexpr int c_nMostSent = 32;
+
+// Where an answer was lost, another text may be the head, though here it is again as it was before.
 bool isNew(const DocumentState& known, const QByteArray& text)
 {
     const QByteArray digest = digestOf(text);
-    const bool bLost = !known.sent.isEmpty() && known.sent != digest;
-    return (digest != known.digest || bLost) && digest != known.aside;
+    return digest != known.digest || known.sent.count(digest) != known.sent.size();
+}
+
+// What lies beside the head already is not sent a second time.
+bool isAside(const DocumentState& known, const QByteArray& text)
+{
+    return digestOf(text) == known.aside;
 }
 
 SaveWish wishOf(const Desk& desk, const MachineState& state, const QString& document,
@@ -41,6 +47,21 @@ SaveWish wishOf(const Desk& desk, const MachineState& state, const QString& docu
     wish.strArrangement = state.strArrangement;
     wish.strReason = reason;
     return wish;
+}
+
+// Nobody removes several at once, and with them all there are: the store itself is lost.
+void forgetLostSettings(const QVector<SharedSetting>& here, MachineState& state)
+{
+    QStringList known = state.documents.keys();
+    known.erase(std::remove_if(known.begin(), known.end(),
+                               [](const QString& each) { return !isSettingDocument(each); }),
+                known.end());
+    const bool bAny = std::any_of(here.begin(), here.end(), [&](const SharedSetting& each) {
+        return known.contains(settingDocument(each));
+    });
+    for (int i = 0; !bAny && known.size() > 1 && i < known.size(); ++i) {
+        state.documents.remove(known[i]);
+    }
 }
 
 // Those that are here, and those that were and are not any more.
@@ -58,14 +79,12 @@ QVector<SharedSetting> settingsOf(const Desk& desk, const MachineState& state)
             here.append(settingDocument(setting));
         }
     }
-    QVector<SharedSetting> gone;
     for (auto it = state.documents.begin(); it != state.documents.end(); ++it) {
         if (isSettingDocument(it.key()) && !here.contains(it.key())) {
-            gone.append(settingOf(it.key(), {}).value_or(SharedSetting()));
+            settings.append(settingOf(it.key(), {}).value_or(SharedSetting()));
         }
     }
-    // Nobody removes several at once, and with them all there is: the store itself is lost.
-    return all->isEmpty() && gone.size() > 1 ? settings : settings + gone;
+    return settings;
 }
 
 Wishes settingWishes(const Desk& desk, const MachineState& state, const QString& reason)
@@ -97,6 +116,9 @@ StoreError putOnHeads(Wishes& wishes, CStore& store)
 
 void note(MachineState& state, const SaveWish& wish, const SaveAnswer& answer)
 {
+    if (wish.bAside) {
+        return;
+    }
     DocumentState& document = state.documents[wish.strDocument];
     const QByteArray digest = digestOf(wish.text);
     document.sent.clear();
@@ -112,28 +134,51 @@ void note(MachineState& state, const SaveWish& wish, const SaveAnswer& answer)
 void noteSending(const Desk& desk, MachineState& state, const Wishes& wishes)
 {
     for (const SaveWish& wish : wishes) {
-        state.documents[wish.strDocument].sent = digestOf(wish.text);
+        QByteArrayList& sent = state.documents[wish.strDocument].sent;
+        const QByteArray digest = digestOf(wish.text);
+        if (!wish.bAside && !sent.contains(digest)) {
+            sent = sent.mid(std::max(0, sent.size() + 1 - c_nMostSent)) << digest;
+        }
     }
     writeState(desk.strConfigDir, state);
 }
 
+StoreError saveOn(CStore& store, SaveWish& wish, qint64 base, SaveAnswer& answer)
+{
+    wish.nBase = base;
+    wish.baseDigest.clear();
+    wish.id = saveId(wish);
+    const auto again = store.save({ wish });
+    answer = again.error ? answer : again.value.first();
+    return again.error;
+}
+
+// By another text of this machine, which was sent when no answer to the first had come.
+Answer<bool> isOvertaken(CStore& store, const SaveWish& wish, const SaveAnswer& answer)
+{
+    if (answer.outcome != SaveOutcome::Saved || answer.nRevision >= answer.nHead) {
+        return {};
+    }
+    const auto later = store.revisions(wish.strDocument, answer.nRevision, 0);
+    return { later.error,
+             std::any_of(later.value.begin(), later.value.end(), [&](const auto& each) {
+                 return !each.bAside && each.machine.id == wish.machine.id;
+             }) };
+}
+
 // Of a setting the last writer's value holds, since nobody could choose; the other's is the
 // revision before it.
-StoreError putSettingsOnTop(CStore& store, Wishes& wishes, QVector<SaveAnswer>& answers)
+StoreError putOnTop(CStore& store, SaveWish& wish, SaveAnswer& answer)
 {
-    for (int i = 0; i < wishes.size(); ++i) {
-        if (answers[i].outcome == SaveOutcome::Aside && isSettingDocument(wishes[i].strDocument)) {
-            wishes[i].nBase = answers[i].nHead;
-            wishes[i].baseDigest.clear();
-            wishes[i].id = saveId(wishes[i]);
-            const auto again = store.save({ wishes[i] });
-            if (again.error) {
-                return again.error;
-            }
-            answers[i] = again.value.first();
-        }
+    Answer<bool> overtaken = isOvertaken(store, wish, answer);
+    while (!overtaken.error && overtaken.value) {
+        overtaken.error = saveOn(store, wish, answer.nRevision, answer);
+        overtaken = overtaken.error ? overtaken : isOvertaken(store, wish, answer);
     }
-    return {};
+    const bool bBeside
+        = answer.outcome == SaveOutcome::Aside && isSettingDocument(wish.strDocument);
+    return overtaken.error || !bBeside ? overtaken.error
+                                       : saveOn(store, wish, answer.nHead, answer);
 }
 
 SendResult resultOf(SaveOutcome outcome)
@@ -173,8 +218,8 @@ Sending sendAll(const Desk& desk, CStore& store, MachineState& state, Wishes& wi
     noteSending(desk, state, wishes);
     auto answer
         = sending.error ? Answer<QVector<SaveAnswer>> { sending.error } : store.save(wishes);
-    if (!answer.error) {
-        answer.error = putSettingsOnTop(store, wishes, answer.value);
+    for (int i = 0; !answer.error && i < wishes.size(); ++i) {
+        answer.error = putOnTop(store, wishes[i], answer.value[i]);
     }
     if (answer.error) {
         return { SendResult::Failed, answer.error };
@@ -192,23 +237,30 @@ Sending sendAll(const Desk& desk, CStore& store, MachineState& state, Wishes& wi
 
 MachineState stateOf(const Desk& desk)
 {
-    MachineState state = readState(desk.strConfigDir);
+    MachineState state = knownState(desk);
     if (desk.arrangement.isKnown()) {
         state.strArrangement = desk.arrangement.name();
     }
     return state;
 }
 
-// Asides that nobody has resolved are a conflict still.
+// An aside that nobody has resolved is a conflict still.
 SendResult resultWithout(const MachineState& state, bool whole)
 {
-    const bool bConflict
-        = std::any_of(state.documents.begin(), state.documents.end(),
-                      [](const DocumentState& each) { return !each.aside.isEmpty(); });
+    const bool bConflict = !state.documents.value(c_szUserDocument).aside.isEmpty();
     return !whole ? SendResult::NotWhole : bConflict ? SendResult::Conflict : SendResult::InStep;
 }
 
 } // namespace
+
+MachineState knownState(const Desk& desk)
+{
+    MachineState state = readState(desk.strConfigDir);
+    if (const auto here = desk.settings.all ? desk.settings.all() : std::nullopt) {
+        forgetLostSettings(*here, state);
+    }
+    return state;
+}
 
 Sending send(const Desk& desk, CStore& store, SendBase base, const QString& reason)
 {
@@ -216,7 +268,8 @@ Sending send(const Desk& desk, CStore& store, SendBase base, const QString& reas
     Wishes wishes = settingWishes(desk, state, reason);
     const std::optional<QByteArray> text = outgoingLive(desk);
     const bool bOverServer = base == SendBase::Server;
-    if (text && (bOverServer || isNew(state.documents.value(c_szUserDocument), *text))) {
+    const DocumentState known = state.documents.value(c_szUserDocument);
+    if (text && (bOverServer || (isNew(known, *text) && !isAside(known, *text)))) {
         wishes.prepend(wishOf(desk, state, c_szUserDocument, *text, reason));
     }
     if (wishes.isEmpty()) {
@@ -233,7 +286,7 @@ Sending sendAside(const Desk& desk, CStore& store, const QByteArray& live)
 {
     MachineState state = stateOf(desk);
     const std::optional<QByteArray> text = outgoingText(live);
-    if (!text || !isNew(state.documents.value(c_szUserDocument), *text)) {
+    if (!text || digestOf(text) == state.documents.value(c_szUserDocument).digest) {
         return { text ? SendResult::InStep : SendResult::NotWhole };
     }
     Wishes wishes { wishOf(desk, state, c_szUserDocument, *text,
@@ -251,7 +304,11 @@ Sending sendHeld(const Desk& desk, CStore& store, const QString& section, SendBa
     }
     MachineState state = stateOf(desk);
     const QString strDocument = heldDocument(section);
-    if (base == SendBase::Known && !isNew(state.documents.value(strDocument), *text)) {
+    const DocumentState known = state.documents.value(strDocument);
+    if (base == SendBase::Known && isAside(known, *text)) {
+        return { SendResult::Conflict };
+    }
+    if (base == SendBase::Known && !isNew(known, *text)) {
         return {};
     }
     Wishes wishes { wishOf(desk, state, strDocument, *text, QStringLiteral("asked for by name")) };

@@ -44,6 +44,10 @@ Sending sendAside(const Desk& desk, CStore& store, const QByteArray& live);
 /// Sends one section that is held otherwise, as a document of its own.
 Sending sendHeld(const Desk& desk, CStore& store, const QString& section, SendBase base);
 
+/// What \a desk knows of the server, without the settings of a settings store that is lost: those
+/// are not removed by anybody, and fetched again.
+MachineState knownState(const Desk& desk);
+
 /// Whether the live file is not what the server has, as far as \a state knows; false for one that
 /// is not whole.
 bool isUnsent(const Desk& desk, const MachineState& state);

@@ -40,6 +40,14 @@ public:
         }
     }
 
+    /// Throws CFailure for a server that is not the one that this machine knows.
+    void requireSame(CStore& store) const
+    {
+        if (isOwn(m_request)) {
+            requireKnown(m_request, headOf(store));
+        }
+    }
+
     bool isSent() const { return !m_digest.isEmpty() && known().digest == m_digest; }
     bool isIn(const Revision& aside) const { return m_digest == aside.digest; }
 
@@ -154,6 +162,7 @@ ExitStatus roamRestore(const Request& request)
     bool bInStep = false;
     {
         const CHere here(request);
+        here.requireSame(*pStore);
         bInStep = here.isSent();
         tellMade(putOnTop(request, *pStore, text, of, QStringLiteral("restore %1").arg(of.nNumber)),
                  of);
@@ -175,6 +184,7 @@ ExitStatus roamResolve(const Request& request)
     {
         const CHere here(request);
         bInStep = here.isSent();
+        here.requireSame(*pStore);
         bChosen = here.isIn(aside);
         choose(request, *pStore, aside);
     }

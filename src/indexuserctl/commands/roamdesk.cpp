@@ -18,10 +18,12 @@ using roaming::SendResult;
 // Later than a save may take, so that the server's own words come first.
 constexpr int c_nDeadlineMs = 15000;
 
+// Without screens it is the one that the client was last at.
 roaming::CArrangement arrangementOf(const Request& request)
 {
     if (request.strScreens.isEmpty()) {
-        return {};
+        return roaming::CArrangement::named(
+            roaming::readState(request.strConfigDir).strArrangement);
     }
     const inspect::ScreenList list = inspect::screensFromText(request.strScreens);
     if (!list.strError.isEmpty()) {
@@ -34,7 +36,7 @@ CFailure behindFailure()
 {
     return { ExitStatus::Negative,
              QStringLiteral("the server does not know what this machine has had from it: it is "
-                            "another one, or was set back; nothing is changed") };
+                            "another one, or was set back; the file is neither sent nor changed") };
 }
 
 CFailure busyFailure()
@@ -174,7 +176,9 @@ void printSending(const Request& request, const roaming::Sending& sending)
     if (sending.result == SendResult::InStep) {
         printLine("the server has all of it");
     } else if (sending.result == SendResult::Conflict && sending.nRevision == 0) {
-        printLine("the server has it as an aside that nobody has chosen of: see 'roam asides'");
+        printLine(request.strSection.isEmpty()
+                      ? "the server has it as an aside that nobody has chosen of: see 'roam asides'"
+                      : "the server has it as an aside; '--force' puts it on top");
     } else if (sending.result == SendResult::Conflict) {
         printDone(asideText(request, sending));
     } else if (sending.nRevision > 0) {
@@ -232,7 +236,7 @@ void requireNoted(const Request& request, bool noted)
 void requireKnown(const Request& request, const roaming::Revision& head)
 {
     const auto documents = roaming::readState(request.strConfigDir).documents;
-    if (head.nNumber < documents.value(roaming::c_szUserDocument).nBase) {
+    if (roaming::isRewound(head, documents.value(roaming::c_szUserDocument))) {
         throw behindFailure();
     }
 }

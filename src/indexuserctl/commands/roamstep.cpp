@@ -60,7 +60,7 @@ struct Status {
 
 Status statusOf(const Request& request, const roaming::Desk& desk)
 {
-    const MachineState state = roaming::readState(request.strConfigDir);
+    const MachineState state = roaming::knownState(desk);
     Status status { fileState(desk, state), state.documents.value(roaming::c_szUserDocument).nBase,
                     roaming::unsentSettings(desk, state) };
     const auto pStore = openStore(request);
@@ -191,7 +191,7 @@ ExitStatus roamPush(const Request& request)
         requireSection(request);
     }
     const roaming::Desk desk = deskOf(request);
-    const MachineState state = roaming::readState(request.strConfigDir);
+    const MachineState state = roaming::knownState(desk);
     const bool bUnsent = roaming::isUnsent(desk, state);
     if (request.isDryRun()) {
         return previewPush(request, bUnsent, roaming::unsentSettings(desk, state));

@@ -60,6 +60,8 @@ create table revision (
     foreign key (person_id, name) references document,
     foreign key (person_id, machine_id) references machine
 ) partition by hash (person_id);
+-- What somebody may choose of.
+create index on revision (person_id, name) where aside and resolved is null;
 -- Hashes do not become smaller.
 alter table revision alter column parts set storage external;
 

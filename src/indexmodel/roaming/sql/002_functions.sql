@@ -124,8 +124,18 @@ begin
     end if;
 end $$;
 
+-- The asides of a machine before a later state of it are no choice any more.
+create function resolve_up_to(p_person bigint, p_document text, p_number bigint, p_machine_id uuid,
+    p_choice text) returns void
+language sql set search_path = roaming, pg_temp as $$
+    update revision set resolved = p_choice
+        where person_id = p_person and name = p_document and aside and resolved is null
+            and number <= p_number and machine_id = p_machine_id;
+$$;
+
 -- The first that applies: the same save again has its earlier answer; a base above the head is
--- behind; contents are wanted; what others have saved since the base makes it an aside; it is saved.
+-- behind; what others have saved since the base makes it an aside, unless it was the head since, too;
+-- contents are wanted; it is saved.
 create function save(p_document text, p_base bigint, p_aside boolean, p_save_id uuid,
     p_sha256 bytea, p_parts bytea[], p_contents bytea[], p_machine_id uuid, p_machine text,
     p_arrangement text, p_reason text, p_base_sha256 bytea default null, p_login text default null,
@@ -155,6 +165,18 @@ begin
         o_outcome := 'behind';
         return;
     end if;
+    v_aside := p_aside or v_last > p_base and exists (select from revision r
+        where r.person_id = v_id and r.name = p_document and r.number > p_base and not r.aside
+            and r.machine_id <> p_machine_id);
+    if v_aside and not p_aside then
+        o_number := (select max(r.number) from revision r where r.person_id = v_id
+            and r.name = p_document and r.number > p_base and not r.aside and r.sha256 = p_sha256);
+        if o_number is not null then
+            o_outcome := 'saved';
+            return;
+        end if;
+        o_number := 0;
+    end if;
     o_wants := keep_contents(v_person, p_parts, p_contents);
     if o_wants is not null then
         o_outcome := 'wants';
@@ -162,9 +184,6 @@ begin
         return;
     end if;
     perform note_machine(v_id, p_machine_id, p_machine);
-    v_aside := p_aside or v_last > p_base and exists (select from revision r
-        where r.person_id = v_id and r.name = p_document and r.number > p_base and not r.aside
-            and r.machine_id <> p_machine_id);
     insert into document as d (person_id, name, last, head)
         values (v_id, p_document, 1, case when v_aside then 0 else 1 end)
         on conflict (person_id, name) do update
@@ -177,6 +196,9 @@ begin
                 where person_id = v_id and sha256 = h)), 0),
             p_parts, p_arrangement, p_machine_id, p_reason
         from unnest(p_parts) u (h);
+    if not v_aside then
+        perform resolve_up_to(v_id, p_document, o_number, p_machine_id, 'mine');
+    end if;
     perform note(v_person, 'save', p_document, p_base, o_number, p_reason);
     o_outcome := case when v_aside then 'aside' else 'saved' end;
 end $$;
@@ -195,10 +217,13 @@ create function resolve(p_document text, p_number bigint, p_choice text, p_login
 language plpgsql security definer set search_path = roaming, pg_temp as $$
 declare
     v_person person := locked_person(p_login);
+    v_machine uuid;
 begin
     update revision set resolved = p_choice
-        where person_id = v_person.person_id and name = p_document and number = p_number and aside;
-    if not found then
+        where person_id = v_person.person_id and name = p_document and number = p_number and aside
+        returning machine_id into v_machine;
+    perform resolve_up_to(v_person.person_id, p_document, p_number, v_machine, p_choice);
+    if v_machine is null then
         raise exception using errcode = 'RM002',
             message = format('revision %s of %s is no aside', p_number, p_document);
     end if;
