@@ -14,13 +14,13 @@ namespace {
 
 using Wishes = QVector<SaveWish>;
 
+constexpr int c_nMostSent = 32;
+
 std::optional<QByteArray> outgoingLive(const Desk& desk)
 {
     const inspect::FileBytes live = inspect::readSavedBytes(inspect::livePath(desk.strConfigDir));
     return live.state == inspect::FileState::Whole ? outgoingText(live.bytes) : std::nullopt;
 }
-
-constexpr int c_nMostSent = 32;
 
 // Where an answer was lost, another text may be the head, though here it is again as it was before.
 bool isNew(const DocumentState& known, const QByteArray& text)
@@ -121,11 +121,11 @@ void note(MachineState& state, const SaveWish& wish, const SaveAnswer& answer)
     }
     DocumentState& document = state.documents[wish.strDocument];
     const QByteArray digest = digestOf(wish.text);
-    document.sent.clear();
     if (answer.outcome == SaveOutcome::Saved) {
         document = { answer.nRevision, digest, {}, digest };
     } else if (answer.outcome == SaveOutcome::Aside) {
         document.aside = digest;
+        document.sent.clear();
     }
 }
 
