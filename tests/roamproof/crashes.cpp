@@ -1,5 +1,7 @@
 #include "scenarios.h"
 
+#include "desk.h"
+
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRandomGenerator>
@@ -12,12 +14,6 @@ namespace {
 
 constexpr int c_nClients = 8;
 constexpr int c_nDocuments = 4;
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 class CCrashes {
 public:

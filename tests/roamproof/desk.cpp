@@ -10,15 +10,11 @@
 
 namespace roamproof {
 
-namespace {
-
 QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
-
-} // namespace
 
 CClientDesk::CClientDesk(const QString& directory)
     : m_strDir(directory.isEmpty() ? m_own.path() : directory)

@@ -9,6 +9,9 @@
 
 namespace roamproof {
 
+/// All of a file; empty where it cannot be read.
+QByteArray contentOf(const QString& path);
+
 /// The directory of a trader on one machine, and the client that runs on it.
 class CClientDesk {
 public:
