@@ -35,6 +35,14 @@ const Story c_stories[] = {
       "right writes 4, right pushes, left keeps, left pulls, left forgets, right writes 5, "
       "right pushes, left pushes, left pulls",
       "5", "5", 0 },
+    { "taken back when nobody had heard of it",
+      "left writes 7, left misses, right writes 9, right pushes, left writes first, left pushes, "
+      "left pulls",
+      "9", "9", 0 },
+    { "taken back when another had gone on from it",
+      "left writes 7, left loses, right pulls, right writes 9, right pushes, left writes first, "
+      "left pushes",
+      "first", "9", 1 },
     { "both have come to the same", "left writes 7, left pushes, right writes 7, right pushes", "7",
       "7", 0 },
     { "chosen long ago",

@@ -34,7 +34,7 @@ private Q_SLOTS:
     void whatThisMachineSavedItselfIsNoConflict();
     void asidesOfOthersAreNoConflict();
     void whatWasTheHeadSinceIsSavedAlready();
-    void aLaterStateOfAMachineClosesItsAsides();
+    void whatIsChosenOrTheHeadIsNoChoiceAnyMore();
     void whatIsAskedForAsAnAsideIsNeverTheHead();
     void severalDocumentsAreSavedTogether();
     void anAsideAloneIsNoHead();
@@ -105,11 +105,15 @@ void tst_roamstore::whatWasTheHeadSinceIsSavedAlready()
     saved({ wish("<c/>", 2) });
     QCOMPARE(saved({ wish("<b/>", 1, c_deskB) }), QString("saved 2, head 3"));
     QCOMPARE(saved({ wish("<c/>", 1, c_deskB) }), QString("saved 3, head 3"));
-    QCOMPARE(saved({ wish("<a/>", 1, c_deskB) }), QString("aside 4, head 3"));
-    QCOMPARE(m_pStore->revisions("user", 0, 0).value.size(), 4);
+    QCOMPARE(saved({ wish("<a/>", 1, c_deskB) }), QString("saved 1, head 3"));
+    QCOMPARE(m_pStore->revisions("user", 0, 0).value.size(), 3);
+    // Who has written something else since takes it back.
+    saved({ wish("<d/>", 3, c_deskB) });
+    QCOMPARE(saved({ wish("<c/>", 3) }), QString("saved 3, head 4"));
+    QCOMPARE(saved({ wish("<b/>", 2) }), QString("aside 5, head 4"));
 }
 
-void tst_roamstore::aLaterStateOfAMachineClosesItsAsides()
+void tst_roamstore::whatIsChosenOrTheHeadIsNoChoiceAnyMore()
 {
     const auto open = [this] {
         const auto all = m_pStore->revisions("user", 0, 0).value;
@@ -126,6 +130,8 @@ void tst_roamstore::aLaterStateOfAMachineClosesItsAsides()
     QCOMPARE(saved({ wish("<e/>", 1) }), QString("saved 5, head 5"));
     QCOMPARE(open(), 1);
     QCOMPARE(saved({ wish("<f/>", 5, c_deskB) }), QString("saved 6, head 6"));
+    QCOMPARE(open(), 1);
+    QCOMPARE(saved({ wish("<d/>", 6, c_deskB) }), QString("saved 7, head 7"));
     QCOMPARE(open(), 0);
 }
 

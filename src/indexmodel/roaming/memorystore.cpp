@@ -46,16 +46,20 @@ CMemoryServer::Document& CMemoryServer::document(const QString& name)
     return m_documents.last();
 }
 
-// The newest, if there is one.
-const CMemoryServer::Entry* CMemoryServer::headSince(const Document& document, qint64 base,
-                                                     const QByteArray& digest)
+// The newest head with the bytes of a wish behind its base, or the base, if the machine has written
+// nothing else since.
+const CMemoryServer::Entry* CMemoryServer::headSince(const Document& document, const SaveWish& wish)
 {
-    const auto it
-        = std::find_if(document.entries.rbegin(), document.entries.rend(), [&](const Entry& entry) {
-              const Revision& each = entry.revision;
-              return each.nNumber > base && !each.bAside && each.digest == digest;
-          });
-    return it == document.entries.rend() ? nullptr : &*it;
+    const auto& entries = document.entries;
+    const bool bOwn = std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) {
+        return entry.revision.nNumber > wish.nBase && !entry.revision.bAside
+            && entry.revision.machine.id == wish.machine.id;
+    });
+    const auto it = std::find_if(entries.rbegin(), entries.rend(), [&](const Entry& entry) {
+        return entry.revision.nNumber >= wish.nBase + (bOwn ? 1 : 0) && !entry.revision.bAside
+            && entry.text == wish.text;
+    });
+    return it == entries.rend() ? nullptr : &*it;
 }
 
 // The asides of a machine before a later state of it are no choice any more.
@@ -87,7 +91,7 @@ SaveAnswer CMemoryServer::save(const SaveWish& wish)
               return entry.revision.nNumber > wish.nBase && !entry.revision.bAside
                   && entry.revision.machine.id != wish.machine.id;
           });
-    const Entry* const pSince = headSince(found, wish.nBase, digestOf(wish.text));
+    const Entry* const pSince = headSince(found, wish);
     if (bOthers && !wish.bAside && pSince != nullptr) {
         return { SaveOutcome::Saved, pSince->revision.nNumber, found.nHead };
     }
@@ -96,8 +100,10 @@ SaveAnswer CMemoryServer::save(const SaveWish& wish)
     made.bAside = wish.bAside || bOthers;
     found.entries.append({ made, wish.id, wish.text });
     found.nHead = made.bAside ? found.nHead : made.nNumber;
-    if (!made.bAside) {
-        resolveUpTo(found, made.nNumber, wish.machine);
+    for (Entry& entry : found.entries) {
+        Revision& each = entry.revision;
+        each.bResolved
+            = each.bResolved || (!made.bAside && each.bAside && each.digest == made.digest);
     }
     return { made.bAside ? SaveOutcome::Aside : SaveOutcome::Saved, made.nNumber, found.nHead };
 }

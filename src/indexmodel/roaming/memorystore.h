@@ -28,7 +28,7 @@ private:
         QVector<Entry> entries;
     };
 
-    static const Entry* headSince(const Document& document, qint64 base, const QByteArray& digest);
+    static const Entry* headSince(const Document& document, const SaveWish& wish);
     Document& document(const QString& name);
     static void resolveUpTo(Document& document, qint64 number, const Machine& machine);
     SaveAnswer save(const SaveWish& wish);

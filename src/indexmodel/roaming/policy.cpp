@@ -2,7 +2,6 @@
 
 #include <format/optionsettings.h>
 #include <format/sections.h>
-#include <inspect/optionvalues.h>
 
 #include <algorithm>
 #include <iterator>
@@ -45,20 +44,6 @@ constexpr SettingRow c_localSettings[] = {
     { "UiSettingConfig", "lastExportDir" },
 };
 
-QStringList localOptions()
-{
-    QStringList names;
-    for (const KW::OptionRow& row : KW::optionTable()) {
-        if (row.meaning == KW::OptionMeaning::Secret) {
-            names.append(row.strAttribute);
-        }
-    }
-    for (const char* const pszName : c_localOptions) {
-        names.append(pszName);
-    }
-    return names;
-}
-
 QStringList secretOptions()
 {
     QStringList names;
@@ -66,6 +51,15 @@ QStringList secretOptions()
         if (row.meaning == KW::OptionMeaning::Secret) {
             names.append(row.strAttribute);
         }
+    }
+    return names;
+}
+
+QStringList localOptions()
+{
+    QStringList names = secretOptions();
+    for (const char* const pszName : c_localOptions) {
+        names.append(pszName);
     }
     return names;
 }

@@ -240,7 +240,7 @@ private:
     bool m_bDone = false; // since the last wake
     bool m_bEnd = false;
     std::chrono::milliseconds m_pause { 0 }; // of the thread alone, as the next
-    bool m_bUnsettled = false; // an aside is still to be stored; of the thread alone
+    bool m_bUnsettled = false; // the file did not follow the mirror; of the thread alone
     SenderStatus m_status;
     std::thread m_thread; // the last: it uses the others
 };

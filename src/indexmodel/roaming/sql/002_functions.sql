@@ -124,18 +124,9 @@ begin
     end if;
 end $$;
 
--- The asides of a machine before a later state of it are no choice any more.
-create function resolve_up_to(p_person bigint, p_document text, p_number bigint, p_machine_id uuid,
-    p_choice text) returns void
-language sql set search_path = roaming, pg_temp as $$
-    update revision set resolved = p_choice
-        where person_id = p_person and name = p_document and aside and resolved is null
-            and number <= p_number and machine_id = p_machine_id;
-$$;
-
 -- The first that applies: the same save again has its earlier answer; a base above the head is
--- behind; what others have saved since the base makes it an aside, unless it was the head since, too;
--- contents are wanted; it is saved.
+-- behind; what others have saved since the base makes it an aside, unless it was the head since, or is
+-- the base still; contents are wanted; it is saved.
 create function save(p_document text, p_base bigint, p_aside boolean, p_save_id uuid,
     p_sha256 bytea, p_parts bytea[], p_contents bytea[], p_machine_id uuid, p_machine text,
     p_arrangement text, p_reason text, p_base_sha256 bytea default null, p_login text default null,
@@ -170,7 +161,10 @@ begin
             and r.machine_id <> p_machine_id);
     if v_aside and not p_aside then
         o_number := (select max(r.number) from revision r where r.person_id = v_id
-            and r.name = p_document and r.number > p_base and not r.aside and r.sha256 = p_sha256);
+            and r.name = p_document and not r.aside and r.sha256 = p_sha256
+            and r.number >= p_base + (exists (select from revision own where own.person_id = v_id
+                and own.name = p_document and own.number > p_base and not own.aside
+                and own.machine_id = p_machine_id))::int);
         if o_number is not null then
             o_outcome := 'saved';
             return;
@@ -196,8 +190,11 @@ begin
                 where person_id = v_id and sha256 = h)), 0),
             p_parts, p_arrangement, p_machine_id, p_reason
         from unnest(p_parts) u (h);
+    -- What is the newest now is no choice any more. Another text beside it stays one, whoever stored it.
     if not v_aside then
-        perform resolve_up_to(v_id, p_document, o_number, p_machine_id, 'mine');
+        update revision set resolved = 'mine'
+            where person_id = v_id and name = p_document and aside and resolved is null
+                and sha256 = p_sha256;
     end if;
     perform note(v_person, 'save', p_document, p_base, o_number, p_reason);
     o_outcome := case when v_aside then 'aside' else 'saved' end;
@@ -222,7 +219,10 @@ begin
     update revision set resolved = p_choice
         where person_id = v_person.person_id and name = p_document and number = p_number and aside
         returning machine_id into v_machine;
-    perform resolve_up_to(v_person.person_id, p_document, p_number, v_machine, p_choice);
+    -- Those before it were earlier states of the same machine.
+    update revision set resolved = p_choice
+        where person_id = v_person.person_id and name = p_document and aside and resolved is null
+            and number < p_number and machine_id = v_machine;
     if v_machine is null then
         raise exception using errcode = 'RM002',
             message = format('revision %s of %s is no aside', p_number, p_document);
