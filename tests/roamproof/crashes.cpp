@@ -3,9 +3,9 @@
 #include "desk.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QRandomGenerator>
 
+#include <algorithm>
 #include <csignal>
 
 namespace roamproof {
@@ -14,6 +14,17 @@ namespace {
 
 constexpr int c_nClients = 8;
 constexpr int c_nDocuments = 4;
+
+// The titles of the server's processes tell whom they serve.
+QVector<int> backendsOf(const CPostgresServer& server, const QByteArray& user)
+{
+    QVector<int> processes = server.processes();
+    const auto isOther = [&user](int process) {
+        return !contentOf(QStringLiteral("/proc/%1/cmdline").arg(process)).contains(user);
+    };
+    processes.erase(std::remove_if(processes.begin(), processes.end(), isOther), processes.end());
+    return processes;
+}
 
 class CCrashes {
 public:
@@ -29,7 +40,7 @@ public:
         timer.start();
         for (int i = 0; timer.elapsed() < 1000LL * seconds; ++i) {
             sleepMsecs(700 + QRandomGenerator::global()->bounded(1000));
-            i % 3 == 0 ? killBackend() : i % 3 == 1 ? killPostmaster() : stop();
+            crash(i);
         }
     }
 
@@ -44,9 +55,23 @@ public:
     bool isEach() const { return m_nBackends > 0 && m_nPostmasters > 0 && m_nStops > 0; }
 
 private:
+    // A backend that is gone may have held what the others of a killed postmaster wait for.
+    void crash(int i)
+    {
+        if (i % 4 == 0 || i % 4 == 3) {
+            killBackend();
+        }
+        if (i % 4 == 1 || i % 4 == 3) {
+            killPostmaster();
+        }
+        if (i % 4 == 2) {
+            stop();
+        }
+    }
+
     void killBackend()
     {
-        const QVector<int> backends = processesOf(m_server, "trader1");
+        const QVector<int> backends = backendsOf(m_server, "trader1");
         if (!backends.isEmpty()) {
             const int nOne = QRandomGenerator::global()->bounded(backends.size());
             m_nBackends += ::kill(backends[nOne], SIGKILL) == 0 ? 1 : 0;
@@ -55,7 +80,8 @@ private:
 
     void killPostmaster()
     {
-        m_nPostmasters += ::kill(static_cast<pid_t>(m_server.processId()), SIGKILL) == 0 ? 1 : 0;
+        m_server.kill();
+        ++m_nPostmasters;
         m_server.start();
     }
 
@@ -116,25 +142,6 @@ bool answers(const roaming::ConnectionOptions& options)
         sleepMsecs(100);
     }
     return false;
-}
-
-QVector<int> processesOf(const CPostgresServer& server, const QByteArray& word)
-{
-    const QString strPostmaster = QString::number(server.processId());
-    const QByteArray below
-        = contentOf(QStringLiteral("/proc/%1/task/%1/children").arg(strPostmaster));
-    QVector<int> processes;
-    for (const QByteArray& each : below.split(' ')) {
-        const int nProcess = each.toInt();
-        if (nProcess > 0
-            && contentOf(QStringLiteral("/proc/%1/cmdline").arg(nProcess)).contains(word)) {
-            processes.append(nProcess);
-        }
-    }
-    if (word.isEmpty()) {
-        processes.prepend(strPostmaster.toInt());
-    }
-    return processes;
 }
 
 Outcome manyClients(const Measure& measure)

@@ -98,7 +98,7 @@ private:
     void begin(Trouble trouble)
     {
         if (trouble == Trouble::Stopped) {
-            m_stopped = processesOf(m_server);
+            m_stopped = m_server.processes();
             signalAll(SIGSTOP);
         } else if (trouble == Trouble::Killed) {
             m_server.stop(CPostgresServer::Stop::Immediate);

@@ -43,7 +43,4 @@ void sleepMsecs(int msecs);
 /// Until the server answers; false after a minute.
 bool answers(const roaming::ConnectionOptions& options);
 
-/// The processes of a server: the postmaster and those below it whose title has \a word.
-QVector<int> processesOf(const CPostgresServer& server, const QByteArray& word = {});
-
 } // namespace roamproof

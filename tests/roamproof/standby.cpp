@@ -2,8 +2,6 @@
 
 #include <roaming/postgresstore.h>
 
-#include <csignal>
-
 namespace roamproof {
 
 namespace {
@@ -102,7 +100,7 @@ Outcome failover(const Measure& measure)
 
     CClients clients(options, 8, 4);
     sleepMsecs(500 * measure.nSeconds);
-    ::kill(static_cast<pid_t>(primary.processId()), SIGKILL);
+    primary.kill();
     pStandby->promote();
     sleepMsecs(500 * measure.nSeconds);
     const Heard heard = clients.stopped();

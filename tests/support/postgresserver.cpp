@@ -7,9 +7,13 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QSaveFile>
 #include <QTemporaryDir>
 #include <QThread>
+
+#include <algorithm>
+#include <csignal>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -29,18 +33,28 @@ void need(bool done, const char* what)
     }
 }
 
-int freePort()
+bool isFree(int port)
 {
     const int nSocket = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t nLength = sizeof(address);
-    auto* pAddress = reinterpret_cast<sockaddr*>(&address);
-    need(::bind(nSocket, pAddress, nLength) == 0, "bind");
-    need(::getsockname(nSocket, pAddress, &nLength) == 0, "getsockname");
+    address.sin_port = htons(static_cast<quint16>(port));
+    const bool bFree = ::bind(nSocket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
     ::close(nSocket);
-    return ntohs(address.sin_port);
+    return bFree;
+}
+
+// Not one that the system gives to whoever connects: somebody may have it when a server is back.
+int freePort()
+{
+    for (int i = 0; i < 100; ++i) {
+        const int nPort = QRandomGenerator::global()->bounded(20000, 32000);
+        if (isFree(nPort)) {
+            return nPort;
+        }
+    }
+    qFatal("PostgreSQL in a test: no port is free");
 }
 
 // The server refuses to be root's.
@@ -70,6 +84,30 @@ QString newName()
     const qint64 nProcess = QCoreApplication::applicationPid();
     madeNames().append(QStringLiteral("t%1_%2").arg(nProcess).arg(++nMade));
     return madeNames().last();
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// One that has ended and that nobody has waited for has no command line any more.
+bool isAlive(int process)
+{
+    return !contentOf(QStringLiteral("/proc/%1/cmdline").arg(process)).isEmpty();
+}
+
+bool isAnyAlive(const QVector<int>& processes)
+{
+    return std::any_of(processes.begin(), processes.end(), isAlive);
+}
+
+void waitFor(const QVector<int>& processes, int msecs)
+{
+    for (int i = 0; i < msecs / 50 && isAnyAlive(processes); ++i) {
+        QThread::msleep(50);
+    }
 }
 
 // Of a test that was killed or has failed for good nobody else would stop the server.
@@ -243,11 +281,9 @@ void CPostgresServer::start()
     const QStringList arguments {
         "-D", dataPath(), "-l", m_strDirectory + "/pg/log", "-w", "start"
     };
-    // After a kill the first starts may find the remains of the one before.
-    int nTries = 20;
-    while (run("pg_ctl", arguments) != 0) {
-        need(--nTries > 0, "start");
-        QThread::msleep(500);
+    if (run("pg_ctl", arguments) != 0) {
+        qFatal("PostgreSQL in a test: start\n%s",
+               contentOf(m_strDirectory + "/pg/log").right(4000).constData());
     }
 }
 
@@ -257,6 +293,40 @@ void CPostgresServer::stop(Stop stop)
     if (isRunning()) {
         need(run("pg_ctl", { "-D", dataPath(), "-m", pszMode, "-w", "stop" }) == 0, "stop");
     }
+}
+
+// A process of the server that waits for a lock of another that is gone does so for ever once there
+// is no postmaster, and no server starts beside it. A service manager kills it, and so does this.
+void CPostgresServer::kill()
+{
+    const auto nPostmaster = static_cast<pid_t>(processId());
+    need(::kill(nPostmaster, SIGSTOP) == 0, "kill");
+    const QVector<int> left = processes();
+    need(::kill(nPostmaster, SIGKILL) == 0, "kill");
+    waitFor(left, 3000);
+    for (const int nProcess : left) {
+        ::kill(nProcess, SIGKILL);
+    }
+    waitFor(left, 60000);
+    need(!isAnyAlive(left), "the processes of a killed server");
+    // A killed process that nobody has waited for yet still counts for who finds its number in
+    // these.
+    need(QFile::remove(dataPath() + QStringLiteral("/postmaster.pid")), "postmaster.pid");
+    const auto lock = QStringLiteral("/pg/.s.PGSQL.%1.lock").arg(m_nPort);
+    need(QFile::remove(m_strDirectory + lock), "the lock of the server's socket");
+}
+
+QVector<int> CPostgresServer::processes() const
+{
+    const QString strPostmaster = QString::number(processId());
+    QVector<int> all { strPostmaster.toInt() };
+    const auto path = QStringLiteral("/proc/%1/task/%1/children").arg(strPostmaster);
+    for (const QByteArray& strChild : contentOf(path).split(' ')) {
+        if (strChild.toInt() > 0) {
+            all.append(strChild.toInt());
+        }
+    }
+    return all;
 }
 
 bool CPostgresServer::isRunning() const

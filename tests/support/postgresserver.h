@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <memory>
 
@@ -33,6 +34,8 @@ public:
     void stop(Stop stop = Stop::Fast);
     bool isRunning() const;
     qint64 processId() const; ///< of the postmaster
+    QVector<int> processes() const; ///< the postmaster first
+    void kill(); ///< -9 the postmaster; what it leaves has a moment to see that
 
     /// A copy of this one, which runs, that follows it until it is promoted. Its application_name
     /// is "standby".
