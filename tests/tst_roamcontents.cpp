@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QDirIterator>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 
 using namespace roaming;
 using namespace roamwishes;
@@ -30,6 +31,8 @@ private Q_SLOTS:
     void whatWasDamagedOnTheServerIsNotTaken_data();
     void whatWasDamagedOnTheServerIsNotTaken();
     void contentsWithoutTheirHashAreRefused();
+    void whatNoClientSendsIsRefused_data();
+    void whatNoClientSendsIsRefused();
 
 private:
     QString one(const QString& statement) const { return sql(m_owner, statement).join(','); }
@@ -232,6 +235,64 @@ void tst_roamcontents::contentsWithoutTheirHashAreRefused()
     QCOMPARE(one("select count(*)::text from roaming.part"), QString("0"));
     QCOMPARE(told(sqlError(m_options, strSave.arg("<a/>"))), QString());
     QCOMPARE(one("select count(*)::text from roaming.part"), QString("1"));
+}
+
+void tst_roamcontents::whatNoClientSendsIsRefused_data()
+{
+    QTest::addColumn<QString>("changed");
+    QTest::addColumn<QString>("outcome");
+
+    const auto repeated = [](int times) { return QStringLiteral("repeat('a', %1)").arg(times); };
+    const auto parts = [](int count) {
+        return QStringLiteral("array_fill(sha256('<a/>'), array[%1])").arg(count);
+    };
+    QTest::newRow("a name of 1 kB") << "p_document => " + repeated(1024) << "";
+    QTest::newRow("a longer name") << "p_document => " + repeated(1025) << "Failed";
+    QTest::newRow("no name") << "p_document => null"
+                             << "Failed";
+    QTest::newRow("a machine's name of 256 bytes") << "p_machine => " + repeated(256) << "";
+    QTest::newRow("a longer machine's name") << "p_machine => " + repeated(257) << "Failed";
+    QTest::newRow("an arrangement of 4 kB") << "p_arrangement => " + repeated(4096) << "";
+    QTest::newRow("a longer arrangement") << "p_arrangement => " + repeated(4097) << "Failed";
+    QTest::newRow("a reason of 1 kB") << "p_reason => " + repeated(1024) << "";
+    QTest::newRow("a longer reason") << "p_reason => " + repeated(1025) << "Failed";
+    QTest::newRow("a base below nothing") << "p_base => -1"
+                                          << "Failed";
+    QTest::newRow("256 parts") << "p_parts => " + parts(256) << "";
+    QTest::newRow("more parts") << "p_parts => " + parts(257) << "Damaged";
+    QTest::newRow("no parts") << "p_parts => null"
+                              << "Damaged";
+    QTest::newRow("a part without a hash") << "p_parts => array[sha256('<a/>'), null]"
+                                           << "Damaged";
+    QTest::newRow("a short hash") << "p_sha256 => 'a'"
+                                  << "Damaged";
+    QTest::newRow("no hash") << "p_sha256 => null"
+                             << "Damaged";
+}
+
+void tst_roamcontents::whatNoClientSendsIsRefused()
+{
+    QFETCH(const QString, changed);
+    QFETCH(const QString, outcome);
+    QStringList arguments { "p_document => 'user'",
+                            "p_base => 0",
+                            "p_aside => false",
+                            "p_save_id => gen_random_uuid()",
+                            "p_sha256 => sha256('<a/>')",
+                            "p_parts => array[sha256('<a/>')]",
+                            "p_contents => array['<a/>'::bytea]",
+                            "p_machine_id => gen_random_uuid()",
+                            "p_machine => 'desk'",
+                            "p_arrangement => ''",
+                            "p_reason => ''" };
+    const QString strName = changed.section(' ', 0, 0) + ' ';
+    const int nChanged = arguments.indexOf(QRegularExpression('^' + strName + ".*"));
+    QVERIFY(nChanged >= 0);
+    arguments[nChanged] = changed;
+    const QString strSave = "select * from roaming.save(" + arguments.join(", ") + ')';
+    QCOMPARE(told(sqlError(m_options, strSave)).section(':', 0, 0), outcome);
+    QCOMPARE(one("select count(*)::text from roaming.revision"),
+             QString(outcome == "" ? "1" : "0"));
 }
 
 QTEST_GUILESS_MAIN(tst_roamcontents)

@@ -18,14 +18,14 @@ create table person (
 create table machine (
     person_id bigint not null references person,
     machine_id uuid not null,
-    name text collate "C" not null check (octet_length(name) <= 256),
+    name text collate "C" not null,
     last_seen timestamptz not null default clock_timestamp(),
     primary key (person_id, machine_id)
 );
 
 create table document (
     person_id bigint not null references person,
-    name text collate "C" not null check (octet_length(name) <= 1024),
+    name text collate "C" not null,
     head bigint not null,
     last bigint not null,
     primary key (person_id, name)
@@ -34,7 +34,7 @@ create table document (
 -- A section of a text, once, however many revisions have it.
 create table part (
     person_id bigint not null references person,
-    sha256 bytea not null check (octet_length(sha256) = 32),
+    sha256 bytea not null,
     content bytea compression lz4 not null,
     primary key (person_id, sha256)
 );
@@ -42,24 +42,24 @@ create table part (
 create table revision (
     person_id bigint not null,
     name text collate "C" not null,
-    number bigint not null check (number > 0),
-    base bigint not null check (base >= 0),
+    number bigint not null,
+    base bigint not null,
     aside boolean not null,
     resolved text collate "C" check (resolved is null or aside and resolved in ('mine', 'theirs')),
     save_id uuid not null,
-    sha256 bytea not null check (octet_length(sha256) = 32),
+    sha256 bytea not null,
     bytes bigint not null,
-    parts bytea[] check (cardinality(parts) <= 256), -- null: thinned out
-    arrangement text collate "C" not null check (octet_length(arrangement) <= 4096),
+    parts bytea[], -- null: thinned out
+    arrangement text collate "C" not null,
     machine_id uuid not null,
     author text collate "C" not null default session_user,
-    reason text collate "C" not null check (octet_length(reason) <= 1024),
+    reason text collate "C" not null,
     written_at timestamptz not null default clock_timestamp(),
     primary key (person_id, name, number),
     unique (save_id, person_id), -- not the person first: whoever looks for numbers would take it, too
     foreign key (person_id, name) references document,
     foreign key (person_id, machine_id) references machine
-) partition by hash (person_id);
+);
 -- What somebody may choose of.
 create index on revision (person_id, name) where aside and resolved is null;
 -- Hashes do not become smaller.
@@ -89,11 +89,6 @@ declare
     v_table text;
     v_own text;
 begin
-    for i in 0 .. 15 loop
-        execute format('create table revision_%s partition of revision '
-            'for values with (modulus 16, remainder %s)', i, i);
-        execute format('alter table revision_%s enable row level security', i);
-    end loop;
     foreach v_table in array array['person', 'machine', 'document', 'part', 'revision', 'audit'] loop
         v_own := case v_table when 'person' then 'login = session_user::text'
             else 'person_id = (select person_id from person where login = session_user::text)' end;

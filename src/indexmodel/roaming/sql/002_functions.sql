@@ -6,7 +6,7 @@ set local search_path = roaming, pg_temp;
 
 -- Whose documents are asked for; the session's user is never a variable that a desktop sets.
 create function login_of(p_login text) returns text
-language plpgsql stable set search_path = roaming, pg_temp as $$
+language plpgsql stable as $$
 begin
     if p_login <> session_user and not pg_has_role(session_user, 'roaming_desk', 'member') then
         raise insufficient_privilege
@@ -16,7 +16,7 @@ begin
 end $$;
 
 create function no_person(p_login text) returns void
-language plpgsql set search_path = roaming, pg_temp as $$
+language plpgsql as $$
 begin
     raise exception using errcode = 'RM002', message = format('nothing was ever saved by %s', p_login);
 end $$;
@@ -37,7 +37,7 @@ end $$;
 -- save counts on. A save that was already done locks, too: its commit then waits for the standby,
 -- so that what the first answer left unsure is sure with the second.
 create function locked_person(p_login text) returns person
-language plpgsql set search_path = roaming, pg_temp as $$
+language plpgsql as $$
 declare
     v_login text := login_of(p_login);
     v_person person;
@@ -56,7 +56,7 @@ end $$;
 -- A change of what is another's is written down.
 create function note(p_person person, p_action text, p_document text, p_from bigint, p_to bigint,
     p_reason text) returns void
-language plpgsql set search_path = roaming, pg_temp as $$
+language plpgsql as $$
 begin
     if p_person.login <> session_user then
         insert into audit (action, person_id, document, from_revision, to_revision, reason)
@@ -64,23 +64,15 @@ begin
     end if;
 end $$;
 
--- Keeps contents under their hashes; the hashes whose contents neither came nor are there, and then
--- nothing was kept. Here and below a part is a subquery of its own for each hash: of a join the plan
--- may read all parts that a person has, the more the longer he saves.
-create function keep_contents(p_person person, p_parts bytea[], p_contents bytea[]) returns bytea[]
-language plpgsql set search_path = roaming, pg_temp as $$
+-- Keeps contents under their hashes; the bytes of those that were not there.
+create function keep_contents(p_person person, p_parts bytea[], p_contents bytea[]) returns bigint
+language plpgsql as $$
 declare
-    v_hashes bytea[] := array(select sha256(c) from unnest(p_contents) with ordinality u (c, place)
-        order by place);
-    v_wants bytea[] := array(select distinct h from unnest(p_parts) h where h <> all (v_hashes)
-        and (select true from part where person_id = p_person.person_id and sha256 = h) is null);
+    v_hashes bytea[] := array(select sha256(c) from unnest(p_contents) c);
     v_bytes bigint;
 begin
     if not v_hashes <@ p_parts then
         raise exception using errcode = 'RM003', message = 'a content came that is no part of its text';
-    end if;
-    if v_wants <> '{}' then
-        return v_wants;
     end if;
     with come as (
         insert into part (person_id, sha256, content)
@@ -89,37 +81,46 @@ begin
         returning octet_length(content) as bytes
     )
     select coalesce(sum(bytes), 0) into v_bytes from come;
-    if p_person.bytes_kept + v_bytes > p_person.quota and v_bytes > 0 then
+    if v_bytes > 0 and p_person.bytes_kept + v_bytes > p_person.quota then
         raise exception using errcode = 'RM001', message = format(
             '%s may keep %s bytes, has %s and comes with %s more', p_person.login, p_person.quota,
             p_person.bytes_kept, v_bytes);
     end if;
     update person set bytes_kept = bytes_kept + v_bytes
         where person_id = p_person.person_id and v_bytes > 0;
-    return null;
+    return v_bytes;
 end $$;
 
 -- The hour is enough to tell which machines are in use, and costs a row an hour.
 create function note_machine(p_person bigint, p_machine_id uuid, p_machine text) returns void
-language plpgsql set search_path = roaming, pg_temp as $$
-begin
-    insert into machine as m (person_id, machine_id, name) values (p_person, p_machine_id, p_machine)
-    on conflict (person_id, machine_id) do update set name = p_machine, last_seen = clock_timestamp()
-    where m.name <> p_machine or m.last_seen < clock_timestamp() - interval '1 hour';
-end $$;
+language sql as $$
+    insert into machine (person_id, machine_id, name) values (p_person, p_machine_id, p_machine)
+    on conflict (person_id, machine_id) do update
+    set name = excluded.name, last_seen = excluded.last_seen;
+$$;
 
 -- What no client of this library sends.
-create function require_sound(p_parts bytea[], p_sha256 bytea) returns void
-language plpgsql set search_path = roaming, pg_temp as $$
+create function require_sound(p_document text, p_base bigint, p_sha256 bytea, p_parts bytea[],
+    p_machine text, p_arrangement text, p_reason text) returns boolean
+language plpgsql as $$
 begin
-    if p_sha256 is null or p_parts is null or cardinality(p_parts) > 256
-            or array_position(p_parts, null::bytea) is not null then
+    if p_sha256 is null or octet_length(p_sha256) <> 32 or p_parts is null
+            or cardinality(p_parts) > 256 or array_position(p_parts, null::bytea) is not null then
         raise exception using errcode = 'RM003', message = 'a text has up to 256 parts, each with a hash';
     end if;
-    -- No session may take back what the server promises of its standby; settings of the server hold.
-    if current_setting('synchronous_commit') in ('off', 'local') and exists (
-            select from pg_settings where name = 'synchronous_commit'
-                and source in ('client', 'session', 'user', 'database user')) then
+    if p_base < 0 or octet_length(p_document) > 1024 or octet_length(p_machine) > 256
+            or octet_length(p_arrangement) > 4096 or octet_length(p_reason) > 1024 then
+        raise check_violation using message = 'a name is too long, or a number is no base';
+    end if;
+    return true;
+end $$;
+
+-- No session may take back what the server promises of its standby; settings of the server hold.
+create function commit_as_promised() returns void
+language plpgsql as $$
+begin
+    if exists (select from pg_settings where name = 'synchronous_commit'
+            and source in ('client', 'session', 'user', 'database user')) then
         perform set_config('synchronous_commit', 'on', true);
     end if;
 end $$;
@@ -127,20 +128,27 @@ end $$;
 -- The first that applies: the same save again has its earlier answer; a base above the head is
 -- behind; what others have saved since the base makes it an aside, unless it was the head since, or is
 -- the base still; contents are wanted; it is saved.
+-- Plans are made once, and by indexes whatever the tables hold when a session begins: a statement that
+-- is planned at each call costs more than it does.
 create function save(p_document text, p_base bigint, p_aside boolean, p_save_id uuid,
     p_sha256 bytea, p_parts bytea[], p_contents bytea[], p_machine_id uuid, p_machine text,
     p_arrangement text, p_reason text, p_base_sha256 bytea default null, p_login text default null,
     out o_outcome text, out o_number bigint, out o_head bigint, out o_wants bytea[])
-language plpgsql security definer set search_path = roaming, pg_temp as $$
+language plpgsql security definer set search_path = roaming, pg_temp
+set plan_cache_mode = force_generic_plan set enable_seqscan = off as $$
 declare
     v_person person := locked_person(p_login);
     v_id bigint := v_person.person_id;
+    v_sound boolean := require_sound(p_document, p_base, p_sha256, p_parts, p_machine,
+        p_arrangement, p_reason);
     v_aside boolean;
     v_document text;
     v_last bigint;
+    v_bytes bigint;
 begin
-    perform require_sound(p_parts, p_sha256);
-    o_number := 0;
+    if current_setting('synchronous_commit') in ('off', 'local') then
+        perform commit_as_promised();
+    end if;
     select d.head, d.last into o_head, v_last
         from document d where d.person_id = v_id and d.name = p_document;
     o_head := coalesce(o_head, 0);
@@ -156,9 +164,12 @@ begin
         o_outcome := 'behind';
         return;
     end if;
-    v_aside := p_aside or v_last > p_base and exists (select from revision r
-        where r.person_id = v_id and r.name = p_document and r.number > p_base and not r.aside
-            and r.machine_id <> p_machine_id);
+    v_aside := p_aside;
+    if not v_aside and v_last > p_base then
+        v_aside := exists (select from revision r
+            where r.person_id = v_id and r.name = p_document and r.number > p_base and not r.aside
+                and r.machine_id <> p_machine_id);
+    end if;
     if v_aside and not p_aside then
         o_number := (select max(r.number) from revision r where r.person_id = v_id
             and r.name = p_document and not r.aside and r.sha256 = p_sha256
@@ -171,38 +182,51 @@ begin
         end if;
         o_number := 0;
     end if;
-    o_wants := keep_contents(v_person, p_parts, p_contents);
+    if p_contents <> '{}' then
+        v_bytes := keep_contents(v_person, p_parts, p_contents);
+    end if;
+    -- A subquery for each: of a join the plan may read all parts that a person has, the more the longer
+    -- he saves.
+    select coalesce(sum(bytes), 0), array_agg(distinct h) filter (where bytes is null)
+        into v_bytes, o_wants
+        from (select h, (select octet_length(content) from part
+            where person_id = v_id and sha256 = h) as bytes from unnest(p_parts) h) each;
     if o_wants is not null then
         o_outcome := 'wants';
         perform set_config('roaming.wants', 'yes', true);
         return;
     end if;
-    perform note_machine(v_id, p_machine_id, p_machine);
-    insert into document as d (person_id, name, last, head)
-        values (v_id, p_document, 1, case when v_aside then 0 else 1 end)
-        on conflict (person_id, name) do update
-        set last = d.last + 1, head = case when v_aside then d.head else d.last + 1 end
-        returning d.last, d.head into o_number, o_head;
+    if not exists (select from machine m where m.person_id = v_id and m.machine_id = p_machine_id
+            and m.name = p_machine and m.last_seen > clock_timestamp() - interval '1 hour') then
+        perform note_machine(v_id, p_machine_id, p_machine);
+    end if;
+    o_number := coalesce(v_last, 0) + 1;
+    o_head := case when v_aside then o_head else o_number end;
+    if v_last is null then
+        insert into document (person_id, name, last, head) values (v_id, p_document, o_number, o_head);
+    else
+        update document d set last = o_number, head = o_head
+            where d.person_id = v_id and d.name = p_document;
+    end if;
     insert into revision (person_id, name, number, base, aside, save_id, sha256, bytes, parts,
             arrangement, machine_id, reason)
-        select v_id, p_document, o_number, p_base, v_aside, p_save_id, p_sha256,
-            coalesce(sum((select octet_length(content) from part
-                where person_id = v_id and sha256 = h)), 0),
-            p_parts, p_arrangement, p_machine_id, p_reason
-        from unnest(p_parts) u (h);
+        values (v_id, p_document, o_number, p_base, v_aside, p_save_id, p_sha256, v_bytes, p_parts,
+            p_arrangement, p_machine_id, p_reason);
     -- What is the newest now is no choice any more. Another text beside it stays one, whoever stored it.
     if not v_aside then
         update revision set resolved = 'mine'
             where person_id = v_id and name = p_document and aside and resolved is null
                 and sha256 = p_sha256;
     end if;
-    perform note(v_person, 'save', p_document, p_base, o_number, p_reason);
+    if v_person.login <> session_user then
+        perform note(v_person, 'save', p_document, p_base, o_number, p_reason);
+    end if;
     o_outcome := case when v_aside then 'aside' else 'saved' end;
 end $$;
 
 -- Behind several saves in a transaction: when one of them wants contents, none is done.
 create function all_or_nothing() returns void
-language plpgsql set search_path = roaming, pg_temp as $$
+language plpgsql as $$
 begin
     if current_setting('roaming.wants', true) = 'yes' then
         raise exception using errcode = 'RM004', message = 'contents are wanted';
@@ -273,7 +297,7 @@ $$;
 -- which nobody has chosen stay.
 create function going(p_person bigint, p_now timestamptz)
     returns table (name text, number bigint)
-language sql stable set search_path = roaming, pg_temp as $$
+language sql stable as $$
     with ranked as (
         select r.*, p_now - written_at as age,
             number = max(number) over (partition by name, aside,
