@@ -40,7 +40,7 @@ void tst_roamgrowth::initTestCase()
     }
 }
 
-// Each with a part of its own and two that all have.
+// Each with a part of its own and two that all have; then an aside.
 void tst_roamgrowth::saveUpTo(int revisions) const
 {
     CPostgresStore store(m_trader);
@@ -48,6 +48,7 @@ void tst_roamgrowth::saveUpTo(int revisions) const
         const QByteArray text = "<a/>\n<b/>\n<c" + QByteArray::number(i) + "/>\n";
         QCOMPARE(told(store.save({ wish(text, i) }).error), QString());
     }
+    QCOMPARE(told(store.save({ wish("<a/>\n<b/>\n", 0, c_deskB) }).error), QString());
 }
 
 // The server counts them in the transaction of the statement.
@@ -83,6 +84,10 @@ void tst_roamgrowth::aCallReadsNoMoreTheMoreThereIs_data()
         << "select document from roaming.revisions('user', HEAD - 2, 0, 'trader1')";
     QTest::newRow("the last five")
         << "select document from roaming.revisions('user', 0, 5, 'trader1')";
+    QTest::newRow("one of them")
+        << "select document from roaming.revision_of('user', HEAD / 2, 'trader1')";
+    QTest::newRow("the open asides")
+        << "select document from roaming.open_asides('user', 'trader1')";
     QTest::newRow("the last of an arrangement")
         << "select document from roaming.newest_with('user', '', 'trader1')";
 }

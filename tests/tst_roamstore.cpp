@@ -40,6 +40,8 @@ private Q_SLOTS:
     void anAsideAloneIsNoHead();
     void aRevisionSaysWhatWasSaved();
     void revisionsComeTheNewestFirst();
+    void aRevisionByItsNumber();
+    void asidesAreOpenUntilSomebodyChooses();
     void theNewestOfAnArrangement();
     void whatWasChosenOfAnAsideIsNoted();
     void onlyOfAnAsideCanBeChosen();
@@ -257,6 +259,44 @@ void tst_roamstore::revisionsComeTheNewestFirst()
     QCOMPARE(numbers(0, 3), (QVector<qint64> { 4, 3, 2 }));
     QCOMPARE(numbers(4, 3), (QVector<qint64> {}));
     QVERIFY(m_pStore->revisions("another", 0, 0).value.isEmpty());
+}
+
+void tst_roamstore::aRevisionByItsNumber()
+{
+    saved({ wish("<a/>", 0) });
+    saved({ wish("<b/>", 0, c_deskB) });
+    const QVector<Revision> all = m_pStore->revisions("user", 0, 0).value;
+    QCOMPARE(all.size(), 2);
+    for (const Revision& each : all) {
+        const Revision one = m_pStore->revision("user", each.nNumber).value;
+        QCOMPARE(one.nNumber, each.nNumber);
+        QCOMPARE(one.digest, each.digest);
+        QCOMPARE(one.bAside, each.bAside);
+        QCOMPARE(one.machine.id, each.machine.id);
+    }
+    for (const qint64 nNone : { -1, 0, 3 }) {
+        QCOMPARE(m_pStore->revision("user", nNone).value.nNumber, 0);
+    }
+    QCOMPARE(m_pStore->revision("another", 1).value.nNumber, 0);
+}
+
+void tst_roamstore::asidesAreOpenUntilSomebodyChooses()
+{
+    const auto open = [this] {
+        QVector<qint64> numbers;
+        for (const Revision& each : m_pStore->openAsides("user").value) {
+            numbers.append(each.nNumber);
+        }
+        return numbers;
+    };
+    saved({ wish("<a/>", 0) });
+    QCOMPARE(open(), QVector<qint64>());
+    saved({ wish("<b/>", 0, c_deskB) });
+    saved({ wish("<c/>", 0, { QUuid::createUuid(), "desk-c" }) });
+    QCOMPARE(open(), (QVector<qint64> { 3, 2 }));
+    QVERIFY(!m_pStore->resolve("user", 2, Choice::Theirs));
+    QCOMPARE(open(), QVector<qint64> { 3 });
+    QVERIFY(m_pStore->openAsides("another").value.isEmpty());
 }
 
 void tst_roamstore::theNewestOfAnArrangement()

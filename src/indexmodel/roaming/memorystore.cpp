@@ -152,17 +152,39 @@ Answer<QByteArray> CMemoryStore::text(const QString& document, qint64 revision)
     return { {}, entries[static_cast<int>(revision) - 1].text };
 }
 
-Answer<QVector<Revision>> CMemoryStore::revisions(const QString& document, qint64 after, int limit)
+template <class Predicate>
+Answer<QVector<Revision>> CMemoryStore::revisionsThat(const QString& document, Predicate are)
 {
     const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
     Answer<QVector<Revision>> answer { m_pServer->m_error };
     const auto& entries = m_pServer->document(document).entries;
     for (auto it = entries.rbegin(); !answer.error && it != entries.rend(); ++it) {
-        if (it->revision.nNumber > after && (limit == 0 || answer.value.size() < limit)) {
+        if (are(it->revision)) {
             answer.value.append(it->revision);
         }
     }
     return answer;
+}
+
+Answer<QVector<Revision>> CMemoryStore::revisions(const QString& document, qint64 after, int limit)
+{
+    auto found
+        = revisionsThat(document, [&](const Revision& each) { return each.nNumber > after; });
+    found.value = limit == 0 ? found.value : found.value.mid(0, limit);
+    return found;
+}
+
+Answer<Revision> CMemoryStore::revision(const QString& document, qint64 number)
+{
+    const auto found
+        = revisionsThat(document, [&](const Revision& each) { return each.nNumber == number; });
+    return { found.error, found.value.value(0) };
+}
+
+Answer<QVector<Revision>> CMemoryStore::openAsides(const QString& document)
+{
+    return revisionsThat(document,
+                         [](const Revision& each) { return each.bAside && !each.bResolved; });
 }
 
 Answer<Revision> CMemoryStore::newestWith(const QString& document, const QString& arrangement)

@@ -48,10 +48,15 @@ public:
     Answer<QVector<Head>> heads() override;
     Answer<QByteArray> text(const QString& document, qint64 revision) override;
     Answer<QVector<Revision>> revisions(const QString& document, qint64 after, int limit) override;
+    Answer<Revision> revision(const QString& document, qint64 number) override;
+    Answer<QVector<Revision>> openAsides(const QString& document) override;
     Answer<Revision> newestWith(const QString& document, const QString& arrangement) override;
     StoreError resolve(const QString& document, qint64 aside, Choice choice) override;
 
 private:
+    template <class Predicate>
+    Answer<QVector<Revision>> revisionsThat(const QString& document, Predicate are);
+
     std::shared_ptr<CMemoryServer> m_pServer;
 };
 

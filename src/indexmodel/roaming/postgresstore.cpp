@@ -24,6 +24,8 @@ constexpr char c_szResolve[] = "select roaming.resolve($1, $2, $3, $4)";
 
 constexpr char c_szHeads[] = "select * from roaming.heads($1)";
 constexpr char c_szRevisions[] = "select * from roaming.revisions($1, $2, $3, $4)";
+constexpr char c_szRevision[] = "select * from roaming.revision_of($1, $2, $3)";
+constexpr char c_szOpenAsides[] = "select * from roaming.open_asides($1, $2)";
 constexpr char c_szNewestWith[] = "select * from roaming.newest_with($1, $2, $3)";
 
 // So much is sent without asking whether the server has it.
@@ -58,6 +60,11 @@ SaveAnswer saveAnswerOf(const CRows& rows)
         answer.outcome = SaveOutcome::Aside;
     }
     return answer;
+}
+
+Answer<Revision> first(const Answer<QVector<Revision>>& all)
+{
+    return { all.error, all.value.value(0) };
 }
 
 // What the server lacks of all saves.
@@ -121,6 +128,7 @@ public:
     Answer<QVector<CRows>> run(const QVector<Statement>& statements);
     Answer<QVector<CRows>> read(const QVector<Statement>& statements);
     Answer<QVector<Head>> told(const Statement& statement);
+    Answer<QVector<Revision>> revisions(const Statement& statement);
     Answer<QVector<CRows>> deliver(const QVector<Parcel>& parcels);
     Value login() const { return textOrNullValue(m_connection.options().strLogin); }
 
@@ -181,6 +189,16 @@ Answer<QVector<Head>> CPostgresStore::Private::told(const Statement& statement)
     Answer<QVector<Head>> answer { rows.error };
     for (int i = 0; !rows.error && i < rows.value.first().count(); ++i) {
         answer.value.append(headAt(rows.value.first(), i));
+    }
+    return answer;
+}
+
+Answer<QVector<Revision>> CPostgresStore::Private::revisions(const Statement& statement)
+{
+    const Answer<QVector<Head>> heads = told(statement);
+    Answer<QVector<Revision>> answer { heads.error };
+    for (const Head& head : heads.value) {
+        answer.value.append(head.revision);
     }
     return answer;
 }
@@ -310,21 +328,26 @@ Answer<QVector<QByteArray>> CPostgresStore::texts(const QVector<RevisionName>& n
 Answer<QVector<Revision>> CPostgresStore::revisions(const QString& document, qint64 after,
                                                     int limit)
 {
-    const auto heads = m_p->told(
+    return m_p->revisions(
         { c_szRevisions,
           { textValue(document), numberValue(after), numberValue(limit), m_p->login() } });
-    Answer<QVector<Revision>> answer { heads.error };
-    for (const Head& head : heads.value) {
-        answer.value.append(head.revision);
-    }
-    return answer;
+}
+
+Answer<Revision> CPostgresStore::revision(const QString& document, qint64 number)
+{
+    return first(m_p->revisions(
+        { c_szRevision, { textValue(document), numberValue(number), m_p->login() } }));
+}
+
+Answer<QVector<Revision>> CPostgresStore::openAsides(const QString& document)
+{
+    return m_p->revisions({ c_szOpenAsides, { textValue(document), m_p->login() } });
 }
 
 Answer<Revision> CPostgresStore::newestWith(const QString& document, const QString& arrangement)
 {
-    const auto heads = m_p->told(
-        { c_szNewestWith, { textValue(document), textValue(arrangement), m_p->login() } });
-    return { heads.error, heads.value.isEmpty() ? Revision() : heads.value.first().revision };
+    return first(m_p->revisions(
+        { c_szNewestWith, { textValue(document), textValue(arrangement), m_p->login() } }));
 }
 
 StoreError CPostgresStore::resolve(const QString& document, qint64 aside, Choice choice)

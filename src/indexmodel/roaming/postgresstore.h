@@ -22,6 +22,8 @@ public:
     /// In one round trip.
     Answer<QVector<QByteArray>> texts(const QVector<RevisionName>& names) override;
     Answer<QVector<Revision>> revisions(const QString& document, qint64 after, int limit) override;
+    Answer<Revision> revision(const QString& document, qint64 number) override;
+    Answer<QVector<Revision>> openAsides(const QString& document) override;
     Answer<Revision> newestWith(const QString& document, const QString& arrangement) override;
     StoreError resolve(const QString& document, qint64 aside, Choice choice) override;
 

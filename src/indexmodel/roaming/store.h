@@ -134,6 +134,12 @@ public:
     virtual Answer<QVector<Revision>> revisions(const QString& document, qint64 after, int limit)
         = 0;
 
+    /// One of them; its number is 0 where there is none.
+    virtual Answer<Revision> revision(const QString& document, qint64 number) = 0;
+
+    /// The asides about which nobody has chosen, the newest first.
+    virtual Answer<QVector<Revision>> openAsides(const QString& document) = 0;
+
     /// The newest with the arrangement that is no aside and was not thinned; its number is 0 where
     /// there is none.
     virtual Answer<Revision> newestWith(const QString& document, const QString& arrangement) = 0;

@@ -48,28 +48,21 @@ Compared comparedOf(CStore& store, const Revision& revision)
     return { QStringLiteral("revision %1").arg(revision.nNumber), recordsOf(store, revision) };
 }
 
-bool isOpen(const Revision& revision)
-{
-    return revision.bAside && !revision.bResolved;
-}
-
 } // namespace
 
 ExitStatus roamHistory(const Request& request)
 {
     const auto pStore = openStore(request);
-    print({ revisionTable("Revisions", revisionsOf(*pStore)) }, request.format);
+    const auto revisions = required(pStore->revisions(roaming::c_szUserDocument, 0, 0));
+    print({ revisionTable("Revisions", revisions) }, request.format);
     return ExitStatus::Ok;
 }
 
 ExitStatus roamAsides(const Request& request)
 {
     const auto pStore = openStore(request);
-    QVector<Revision> revisions = revisionsOf(*pStore);
-    revisions.erase(std::remove_if(revisions.begin(), revisions.end(),
-                                   [](const Revision& each) { return !isOpen(each); }),
-                    revisions.end());
-    print({ revisionTable("Asides that nobody has chosen of", revisions) }, request.format);
+    const auto asides = required(pStore->openAsides(roaming::c_szUserDocument));
+    print({ revisionTable("Asides that nobody has chosen of", asides) }, request.format);
     return ExitStatus::Ok;
 }
 

@@ -65,14 +65,11 @@ Status statusOf(const Request& request, const roaming::Desk& desk)
                     roaming::unsentSettings(desk, state) };
     const auto pStore = openStore(request);
     const auto heads = pStore->heads();
-    const auto revisions = pStore->revisions(roaming::c_szUserDocument, 0, 0);
-    status.error = heads.error ? heads.error : revisions.error;
+    const auto asides = pStore->openAsides(roaming::c_szUserDocument);
+    status.error = heads.error ? heads.error : asides.error;
     status.nNewSettings = roaming::newSettings(heads.value, state);
-    for (const Revision& each : revisions.value) {
-        status.nAsides += each.bAside && !each.bResolved ? 1 : 0;
-        const bool bHead = !each.bAside && each.nNumber > status.head.nNumber;
-        status.head = bHead ? each : status.head;
-    }
+    status.nAsides = asides.value.size();
+    status.head = headIn(heads.value);
     return status;
 }
 

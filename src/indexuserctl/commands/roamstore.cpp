@@ -92,18 +92,17 @@ void requireAnswer(const roaming::StoreError& error)
     }
 }
 
-Revision headOf(roaming::CStore& store, const QString& document)
+Revision headIn(const QVector<roaming::Head>& heads, const QString& document)
 {
-    const auto heads = required(store.heads());
     const auto it = std::find_if(heads.begin(), heads.end(), [&](const roaming::Head& head) {
         return head.strDocument == document;
     });
     return it == heads.end() ? Revision() : it->revision;
 }
 
-QVector<Revision> revisionsOf(roaming::CStore& store)
+Revision headOf(roaming::CStore& store, const QString& document)
 {
-    return required(store.revisions(roaming::c_szUserDocument, 0, 0));
+    return headIn(required(store.heads()), document);
 }
 
 Revision revisionOf(roaming::CStore& store, const QString& word)
@@ -114,10 +113,10 @@ Revision revisionOf(roaming::CStore& store, const QString& word)
         throw CFailure(ExitStatus::Usage,
                        QStringLiteral("'%1' is no number of a revision").arg(word));
     }
-    const auto found = required(store.revisions(roaming::c_szUserDocument, nNumber - 1, 0));
-    if (found.isEmpty() || found.last().nNumber != nNumber) {
+    const Revision found = required(store.revision(roaming::c_szUserDocument, nNumber));
+    if (found.nNumber == 0) {
         throw CFailure(ExitStatus::Negative,
                        QStringLiteral("there is no revision %1").arg(nNumber));
     }
-    return found.last();
+    return found;
 }

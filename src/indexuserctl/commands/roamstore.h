@@ -27,11 +27,10 @@ template <typename T> T required(roaming::Answer<T> answer)
 }
 
 /// The head of a document; its number is 0 where there is none.
+roaming::Revision headIn(const QVector<roaming::Head>& heads,
+                         const QString& document = roaming::c_szUserDocument);
 roaming::Revision headOf(roaming::CStore& store,
                          const QString& document = roaming::c_szUserDocument);
-
-/// The revisions of the user's document, the newest first.
-QVector<roaming::Revision> revisionsOf(roaming::CStore& store);
 
 /// The one that a word of the command line names; throws CFailure for none.
 roaming::Revision revisionOf(roaming::CStore& store, const QString& word);

@@ -61,7 +61,7 @@ create table revision (
     foreign key (person_id, machine_id) references machine
 );
 -- What somebody may choose of.
-create index on revision (person_id, name) where aside and resolved is null;
+create index on revision (person_id, name, number) where aside and resolved is null;
 -- Hashes do not become smaller.
 alter table revision alter column parts set storage external;
 

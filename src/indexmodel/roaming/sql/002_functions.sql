@@ -271,6 +271,20 @@ language sql stable set search_path = roaming, pg_temp as $$
     order by number desc limit nullif(p_limit, 0);
 $$;
 
+create function revision_of(p_document text, p_number bigint, p_login text default null)
+    returns setof told
+language sql stable set search_path = roaming, pg_temp as $$
+    select * from told
+    where person_id = person_of(p_login) and document = p_document and number = p_number;
+$$;
+
+create function open_asides(p_document text, p_login text default null) returns setof told
+language sql stable set search_path = roaming, pg_temp as $$
+    select * from told
+    where person_id = person_of(p_login) and document = p_document and aside and not resolved
+    order by number desc;
+$$;
+
 create function newest_with(p_document text, p_arrangement text, p_login text default null)
     returns setof told
 language sql stable set search_path = roaming, pg_temp as $$
@@ -359,5 +373,5 @@ end $$;
 
 -- What is granted to nobody is the owner's.
 revoke all on all functions in schema roaming from public;
-grant execute on function login_of, no_person, person_of, heads, revisions, newest_with, parts_of,
-    save, all_or_nothing, resolve to roaming_trader, roaming_desk;
+grant execute on function login_of, no_person, person_of, heads, revisions, revision_of, open_asides,
+    newest_with, parts_of, save, all_or_nothing, resolve to roaming_trader, roaming_desk;
