@@ -31,6 +31,7 @@ private Q_SLOTS:
     void whatWasDamagedOnTheServerIsNotTaken_data();
     void whatWasDamagedOnTheServerIsNotTaken();
     void contentsWithoutTheirHashAreRefused();
+    void nothingIsKeptOfATextThatIsNotWhole();
     void whatNoClientSendsIsRefused_data();
     void whatNoClientSendsIsRefused();
 
@@ -235,6 +236,20 @@ void tst_roamcontents::contentsWithoutTheirHashAreRefused()
     QCOMPARE(one("select count(*)::text from roaming.part"), QString("0"));
     QCOMPARE(told(sqlError(m_options, strSave.arg("<a/>"))), QString());
     QCOMPARE(one("select count(*)::text from roaming.part"), QString("1"));
+}
+
+void tst_roamcontents::nothingIsKeptOfATextThatIsNotWhole()
+{
+    const QString strSave
+        = "select o_outcome || ' ' || o_wants::text from roaming.save('user', 0, false,"
+          " gen_random_uuid(), sha256('x'), array[sha256('<a/>'), sha256('<b/>')],"
+          " array['<a/>'::bytea], gen_random_uuid(), 'desk', '', '')";
+    QCOMPARE(sql(m_options, strSave),
+             QStringList("wants {\"\\\\x"
+                         + QCryptographicHash::hash("<b/>", QCryptographicHash::Sha256).toHex()
+                         + "\"}"));
+    QCOMPARE(one("select count(*)::text from roaming.part"), QString("0"));
+    QCOMPARE(one("select bytes_kept::text from roaming.person"), QString("0"));
 }
 
 void tst_roamcontents::whatNoClientSendsIsRefused_data()

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void aDryRunTellsTheSameAndChangesNothing();
     void onlyContentsThatNoRevisionHasGo();
     void theSecondTimeNothingGoes();
+    void whatGoesIsAskedOnce();
     void onlyTheOwnerThinsOut();
 
 private:
@@ -317,6 +318,14 @@ void tst_roamthinning::theSecondTimeNothingGoes()
     const QString strWhole = whole();
     QCOMPARE(told(thinned()), QString("0 persons, 0 revisions, 0 parts, 0 bytes"));
     QCOMPARE(whole(), strWhole);
+}
+
+// As a part of the plan of who asks, the server may do it again for each revision.
+void tst_roamthinning::whatGoesIsAskedOnce()
+{
+    const QStringList plan
+        = sql(m_owner, "explain (costs off) select * from roaming.going(1, now())");
+    QCOMPARE(plan, QStringList("Function Scan on going"));
 }
 
 void tst_roamthinning::onlyTheOwnerThinsOut()

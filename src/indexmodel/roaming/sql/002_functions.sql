@@ -64,19 +64,15 @@ begin
     end if;
 end $$;
 
--- Keeps contents under their hashes; the bytes of those that were not there.
-create function keep_contents(p_person person, p_parts bytea[], p_contents bytea[]) returns bigint
+-- Keeps contents under their hashes.
+create function keep_contents(p_person person, p_hashes bytea[], p_contents bytea[]) returns void
 language plpgsql as $$
 declare
-    v_hashes bytea[] := array(select sha256(c) from unnest(p_contents) c);
     v_bytes bigint;
 begin
-    if not v_hashes <@ p_parts then
-        raise exception using errcode = 'RM003', message = 'a content came that is no part of its text';
-    end if;
     with come as (
         insert into part (person_id, sha256, content)
-        select p_person.person_id, u.h, u.c from unnest(v_hashes, p_contents) u (h, c)
+        select p_person.person_id, u.h, u.c from unnest(p_hashes, p_contents) u (h, c)
         on conflict do nothing
         returning octet_length(content) as bytes
     )
@@ -88,7 +84,6 @@ begin
     end if;
     update person set bytes_kept = bytes_kept + v_bytes
         where person_id = p_person.person_id and v_bytes > 0;
-    return v_bytes;
 end $$;
 
 -- The hour is enough to tell which machines are in use, and costs a row an hour.
@@ -144,6 +139,7 @@ declare
     v_aside boolean;
     v_document text;
     v_last bigint;
+    v_hashes bytea[] := '{}';
     v_bytes bigint;
 begin
     if current_setting('synchronous_commit') in ('off', 'local') then
@@ -183,18 +179,25 @@ begin
         o_number := 0;
     end if;
     if p_contents <> '{}' then
-        v_bytes := keep_contents(v_person, p_parts, p_contents);
+        v_hashes := array(select sha256(c) from unnest(p_contents) c);
+    end if;
+    if not v_hashes <@ p_parts then
+        raise exception using errcode = 'RM003', message = 'a content came that is no part of its text';
     end if;
     -- A subquery for each: of a join the plan may read all parts that a person has, the more the longer
-    -- he saves.
+    -- he saves. With an offset it is done once, however often its result is asked for.
     select coalesce(sum(bytes), 0), array_agg(distinct h) filter (where bytes is null)
         into v_bytes, o_wants
-        from (select h, (select octet_length(content) from part
-            where person_id = v_id and sha256 = h) as bytes from unnest(p_parts) h) each;
+        from (select h, coalesce(octet_length(p_contents[array_position(v_hashes, h)]),
+            (select octet_length(content) from part where person_id = v_id and sha256 = h)) as bytes
+            from unnest(p_parts) h offset 0) each;
     if o_wants is not null then
         o_outcome := 'wants';
         perform set_config('roaming.wants', 'yes', true);
         return;
+    end if;
+    if v_hashes <> '{}' then
+        perform keep_contents(v_person, v_hashes, p_contents);
     end if;
     if not exists (select from machine m where m.person_id = v_id and m.machine_id = p_machine_id
             and m.name = p_machine and m.last_seen > clock_timestamp() - interval '1 hour') then
@@ -202,12 +205,8 @@ begin
     end if;
     o_number := coalesce(v_last, 0) + 1;
     o_head := case when v_aside then o_head else o_number end;
-    if v_last is null then
-        insert into document (person_id, name, last, head) values (v_id, p_document, o_number, o_head);
-    else
-        update document d set last = o_number, head = o_head
-            where d.person_id = v_id and d.name = p_document;
-    end if;
+    insert into document (person_id, name, last, head) values (v_id, p_document, o_number, o_head)
+        on conflict (person_id, name) do update set last = excluded.last, head = excluded.head;
     insert into revision (person_id, name, number, base, aside, save_id, sha256, bytes, parts,
             arrangement, machine_id, reason)
         values (v_id, p_document, o_number, p_base, v_aside, p_save_id, p_sha256, v_bytes, p_parts,
@@ -309,9 +308,11 @@ $$;
 -- Which contents go: all but those of 7 days, the last of each day for 90, the last of each month,
 -- heads and asides each by themselves; every head, the newest of each arrangement and asides about
 -- which nobody has chosen stay.
+-- A function with a setting of its own is no part of the plan of its caller, which might ask it again
+-- for each revision.
 create function going(p_person bigint, p_now timestamptz)
     returns table (name text, number bigint)
-language sql stable as $$
+language sql stable set search_path = roaming, pg_temp as $$
     with ranked as (
         select r.*, p_now - written_at as age,
             number = max(number) over (partition by name, aside,
@@ -348,7 +349,7 @@ begin
         into v_parts, o_bytes
         from part p where p.person_id = p_person and not exists (select from stays where h = p.sha256);
     o_parts := cardinality(v_parts);
-    if p_dry_run or o_revisions = 0 then
+    if p_dry_run or o_revisions + o_parts = 0 then
         return;
     end if;
     update revision r set parts = null from going(p_person, p_now) g
