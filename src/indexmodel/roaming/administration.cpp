@@ -12,7 +12,7 @@ namespace {
 
 constexpr char c_szLock[] = "select pg_advisory_lock(hashtext('roaming'))";
 constexpr char c_szInstalled[] = "select coalesce(max(version), 0)::bigint from roaming.migration";
-constexpr char c_szPersons[] = "select person_id from roaming.person order by 1";
+constexpr char c_szPersons[] = "select * from roaming.persons()";
 constexpr char c_szThin[] = "select * from roaming.thin($1, $2, $3)";
 constexpr char c_szSetQuota[] = "select roaming.set_quota($1, $2)";
 

@@ -330,6 +330,12 @@ language sql stable set search_path = roaming, pg_temp as $$
         and not (aside and resolved is null);
 $$;
 
+-- Of whom contents may go. Not by the table: whoever sees himself alone there would find nothing to do.
+create function persons() returns setof bigint
+language sql stable set search_path = roaming, pg_temp as $$
+    select person_id from person order by 1;
+$$;
+
 create function thin(p_person bigint, p_dry_run boolean, p_now timestamptz default now(),
     out o_revisions bigint, out o_parts bigint, out o_bytes bigint)
 language plpgsql security definer set search_path = roaming, pg_temp as $$
