@@ -189,12 +189,10 @@ Answer<QVector<Revision>> CMemoryStore::openAsides(const QString& document)
 
 Answer<Revision> CMemoryStore::newestWith(const QString& document, const QString& arrangement)
 {
-    const std::lock_guard<std::mutex> lock(m_pServer->m_mutex);
-    const auto& entries = m_pServer->document(document).entries;
-    const auto it = std::find_if(entries.rbegin(), entries.rend(), [&](const auto& entry) {
-        return !entry.revision.bAside && entry.revision.strArrangement == arrangement;
+    const auto found = revisionsThat(document, [&](const Revision& each) {
+        return !each.bAside && each.strArrangement == arrangement;
     });
-    return { m_pServer->m_error, it == entries.rend() ? Revision() : it->revision };
+    return { found.error, found.value.value(0) };
 }
 
 StoreError CMemoryStore::resolve(const QString& document, qint64 aside, Choice)

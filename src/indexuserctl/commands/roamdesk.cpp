@@ -127,8 +127,9 @@ ExitStatus previewPull(const Request& request)
     const roaming::MachineState state = roaming::readState(request.strConfigDir);
     const qint64 nBase = state.documents.value(roaming::c_szUserDocument).nBase;
     roaming::Preparation preparation;
-    preparation.server = headOf(*pStore);
-    preparation.nSettings = roaming::newSettings(required(pStore->heads()), state);
+    const auto heads = required(pStore->heads());
+    preparation.server = headIn(heads);
+    preparation.nSettings = roaming::newSettings(heads, state);
     const auto since = required(pStore->revisions(roaming::c_szUserDocument, nBase, 0));
     const bool bOthers = std::any_of(since.begin(), since.end(), [&](const auto& each) {
         return !each.bAside && each.machine.id != desk.machine.id;

@@ -1,6 +1,8 @@
 set local role roaming_owner;
 set local search_path = roaming, pg_temp;
 
+-- A function that only others here call has the search path of whoever calls it: to set it again would
+-- be done at each save.
 -- SQLSTATEs of this schema: RM001 the quota is used up, RM002 there is none such, RM003 bytes are not
 -- those of their hash, RM004 contents are wanted.
 
@@ -134,6 +136,7 @@ set plan_cache_mode = force_generic_plan set enable_seqscan = off as $$
 declare
     v_person person := locked_person(p_login);
     v_id bigint := v_person.person_id;
+    -- As a value, since what is performed is a query of its own.
     v_sound boolean := require_sound(p_document, p_base, p_sha256, p_parts, p_machine,
         p_arrangement, p_reason);
     v_aside boolean;
